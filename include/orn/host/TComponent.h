@@ -1,0 +1,77 @@
+#pragma once
+
+#include <orn/host/TPersistent.h>
+#include <orn/host/TSet.h>
+
+#include <string>
+#include <vector>
+
+namespace orn {
+
+enum TOperation { opInsert, opRemove };
+
+enum TComponentStateItem { csLoading, csReading, csWriting, csDestroying, csDesigning };
+using TComponentState = TSet<TComponentStateItem>;
+
+/// A component of the host framework: it has an owner that deletes it, a name unique among the
+/// owner's components, and hears of components being inserted and removed.
+///
+/// References between components are raw pointers. A component that keeps one asks the other for
+/// FreeNotification (or shares its owner) and clears the pointer in Notification(other, opRemove).
+/// Handlers of Notification must only compare and clear pointers: the component being removed may
+/// already be partly destroyed.
+class TComponent : public TPersistent {
+    ORN_CLASS(TComponent)
+public:
+    /// Creates a component owned by owner (nullptr: owned by nobody, the caller deletes it).
+    explicit TComponent(TComponent* owner);
+    ~TComponent() override;
+    TComponent(const TComponent&) = delete;
+    TComponent& operator=(const TComponent&) = delete;
+
+    TComponent* Owner() const { return fOwner; }
+    int ComponentCount() const { return static_cast<int>(fComponents.size()); }
+    /// The owned component at index; throws EOrnError when index is out of range.
+    TComponent* Components(int index) const;
+    /// The owned component with this name (letter case ignored), or nullptr.
+    TComponent* FindComponent(const std::string& name) const;
+    /// Moves an owned component to another owner (nullptr: nobody).
+    void InsertComponent(TComponent* component);
+    void RemoveComponent(TComponent* component);
+
+    const std::string& Name() const { return fName; }
+    /// Renames: the empty name is always allowed; otherwise the name must be an identifier not used
+    /// by another component of the same owner, or EOrnError is thrown and the name stays.
+    virtual void SetName(const std::string& name);
+
+    /// Asks to hear (through Notification) when component is destroyed; it hears of us too.
+    void FreeNotification(TComponent* component);
+    void RemoveFreeNotification(TComponent* component);
+
+    TComponentState ComponentState() const { return fState; }
+    /// Puts the component and everything it owns into (or out of) the design state.
+    void SetDesigning(bool value);
+    /// Marks the start of loading (csLoading); Loaded ends it.
+    void Loading();
+    /// Called after loading: clears csLoading. Descendants finish their set-up here.
+    virtual void Loaded();
+
+    /// Hears that component was inserted or is being removed; passes it on to owned components.
+    virtual void Notification(TComponent* component, TOperation operation);
+
+    static bool IsValidIdent(const std::string& name);
+
+private:
+    void Insert(TComponent* component);
+    void Remove(TComponent* component);
+    void NotifyOwnerSiblings(TComponent* component, TOperation operation);
+    void Destroying();
+
+    TComponent* fOwner = nullptr;
+    std::string fName;
+    std::vector<TComponent*> fComponents;
+    std::vector<TComponent*> fFreeNotifies;
+    TComponentState fState;
+};
+
+} // namespace orn

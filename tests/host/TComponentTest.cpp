@@ -1,0 +1,102 @@
+#include <orn/host/EOrnError.h>
+#include <orn/host/TComponent.h>
+#include <orn/host/TComponentClass.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace orn;
+
+namespace {
+
+// Keeps a raw reference to another component and clears it when told of its removal.
+class Watcher : public TComponent {
+public:
+    using TComponent::TComponent;
+    TComponent* target = nullptr;
+    int inserts = 0;
+    int removes = 0;
+    void Notification(TComponent* c, TOperation op) override {
+        TComponent::Notification(c, op);
+        if (op == opInsert) ++inserts;
+        if (op == opRemove) {
+            ++removes;
+            if (c == target) target = nullptr;
+        }
+    }
+};
+
+} // namespace
+
+TEST(TComponentOwnership, OwnerDeletesWhatItOwnsAndSiblingsHearOfIt) {
+    auto form = std::make_unique<TComponent>(nullptr);
+    auto* watcher = new Watcher(form.get());
+    auto* a = new TComponent(form.get());
+    EXPECT_EQ(watcher->inserts, 1);
+    watcher->target = a;
+    EXPECT_EQ(form->ComponentCount(), 2);
+    delete a;
+    EXPECT_EQ(watcher->target, nullptr);
+    EXPECT_EQ(form->ComponentCount(), 1);
+}
+
+TEST(TComponentOwnership, FreeNotificationReachesComponentsOfOtherOwners) {
+    TComponent formA(nullptr), formB(nullptr);
+    auto* watcher = new Watcher(&formA);
+    auto* other = new TComponent(&formB);
+    watcher->target = other;
+    other->FreeNotification(watcher);
+    delete other;
+    EXPECT_EQ(watcher->target, nullptr);
+}
+
+TEST(TComponentOwnership, WatcherDestroyedFirstIsForgotten) {
+    TComponent formA(nullptr);
+    auto* other = new TComponent(nullptr);
+    auto* watcher = new Watcher(&formA);
+    other->FreeNotification(watcher);
+    delete watcher; // must unsubscribe, or deleting other would call into freed memory (ASan)
+    delete other;
+    EXPECT_EQ(formA.ComponentCount(), 0);
+}
+
+TEST(TComponentName, ValidationAndUniqueness) {
+    TComponent form(nullptr);
+    auto* a = new TComponent(&form);
+    auto* b = new TComponent(&form);
+    a->SetName("Sphere1");
+    EXPECT_THROW(b->SetName("sphere1"), EOrnError);
+    EXPECT_EQ(b->Name(), "");
+    EXPECT_THROW(b->SetName("1abc"), EOrnError);
+    EXPECT_THROW(b->SetName("a b"), EOrnError);
+    b->SetName("_ok2");
+    EXPECT_EQ(b->Name(), "_ok2");
+    b->SetName("");
+    EXPECT_EQ(b->Name(), "");
+    EXPECT_EQ(form.FindComponent("SPHERE1"), a);
+}
+
+TEST(TComponentState, DesigningSpreadsToOwnedAndLoadedClearsLoading) {
+    TComponent form(nullptr);
+    auto* a = new TComponent(&form);
+    form.SetDesigning(true);
+    EXPECT_TRUE(a->ComponentState().Contains(csDesigning));
+    auto* b = new TComponent(&form);
+    EXPECT_TRUE(b->ComponentState().Contains(csDesigning));
+    b->Loading();
+    EXPECT_TRUE(b->ComponentState().Contains(csLoading));
+    b->Loaded();
+    EXPECT_FALSE(b->ComponentState().Contains(csLoading));
+}
+
+TEST(TComponentPalette, PagesListTheirClassesOnce) {
+    RegisterComponents("Test Page", {ClassOf<TComponent>(), ClassOf<TComponent>()});
+    auto classes = GetPaletteClasses("Test Page");
+    ASSERT_EQ(classes.size(), 1u);
+    EXPECT_STREQ(classes[0]->Name, "TComponent");
+    TComponent owner(nullptr);
+    TComponent* made = classes[0]->Create(&owner);
+    EXPECT_EQ(made->Owner(), &owner);
+    EXPECT_TRUE(GetPaletteClasses("No Such Page").empty());
+}
