@@ -1,0 +1,40 @@
+#include <orn/math/TOrnCustomExchange.h>
+
+#include <limits>
+#include <strings.h>
+
+namespace orn {
+
+void TOrnExchangeItem::WriteComp(TOrnCustomExchange& exchange, const std::string& tagName) {
+    exchange.StartTag(tagName);
+    WriteValues(exchange);
+    exchange.EndTag();
+}
+
+void TOrnExchangeItem::WriteValues(TOrnCustomExchange&) {}
+
+void TOrnExchangeItem::ReadValues(TOrnCustomExchange&) {}
+
+TOrnExchangeItem* TOrnExchangeItem::ReadComp(TOrnCustomExchange&, const std::string&) { return nullptr; }
+
+void TOrnCustomExchange::WriteEnum(const std::string& key, int value, int def,
+                                   std::span<const char* const> names) {
+    auto name = [&](int v) { return v >= 0 && static_cast<size_t>(v) < names.size() ? names[v] : ""; };
+    WriteString(key, name(value), name(def));
+}
+
+int TOrnCustomExchange::ReadEnum(const std::string& key, int def, std::span<const char* const> names) {
+    const std::string text = ReadString(key, "");
+    for (size_t i = 0; i < names.size(); ++i)
+        if (strcasecmp(names[i], text.c_str()) == 0) return static_cast<int>(i);
+    return def;
+}
+
+std::int32_t TOrnCustomExchange::ReadInt32(const std::string& key, std::int32_t def) {
+    const std::int64_t v = ReadInt(key, def);
+    if (v < std::numeric_limits<std::int32_t>::min() || v > std::numeric_limits<std::int32_t>::max())
+        return def;
+    return static_cast<std::int32_t>(v);
+}
+
+} // namespace orn

@@ -1,0 +1,155 @@
+#include <orn/math/TOrnTransformation.h>
+
+#include <GL/gl.h>
+
+#include <cmath>
+#include <cstdint>
+#include <strings.h>
+
+namespace orn {
+
+// --- TOrnRotation ---
+
+void TOrnRotation::SetOrder(TOrnRotationOrder value) {
+    if (assignIfChanged(fOrder, value)) Changed();
+}
+
+void TOrnRotation::SetAngle(float& field, float value) {
+    if (field == value) return;
+    field = ModAngle(value);
+    Changed();
+}
+
+void TOrnRotation::SetX(float value) { SetAngle(fX, value); }
+void TOrnRotation::SetY(float value) { SetAngle(fY, value); }
+void TOrnRotation::SetZ(float value) { SetAngle(fZ, value); }
+
+float TOrnRotation::ModAngle(float a) const {
+    // n is a − 0.5 rounded half to even; the remainder then uses truncating division.
+    const auto n = static_cast<std::int64_t>(std::nearbyint(double(a) - 0.5));
+    const double r = double(a) - double((n / 360) * 360);
+    return static_cast<float>(r >= 0 ? r : r + 360);
+}
+
+bool TOrnRotation::GetEmpty() const { return fX == 0 && fY == 0 && fZ == 0; }
+
+void TOrnRotation::Execute() const {
+    if (GetEmpty()) return;
+    static constexpr char kAxes[6][4] = {"xyz", "xzy", "yxz", "yzx", "zxy", "zyx"};
+    if (fOrder < roXYZ || fOrder > roZYX) return;
+    for (const char* axis = kAxes[fOrder]; *axis; ++axis) switch (*axis) {
+        case 'x': glRotatef(fX, 1, 0, 0); break;
+        case 'y': glRotatef(fY, 0, 1, 0); break;
+        default: glRotatef(fZ, 0, 0, 1); break;
+        }
+}
+
+void TOrnRotation::Assign(const TPersistent* source) {
+    TOrnVector::Assign(source);
+    if (auto* r = dynamic_cast<const TOrnRotation*>(source)) SetOrder(r->fOrder);
+}
+
+void TOrnRotation::WriteValues(TOrnCustomExchange& exchange) {
+    TOrnVector::WriteValues(exchange);
+    exchange.WriteEnum("Order", fOrder, roXYZ, kRotationOrderNames);
+}
+
+void TOrnRotation::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnVector::ReadValues(exchange);
+    SetOrder(static_cast<TOrnRotationOrder>(exchange.ReadEnum("Order", fOrder, kRotationOrderNames)));
+}
+
+// --- TOrnScale, TOrnTranslation ---
+
+bool TOrnScale::GetEmpty() const { return fX == 1 && fY == 1 && fZ == 1; }
+
+void TOrnScale::Execute() const {
+    if (!GetEmpty()) glScalef(fX, fY, fZ);
+}
+
+bool TOrnTranslation::GetEmpty() const { return fX == 0 && fY == 0 && fZ == 0; }
+
+void TOrnTranslation::Execute() const {
+    if (!GetEmpty()) glTranslatef(fX, fY, fZ);
+}
+
+// --- TOrnTransformation ---
+
+TOrnTransformation::TOrnTransformation()
+    : fRotation(std::make_unique<TOrnRotation>()), fScale(std::make_unique<TOrnScale>()),
+      fTranslation(std::make_unique<TOrnTranslation>()) {
+    auto handler = [this](TObject* sender) { SubChange(sender); };
+    fRotation->OnChange = handler;
+    fScale->OnChange = handler;
+    fTranslation->OnChange = handler;
+}
+
+void TOrnTransformation::SubChange(TObject*) { Changed(); }
+
+void TOrnTransformation::SetRotation(const TOrnRotation* value) {
+    if (!value) return;
+    fRotation->Assign(value);
+    Changed();
+}
+
+void TOrnTransformation::SetScale(const TOrnScale* value) {
+    if (!value) return;
+    fScale->Assign(value);
+    Changed();
+}
+
+void TOrnTransformation::SetTranslation(const TOrnTranslation* value) {
+    if (!value) return;
+    fTranslation->Assign(value);
+    Changed();
+}
+
+void TOrnTransformation::SetOrder(TOrnTransformationOrder value) {
+    if (assignIfChanged(fOrder, value)) Changed();
+}
+
+bool TOrnTransformation::GetEmpty() const {
+    return fRotation->GetEmpty() && fScale->GetEmpty() && fTranslation->GetEmpty();
+}
+
+void TOrnTransformation::Execute() const {
+    if (GetEmpty() || fOrder < toRotTraSca || fOrder > toScaTraRot) return;
+    // R = rotation, T = translation, S = scale, in the order the name gives.
+    static constexpr char kSteps[6][4] = {"RTS", "RST", "TRS", "TSR", "SRT", "STR"};
+    for (const char* step = kSteps[fOrder]; *step; ++step) switch (*step) {
+        case 'R': fRotation->Execute(); break;
+        case 'T': fTranslation->Execute(); break;
+        default: fScale->Execute(); break;
+        }
+}
+
+void TOrnTransformation::Assign(const TPersistent* source) {
+    auto* t = dynamic_cast<const TOrnTransformation*>(source);
+    if (!t) return;
+    fRotation->Assign(t->fRotation.get());
+    fScale->Assign(t->fScale.get());
+    fTranslation->Assign(t->fTranslation.get());
+}
+
+void TOrnTransformation::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteEnum("Order", fOrder, toRotTraSca, kTransformationOrderNames);
+    fTranslation->WriteComp(exchange, "Translation");
+    fRotation->WriteComp(exchange, "Rotation");
+    fScale->WriteComp(exchange, "Scale");
+}
+
+void TOrnTransformation::ReadValues(TOrnCustomExchange& exchange) {
+    SetOrder(static_cast<TOrnTransformationOrder>(exchange.ReadEnum("Order", fOrder, kTransformationOrderNames)));
+}
+
+TOrnExchangeItem* TOrnTransformation::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
+    TOrnVector* part = nullptr;
+    if (strcasecmp(tagName.c_str(), "Translation") == 0) part = fTranslation.get();
+    else if (strcasecmp(tagName.c_str(), "Rotation") == 0) part = fRotation.get();
+    else if (strcasecmp(tagName.c_str(), "Scale") == 0) part = fScale.get();
+    if (!part) return TOrnProperty::ReadComp(exchange, tagName);
+    part->ReadValues(exchange);
+    return part;
+}
+
+} // namespace orn
