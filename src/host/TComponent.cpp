@@ -21,6 +21,14 @@ TComponent::TComponent(TComponent* owner) {
 }
 
 TComponent::~TComponent() {
+    SendRemoveNotifications();
+    while (!fComponents.empty()) delete fComponents.back(); // each child leaves the list itself
+    if (fOwner) fOwner->Remove(this);
+}
+
+void TComponent::SendRemoveNotifications() {
+    if (fRemoveSent) return;
+    fRemoveSent = true;
     Destroying();
     // Those that asked to hear of our end clear their references now.
     while (!fFreeNotifies.empty()) {
@@ -29,13 +37,7 @@ TComponent::~TComponent() {
         eraseOne(other->fFreeNotifies, this);
         other->Notification(this, opRemove);
     }
-    // Each owned component is announced as removed while it is still whole, then deleted.
-    while (!fComponents.empty()) {
-        TComponent* child = fComponents.back();
-        RemoveComponent(child);
-        delete child;
-    }
-    if (fOwner) fOwner->RemoveComponent(this);
+    if (fOwner) fOwner->Notification(this, opRemove);
 }
 
 void TComponent::Destroying() {
@@ -64,17 +66,13 @@ void TComponent::InsertComponent(TComponent* component) {
     if (component->fOwner) component->fOwner->RemoveComponent(component);
     Insert(component);
     if (fState.Contains(csDesigning)) component->SetDesigning(true);
-    NotifyOwnerSiblings(component, opInsert);
+    Notification(component, opInsert);
 }
 
 void TComponent::RemoveComponent(TComponent* component) {
     if (!component || component->fOwner != this) return;
-    NotifyOwnerSiblings(component, opRemove);
+    Notification(component, opRemove);
     Remove(component);
-}
-
-void TComponent::NotifyOwnerSiblings(TComponent* component, TOperation operation) {
-    Notification(component, operation);
 }
 
 void TComponent::Insert(TComponent* component) {

@@ -61,10 +61,15 @@ public:
 
     static bool IsValidIdent(const std::string& name);
 
+protected:
+    /// Sends the removal notifications now, while the whole object still exists. The destructor
+    /// sends them otherwise; a descendant whose removal makes others call back into it (a view
+    /// whose display lists must be deleted in its context) calls this first in its destructor.
+    void SendRemoveNotifications();
+
 private:
     void Insert(TComponent* component);
     void Remove(TComponent* component);
-    void NotifyOwnerSiblings(TComponent* component, TOperation operation);
     void Destroying();
 
     TComponent* fOwner = nullptr;
@@ -72,6 +77,7 @@ private:
     std::vector<TComponent*> fComponents;
     std::vector<TComponent*> fFreeNotifies;
     TComponentState fState;
+    bool fRemoveSent = false;
 };
 
 } // namespace orn

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <orn/host/TComponent.h>
+#include <orn/math/TOrnTransformation.h>
+
+#include <memory>
+
+namespace orn {
+
+/// A component that reports its changes and writes itself to the scene file.
+class TOrnComponent : public TComponent, public TOrnExchangeItem {
+    ORN_CLASS(TOrnComponent)
+public:
+    explicit TOrnComponent(TComponent* owner) : TComponent(owner) {}
+
+    /// The owner's change handler (a node sets it for its items).
+    TNotifyEvent OnChange;
+    /// Calls OnChange when it is assigned.
+    virtual void Changed();
+    /// From a TOrnComponent: takes over its change handler and notifies.
+    void Assign(const TPersistent* source) override;
+
+    /// Writes "name".
+    void WriteValues(TOrnCustomExchange& exchange) override;
+    /// Reads "name"; a name that cannot be applied is ignored and the old one stays.
+    void ReadValues(TOrnCustomExchange& exchange) override;
+};
+
+/// A component placed by its own transformation (render components, cameras).
+class TOrnTransformed : public TOrnComponent {
+    ORN_CLASS(TOrnTransformed)
+public:
+    explicit TOrnTransformed(TComponent* owner);
+
+    TOrnTransformation* Transformation() const { return fTransformation.get(); }
+    /// Assigns value into the owned transformation and notifies; nullptr is ignored.
+    void SetTransformation(const TOrnTransformation* value);
+    /// A change of an owned value object: notifies the owner of this component.
+    virtual void SubChange(TObject* sender);
+
+    void Assign(const TPersistent* source) override;
+    void WriteValues(TOrnCustomExchange& exchange) override;
+    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+
+protected:
+    /// A handler for owned value objects that forwards to SubChange.
+    TNotifyEvent SubChangeHandler() {
+        return [this](TObject* sender) { SubChange(sender); };
+    }
+
+private:
+    std::unique_ptr<TOrnTransformation> fTransformation;
+};
+
+} // namespace orn

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <orn/host/TComponent.h>
+#include <orn/math/TOrnMatrix.h>
+
+#include <functional>
+
+namespace orn {
+
+/// What a view is drawing for: the window, a bitmap, picking (selection, pick), or names only.
+enum TOrnDrawMode { dmWindow, dmBitmap, dmSelection, dmPick, dmNothing };
+
+/// Whether objects push selection names in this draw mode.
+constexpr bool IsNamingDrawMode(TOrnDrawMode mode) { return mode >= dmSelection && mode <= dmNothing; }
+
+/// What the render chain needs of a view: its context made current and released, the draw mode,
+/// the selection names it hands out and the camera matrix it captured. TOrnView implements it.
+///
+/// A view's destructor must call SendRemoveNotifications() first: components that cached display
+/// lists in its context delete them in their Notification, through GetCurrent/SetCurrent.
+class TOrnCustomView : public TComponent {
+    ORN_CLASS(TOrnCustomView)
+public:
+    using TComponent::TComponent;
+
+    /// Whether the view's context is the current one.
+    virtual bool GetCurrent() const = 0;
+    /// Makes the view's context current (true) or releases it (false); failures are silent.
+    virtual void SetCurrent(bool value) = 0;
+    virtual TOrnDrawMode DrawMode() const = 0;
+    /// The next selection name of this render (1, 2, 3 … in render order); index is the index
+    /// list of object, or −1 for the object as a whole.
+    virtual int GetNextID(TObject* object, int index) = 0;
+    /// The model-view matrix of the camera captured at the last render, or nullptr.
+    virtual const TOrnMatrix* CameraMatrix() const = 0;
+};
+
+/// The event of OnRender, OnBeforeRender, OnAfterRender: receives the view being rendered.
+using TOrnRenderEvent = std::function<void(TOrnCustomView* view)>;
+
+/// Registers a handler that runs at the start of every scene render (forBitmap false) and every
+/// render into a bitmap (true): render state resets its last-rendered references here.
+void AddFrameStartHandler(std::function<void(bool forBitmap)> handler);
+/// Called by views at the start of a render.
+void NotifyFrameStart(bool forBitmap);
+
+} // namespace orn

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <orn/scene/TOrnRender.h>
+
+#include <functional>
+#include <vector>
+
+namespace orn {
+
+/// Hears of items inserted into and removed from a node, and of the node's own end.
+using TOrnItemNotifyEvent = std::function<void(TComponent* component, TOperation operation)>;
+
+/// A group of render components, rendered in order inside the node's own transformation. A
+/// change in any item drops the node's display list and travels on upwards.
+class TOrnNode : public TOrnCustomNode {
+    ORN_CLASS(TOrnNode)
+public:
+    explicit TOrnNode(TComponent* owner);
+    ~TOrnNode() override;
+
+    /// The item at index; throws EOrnError out of range.
+    TOrnRender* Items(int index) const;
+    int Count() const { return static_cast<int>(fItems.size()); }
+    int IndexOf(const TOrnRender* item) const;
+    /// Whether the item at index was added with AddIndirect (false out of range).
+    bool Indirect(int index) const;
+
+    int Add(TOrnRender* item) override;
+    /// Appends an item that keeps its own node and change handler.
+    int AddIndirect(TOrnRender* item);
+    /// Inserts item at index (clamped to the list), taking it from its previous node; a node
+    /// cannot hold itself ("Can not create a link to myself.").
+    virtual void Insert(int index, TOrnRender* item);
+    int Remove(TOrnRender* item) override;
+    void Delete(int index);
+    /// Moves an item; both indexes are clamped to the list.
+    void Move(int from, int to);
+    void Exchange(int i, int j);
+    void Clear();
+    /// The leaves below this node: items that are nodes count their own leaves.
+    int CountAllItems() const;
+
+    /// Replaces the rendering of the items when assigned.
+    TOrnRenderEvent OnRender;
+    /// Told of insertions, removals and every notification the node receives.
+    TOrnItemNotifyEvent OnItemNotify;
+
+    void SubChange(TObject* sender) override;
+    void Notification(TComponent* component, TOperation operation) override;
+    void WriteValues(TOrnCustomExchange& exchange) override;
+    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+
+protected:
+    void DoRender(TOrnCustomView* view) override;
+
+private:
+    void NotifyItem(TComponent* item, TOperation operation);
+    std::vector<TOrnRender*> fItems;
+    std::vector<bool> fIndirect;
+    TOrnRender* fRemoving = nullptr;
+};
+
+} // namespace orn

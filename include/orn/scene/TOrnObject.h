@@ -1,0 +1,71 @@
+#pragma once
+
+#include <orn/math/TOrnColor.h>
+#include <orn/scene/TOrnRender.h>
+
+#include <cstdint>
+
+namespace orn {
+
+class TOrnAttributes;
+class TOrnMaterial;
+
+/// The base of every visible object: a colour, optional attributes and material, a name for
+/// the scene file and a selection name pushed in the naming draw modes.
+class TOrnObject : public TOrnRender {
+    ORN_CLASS(TOrnObject)
+public:
+    explicit TOrnObject(TComponent* owner);
+
+    const std::string& ObjectName() const { return fObjectName; }
+    void SetObjectName(const std::string& value);
+    std::int32_t ObjectID() const { return fObjectID; }
+    void SetObjectID(std::int32_t value);
+    TOrnColor* Color() const { return fColor.get(); }
+    /// Assigns value into the owned colour; nullptr is ignored.
+    void SetColor(const TOrnColor* value);
+    /// Render state shared with other objects, not owned (nullptr: none).
+    TOrnAttributes* Attributes() const { return fAttributes; }
+    void SetAttributes(TOrnAttributes* value);
+    TOrnMaterial* Material() const { return fMaterial; }
+    void SetMaterial(TOrnMaterial* value);
+    /// 0 = off; 1 … 5 = ambient, diffuse, specular, emission, ambient and diffuse follow the colour.
+    std::uint8_t ColorMaterial() const { return fColorMaterial; }
+
+    /// The object name follows the component name while they are equal (and not loading).
+    void SetName(const std::string& name) override;
+    /// Besides the render values: colour, names and the state references.
+    void Assign(const TPersistent* source) override;
+    void Notification(TComponent* component, TOperation operation) override;
+    void WriteValues(TOrnCustomExchange& exchange) override;
+    void ReadValues(TOrnCustomExchange& exchange) override;
+    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+
+protected:
+    void BeforeRender(TOrnCustomView* view) override;
+    /// Colour, attributes, material and colour material; descendants then issue their geometry.
+    void DoRender(TOrnCustomView* view) override;
+    void AfterRender(TOrnCustomView* view) override;
+    void SetColorMaterial(std::uint8_t value);
+    /// Whether view wants selection names now.
+    static bool WantsNames(const TOrnCustomView* view) { return view && IsNamingDrawMode(view->DrawMode()); }
+
+private:
+    /// Points a state slot at a component, keeping the free notifications right.
+    void SetStateRef(TOrnRender*& slot, TOrnRender* value);
+    std::string fObjectName;
+    std::int32_t fObjectID = -1;
+    std::unique_ptr<TOrnColor> fColor;
+    TOrnAttributes* fAttributes = nullptr;
+    TOrnMaterial* fMaterial = nullptr;
+    // The same components as fAttributes and fMaterial, seen as render components: state/ defines
+    // the setters above, this layer only renders and forgets them.
+    TOrnRender* fAttributesRender = nullptr;
+    TOrnRender* fMaterialRender = nullptr;
+    std::uint8_t fColorMaterial = 0;
+
+    friend class TOrnAttributes;
+    friend class TOrnMaterial;
+};
+
+} // namespace orn

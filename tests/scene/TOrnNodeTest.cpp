@@ -1,0 +1,207 @@
+#include <orn/host/EOrnError.h>
+#include <orn/scene/TOrnNode.h>
+#include <orn/scene/TOrnObject.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace orn;
+
+namespace {
+
+struct NodeFixture : ::testing::Test {
+    std::vector<std::string> events; // outlives the form, whose end the node still reports
+    TComponent form{nullptr};
+    TOrnNode* node = new TOrnNode(&form);
+
+    TOrnObject* NewObject(const std::string& name) {
+        auto* o = new TOrnObject(&form);
+        o->SetName(name);
+        return o;
+    }
+    void Watch() {
+        node->OnItemNotify = [this](TComponent* c, TOperation op) {
+            events.push_back(std::string(op == opInsert ? "+" : "-") + c->Name());
+        };
+    }
+};
+
+} // namespace
+
+TEST_F(NodeFixture, AddSetsNodeAndChangeHandlerAndRemoveUndoesBoth) {
+    TOrnObject* a = NewObject("A");
+    Watch();
+    EXPECT_EQ(node->Add(a), 0);
+    EXPECT_EQ(a->Node(), node);
+    EXPECT_FALSE(node->Indirect(0));
+    EXPECT_TRUE(static_cast<bool>(a->OnChange));
+    EXPECT_EQ(node->Remove(a), 0);
+    EXPECT_EQ(a->Node(), nullptr);
+    EXPECT_FALSE(static_cast<bool>(a->OnChange));
+    EXPECT_EQ(node->Remove(a), -1);
+    EXPECT_EQ(events, (std::vector<std::string>{"+A", "-A", "-A"})); // told even when not held
+}
+
+TEST_F(NodeFixture, SetNodeJoinsThroughAddAndMovesBetweenNodes) {
+    auto* other = new TOrnNode(&form);
+    TOrnObject* a = NewObject("A");
+    a->SetNode(node);
+    EXPECT_EQ(node->IndexOf(a), 0);
+    a->SetNode(other);
+    EXPECT_EQ(node->Count(), 0);
+    EXPECT_EQ(other->IndexOf(a), 0);
+    EXPECT_EQ(a->Node(), other);
+}
+
+TEST_F(NodeFixture, IndirectItemKeepsItsOwnNodeAndHandler) {
+    auto* home = new TOrnNode(&form);
+    TOrnObject* a = NewObject("A");
+    home->Add(a);
+    EXPECT_EQ(node->AddIndirect(a), 0);
+    EXPECT_TRUE(node->Indirect(0));
+    EXPECT_EQ(a->Node(), home);
+    node->Remove(a);
+    EXPECT_EQ(a->Node(), home);
+    EXPECT_EQ(home->IndexOf(a), 0);
+    ASSERT_TRUE(static_cast<bool>(a->OnChange));
+}
+
+TEST_F(NodeFixture, LinkToItselfIsRefused) {
+    node->Add(NewObject("A"));
+    try {
+        node->Add(node);
+        FAIL() << "no exception";
+    } catch (const EOrnError& e) {
+        EXPECT_STREQ(e.what(), "Can not create a link to myself.");
+    }
+    EXPECT_EQ(node->Count(), 1);
+}
+
+TEST_F(NodeFixture, MoveClampsBothIndexesAndCarriesTheIndirectBit) {
+    TOrnObject* items[5];
+    for (int i = 0; i < 5; ++i) items[i] = NewObject("O" + std::to_string(i));
+    for (int i = 0; i < 4; ++i) node->Add(items[i]);
+    node->AddIndirect(items[4]);
+    node->Move(7, -3);
+    EXPECT_EQ(node->Items(0), items[4]);
+    EXPECT_TRUE(node->Indirect(0));
+    EXPECT_FALSE(node->Indirect(4));
+    node->Exchange(0, 4);
+    EXPECT_EQ(node->Items(4), items[4]);
+    EXPECT_TRUE(node->Indirect(4));
+    EXPECT_THROW(node->Items(5), EOrnError);
+    EXPECT_THROW(node->Exchange(0, 9), EOrnError);
+}
+
+TEST_F(NodeFixture, CountAllItemsCountsLeavesOfNestedNodes) {
+    auto* inner = new TOrnNode(&form);
+    for (int i = 0; i < 3; ++i) inner->Add(NewObject("I" + std::to_string(i)));
+    node->Add(NewObject("A"));
+    node->Add(NewObject("B"));
+    node->Add(inner);
+    EXPECT_EQ(node->CountAllItems(), 5);
+}
+
+TEST_F(NodeFixture, ChangeInsideAnItemReachesEveryEnclosingNode) {
+    auto* inner = new TOrnNode(&form);
+    node->Add(inner);
+    TOrnObject* a = NewObject("A");
+    inner->Add(a);
+    int outerChanges = 0;
+    node->OnChange = [&](TObject*) { ++outerChanges; };
+    a->Transformation()->Rotation()->SetX(30);
+    a->Color()->SetAlpha(0.5f);
+    EXPECT_EQ(outerChanges, 2);
+}
+
+TEST_F(NodeFixture, DestroyedItemLeavesEveryNodeThatHeldIt) {
+    auto* second = new TOrnNode(&form);
+    TOrnObject* a = NewObject("A");
+    node->Add(a);
+    second->AddIndirect(a);
+    delete a;
+    EXPECT_EQ(node->Count(), 0);
+    EXPECT_EQ(second->Count(), 0);
+}
+
+TEST_F(NodeFixture, DestroyedNodeReleasesItsItemsAndTellsItsListener) {
+    TOrnObject* a = NewObject("A");
+    node->SetName("N");
+    node->Add(a);
+    Watch();
+    delete node;
+    EXPECT_EQ(a->Node(), nullptr);
+    EXPECT_FALSE(static_cast<bool>(a->OnChange));
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ(events.front(), "-N");
+}
+
+TEST_F(NodeFixture, ItemNotifyHearsEveryNotificationOfTheNode) {
+    Watch();
+    auto* sibling = new TOrnObject(&form); // inserted into the node's owner, not the node
+    sibling->SetName("S");
+    delete sibling;
+    EXPECT_NE(std::find(events.begin(), events.end(), "-S"), events.end());
+}
+
+TEST(TOrnObject, ObjectNameFollowsTheComponentNameWhileEqual) {
+    TComponent form(nullptr);
+    auto* o = new TOrnObject(&form);
+    EXPECT_EQ(o->ObjectID(), -1);
+    EXPECT_EQ(o->Color()->Color(), clWhite);
+    o->SetName("Ball");
+    EXPECT_EQ(o->ObjectName(), "Ball");
+    o->SetObjectName("Red ball");
+    o->SetName("Ball2");
+    EXPECT_EQ(o->ObjectName(), "Red ball");
+    auto* loading = new TOrnObject(&form);
+    loading->Loading();
+    loading->SetName("Loaded");
+    EXPECT_EQ(loading->ObjectName(), "");
+}
+
+TEST(TOrnObject, AssignCopiesColourAndNamesButKeepsColourOwner) {
+    TComponent form(nullptr);
+    auto* a = new TOrnObject(&form);
+    auto* b = new TOrnObject(&form);
+    a->Color()->SetColor(clRed);
+    a->SetObjectName("x");
+    a->SetEnabled(false);
+    int bChanges = 0;
+    b->OnChange = [&](TObject*) { ++bChanges; };
+    b->Assign(a);
+    EXPECT_EQ(b->Color()->Color(), clRed);
+    EXPECT_EQ(b->ObjectName(), "x");
+    EXPECT_FALSE(b->Enabled());
+    // b took a's (empty) change handler; its colour still reports to b itself
+    int aChanges = 0;
+    b->OnChange = [&](TObject*) { ++aChanges; };
+    b->Color()->SetColor(clBlue);
+    EXPECT_EQ(aChanges, 1);
+}
+
+TEST(TOrnRegistry, NamesAreUniqueIgnoringCase) {
+    struct TOrnRegistryProbe : TOrnObject {
+        using TOrnObject::TOrnObject;
+        static constexpr const char* StaticClassName() { return "TOrnRegistryProbe"; }
+    };
+    RegisterRenderClass(ClassOf<TOrnRegistryProbe>());
+    EXPECT_EQ(GetRenderClass("tornregistryprobe"), ClassOf<TOrnRegistryProbe>());
+    struct TORNREGISTRYPROBE : TOrnObject {
+        using TOrnObject::TOrnObject;
+        static constexpr const char* StaticClassName() { return "TORNREGISTRYPROBE"; }
+    };
+    const size_t before = GetRenderClassList().size();
+    try {
+        RegisterRenderClass(ClassOf<TORNREGISTRYPROBE>());
+        FAIL() << "no exception";
+    } catch (const EOrnError& e) {
+        EXPECT_STREQ(e.what(), "This class was already registered.");
+    }
+    EXPECT_EQ(GetRenderClassList().size(), before);
+    EXPECT_EQ(GetRenderClass("TOrnNode"), ClassOf<TOrnNode>());
+    EXPECT_EQ(GetRenderClass("no such class"), nullptr);
+}

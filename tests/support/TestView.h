@@ -1,0 +1,38 @@
+#pragma once
+
+#include <orn/scene/TOrnCustomView.h>
+
+#include <utility>
+#include <vector>
+
+namespace orn::test {
+
+/// The smallest view the render chain can work with: a context flag, a draw mode, a name counter
+/// that records what it handed out, and an optional camera matrix.
+class TestView : public TOrnCustomView {
+public:
+    explicit TestView(TComponent* owner = nullptr) : TOrnCustomView(owner) {}
+    ~TestView() override { SendRemoveNotifications(); }
+
+    bool GetCurrent() const override { return current; }
+    void SetCurrent(bool value) override {
+        ++setCurrentCalls;
+        if (!value || canBeCurrent) current = value;
+    }
+    TOrnDrawMode DrawMode() const override { return mode; }
+    int GetNextID(TObject* object, int index) override {
+        names.emplace_back(object, index);
+        return static_cast<int>(names.size());
+    }
+    const TOrnMatrix* CameraMatrix() const override { return hasCamera ? &camera : nullptr; }
+
+    bool current = true;
+    bool canBeCurrent = true;
+    int setCurrentCalls = 0;
+    TOrnDrawMode mode = dmWindow;
+    std::vector<std::pair<TObject*, int>> names;
+    bool hasCamera = false;
+    TOrnMatrix camera;
+};
+
+} // namespace orn::test
