@@ -56,8 +56,9 @@ public:
     /// The timer this one hangs under: always the root of the chain it was attached to.
     TOrnTimer* Parent() const { return fParent; }
     /// Attaches this timer under the root of p's chain, which then drives it and owns the idle
-    /// hook. nullptr only clears Parent (the former root keeps driving the timer); p = this and
-    /// a p below this timer (which would make a cycle) leave the tree as it is.
+    /// hook. nullptr only clears Parent (the former root keeps driving the timer); p = this does
+    /// nothing; a p below this timer would close a cycle, so this timer is only detached from its
+    /// parent.
     void SetParent(TOrnTimer* p);
     /// The timers this one drives, in the order they were attached.
     const std::vector<TOrnTimer*>& Children() const { return fChildren; }
