@@ -73,11 +73,11 @@ Rgba GLTest::ReadPixel(int x, int y) const {
     return pixel;
 }
 
-std::vector<std::uint8_t> GLTest::ReadImage() const {
-    std::vector<std::uint8_t> pixels(static_cast<std::size_t>(fWidth) * fHeight * 4);
+Image GLTest::ReadImage() const {
+    Image image{fWidth, fHeight, std::vector<std::uint8_t>(static_cast<std::size_t>(fWidth) * fHeight * 4)};
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, fWidth, fHeight, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-    return pixels;
+    glReadPixels(0, 0, fWidth, fHeight, GL_RGBA, GL_UNSIGNED_BYTE, image.pixels.data());
+    return image;
 }
 
 void GLTest::ClearTo(float r, float g, float b) {

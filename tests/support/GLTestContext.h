@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/Image.h"
 #include "view/detail/EglContext.h"
 
 #include <gtest/gtest.h>
@@ -10,8 +11,6 @@
 #include <vector>
 
 namespace orn::test {
-
-using Rgba = std::array<std::uint8_t, 4>;
 
 /// The process-wide headless context of the test suite, created on first use; nullptr when EGL is
 /// unavailable, with reason set.
@@ -34,8 +33,8 @@ protected:
     Rgba ReadPixel(int x, int y) const;
     /// The pixel at (x, y) with y counted from the top row, as images are usually read.
     Rgba ReadPixelTop(int x, int y) const { return ReadPixel(x, fHeight - 1 - y); }
-    /// The whole colour buffer, RGBA, rows bottom to top.
-    std::vector<std::uint8_t> ReadImage() const;
+    /// The whole colour buffer.
+    Image ReadImage() const;
     /// Clears colour (alpha 1), depth and stencil.
     void ClearTo(float r, float g, float b);
 

@@ -155,7 +155,7 @@ using GLTestFixture = GLTest;
 TEST_F(GLTestFixture, ClearToAndReadPixelAgree) {
     ClearTo(0, 0, 1);
     EXPECT_EQ(ReadPixel(0, 0), (orn::test::Rgba{0, 0, 255, 255}));
-    EXPECT_EQ(ReadImage().size(), 64u * 64u * 4u);
+    EXPECT_EQ(ReadImage().pixels.size(), 64u * 64u * 4u);
 }
 
 TEST_F(GLTestFixture, SetUpRestoresTheDefaultStateLeftDirty) {
