@@ -18,7 +18,9 @@ detail::EglContext* SharedGLContext(std::string* reason = nullptr);
 
 /// A fixture whose tests run with the shared context current on a pbuffer of the fixture's size.
 /// SetUp brings GL back to its default state (attributes, matrices, render mode), so tests do not
-/// see each other's state; display lists and textures stay shared.
+/// see each other's state; display lists and textures stay shared. For that, one attribute group
+/// (and one client attribute group) is open during each test: check that a render leaves the stacks
+/// balanced by comparing their depths before and after it, not against 0.
 /// Other sizes: `class BigTest : public GLTest { protected: BigTest() : GLTest(200, 100) {} };`
 class GLTest : public ::testing::Test {
 protected:
