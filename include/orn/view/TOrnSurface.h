@@ -63,6 +63,8 @@ public:
     virtual TOrnPixelFormat Obtained() const = 0;
     /// "headless" or "window".
     virtual std::string Kind() const = 0;
+    /// The window system's handle of the window (a GLFWwindow*), or nullptr for a headless surface.
+    virtual void* NativeWindow() const { return nullptr; }
     /// A drawable of width × height for rendering into a bitmap, sharing lists with this surface
     /// where the window system allows it; its context is created but not current.
     virtual std::unique_ptr<TOrnSurface> CreateOffscreen(const TOrnPixelFormat& request, int width,
