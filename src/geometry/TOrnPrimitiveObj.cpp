@@ -2,9 +2,12 @@
 
 #include "geometry/detail/PointGrid.h"
 
+#include <orn/host/EOrnError.h>
+
 #include <algorithm>
 #include <numeric>
 #include <strings.h>
+#include <string>
 #include <utility>
 
 namespace orn {
@@ -73,6 +76,13 @@ void TOrnPrimitiveObj::ClearAll() {
 
 void TOrnPrimitiveObj::ClearPoints() { fPoints->SetSize(0); }
 void TOrnPrimitiveObj::ClearPrimitives() { fPrimitives.clear(); }
+
+void TOrnPrimitiveObj::CheckBuildSize(std::int64_t count, const char* shape) {
+    constexpr std::int64_t kMax = std::int64_t{1} << 27;
+    if (count > kMax)
+        throw EOrnError(std::string(shape) + ": a detail needing " + std::to_string(count) +
+                        " points is beyond the limit of " + std::to_string(kMax) + ".");
+}
 
 int TOrnPrimitiveObj::AddPoint(const TOrnMathVector& p, const TOrnMathVector& n, double s, double t,
                                std::uint8_t flags) {

@@ -141,6 +141,9 @@ protected:
     void SetTextureRef(TOrnTexture* texture, TOrnRender* render);
     /// The texture seen as a render component (its Render binds it).
     TOrnRender* TextureRender() const { return fTextureRender; }
+    /// Throws EOrnError naming the shape when a build would need more than 2^27 points or entries:
+    /// a detail that large is a mistake, not a wish for tens of gigabytes.
+    static void CheckBuildSize(std::int64_t count, const char* shape);
     /// Appends a point with position, normal and texture coordinate (s, t) and flag bits.
     int AddPoint(const TOrnMathVector& p, const TOrnMathVector& n, double s, double t, std::uint8_t flags = 0);
 
