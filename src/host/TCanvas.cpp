@@ -1,10 +1,28 @@
 #include <orn/host/TBitmap.h>
 #include <orn/host/TCanvas.h>
 
+#include "detail/FontEngine.h"
+
 #include <algorithm>
 #include <cstdlib>
 
 namespace orn {
+namespace {
+
+detail::FontRequest RequestFor(const TFont& font) {
+    return detail::FontRequest{font.Name(), font.Height(), font.Style().Contains(fsBold),
+                               font.Style().Contains(fsItalic)};
+}
+
+// Lays coverage over a pixel: the font colour in proportion to coverage, alpha composited "over".
+void Blend(std::uint8_t* p, int bytesPerPixel, TColor color, unsigned coverage) {
+    const unsigned channel[3] = {GetBValue(color), GetGValue(color), GetRValue(color)};
+    for (int i = 0; i < 3; ++i)
+        p[i] = static_cast<std::uint8_t>((channel[i] * coverage + p[i] * (255 - coverage) + 127) / 255);
+    if (bytesPerPixel == 4) p[3] = static_cast<std::uint8_t>(p[3] + ((255 - p[3]) * coverage + 127) / 255);
+}
+
+} // namespace
 
 void TCanvas::FillClipped(const TRect& rect, TColor color) {
     const int left = std::max(rect.Left, 0), top = std::max(rect.Top, 0);
@@ -62,6 +80,49 @@ void TCanvas::LineTo(int x, int y) {
         }
     }
     fPenPos = Point(x, y);
+    fBitmap.Changed();
+}
+
+TSize TCanvas::TextExtent(const std::string& text) {
+    const detail::TextLayout layout = detail::LayOutText(RequestFor(fFont), text);
+    return TSize{layout.Width, layout.Ascent + layout.Descent};
+}
+
+void TCanvas::TextOut(int x, int y, const std::string& text) {
+    const detail::TextLayout layout = detail::LayOutText(RequestFor(fFont), text);
+    // Far-away positions draw nothing either way; the clamp keeps the cell arithmetic in range.
+    x = std::clamp(x, -detail::kMaxTextExtent, detail::kMaxTextExtent);
+    y = std::clamp(y, -detail::kMaxTextExtent, detail::kMaxTextExtent);
+    const TRect cell = Rect(x, y, x + layout.Width, y + layout.Ascent + layout.Descent);
+    if (fBrush.Style() == bsSolid) FillClipped(cell, fBrush.Color());
+    const TRect clip = Rect(std::max(cell.Left, 0), std::max(cell.Top, 0),
+                            std::min(cell.Right, fBitmap.Width()), std::min(cell.Bottom, fBitmap.Height()));
+    const int baseline = y + layout.Ascent;
+    const int bpp = fBitmap.BytesPerPixel();
+    const TColor color = fFont.Color();
+    for (const detail::PlacedGlyph& placed : layout.Glyphs) {
+        const detail::GlyphImage& g = *placed.Glyph;
+        const int left = x + placed.X + g.Left, top = baseline - g.Top;
+        for (int r = std::max(0, clip.Top - top); r < g.Rows && top + r < clip.Bottom; ++r) {
+            std::uint8_t* row = fBitmap.ScanLine(top + r);
+            for (int c = std::max(0, clip.Left - left); c < g.Width && left + c < clip.Right; ++c)
+                if (const unsigned cov = g.Coverage[static_cast<std::size_t>(r) * g.Width + c])
+                    Blend(row + static_cast<std::size_t>(left + c) * bpp, bpp, color, cov);
+        }
+    }
+    if (fFont.Style().Contains(fsUnderline)) {
+        const int top = baseline + layout.UnderlineOffset - layout.UnderlineSize / 2;
+        FillClipped(Rect(clip.Left, std::max(top, clip.Top), clip.Right,
+                         std::min(top + layout.UnderlineSize, clip.Bottom)),
+                    color);
+    }
+    if (fFont.Style().Contains(fsStrikeOut)) {
+        const int top = baseline - layout.StrikeOffset - layout.StrikeSize / 2;
+        FillClipped(Rect(clip.Left, std::max(top, clip.Top), clip.Right,
+                         std::min(top + layout.StrikeSize, clip.Bottom)),
+                    color);
+    }
+    fPenPos = Point(cell.Right, y);
     fBitmap.Changed();
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <orn/host/TColor.h>
+#include <orn/host/TFont.h>
 #include <orn/host/TRect.h>
+
+#include <string>
 
 namespace orn {
 
@@ -42,6 +45,7 @@ public:
 
     TPen& Pen() { return fPen; }
     TBrush& Brush() { return fBrush; }
+    TFont& Font() { return fFont; }
 
     /// Fills rect with the brush colour (nothing for bsClear or an empty rect).
     void FillRect(const TRect& rect);
@@ -60,12 +64,22 @@ public:
     /// moves the pen there.
     void LineTo(int x, int y);
 
+    /// Draws UTF-8 text with its cell's top-left corner at (x, y), anti-aliased in the font colour;
+    /// with a solid brush the cell (TextExtent at x, y) is filled first. Drawing stays inside the
+    /// cell. Moves the pen to the cell's top-right corner.
+    void TextOut(int x, int y, const std::string& text);
+    /// The advance width and the cell height (ascent plus descent) of text in pixels.
+    TSize TextExtent(const std::string& text);
+    int TextWidth(const std::string& text) { return TextExtent(text).cx; }
+    int TextHeight(const std::string& text) { return TextExtent(text).cy; }
+
 private:
     void FillClipped(const TRect& rect, TColor color);
 
     TBitmap& fBitmap;
     TPen fPen;
     TBrush fBrush;
+    TFont fFont;
     TPoint fPenPos;
 };
 

@@ -9,6 +9,13 @@ struct TPoint {
     constexpr bool operator==(const TPoint&) const = default;
 };
 
+/// A size in pixels, named as the host names it.
+struct TSize {
+    int cx = 0;
+    int cy = 0;
+    constexpr bool operator==(const TSize&) const = default;
+};
+
 /// A rectangle in pixels as the host framework has it: Left and Top inside, Right and Bottom just
 /// outside, so Right - Left is the width.
 struct TRect {
