@@ -85,6 +85,7 @@ private:
         for (auto& [key, face] : fFaces)
             FT_Done_Face(face->Handle);
         FT_Done_FreeType(fLibrary);
+        FcFini(); // every lookup of the library goes through this engine, so nothing uses fontconfig after it
     }
 
     Face& Resolve(const FontRequest& request) {
