@@ -172,7 +172,9 @@ void TBitmap::SaveToFile(const std::string& fileName) const {
     if (ext != ".bmp" && ext != ".png")
         throw EOrnError("Cannot save \"" + fileName + "\": unsupported format \"" + ext + "\"");
     if (Empty()) throw EOrnError("Cannot save \"" + fileName + "\": the bitmap is empty");
-    detail::WriteFileBytes(fileName, ext == ".bmp" ? SaveToMemory() : SavePngToMemory());
+    detail::WriteFileBytes(fileName, ext == ".bmp" ? SaveToMemory()
+                                                   : detail::EncodePng(fWidth, fHeight, BytesPerPixel(),
+                                                                       fBits.data(), fStride, fileName));
 }
 
 void TBitmap::LoadFromMemory(const void* data, std::size_t size) {
