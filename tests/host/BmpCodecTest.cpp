@@ -273,3 +273,67 @@ TEST(BmpCodecRoundTrip, SaveThenLoadIsExactFor24And32Bit) {
             EXPECT_TRUE(SamePixels(src, back));
         }
 }
+
+namespace {
+
+// A 4 x 3 RLE8 file with the palette black, red, green around the given stream.
+std::vector<std::uint8_t> Rle8File(const std::vector<std::uint8_t>& stream) {
+    auto put32 = [](std::vector<std::uint8_t>& v, std::uint32_t x) {
+        for (int i = 0; i < 4; ++i)
+            v.push_back(static_cast<std::uint8_t>(x >> (8 * i)));
+    };
+    const std::uint32_t offset = 14 + 40 + 3 * 4;
+    std::vector<std::uint8_t> f = {'B', 'M'};
+    put32(f, offset + static_cast<std::uint32_t>(stream.size()));
+    put32(f, 0);
+    put32(f, offset);
+    for (std::uint32_t v :
+         {40u, 4u, 3u, 0x00080001u, 1u, static_cast<std::uint32_t>(stream.size()), 0u, 0u, 3u, 0u})
+        put32(f, v);
+    for (std::uint32_t bgr : {0x000000u, 0xFF0000u, 0x00FF00u})
+        put32(f, bgr);
+    f.insert(f.end(), stream.begin(), stream.end());
+    return f;
+}
+
+} // namespace
+
+TEST(BmpCodecRle, RunsDeltasLiteralsAndSkippedPixels) {
+    const auto file = Rle8File({
+        2, 1,          // bottom row: two red
+        0, 2, 1, 1,    // delta to x 3 of the middle row
+        1, 2,          // one green
+        0, 0,          // end of line: top row
+        0, 3, 2, 1, 2, // literal green red green, padded to a word
+        0, 0, 1,       // end of bitmap
+    });
+    TBitmap bmp;
+    bmp.LoadFromMemory(file.data(), file.size());
+    const TColor k = clBlack, r = clRed, g = clLime;
+    const std::vector<std::vector<TColor>> expected = {{g, r, g, k}, {k, k, k, g}, {r, r, k, k}};
+    for (int y = 0; y < 3; ++y)
+        for (int x = 0; x < 4; ++x)
+            EXPECT_EQ(bmp.Pixel(x, y), expected[y][x]) << x << "," << y;
+}
+
+TEST(BmpCodecRle, StreamsThatLeaveTheBitmapOrThePaletteAreRefused) {
+    const std::vector<std::pair<std::vector<std::uint8_t>, std::string>> broken = {
+        {{5, 1, 0, 1}, "outside the bitmap"},             // run longer than the row
+        {{0, 3, 1, 1, 1}, "end-of-bitmap"},               // literal whose word padding is missing
+        {{0, 3, 1, 1, 9, 0, 0, 1}, "palette index 9"},    // index outside the palette of 3
+        {{0, 2, 5, 0, 0, 1}, "delta"},                    // delta past the right edge
+        {{0, 0, 0, 0, 0, 0, 0, 0}, "below the last row"}, // end of line below the last row
+        {{2, 1}, "end-of-bitmap"},                        // no end mark
+    };
+    for (const auto& [stream, reason] : broken) {
+        SCOPED_TRACE(reason);
+        const auto file = Rle8File(stream);
+        TBitmap bmp;
+        try {
+            bmp.LoadFromMemory(file.data(), file.size());
+            ADD_FAILURE() << "loaded";
+        } catch (const EOrnError& e) {
+            EXPECT_NE(std::string(e.what()).find(reason), std::string::npos) << e.what();
+        }
+    }
+}

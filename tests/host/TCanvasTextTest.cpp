@@ -1,6 +1,8 @@
 #include <orn/host/EOrnError.h>
 #include <orn/host/TBitmap.h>
 
+#include "host/detail/FontEngine.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -176,4 +178,17 @@ TEST(TCanvasTextDrawing, FarAwayPositionsDrawNothing) {
         c.TextOut(far, 0, "far away");
     }
     EXPECT_EQ(CountInk(bmp, Rect(0, 0, 10, 10), clBlack).Inside, 0);
+}
+
+TEST(TCanvasTextUtf8, MalformedSequencesBecomeReplacementCharacters) {
+    const std::vector<std::pair<std::string, std::u32string>> table = {
+        {"A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", U"A\u00E9\u20AC\U0001F600"},
+        {"\xC0\xAF", U"\uFFFD\uFFFD"},                     // overlong '/'
+        {"\xED\xA0\x80", U"\uFFFD\uFFFD\uFFFD"},           // a surrogate
+        {"\xF4\x90\x80\x80", U"\uFFFD\uFFFD\uFFFD\uFFFD"}, // above U+10FFFF
+        {"ab\xE2\x82", U"ab\uFFFD\uFFFD"},                 // cut short
+        {"\x80x", U"\uFFFDx"},                             // stray continuation byte
+    };
+    for (const auto& [utf8, expected] : table)
+        EXPECT_TRUE(detail::DecodeUtf8(utf8) == expected) << utf8;
 }
