@@ -1,0 +1,153 @@
+#pragma once
+
+#include <orn/host/TComponent.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orn {
+
+/// One attribute of an element as the reader split it: the text before the first '=' and the
+/// text after it (a line without '=' gives an empty value).
+struct TXMLParam {
+    std::string Name;
+    std::string Value;
+};
+
+/// The record of one open element. The reader reuses records: a record handed to an event stays
+/// valid until the end tag that closes its element; keep copies, not references, beyond that.
+class TXMLTag {
+public:
+    /// Line break that ends every line of Params.
+    static constexpr std::string_view ParamLineBreak = "\n";
+
+    std::string Name;
+    /// Text between this element's start tag and the next '<' (white space included).
+    std::string Value;
+    /// The attributes as lines "name=value", each followed by ParamLineBreak.
+    std::string Params;
+    /// 0 for the root record, parent's depth + 1 for each element.
+    std::int32_t Depth = 0;
+    /// 0 normal; 1 (set in OnTag): close the element right after its start event;
+    /// 2: keep this record on the next end tag instead of popping it.
+    std::int32_t Close = 0;
+    TXMLTag* Parent = nullptr;
+    /// The object handed to TXMLParser::execute; set in the root record only.
+    TObject* Data = nullptr;
+
+    /// The lines of Params split at their first '=', in order (duplicates kept). Set together
+    /// with Params.
+    std::span<const TXMLParam> ParamList() const { return {fParams.data(), fParamCount}; }
+    int ParamCount() const { return static_cast<int>(fParamCount); }
+    /// The first attribute whose name equals name, letter case ignored; nullptr when none does.
+    const TXMLParam* FindParam(std::string_view name) const;
+    /// The value of FindParam(name), or def when there is no such attribute.
+    std::string_view ParamValue(std::string_view name, std::string_view def = {}) const;
+
+private:
+    friend class TXMLParser;
+    /// Empties the record for reuse, keeping the storage of its strings.
+    void Recycle();
+    void SetParams(const std::vector<std::string>& lines, std::size_t count);
+
+    std::vector<TXMLParam> fParams; // grows only; the first fParamCount entries are in use
+    std::size_t fParamCount = 0;
+};
+
+/// Handler of the element events: the parser and the current element's record.
+using TTagEvent = std::function<void(TObject* sender, TXMLTag& tag)>;
+/// Handler of comments and declarations: the text read, from '<' to '>' inclusive.
+using TXMLStringEvent = std::function<void(const std::string& text)>;
+/// Handler of progress: the fraction of the input consumed, 0 … 1.
+using TXMLProgressEvent = std::function<void(double fraction)>;
+
+/// The small event-driven reader of the scene file's tag language. It checks nothing: end tags
+/// are not matched with start tags, entities are not decoded, nothing is reported as an error.
+/// Bytes are taken as they are; a zero byte ends the input.
+class TXMLParser : public TComponent {
+    ORN_CLASS(TXMLParser)
+public:
+    enum TStates { stDefault, stOpenTag, stCloseTag, stValue, stParam, stSpecial, stComment };
+
+    explicit TXMLParser(TComponent* owner);
+    ~TXMLParser() override;
+
+    /// Parses the whole of Stream(), first loading FileName() into it when it is empty; data is
+    /// stored in the root record. Stream() is empty afterwards. Throws EOrnError when the file
+    /// cannot be read, and when called again from one of its own event handlers.
+    void execute(TObject* data = nullptr);
+
+    /// The input: the caller may fill it before execute.
+    std::string& Stream() { return fStream; }
+    const std::string& Stream() const { return fStream; }
+
+    const std::string& FileName() const { return fFileName; }
+    void SetFileName(const std::string& value) { fFileName = value; }
+
+    TStates State() const { return fState; }
+    /// The text being accumulated: in OnParam the line just added, in OnEndTag the end tag's name.
+    const std::string& Text() const { return fText; }
+    /// The record of the innermost open element (the root record outside any element).
+    TXMLTag& Current() { return *fOpen.back(); }
+    TXMLTag& Root() { return *fRoot; }
+
+    // Each fires its event when one is assigned.
+    void atTag();
+    void atEndtag();
+    void atParam();
+    void atValue();
+    void atTagName();
+    void atComment();
+    void atSpecial();
+    void atProgress(double fraction);
+
+    TTagEvent OnEndTag;
+    TTagEvent OnTag;
+    TTagEvent OnParam;
+    TTagEvent OnValue;
+    TTagEvent OnTagName;
+    TXMLStringEvent OnComment;
+    TXMLStringEvent OnSpecial;
+    TXMLProgressEvent OnProgress;
+
+private:
+    void loadFile();
+    void parse(const char* begin, const char* end, std::size_t size);
+    const char* doDefault(const char* p, const char* end);
+    const char* doOpenTag(const char* p, const char* end);
+    const char* doParam(const char* p, const char* end);
+    const char* doValue(const char* p, const char* end);
+    const char* doCloseTag(const char* p, const char* end);
+    const char* doSpecial(const char* p);
+    const char* doComment(const char* p);
+    void openElement();
+    void closeElement();
+    void addParamLine();
+    void resetText() {
+        fText.clear();
+        fInQuote = false;
+        fDashes = 0;
+    }
+    void releaseOpen();
+
+    std::string fStream;
+    TStates fState = stDefault;
+    std::string fText;
+    bool fInQuote = false; // inside a quoted attribute value
+    int fDashes = 0;       // dashes right before the current character of a comment
+    bool fRunning = false;
+    std::string fFileName;
+    std::unique_ptr<TXMLTag> fRoot;
+    std::vector<TXMLTag*> fOpen;                    // root first, current last
+    std::vector<std::unique_ptr<TXMLTag>> fRecords; // every element record ever made
+    std::vector<TXMLTag*> fFree;                    // records ready for reuse
+    std::vector<std::string> fParamLines;           // grows only; fParamLineCount in use
+    std::size_t fParamLineCount = 0;
+};
+
+} // namespace orn

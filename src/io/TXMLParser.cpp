@@ -1,0 +1,422 @@
+#include <orn/host/EOrnError.h>
+#include <orn/io/TXMLParser.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace orn {
+
+namespace {
+
+constexpr std::size_t kProgressStep = 2000;
+
+using CharSet = std::array<bool, 256>;
+
+constexpr CharSet makeSet(std::string_view chars) {
+    CharSet set{};
+    for (char c : chars)
+        set[static_cast<unsigned char>(c)] = true;
+    return set;
+}
+
+constexpr CharSet makeEndTagNameSet() {
+    CharSet set = makeSet(":-_");
+    for (int c = '0'; c <= '9'; ++c)
+        set[c] = true;
+    for (int c = 'A'; c <= 'Z'; ++c)
+        set[c] = set[c + ('a' - 'A')] = true;
+    return set;
+}
+
+// Characters that end a run of plain text in each state.
+constexpr CharSet kOpenTagStops = makeSet("> /?!");
+constexpr CharSet kParamStops = makeSet("\" />");
+constexpr CharSet kCommentStops = makeSet("->");
+constexpr CharSet kEndTagName = makeEndTagNameSet();
+
+inline bool in(const CharSet& set, char c) {
+    return set[static_cast<unsigned char>(c)];
+}
+
+inline const char* skipTo(const CharSet& stops, const char* p, const char* end) {
+    while (p < end && !in(stops, *p))
+        ++p;
+    return p;
+}
+
+inline char lower(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+bool sameText(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (lower(a[i]) != lower(b[i])) return false;
+    return true;
+}
+
+} // namespace
+
+// --- TXMLTag ------------------------------------------------------------------------------------
+
+const TXMLParam* TXMLTag::FindParam(std::string_view name) const {
+    for (const TXMLParam& p : ParamList())
+        if (sameText(p.Name, name)) return &p;
+    return nullptr;
+}
+
+std::string_view TXMLTag::ParamValue(std::string_view name, std::string_view def) const {
+    const TXMLParam* p = FindParam(name);
+    return p ? std::string_view(p->Value) : def;
+}
+
+void TXMLTag::Recycle() {
+    Name.clear();
+    Value.clear();
+    Params.clear();
+    Depth = 0;
+    Close = 0;
+    Parent = nullptr;
+    Data = nullptr;
+    fParamCount = 0;
+}
+
+void TXMLTag::SetParams(const std::vector<std::string>& lines, std::size_t count) {
+    Params.clear();
+    if (fParams.size() < count) fParams.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string& line = lines[i];
+        Params += line;
+        Params += ParamLineBreak;
+        std::size_t eq = line.find('=');
+        if (eq == std::string::npos) eq = line.size();
+        fParams[i].Name.assign(line, 0, eq);
+        fParams[i].Value.assign(line, std::min(eq + 1, line.size()));
+    }
+    fParamCount = count;
+}
+
+// --- TXMLParser: set-up and input ---------------------------------------------------------------
+
+TXMLParser::TXMLParser(TComponent* owner) : TComponent(owner), fRoot(std::make_unique<TXMLTag>()) {
+    fOpen.push_back(fRoot.get());
+}
+
+TXMLParser::~TXMLParser() = default;
+
+void TXMLParser::loadFile() {
+    std::FILE* f = std::fopen(fFileName.c_str(), "rb");
+    if (!f) throw EOrnError("Cannot open file \"" + fFileName + "\": " + std::strerror(errno));
+    char chunk[65536];
+    std::size_t got;
+    while ((got = std::fread(chunk, 1, sizeof chunk, f)) > 0)
+        fStream.append(chunk, got);
+    const bool failed = std::ferror(f) != 0;
+    const int err = errno;
+    std::fclose(f);
+    if (failed) {
+        fStream.clear();
+        throw EOrnError("Cannot read file \"" + fFileName + "\": " + std::strerror(err));
+    }
+}
+
+void TXMLParser::releaseOpen() {
+    while (fOpen.size() > 1) {
+        fFree.push_back(fOpen.back());
+        fOpen.pop_back();
+    }
+    fRoot->Recycle();
+}
+
+void TXMLParser::execute(TObject* data) {
+    if (fRunning) throw EOrnError("TXMLParser.execute is already running.");
+    if (fStream.empty()) loadFile();
+
+    // The input moves out of the stream so that a handler touching Stream() cannot pull it away
+    // from under the parse; its storage comes back, emptied, for the next fill.
+    std::string input;
+    input.swap(fStream);
+    fRunning = true;
+    struct Finish {
+        TXMLParser& parser;
+        std::string& input;
+        ~Finish() {
+            input.clear();
+            parser.fStream.swap(input);
+            parser.fRunning = false;
+        }
+    } finish{*this, input};
+
+    releaseOpen();
+    fRoot->Data = data;
+    fParamLineCount = 0;
+    resetText();
+    fState = stDefault;
+    const char* begin = input.c_str();
+    const char* zero = static_cast<const char*>(std::memchr(begin, 0, input.size()));
+    parse(begin, zero ? zero : begin + input.size(), input.size());
+}
+
+// --- TXMLParser: the state machine ---------------------------------------------------------------
+
+void TXMLParser::parse(const char* begin, const char* end, std::size_t size) {
+    const auto length = static_cast<std::size_t>(end - begin);
+    const char* p = begin;
+    std::size_t nextTick = kProgressStep;
+    while (p < end) {
+        // Runs of text never cross a progress point, so progress fires after exactly its character.
+        const char* limit = begin + std::min(length, nextTick);
+        while (p < limit) {
+            switch (fState) {
+            case stDefault:
+                p = doDefault(p, limit);
+                break;
+            case stOpenTag:
+                p = doOpenTag(p, limit);
+                break;
+            case stCloseTag:
+                p = doCloseTag(p, limit);
+                break;
+            case stValue:
+                p = doValue(p, limit);
+                break;
+            case stParam:
+                p = doParam(p, limit);
+                break;
+            case stSpecial:
+                p = doSpecial(p);
+                break;
+            case stComment:
+                p = doComment(p);
+                break;
+            }
+        }
+        if (static_cast<std::size_t>(p - begin) == nextTick) {
+            atProgress(static_cast<double>(nextTick) / static_cast<double>(size));
+            nextTick += kProgressStep;
+        }
+    }
+    atProgress(1.0);
+}
+
+const char* TXMLParser::doDefault(const char* p, const char* end) {
+    // Text outside elements is dropped.
+    const void* lt = std::memchr(p, '<', static_cast<std::size_t>(end - p));
+    if (!lt) return end;
+    fState = stOpenTag;
+    return static_cast<const char*>(lt) + 1;
+}
+
+const char* TXMLParser::doOpenTag(const char* p, const char* end) {
+    const char c = *p;
+    if (fText.empty() && c != '/' && c != '!') openElement();
+    switch (c) {
+    case '>':
+        Current().Name.assign(fText);
+        atTagName();
+        atTag();
+        fState = stValue;
+        resetText();
+        return p + 1;
+    case ' ': // only the space: tabs and line breaks belong to the name
+        Current().Name.assign(fText);
+        atTagName();
+        fState = stParam;
+        resetText();
+        return p + 1;
+    case '/': // the name is kept but never stored: "<name/>" fires no start event
+        fState = stCloseTag;
+        return p + 1;
+    case '?':
+    case '!':
+        if (fText.empty()) {
+            fText.assign("<");
+            fText += c;
+            fState = stSpecial;
+        }
+        return p + 1;
+    default: {
+        const char* q = skipTo(kOpenTagStops, p + 1, end);
+        fText.append(p, q);
+        return q;
+    }
+    }
+}
+
+const char* TXMLParser::doParam(const char* p, const char* end) {
+    const char c = *p;
+    switch (c) {
+    case '"':
+        if (!fInQuote) {
+            fInQuote = true;
+        } else {
+            // The text stays: a value closed right before '>' is added once more there, as the
+            // writer of the scene file expects.
+            fInQuote = false;
+            addParamLine();
+            atParam();
+        }
+        return p + 1;
+    case ' ':
+        if (!fInQuote && !fText.empty())
+            fText.clear();
+        else
+            fText += ' ';
+        return p + 1;
+    case '/':
+    case '>': // also inside quotes: values cannot hold either
+        if (!fText.empty()) {
+            addParamLine();
+            Current().SetParams(fParamLines, fParamLineCount);
+            atParam();
+            atTag();
+        }
+        fState = c == '/' ? stCloseTag : stValue;
+        fParamLineCount = 0;
+        resetText();
+        return p + 1;
+    default: {
+        const char* q = skipTo(kParamStops, p + 1, end);
+        fText.append(p, q);
+        return q;
+    }
+    }
+}
+
+const char* TXMLParser::doValue(const char* p, const char* end) {
+    const void* lt = std::memchr(p, '<', static_cast<std::size_t>(end - p));
+    if (!lt) {
+        fText.append(p, end);
+        return end;
+    }
+    const char* q = static_cast<const char*>(lt);
+    fText.append(p, q);
+    Current().Value.assign(fText);
+    atValue();
+    fState = stOpenTag;
+    resetText();
+    return q + 1;
+}
+
+const char* TXMLParser::doCloseTag(const char* p, const char* end) {
+    if (*p == '>') {
+        closeElement();
+        return p + 1;
+    }
+    if (!in(kEndTagName, *p)) return p + 1; // anything else in an end tag is dropped
+    const char* q = p + 1;
+    while (q < end && in(kEndTagName, *q))
+        ++q;
+    fText.append(p, q);
+    return q;
+}
+
+const char* TXMLParser::doSpecial(const char* p) {
+    const char c = *p;
+    fText += c;
+    if (fText.size() == 4 && fText == "<!--") {
+        fDashes = 0;
+        fState = stComment;
+    } else if (c == '>') {
+        atSpecial();
+        // A declaration ends like an element: inside an open element it pops that element.
+        closeElement();
+        fState = stValue;
+        resetText();
+    }
+    return p + 1;
+}
+
+const char* TXMLParser::doComment(const char* p) {
+    const char c = *p;
+    if (c == '-') {
+        fText += c;
+        ++fDashes;
+    } else if (c == '>') {
+        if (fDashes >= 2) {
+            fText += c;
+            atComment();
+            fState = stValue;
+            resetText();
+        }
+    } else {
+        fText += c;
+        fDashes = 0;
+    }
+    return p + 1;
+}
+
+void TXMLParser::openElement() {
+    TXMLTag* tag;
+    if (fFree.empty()) {
+        fRecords.push_back(std::make_unique<TXMLTag>());
+        tag = fRecords.back().get();
+    } else {
+        tag = fFree.back();
+        fFree.pop_back();
+        tag->Recycle();
+    }
+    tag->Parent = fOpen.back();
+    tag->Depth = static_cast<std::int32_t>(fOpen.size());
+    fOpen.push_back(tag);
+}
+
+void TXMLParser::closeElement() {
+    atEndtag();
+    // The end tag's name is never compared with the element's: the writer is trusted.
+    if (fOpen.size() > 1 && Current().Close != 2) {
+        fFree.push_back(fOpen.back());
+        fOpen.pop_back();
+    }
+    resetText();
+    Current().Close = 0;
+    fState = fOpen.size() > 1 ? stValue : stDefault;
+}
+
+void TXMLParser::addParamLine() {
+    if (fParamLines.size() <= fParamLineCount) fParamLines.emplace_back();
+    fParamLines[fParamLineCount++].assign(fText);
+}
+
+// --- TXMLParser: events --------------------------------------------------------------------------
+
+void TXMLParser::atTag() {
+    if (OnTag) OnTag(this, Current());
+    if (Current().Close == 1) {
+        closeElement();
+        Current().Close = 0;
+    }
+}
+
+void TXMLParser::atEndtag() {
+    if (OnEndTag) OnEndTag(this, Current());
+}
+
+void TXMLParser::atParam() {
+    if (OnParam) OnParam(this, Current());
+}
+
+void TXMLParser::atValue() {
+    if (OnValue) OnValue(this, Current());
+}
+
+void TXMLParser::atTagName() {
+    if (OnTagName) OnTagName(this, Current());
+}
+
+void TXMLParser::atComment() {
+    if (OnComment) OnComment(fText);
+}
+
+void TXMLParser::atSpecial() {
+    if (OnSpecial) OnSpecial(fText);
+}
+
+void TXMLParser::atProgress(double fraction) {
+    if (OnProgress) OnProgress(fraction);
+}
+
+} // namespace orn
