@@ -62,15 +62,34 @@ bool sameText(std::string_view a, std::string_view b) {
 
 // --- TXMLTag ------------------------------------------------------------------------------------
 
-const TXMLParam* TXMLTag::FindParam(std::string_view name) const {
-    for (const TXMLParam& p : ParamList())
-        if (sameText(p.Name, name)) return &p;
-    return nullptr;
+std::string_view TXMLTag::Slice(std::size_t begin, std::size_t end) const {
+    // Clamped, so that a handler that edited Params gets wrong text rather than a bad read.
+    end = std::min(end, Params.size());
+    begin = std::min(begin, end);
+    return std::string_view(Params).substr(begin, end - begin);
+}
+
+std::string_view TXMLTag::ParamNameAt(int index) const {
+    if (index < 0 || index >= ParamCount()) return {};
+    const TXMLParamSpan& span = fSpans[static_cast<std::size_t>(index)];
+    return Slice(span.Begin, span.Equal);
+}
+
+std::string_view TXMLTag::ParamValueAt(int index) const {
+    if (index < 0 || index >= ParamCount()) return {};
+    const TXMLParamSpan& span = fSpans[static_cast<std::size_t>(index)];
+    return Slice(std::min(span.Equal + 1, span.End), span.End);
+}
+
+int TXMLTag::IndexOfParam(std::string_view name) const {
+    for (int i = 0; i < ParamCount(); ++i)
+        if (sameText(ParamNameAt(i), name)) return i;
+    return -1;
 }
 
 std::string_view TXMLTag::ParamValue(std::string_view name, std::string_view def) const {
-    const TXMLParam* p = FindParam(name);
-    return p ? std::string_view(p->Value) : def;
+    const int index = IndexOfParam(name);
+    return index < 0 ? def : ParamValueAt(index);
 }
 
 void TXMLTag::Recycle() {
@@ -81,22 +100,7 @@ void TXMLTag::Recycle() {
     Close = 0;
     Parent = nullptr;
     Data = nullptr;
-    fParamCount = 0;
-}
-
-void TXMLTag::SetParams(const std::vector<std::string>& lines, std::size_t count) {
-    Params.clear();
-    if (fParams.size() < count) fParams.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::string& line = lines[i];
-        Params += line;
-        Params += ParamLineBreak;
-        std::size_t eq = line.find('=');
-        if (eq == std::string::npos) eq = line.size();
-        fParams[i].Name.assign(line, 0, eq);
-        fParams[i].Value.assign(line, std::min(eq + 1, line.size()));
-    }
-    fParamCount = count;
+    fSpans.clear();
 }
 
 // --- TXMLParser: set-up and input ---------------------------------------------------------------
@@ -152,7 +156,7 @@ void TXMLParser::execute(TObject* data) {
 
     releaseOpen();
     fRoot->Data = data;
-    fParamLineCount = 0;
+    clearParamList();
     resetText();
     fState = stDefault;
     const char* begin = input.c_str();
@@ -215,14 +219,14 @@ const char* TXMLParser::doOpenTag(const char* p, const char* end) {
     if (fText.empty() && c != '/' && c != '!') openElement();
     switch (c) {
     case '>':
-        Current().Name.assign(fText);
+        Current().Name.swap(fText);
         atTagName();
         atTag();
         fState = stValue;
         resetText();
         return p + 1;
     case ' ': // only the space: tabs and line breaks belong to the name
-        Current().Name.assign(fText);
+        Current().Name.swap(fText);
         atTagName();
         fState = stParam;
         resetText();
@@ -233,68 +237,70 @@ const char* TXMLParser::doOpenTag(const char* p, const char* end) {
     case '?':
     case '!':
         if (fText.empty()) {
-            fText.assign("<");
+            fText += '<'; // the buffer is empty here
             fText += c;
             fState = stSpecial;
         }
         return p + 1;
     default: {
         const char* q = skipTo(kOpenTagStops, p + 1, end);
-        fText.append(p, q);
+        append(p, q);
         return q;
     }
     }
 }
 
 const char* TXMLParser::doParam(const char* p, const char* end) {
-    const char c = *p;
-    switch (c) {
-    case '"':
-        if (!fInQuote) {
-            fInQuote = true;
-        } else {
-            // The text stays: a value closed right before '>' is added once more there, as the
-            // writer of the scene file expects.
-            fInQuote = false;
-            addParamLine();
-            atParam();
+    while (p < end) {
+        const char* q = skipTo(kParamStops, p, end);
+        append(p, q);
+        if (q == end) return end;
+        p = q + 1;
+        switch (*q) {
+        case '"':
+            if (!fInQuote) {
+                fInQuote = true;
+            } else {
+                // The text stays: a value closed right before '>' is added once more there, as the
+                // writer of the scene file expects.
+                fInQuote = false;
+                addParamLine();
+                atParam();
+            }
+            break;
+        case ' ':
+            if (!fInQuote && !fText.empty())
+                fText.clear();
+            else
+                fText += ' ';
+            break;
+        default: // '/' or '>', also inside quotes: values cannot hold either
+            if (!fText.empty()) {
+                addParamLine();
+                TXMLTag& tag = Current();
+                tag.Params.assign(fParamText);
+                tag.fSpans.assign(fParamSpans.begin(), fParamSpans.end());
+                atParam();
+                atTag();
+            }
+            fState = *q == '/' ? stCloseTag : stValue;
+            clearParamList();
+            resetText();
+            return p;
         }
-        return p + 1;
-    case ' ':
-        if (!fInQuote && !fText.empty())
-            fText.clear();
-        else
-            fText += ' ';
-        return p + 1;
-    case '/':
-    case '>': // also inside quotes: values cannot hold either
-        if (!fText.empty()) {
-            addParamLine();
-            Current().SetParams(fParamLines, fParamLineCount);
-            atParam();
-            atTag();
-        }
-        fState = c == '/' ? stCloseTag : stValue;
-        fParamLineCount = 0;
-        resetText();
-        return p + 1;
-    default: {
-        const char* q = skipTo(kParamStops, p + 1, end);
-        fText.append(p, q);
-        return q;
     }
-    }
+    return p;
 }
 
 const char* TXMLParser::doValue(const char* p, const char* end) {
     const void* lt = std::memchr(p, '<', static_cast<std::size_t>(end - p));
     if (!lt) {
-        fText.append(p, end);
+        append(p, end);
         return end;
     }
     const char* q = static_cast<const char*>(lt);
-    fText.append(p, q);
-    Current().Value.assign(fText);
+    append(p, q);
+    Current().Value.swap(fText); // the buffer is reset right after: swapping spares the copy
     atValue();
     fState = stOpenTag;
     resetText();
@@ -302,16 +308,19 @@ const char* TXMLParser::doValue(const char* p, const char* end) {
 }
 
 const char* TXMLParser::doCloseTag(const char* p, const char* end) {
-    if (*p == '>') {
-        closeElement();
-        return p + 1;
+    while (p < end) {
+        const char* q = p;
+        while (q < end && in(kEndTagName, *q))
+            ++q;
+        append(p, q);
+        if (q == end) return end;
+        if (*q == '>') {
+            closeElement();
+            return q + 1;
+        }
+        p = q + 1; // anything else in an end tag is dropped
     }
-    if (!in(kEndTagName, *p)) return p + 1; // anything else in an end tag is dropped
-    const char* q = p + 1;
-    while (q < end && in(kEndTagName, *q))
-        ++q;
-    fText.append(p, q);
-    return q;
+    return p;
 }
 
 const char* TXMLParser::doSpecial(const char* p) {
@@ -377,8 +386,12 @@ void TXMLParser::closeElement() {
 }
 
 void TXMLParser::addParamLine() {
-    if (fParamLines.size() <= fParamLineCount) fParamLines.emplace_back();
-    fParamLines[fParamLineCount++].assign(fText);
+    const std::size_t begin = fParamText.size();
+    const std::size_t equal = fText.find('=');
+    fParamText += fText;
+    fParamText += TXMLTag::ParamLineBreak;
+    const std::size_t end = begin + fText.size();
+    fParamSpans.push_back({begin, equal == std::string::npos ? end : begin + equal, end});
 }
 
 // --- TXMLParser: events --------------------------------------------------------------------------

@@ -111,7 +111,7 @@ TEST(TXMLParserQuirks, SecondSpaceIsKeptInTheAttribute) {
     std::string name;
     r.parser.OnTag = [&](TObject*, TXMLTag& t) {
         seen = &t;
-        name = t.ParamList()[0].Name;
+        name = t.ParamNameAt(0);
     };
     r.run(R"(<a  x="1">)");
     ASSERT_NE(seen, nullptr);
@@ -266,13 +266,14 @@ TEST(TXMLParserRecords, ReusedRecordsStartEmpty) {
 
 TEST(TXMLParserRecords, ParamLookupIgnoresCaseAndSplitsAtTheFirstEqualSign) {
     TXMLParser parser(nullptr);
-    std::string radius, formula, missing, bare;
+    std::string radius, formula, missing, bare, outOfRange = "unset";
     int count = 0;
     parser.OnTag = [&](TObject*, TXMLTag& t) {
         radius = t.ParamValue("RADIUS");
         formula = t.ParamValue("f");
         missing = t.ParamValue("none", "default");
-        bare = t.FindParam("flag") ? "present" : "absent";
+        bare = t.IndexOfParam("FLAG") == 2 ? std::string(t.ParamValueAt(2)) + "present" : "absent";
+        outOfRange = std::string(t.ParamNameAt(4)) + std::string(t.ParamValueAt(-1));
         count = t.ParamCount();
     };
     parser.Stream() = R"(<TORNSPHERE Radius="1.5" F="a=b" flag"">)";
@@ -282,6 +283,7 @@ TEST(TXMLParserRecords, ParamLookupIgnoresCaseAndSplitsAtTheFirstEqualSign) {
     EXPECT_EQ(missing, "default");
     EXPECT_EQ(bare, "present");
     EXPECT_EQ(count, 4);
+    EXPECT_EQ(outOfRange, "");
 }
 
 TEST(TXMLParserCorpus, ConformanceFilesParseToTheEnd) {

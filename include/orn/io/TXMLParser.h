@@ -5,18 +5,18 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace orn {
 
-/// One attribute of an element as the reader split it: the text before the first '=' and the
-/// text after it (a line without '=' gives an empty value).
-struct TXMLParam {
-    std::string Name;
-    std::string Value;
+/// Where one line of a tag's Params lies: the name is [Begin, Equal), the value (Equal, End); a
+/// line without '=' has Equal == End and an empty value.
+struct TXMLParamSpan {
+    std::size_t Begin = 0;
+    std::size_t Equal = 0;
+    std::size_t End = 0;
 };
 
 /// The record of one open element. The reader reuses records: a record handed to an event stays
@@ -40,23 +40,24 @@ public:
     /// The object handed to TXMLParser::execute; set in the root record only.
     TObject* Data = nullptr;
 
-    /// The lines of Params split at their first '=', in order (duplicates kept). Set together
-    /// with Params.
-    std::span<const TXMLParam> ParamList() const { return {fParams.data(), fParamCount}; }
-    int ParamCount() const { return static_cast<int>(fParamCount); }
-    /// The first attribute whose name equals name, letter case ignored; nullptr when none does.
-    const TXMLParam* FindParam(std::string_view name) const;
-    /// The value of FindParam(name), or def when there is no such attribute.
+    // The parsed view of Params: its lines split at their first '=', in order, duplicates kept.
+    // Set together with Params; the views point into Params. An index out of range gives an
+    // empty view.
+    int ParamCount() const { return static_cast<int>(fSpans.size()); }
+    std::string_view ParamNameAt(int index) const;
+    std::string_view ParamValueAt(int index) const;
+    /// Index of the first attribute whose name equals name, letter case ignored; -1 when none does.
+    int IndexOfParam(std::string_view name) const;
+    /// The value of the first attribute named name (letter case ignored), or def when there is none.
     std::string_view ParamValue(std::string_view name, std::string_view def = {}) const;
 
 private:
     friend class TXMLParser;
     /// Empties the record for reuse, keeping the storage of its strings.
     void Recycle();
-    void SetParams(const std::vector<std::string>& lines, std::size_t count);
+    std::string_view Slice(std::size_t begin, std::size_t end) const;
 
-    std::vector<TXMLParam> fParams; // grows only; the first fParamCount entries are in use
-    std::size_t fParamCount = 0;
+    std::vector<TXMLParamSpan> fSpans;
 };
 
 /// Handler of the element events: the parser and the current element's record.
@@ -90,7 +91,8 @@ public:
     void SetFileName(const std::string& value) { fFileName = value; }
 
     TStates State() const { return fState; }
-    /// The text being accumulated: in OnParam the line just added, in OnEndTag the end tag's name.
+    /// The text being accumulated: in OnParam the line just added, in OnEndTag what the end tag
+    /// held of its name, in OnComment and OnSpecial their text.
     const std::string& Text() const { return fText; }
     /// The record of the innermost open element (the root record outside any element).
     TXMLTag& Current() { return *fOpen.back(); }
@@ -128,6 +130,11 @@ private:
     void openElement();
     void closeElement();
     void addParamLine();
+    void clearParamList() {
+        fParamText.clear();
+        fParamSpans.clear();
+    }
+    void append(const char* from, const char* to) { fText.append(from, static_cast<std::size_t>(to - from)); }
     void resetText() {
         fText.clear();
         fInQuote = false;
@@ -146,8 +153,8 @@ private:
     std::vector<TXMLTag*> fOpen;                    // root first, current last
     std::vector<std::unique_ptr<TXMLTag>> fRecords; // every element record ever made
     std::vector<TXMLTag*> fFree;                    // records ready for reuse
-    std::vector<std::string> fParamLines;           // grows only; fParamLineCount in use
-    std::size_t fParamLineCount = 0;
+    std::string fParamText;                         // the attribute list as text, as Params gets it
+    std::vector<TXMLParamSpan> fParamSpans;         // its lines
 };
 
 } // namespace orn
