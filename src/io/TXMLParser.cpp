@@ -7,6 +7,10 @@
 #include <cstdio>
 #include <cstring>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace orn {
 
 namespace {
@@ -22,12 +26,14 @@ constexpr CharSet makeSet(std::string_view chars) {
     return set;
 }
 
-constexpr CharSet makeEndTagNameSet() {
+constexpr CharSet makeEndTagStops() {
     CharSet set = makeSet(":-_");
     for (int c = '0'; c <= '9'; ++c)
         set[c] = true;
     for (int c = 'A'; c <= 'Z'; ++c)
         set[c] = set[c + ('a' - 'A')] = true;
+    for (bool& b : set)
+        b = !b;
     return set;
 }
 
@@ -35,16 +41,60 @@ constexpr CharSet makeEndTagNameSet() {
 constexpr CharSet kOpenTagStops = makeSet("> /?!");
 constexpr CharSet kParamStops = makeSet("\" />");
 constexpr CharSet kCommentStops = makeSet("->");
-constexpr CharSet kEndTagName = makeEndTagNameSet();
+constexpr CharSet kEndTagStops = makeEndTagStops(); // all but the characters kept of an end tag
 
 inline bool in(const CharSet& set, char c) {
     return set[static_cast<unsigned char>(c)];
 }
 
 inline const char* skipTo(const CharSet& stops, const char* p, const char* end) {
+    // Four at a time: runs of names and values are mostly longer than that.
+    while (end - p >= 4) {
+        if (in(stops, p[0])) return p;
+        if (in(stops, p[1])) return p + 1;
+        if (in(stops, p[2])) return p + 2;
+        if (in(stops, p[3])) return p + 3;
+        p += 4;
+    }
     while (p < end && !in(stops, *p))
         ++p;
     return p;
+}
+
+#ifdef __SSE2__
+// The first of the four stop characters of an attribute list, sixteen bytes at a time.
+inline const char* skipToParamStop(const char* p, const char* end) {
+    const __m128i quote = _mm_set1_epi8('"'), space = _mm_set1_epi8(' ');
+    const __m128i slash = _mm_set1_epi8('/'), gt = _mm_set1_epi8('>');
+    while (end - p >= 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i hit = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, quote), _mm_cmpeq_epi8(v, space)),
+                                         _mm_or_si128(_mm_cmpeq_epi8(v, slash), _mm_cmpeq_epi8(v, gt)));
+        if (const int mask = _mm_movemask_epi8(hit)) return p + __builtin_ctz(static_cast<unsigned>(mask));
+        p += 16;
+    }
+    return skipTo(kParamStops, p, end);
+}
+#else
+inline const char* skipToParamStop(const char* p, const char* end) {
+    return skipTo(kParamStops, p, end);
+}
+#endif
+
+// The next '<': short runs (the line breaks between elements) are scanned inline.
+inline const char* findLess(const char* p, const char* end) {
+    const char* stop = end - p > 16 ? p + 16 : end;
+    for (; p < stop; ++p)
+        if (*p == '<') return p;
+    if (p == end) return end;
+    const void* lt = std::memchr(p, '<', static_cast<std::size_t>(end - p));
+    return lt ? static_cast<const char*>(lt) : end;
+}
+
+// Clear-then-append takes the short path of std::string; assign(p, n) checks for aliasing first.
+inline void setText(std::string& s, const char* from, const char* to) {
+    s.clear();
+    s.append(from, static_cast<std::size_t>(to - from));
 }
 
 inline char lower(char c) {
@@ -71,13 +121,13 @@ std::string_view TXMLTag::Slice(std::size_t begin, std::size_t end) const {
 
 std::string_view TXMLTag::ParamNameAt(int index) const {
     if (index < 0 || index >= ParamCount()) return {};
-    const TXMLParamSpan& span = fSpans[static_cast<std::size_t>(index)];
+    const TParamSpan& span = fSpans[static_cast<std::size_t>(index)];
     return Slice(span.Begin, span.Equal);
 }
 
 std::string_view TXMLTag::ParamValueAt(int index) const {
     if (index < 0 || index >= ParamCount()) return {};
-    const TXMLParamSpan& span = fSpans[static_cast<std::size_t>(index)];
+    const TParamSpan& span = fSpans[static_cast<std::size_t>(index)];
     return Slice(std::min(span.Equal + 1, span.End), span.End);
 }
 
@@ -216,44 +266,53 @@ const char* TXMLParser::doDefault(const char* p, const char* end) {
 
 const char* TXMLParser::doOpenTag(const char* p, const char* end) {
     const char c = *p;
-    if (fText.empty() && c != '/' && c != '!') openElement();
+    const bool first = fText.empty();
+    if (first && c != '/' && c != '!') openElement();
     switch (c) {
     case '>':
-        Current().Name.swap(fText);
-        atTagName();
-        atTag();
-        fState = stValue;
-        resetText();
-        return p + 1;
     case ' ': // only the space: tabs and line breaks belong to the name
-        Current().Name.swap(fText);
-        atTagName();
-        fState = stParam;
-        resetText();
-        return p + 1;
+        Current().Name.assign(fText);
+        return endName(p);
     case '/': // the name is kept but never stored: "<name/>" fires no start event
         fState = stCloseTag;
         return p + 1;
     case '?':
     case '!':
-        if (fText.empty()) {
-            fText += '<'; // the buffer is empty here
+        if (first) {
+            fText += '<';
             fText += c;
             fState = stSpecial;
         }
         return p + 1;
     default: {
         const char* q = skipTo(kOpenTagStops, p + 1, end);
+        if (first && q < end && (*q == '>' || *q == ' ')) {
+            // The whole name lies in the input: it goes straight into the record.
+            setText(Current().Name, p, q);
+            return endName(q);
+        }
         append(p, q);
         return q;
     }
     }
 }
 
+const char* TXMLParser::endName(const char* p) {
+    atTagName();
+    if (*p == '>') {
+        atTag();
+        fState = stValue;
+    } else {
+        fState = stParam;
+    }
+    resetText();
+    return p + 1;
+}
+
 const char* TXMLParser::doParam(const char* p, const char* end) {
     while (p < end) {
-        const char* q = skipTo(kParamStops, p, end);
-        append(p, q);
+        const char* q = skipToParamStop(p, end);
+        if (q != p) appendParam(p, q);
         if (q == end) return end;
         p = q + 1;
         switch (*q) {
@@ -261,21 +320,21 @@ const char* TXMLParser::doParam(const char* p, const char* end) {
             if (!fInQuote) {
                 fInQuote = true;
             } else {
-                // The text stays: a value closed right before '>' is added once more there, as the
-                // writer of the scene file expects.
+                // The buffer stays: a value closed right before '>' is added once more there, as
+                // the writer of the scene file expects.
                 fInQuote = false;
                 addParamLine();
                 atParam();
             }
             break;
         case ' ':
-            if (!fInQuote && !fText.empty())
-                fText.clear();
+            if (!fInQuote && !paramBufferEmpty())
+                clearParamBuffer();
             else
-                fText += ' ';
+                appendParam(q, q + 1);
             break;
         default: // '/' or '>', also inside quotes: values cannot hold either
-            if (!fText.empty()) {
+            if (!paramBufferEmpty()) {
                 addParamLine();
                 TXMLTag& tag = Current();
                 tag.Params.assign(fParamText);
@@ -293,14 +352,17 @@ const char* TXMLParser::doParam(const char* p, const char* end) {
 }
 
 const char* TXMLParser::doValue(const char* p, const char* end) {
-    const void* lt = std::memchr(p, '<', static_cast<std::size_t>(end - p));
-    if (!lt) {
-        append(p, end);
+    const char* q = findLess(p, end);
+    if (q == end) {
+        append(p, q);
         return end;
     }
-    const char* q = static_cast<const char*>(lt);
-    append(p, q);
-    Current().Value.swap(fText); // the buffer is reset right after: swapping spares the copy
+    if (fText.empty()) {
+        setText(Current().Value, p, q);
+    } else {
+        append(p, q);
+        Current().Value.assign(fText);
+    }
     atValue();
     fState = stOpenTag;
     resetText();
@@ -309,10 +371,8 @@ const char* TXMLParser::doValue(const char* p, const char* end) {
 
 const char* TXMLParser::doCloseTag(const char* p, const char* end) {
     while (p < end) {
-        const char* q = p;
-        while (q < end && in(kEndTagName, *q))
-            ++q;
-        append(p, q);
+        const char* q = skipTo(kEndTagStops, p, end);
+        if (q != p) append(p, q);
         if (q == end) return end;
         if (*q == '>') {
             closeElement();
@@ -385,13 +445,43 @@ void TXMLParser::closeElement() {
     fState = fOpen.size() > 1 ? stValue : stDefault;
 }
 
+void TXMLParser::appendParam(const char* from, const char* to) {
+    if (fLineAdded) reopenParamLine();
+    fParamText.append(from, static_cast<std::size_t>(to - from));
+}
+
+void TXMLParser::reopenParamLine() {
+    // The buffer was added as a line and grows or is added again: it continues as a copy of it.
+    const std::size_t begin = fLineStart;
+    fLineStart = fParamText.size();
+    fParamText.append(fParamText, begin, fLineEnd - begin);
+    fLineAdded = false;
+}
+
+void TXMLParser::clearParamBuffer() {
+    if (fLineAdded)
+        fLineAdded = false;
+    else
+        fParamText.resize(fLineStart);
+    fLineStart = fParamText.size();
+}
+
 void TXMLParser::addParamLine() {
-    const std::size_t begin = fParamText.size();
-    const std::size_t equal = fText.find('=');
-    fParamText += fText;
+    if (fLineAdded) reopenParamLine();
+    const std::size_t end = fParamText.size();
+    std::size_t equal = fLineStart;
+    while (equal < end && fParamText[equal] != '=')
+        ++equal;
+    fParamSpans.push_back({fLineStart, equal, end});
     fParamText += TXMLTag::ParamLineBreak;
-    const std::size_t end = begin + fText.size();
-    fParamSpans.push_back({begin, equal == std::string::npos ? end : begin + equal, end});
+    fLineEnd = end;
+    fLineAdded = true;
+}
+
+std::string_view TXMLParser::Text() const {
+    if (fState != stParam) return fText;
+    return std::string_view(fParamText)
+        .substr(fLineStart, (fLineAdded ? fLineEnd : fParamText.size()) - fLineStart);
 }
 
 // --- TXMLParser: events --------------------------------------------------------------------------

@@ -31,7 +31,7 @@ struct Recorder {
             events.push_back("TagName " + t.Name + "@" + std::to_string(t.Depth));
         };
         parser.OnParam = [this](TObject*, TXMLTag& t) {
-            events.push_back("Param " + t.Name + " " + parser.Text());
+            events.push_back("Param " + t.Name + " " + std::string(parser.Text()));
         };
         parser.OnTag = [this](TObject*, TXMLTag& t) {
             events.push_back("Tag " + t.Name + " " + lines(t.Params));
@@ -81,7 +81,7 @@ TEST(TXMLParserElements, NestingSetsDepthAndEndTagsPopInOrder) {
 TEST(TXMLParserQuirks, EndTagNameIsNeverCompared) {
     Recorder r;
     std::string endName;
-    r.parser.OnEndTag = [&](TObject*, TXMLTag& t) { endName = t.Name + "/" + r.parser.Text(); };
+    r.parser.OnEndTag = [&](TObject*, TXMLTag& t) { endName = t.Name + "/" + std::string(r.parser.Text()); };
     r.run("<a></b x!>");
     // Only letters, digits, ':', '-' and '_' of the end tag are kept.
     EXPECT_EQ(endName, "a/bx");

@@ -11,14 +11,6 @@
 
 namespace orn {
 
-/// Where one line of a tag's Params lies: the name is [Begin, Equal), the value (Equal, End); a
-/// line without '=' has Equal == End and an empty value.
-struct TXMLParamSpan {
-    std::size_t Begin = 0;
-    std::size_t Equal = 0;
-    std::size_t End = 0;
-};
-
 /// The record of one open element. The reader reuses records: a record handed to an event stays
 /// valid until the end tag that closes its element; keep copies, not references, beyond that.
 class TXMLTag {
@@ -53,11 +45,19 @@ public:
 
 private:
     friend class TXMLParser;
+    // Where one line of Params lies: the name is [Begin, Equal), the value (Equal, End); a line
+    // without '=' has Equal == End and an empty value.
+    struct TParamSpan {
+        std::size_t Begin = 0;
+        std::size_t Equal = 0;
+        std::size_t End = 0;
+    };
+
     /// Empties the record for reuse, keeping the storage of its strings.
     void Recycle();
     std::string_view Slice(std::size_t begin, std::size_t end) const;
 
-    std::vector<TXMLParamSpan> fSpans;
+    std::vector<TParamSpan> fSpans;
 };
 
 /// Handler of the element events: the parser and the current element's record.
@@ -93,7 +93,7 @@ public:
     TStates State() const { return fState; }
     /// The text being accumulated: in OnParam the line just added, in OnEndTag what the end tag
     /// held of its name, in OnComment and OnSpecial their text.
-    const std::string& Text() const { return fText; }
+    std::string_view Text() const;
     /// The record of the innermost open element (the root record outside any element).
     TXMLTag& Current() { return *fOpen.back(); }
     TXMLTag& Root() { return *fRoot; }
@@ -122,6 +122,7 @@ private:
     void parse(const char* begin, const char* end, std::size_t size);
     const char* doDefault(const char* p, const char* end);
     const char* doOpenTag(const char* p, const char* end);
+    const char* endName(const char* p);
     const char* doParam(const char* p, const char* end);
     const char* doValue(const char* p, const char* end);
     const char* doCloseTag(const char* p, const char* end);
@@ -129,10 +130,18 @@ private:
     const char* doComment(const char* p);
     void openElement();
     void closeElement();
+    // While attributes are read the buffer lives at the end of the attribute list's text, so that
+    // adding it as a line copies nothing.
     void addParamLine();
+    void appendParam(const char* from, const char* to);
+    void reopenParamLine();
+    bool paramBufferEmpty() const { return (fLineAdded ? fLineEnd : fParamText.size()) == fLineStart; }
+    void clearParamBuffer();
     void clearParamList() {
         fParamText.clear();
         fParamSpans.clear();
+        fLineStart = fLineEnd = 0;
+        fLineAdded = false;
     }
     void append(const char* from, const char* to) { fText.append(from, static_cast<std::size_t>(to - from)); }
     void resetText() {
@@ -154,7 +163,10 @@ private:
     std::vector<std::unique_ptr<TXMLTag>> fRecords; // every element record ever made
     std::vector<TXMLTag*> fFree;                    // records ready for reuse
     std::string fParamText;                         // the attribute list as text, as Params gets it
-    std::vector<TXMLParamSpan> fParamSpans;         // its lines
+    std::vector<TXMLTag::TParamSpan> fParamSpans;   // its lines
+    std::size_t fLineStart = 0;                     // where the buffer starts in fParamText
+    std::size_t fLineEnd = 0;                       // where it ends once it was added as a line
+    bool fLineAdded = false;                        // the buffer is the last line added
 };
 
 } // namespace orn
