@@ -112,28 +112,12 @@ bool sameText(std::string_view a, std::string_view b) {
 
 // --- TXMLTag ------------------------------------------------------------------------------------
 
-std::string_view TXMLTag::Slice(std::size_t begin, std::size_t end) const {
-    // Clamped, so that a handler that edited Params gets wrong text rather than a bad read.
-    end = std::min(end, Params.size());
-    begin = std::min(begin, end);
-    return std::string_view(Params).substr(begin, end - begin);
-}
-
-std::string_view TXMLTag::ParamNameAt(int index) const {
-    if (index < 0 || index >= ParamCount()) return {};
-    const TParamSpan& span = fSpans[static_cast<std::size_t>(index)];
-    return Slice(span.Begin, span.Equal);
-}
-
-std::string_view TXMLTag::ParamValueAt(int index) const {
-    if (index < 0 || index >= ParamCount()) return {};
-    const TParamSpan& span = fSpans[static_cast<std::size_t>(index)];
-    return Slice(std::min(span.Equal + 1, span.End), span.End);
-}
-
 int TXMLTag::IndexOfParam(std::string_view name) const {
-    for (int i = 0; i < ParamCount(); ++i)
-        if (sameText(ParamNameAt(i), name)) return i;
+    for (std::size_t i = 0; i < fSpans.size(); ++i) {
+        const TParamSpan& span = fSpans[i];
+        if (span.Equal - span.Begin == name.size() && sameText(Slice(span.Begin, span.Equal), name))
+            return static_cast<int>(i);
+    }
     return -1;
 }
 
@@ -337,8 +321,11 @@ const char* TXMLParser::doParam(const char* p, const char* end) {
             if (!paramBufferEmpty()) {
                 addParamLine();
                 TXMLTag& tag = Current();
-                tag.Params.assign(fParamText);
-                tag.fSpans.assign(fParamSpans.begin(), fParamSpans.end());
+                // The list is cleared right after: swapping hands it over without a copy and takes
+                // the record's old storage in return.
+                tag.Params.swap(fParamText);
+                tag.fSpans.swap(fParamSpans);
+                fLineSource = &tag.Params;
                 atParam();
                 atTag();
             }
@@ -480,8 +467,11 @@ void TXMLParser::addParamLine() {
 
 std::string_view TXMLParser::Text() const {
     if (fState != stParam) return fText;
-    return std::string_view(fParamText)
-        .substr(fLineStart, (fLineAdded ? fLineEnd : fParamText.size()) - fLineStart);
+    // Clamped: a handler may have edited the Params that the list was handed to.
+    const std::string& text = *fLineSource;
+    const std::size_t end = std::min(fLineAdded ? fLineEnd : text.size(), text.size());
+    const std::size_t begin = std::min(fLineStart, end);
+    return std::string_view(text).substr(begin, end - begin);
 }
 
 // --- TXMLParser: events --------------------------------------------------------------------------

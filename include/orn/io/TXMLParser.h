@@ -14,6 +14,14 @@ namespace orn {
 /// The record of one open element. The reader reuses records: a record handed to an event stays
 /// valid until the end tag that closes its element; keep copies, not references, beyond that.
 class TXMLTag {
+    // Where one line of Params lies: the name is [Begin, Equal), the value (Equal, End); a line
+    // without '=' has Equal == End and an empty value.
+    struct TParamSpan {
+        std::size_t Begin = 0;
+        std::size_t Equal = 0;
+        std::size_t End = 0;
+    };
+
 public:
     /// Line break that ends every line of Params.
     static constexpr std::string_view ParamLineBreak = "\n";
@@ -36,8 +44,16 @@ public:
     // Set together with Params; the views point into Params. An index out of range gives an
     // empty view.
     int ParamCount() const { return static_cast<int>(fSpans.size()); }
-    std::string_view ParamNameAt(int index) const;
-    std::string_view ParamValueAt(int index) const;
+    std::string_view ParamNameAt(int index) const {
+        if (index < 0 || index >= ParamCount()) return {};
+        const TParamSpan& span = fSpans[static_cast<std::size_t>(index)];
+        return Slice(span.Begin, span.Equal);
+    }
+    std::string_view ParamValueAt(int index) const {
+        if (index < 0 || index >= ParamCount()) return {};
+        const TParamSpan& span = fSpans[static_cast<std::size_t>(index)];
+        return Slice(span.Equal < span.End ? span.Equal + 1 : span.End, span.End);
+    }
     /// Index of the first attribute whose name equals name, letter case ignored; -1 when none does.
     int IndexOfParam(std::string_view name) const;
     /// The value of the first attribute named name (letter case ignored), or def when there is none.
@@ -45,17 +61,15 @@ public:
 
 private:
     friend class TXMLParser;
-    // Where one line of Params lies: the name is [Begin, Equal), the value (Equal, End); a line
-    // without '=' has Equal == End and an empty value.
-    struct TParamSpan {
-        std::size_t Begin = 0;
-        std::size_t Equal = 0;
-        std::size_t End = 0;
-    };
 
     /// Empties the record for reuse, keeping the storage of its strings.
     void Recycle();
-    std::string_view Slice(std::size_t begin, std::size_t end) const;
+    // Clamped, so that a handler that edited Params gets wrong text rather than a bad read.
+    std::string_view Slice(std::size_t begin, std::size_t end) const {
+        if (end > Params.size()) end = Params.size();
+        if (begin > end) begin = end;
+        return std::string_view(Params).substr(begin, end - begin);
+    }
 
     std::vector<TParamSpan> fSpans;
 };
@@ -142,6 +156,7 @@ private:
         fParamSpans.clear();
         fLineStart = fLineEnd = 0;
         fLineAdded = false;
+        fLineSource = &fParamText;
     }
     void append(const char* from, const char* to) { fText.append(from, static_cast<std::size_t>(to - from)); }
     void resetText() {
@@ -167,6 +182,7 @@ private:
     std::size_t fLineStart = 0;                     // where the buffer starts in fParamText
     std::size_t fLineEnd = 0;                       // where it ends once it was added as a line
     bool fLineAdded = false;                        // the buffer is the last line added
+    const std::string* fLineSource = &fParamText;   // holds the buffer: a record's Params once handed over
 };
 
 } // namespace orn
