@@ -460,7 +460,8 @@ void TXMLParser::addParamLine() {
     while (equal < end && fParamText[equal] != '=')
         ++equal;
     fParamSpans.push_back({fLineStart, equal, end});
-    fParamText += TXMLTag::ParamLineBreak;
+    static_assert(TXMLTag::ParamLineBreak.size() == 1);
+    fParamText.push_back(TXMLTag::ParamLineBreak[0]);
     fLineEnd = end;
     fLineAdded = true;
 }
