@@ -40,7 +40,6 @@ constexpr CharSet makeEndTagStops() {
 // Characters that end a run of plain text in each state.
 constexpr CharSet kOpenTagStops = makeSet("> /?!");
 constexpr CharSet kParamStops = makeSet("\" />");
-constexpr CharSet kCommentStops = makeSet("->");
 constexpr CharSet kEndTagStops = makeEndTagStops(); // all but the characters kept of an end tag
 
 inline bool in(const CharSet& set, char c) {
