@@ -12,7 +12,8 @@
 namespace orn {
 
 /// The record of one open element. The reader reuses records: a record handed to an event stays
-/// valid until the end tag that closes its element; keep copies, not references, beyond that.
+/// valid until the end tag that closes its element or the next execute; keep copies, not
+/// references, beyond that.
 class TXMLTag {
     // Where one line of Params lies: the name is [Begin, Equal), the value (Equal, End); a line
     // without '=' has Equal == End and an empty value.
@@ -93,8 +94,9 @@ public:
     ~TXMLParser() override;
 
     /// Parses the whole of Stream(), first loading FileName() into it when it is empty; data is
-    /// stored in the root record. Stream() is empty afterwards. Throws EOrnError when the file
-    /// cannot be read, and when called again from one of its own event handlers.
+    /// stored in the root record. Stream() is empty afterwards, also when a handler threw. Each
+    /// run starts at the root record. Throws EOrnError naming the file and the system's reason
+    /// when the file cannot be read, and when called again from one of its own event handlers.
     void execute(TObject* data = nullptr);
 
     /// The input: the caller may fill it before execute.
@@ -112,7 +114,8 @@ public:
     TXMLTag& Current() { return *fOpen.back(); }
     TXMLTag& Root() { return *fRoot; }
 
-    // Each fires its event when one is assigned.
+    // Each fires its event when one is assigned. atTag also closes the current element at once
+    // when OnTag set its Close flag to 1.
     void atTag();
     void atEndtag();
     void atParam();
