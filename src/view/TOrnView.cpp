@@ -275,11 +275,14 @@ void TOrnView::RenderSceneGL() {
     glMatrixMode(GL_MODELVIEW);
     glEnable(GL_DEPTH_TEST);
     glPushAttrib(0xFFFFF);
-    {
+    try {
         FlagScope rendering(fRendering);
         fCoordinates->Render();
         if (OnRender) OnRender(this);
         RenderOverlay();
+    } catch (...) {
+        glPopAttrib(); // the next repaint starts from the same state
+        throw;
     }
     glFlush();
     glPopAttrib();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/host/TBitmap.h>
 #include <orn/host/TColor.h>
 #include <orn/host/TInput.h>
 #include <orn/host/TSet.h>
@@ -162,6 +163,13 @@ public:
     bool PaintPending() const { return fPaintPending; }
     /// A change of the camera or of the axes: repaint.
     void SubChange(TObject* sender);
+
+    // --- Rendering into a bitmap
+    /// Renders the scene off-screen at width × height (dmBitmap, on a drawable that shares lists
+    /// with the first connected view) and returns it as a 24-bit bitmap. The view need not be
+    /// connected. Throws EOrnError for a size below 1 or beyond the bitmap limit, or when no
+    /// context can be had.
+    std::unique_ptr<TBitmap> GetImage(int width, int height);
 
     // --- Picking and projection (window coordinates: pixels, y downwards)
     /// Renders in dmSelection around (x, y) and answers the nearest hit (Object nullptr: none);
