@@ -1,3 +1,4 @@
+#include <orn/host/TBitmap.h>
 #include <orn/view/TOrnView.h>
 #include <orn/view/TOrnViewCanvas.h>
 
@@ -151,6 +152,60 @@ void TOrnViewCanvas::DrawTexture(TOrnCanvasTexture& texture, const TRect& dest, 
         glEnd();
     }
     End();
+}
+
+void TOrnViewCanvas::TextOut(int x, int y, const std::string& text) {
+    if (text.empty() || !CanDraw()) return;
+    // The text is set white on black by the host canvas; its brightness becomes the coverage.
+    TBitmap cell(1, 1);
+    TCanvas& canvas = cell.Canvas();
+    canvas.Font().Assign(&fFont);
+    canvas.Font().SetColor(clWhite);
+    const TSize extent = canvas.TextExtent(text);
+    if (extent.cx <= 0 || extent.cy <= 0) return;
+    int width = 1, height = 1;
+    while (width < extent.cx)
+        width *= 2;
+    while (height < extent.cy)
+        height *= 2;
+    cell.SetSize(width, height);
+    canvas.Brush().SetColor(clBlack);
+    canvas.Brush().SetStyle(bsSolid);
+    canvas.FillRect(Rect(0, 0, width, height));
+    canvas.TextOut(0, 0, text);
+    std::vector<std::uint8_t> rgba = cell.ToRGBA(true);
+    const TColor color = fFont.Color();
+    for (std::size_t i = 0; i < rgba.size(); i += 4) {
+        rgba[i + 3] = static_cast<std::uint8_t>(rgba[i] * fAlpha + 0.5f);
+        rgba[i] = GetRValue(color);
+        rgba[i + 1] = GetGValue(color);
+        rgba[i + 2] = GetBValue(color);
+    }
+
+    if (!Begin(float(x), float(y))) return;
+    GLuint name = 0;
+    glGenTextures(1, &name);
+    glBindTexture(GL_TEXTURE_2D, name);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+    glEnable(GL_TEXTURE_2D);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glBegin(GL_QUADS);
+    glTexCoord2f(0, 1);
+    glVertex2i(x, y);
+    glTexCoord2f(1, 1);
+    glVertex2i(x + width, y);
+    glTexCoord2f(1, 0);
+    glVertex2i(x + width, y + height);
+    glTexCoord2f(0, 0);
+    glVertex2i(x, y + height);
+    glEnd();
+    End();
+    glDeleteTextures(1, &name);
 }
 
 } // namespace orn

@@ -170,6 +170,27 @@ TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmap) {
     view.SetCurrent(false);
 }
 
+TEST_F(CanvasTest, TextOutDrawsInTheFontColourInsideItsCell) {
+    view.SetBounds(128, 48);
+    const Image image = Draw([](TOrnViewCanvas& c) {
+        c.Font().SetColor(clRed);
+        c.Font().SetHeight(20);
+        c.TextOut(10, 5, "HHH");
+    });
+    std::size_t reddish = 0, outside = 0;
+    for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x) {
+            const Rgba p = Top(image, x, y);
+            if (p[0] == 0 && p[1] == 0 && p[2] == 0) continue;
+            EXPECT_EQ(p[1], 0);
+            EXPECT_EQ(p[2], 0);
+            ++reddish;
+            if (x < 10 || y < 5 || y >= 5 + 32) ++outside;
+        }
+    EXPECT_GT(reddish, 60u);
+    EXPECT_EQ(outside, 0u);
+}
+
 TEST_F(CanvasTest, CanvasDrawingCanBePicked) {
     TOrnObject marker(nullptr);
     view.OnRender = [&](TOrnView* v) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/host/TColor.h>
+#include <orn/host/TFont.h>
 #include <orn/host/TRect.h>
 #include <orn/math/TOrnTransformation.h>
 
@@ -68,6 +69,9 @@ public:
     TOrnTransformation* Transformation() const { return fTransformation.get(); }
     void SetTransformation(const TOrnTransformation* value);
 
+    /// The font of TextOut, with its colour.
+    TFont& Font() { return fFont; }
+
     /// Whether drawing now reaches the view (it is rendering).
     bool CanDraw() const;
 
@@ -82,6 +86,9 @@ public:
     /// The source rectangle of the texture's image (pixels, rows top-down as in its bitmap) drawn
     /// into the destination rectangle of the window, blended by Transparency.
     void DrawTexture(TOrnCanvasTexture& texture, const TRect& dest, const TRect& source);
+    /// UTF-8 text with its cell's top-left corner at (x, y), anti-aliased in the font colour and
+    /// blended over the scene whatever Transparency says (Alpha scales its opacity).
+    void TextOut(int x, int y, const std::string& text);
 
 private:
     /// Sets up window-pixel drawing around (x, y); false (and nothing set up) when not rendering.
@@ -97,6 +104,7 @@ private:
     TOrnCanvasTransparency fTransparency = ctNone;
     std::unique_ptr<TOrnTransformation> fTransformation;
     TPoint fPenPos;
+    TFont fFont;
 };
 
 } // namespace orn
