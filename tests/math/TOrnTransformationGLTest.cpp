@@ -1,4 +1,7 @@
+#include <orn/math/TOrnMatrix.h>
 #include <orn/math/TOrnTransformation.h>
+
+#include <GL/gl.h>
 
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
