@@ -22,9 +22,12 @@ void enableIf(GLenum cap, bool on) {
 
 GLenum qualityHint(TOrnQuality q) {
     switch (q) {
-    case quFastest: return GL_FASTEST;
-    case quNicest: return GL_NICEST;
-    default: return GL_DONT_CARE;
+    case quFastest:
+        return GL_FASTEST;
+    case quNicest:
+        return GL_NICEST;
+    default:
+        return GL_DONT_CARE;
     }
 }
 
@@ -37,9 +40,13 @@ GLushort stipplePattern(TOrnLineStipple stipple, std::int32_t shift) {
 
 } // namespace
 
-bool IsLastRenderedAttributes(const TOrnAttributes* attributes) { return gLastRenderedAttributes == attributes; }
+bool IsLastRenderedAttributes(const TOrnAttributes* attributes) {
+    return gLastRenderedAttributes == attributes;
+}
 
-void SetLastRenderedAttributes(TOrnAttributes* attributes) { gLastRenderedAttributes = attributes; }
+void SetLastRenderedAttributes(TOrnAttributes* attributes) {
+    gLastRenderedAttributes = attributes;
+}
 
 TOrnAttributes::TOrnAttributes(TComponent* owner)
     : TOrnRender(owner), fColorAmbient(std::make_unique<TOrnColor>()) {
@@ -180,7 +187,9 @@ void TOrnAttributes::DoRender(TOrnCustomView* view) {
         glEnable(GL_BLEND);
         glBlendFunc(GL_ONE_MINUS_DST_COLOR, GL_ONE_MINUS_SRC_COLOR);
         break;
-    default: glDisable(GL_BLEND); break;
+    default:
+        glDisable(GL_BLEND);
+        break;
     }
 
     if (fLineStipple >= lsSolid) {
@@ -226,7 +235,8 @@ void TOrnAttributes::ReadValues(TOrnCustomExchange& exchange) {
     SetPointSize(static_cast<float>(exchange.ReadFloat("PointSize", fPointSize)));
     SetPolygonMode(
         static_cast<TOrnPolygonMode>(exchange.ReadEnum("PolygonMode", fPolygonMode, kPolygonModeNames)));
-    SetShadeModel(static_cast<TOrnShadeModel>(exchange.ReadEnum("ShadeModel", fShadeModel, kShadeModelNames)));
+    SetShadeModel(
+        static_cast<TOrnShadeModel>(exchange.ReadEnum("ShadeModel", fShadeModel, kShadeModelNames)));
     SetTransparency(static_cast<TOrnTransparencyMode>(
         exchange.ReadEnum("Transparency", fTransparency, kTransparencyModeNames)));
 }

@@ -4,7 +4,9 @@
 
 namespace orn {
 
-double TOrnClip::GetPlane(int index) const { return index >= 0 && index < 4 ? fPlane[index] : -1.0; }
+double TOrnClip::GetPlane(int index) const {
+    return index >= 0 && index < 4 ? fPlane[index] : -1.0;
+}
 
 void TOrnClip::SetPlane(int index, double value) {
     if (index >= 0 && index < 4) fPlane[index] = value;
@@ -16,7 +18,9 @@ void TOrnClip::DoRender(TOrnCustomView*) {
     glEnable(GetPlaneID());
 }
 
-void TOrnClip::DoDisable(TOrnCustomView*) { glDisable(GetPlaneID()); }
+void TOrnClip::DoDisable(TOrnCustomView*) {
+    glDisable(GetPlaneID());
+}
 
 void TOrnClip::WriteValues(TOrnCustomExchange& exchange) {
     TOrnRender::WriteValues(exchange);
@@ -31,7 +35,8 @@ void TOrnClip::ReadValues(TOrnCustomExchange& exchange) {
     TOrnRender::ReadValues(exchange);
     SetID(static_cast<TOrnClipIds>(exchange.ReadEnum("ID", fID, kClipIdNames)));
     static constexpr const char* kKeys[4] = {"x", "y", "z", "w"};
-    for (int i = 0; i < 4; ++i) SetPlane(i, exchange.ReadFloat(kKeys[i], fPlane[i]));
+    for (int i = 0; i < 4; ++i)
+        SetPlane(i, exchange.ReadFloat(kKeys[i], fPlane[i]));
 }
 
 ORN_REGISTER_RENDER_CLASS(TOrnClip, "Orn")

@@ -23,11 +23,17 @@ void TOrnLight::SetID(TLightID value) {
     if (assignIfChanged(fID, value)) Changed();
 }
 
-void TOrnLight::SetAmbient(const TOrnColor* value) { detail::CopyColor(*fAmbient, value); }
+void TOrnLight::SetAmbient(const TOrnColor* value) {
+    detail::CopyColor(*fAmbient, value);
+}
 
-void TOrnLight::SetDiffuse(const TOrnColor* value) { detail::CopyColor(*fDiffuse, value); }
+void TOrnLight::SetDiffuse(const TOrnColor* value) {
+    detail::CopyColor(*fDiffuse, value);
+}
 
-void TOrnLight::SetSpecular(const TOrnColor* value) { detail::CopyColor(*fSpecular, value); }
+void TOrnLight::SetSpecular(const TOrnColor* value) {
+    detail::CopyColor(*fSpecular, value);
+}
 
 void TOrnLight::SetDirection(const TOrnDirection* value) {
     if (value) fDirection->Assign(value);
@@ -80,7 +86,9 @@ void TOrnLight::DoRender(TOrnCustomView* view) {
     if (fKind == lkSpot) glLightfv(light, GL_SPOT_DIRECTION, direction);
 }
 
-void TOrnLight::DoDisable(TOrnCustomView*) { glDisable(GetLightID()); }
+void TOrnLight::DoDisable(TOrnCustomView*) {
+    glDisable(GetLightID());
+}
 
 void TOrnLight::WriteValues(TOrnCustomExchange& exchange) {
     TOrnRender::WriteValues(exchange);

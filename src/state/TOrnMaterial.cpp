@@ -17,9 +17,13 @@ constexpr const char* kColorTags[4] = {"Ambient", "Diffuse", "Specular", "Emissi
 
 } // namespace
 
-bool IsLastRenderedMaterial(const TOrnMaterial* material) { return gLastRenderedMaterial == material; }
+bool IsLastRenderedMaterial(const TOrnMaterial* material) {
+    return gLastRenderedMaterial == material;
+}
 
-void SetLastRenderedMaterial(TOrnMaterial* material) { gLastRenderedMaterial = material; }
+void SetLastRenderedMaterial(TOrnMaterial* material) {
+    gLastRenderedMaterial = material;
+}
 
 TOrnMaterial::TOrnMaterial(TComponent* owner) : TOrnRender(owner) {
     for (auto& c : fColors) {
@@ -51,7 +55,8 @@ void TOrnMaterial::SetShininess(std::int32_t value) {
 void TOrnMaterial::Assign(const TPersistent* source) {
     if (auto* m = dynamic_cast<const TOrnMaterial*>(source); m && m != this) {
         fFace = m->fFace;
-        for (int i = 0; i < 4; ++i) detail::CopyColor(*fColors[i], m->fColors[i].get());
+        for (int i = 0; i < 4; ++i)
+            detail::CopyColor(*fColors[i], m->fColors[i].get());
         fShininess = m->fShininess;
     }
     TOrnRender::Assign(source);
@@ -74,7 +79,8 @@ void TOrnMaterial::DoRender(TOrnCustomView* view) {
 void TOrnMaterial::WriteValues(TOrnCustomExchange& exchange) {
     TOrnRender::WriteValues(exchange);
     exchange.WriteEnum("Face", fFace, -1, kMaterialFaceNames);
-    for (int i = 0; i < 4; ++i) fColors[i]->WriteComp(exchange, kColorTags[i]);
+    for (int i = 0; i < 4; ++i)
+        fColors[i]->WriteComp(exchange, kColorTags[i]);
     exchange.WriteInt("Shininess", fShininess, 0);
 }
 

@@ -25,7 +25,8 @@ inline constexpr std::array<const char*, 5> kTransparencyModeNames{"tmNone", "tm
 inline constexpr std::array<const char*, 6> kLineStippleNames{"lsClear",   "lsDash",       "lsDot",
                                                               "lsDashDot", "lsDashDotDot", "lsSolid"};
 /// The 16-bit stipple pattern of each TOrnLineStipple; lsSolid is never sent (it disables stippling).
-inline constexpr std::array<std::uint16_t, 6> kLineStipplePatterns{0x0000, 0xF0F0, 0x5555, 0x7272, 0xEAEA, 0xFFFF};
+inline constexpr std::array<std::uint16_t, 6> kLineStipplePatterns{0x0000, 0xF0F0, 0x5555,
+                                                                   0x7272, 0xEAEA, 0xFFFF};
 
 /// A block of fixed-function state that objects share: smoothing, global ambient, culling,
 /// dithering, lighting, polygon mode, hints, shading, blending, stipple, line width and point size.

@@ -7,7 +7,14 @@
 
 namespace orn {
 
-enum TOrnClipIds : std::uint8_t { idClipPlane0, idClipPlane1, idClipPlane2, idClipPlane3, idClipPlane4, idClipPlane5 };
+enum TOrnClipIds : std::uint8_t {
+    idClipPlane0,
+    idClipPlane1,
+    idClipPlane2,
+    idClipPlane3,
+    idClipPlane4,
+    idClipPlane5
+};
 
 inline constexpr std::array<const char*, 6> kClipIdNames{"idClipPlane0", "idClipPlane1", "idClipPlane2",
                                                          "idClipPlane3", "idClipPlane4", "idClipPlane5"};

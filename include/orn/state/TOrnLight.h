@@ -10,7 +10,16 @@
 
 namespace orn {
 
-enum TLightID : std::uint8_t { idLight0, idLight1, idLight2, idLight3, idLight4, idLight5, idLight6, idLight7 };
+enum TLightID : std::uint8_t {
+    idLight0,
+    idLight1,
+    idLight2,
+    idLight3,
+    idLight4,
+    idLight5,
+    idLight6,
+    idLight7
+};
 enum TLightKind : std::uint8_t { lkPoint, lkDirection, lkSpot };
 
 inline constexpr std::array<const char*, 8> kLightIDNames{"idLight0", "idLight1", "idLight2", "idLight3",
