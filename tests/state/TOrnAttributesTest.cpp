@@ -210,7 +210,8 @@ TEST(TOrnAttributes, UnknownEnumerationNameKeepsTheValue) {
 
 TEST(TOrnStateRegistry, StateClassesAreRenderClassesOnThePageOrn) {
     const auto page = GetPaletteClasses("Orn");
-    for (const char* name : {"TOrnAttributes", "TOrnFog", "TOrnMaterial", "TOrnLight", "TOrnClip"}) {
+    for (const char* name :
+         {"TOrnAttributes", "TOrnFog", "TOrnMaterial", "TOrnLight", "TOrnClip", "TOrnTexture"}) {
         TComponentClass cls = GetRenderClass(name);
         ASSERT_NE(cls, nullptr) << name;
         EXPECT_NE(std::find(page.begin(), page.end(), cls), page.end()) << name;
