@@ -29,7 +29,6 @@ void TOrnPresentationController::SetDistanceStep(float value) {
 }
 
 void TOrnPresentationController::SetMode(TOrnPresentationMode value) {
-    if (value < pmStop || value > pmRight) return;
     if (assignIfChanged(fMode, value)) Changed();
 }
 

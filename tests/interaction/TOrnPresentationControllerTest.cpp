@@ -74,10 +74,8 @@ TEST_F(PresentationControllerTest, HomeAndOtherKeysAreNotHandled) {
 TEST_F(PresentationControllerTest, SettersIgnoreBadValues) {
     ctl->SetTurnAngle(-1);
     ctl->SetDistanceStep(-1);
-    ctl->SetMode(static_cast<TOrnPresentationMode>(7));
     EXPECT_EQ(ctl->TurnAngle(), 1.0f);
     EXPECT_EQ(ctl->DistanceStep(), 0.1f);
-    EXPECT_EQ(ctl->Mode(), pmStop);
 }
 
 TEST_F(PresentationControllerTest, DerivedValuesAreTheTranslation) {
