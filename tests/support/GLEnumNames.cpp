@@ -1,0 +1,416 @@
+// Names for the enumeration values that the recorder prints. Where two names share a value, the
+// first listed wins, so the meaning most often traced comes first.
+
+#include "support/GLTrace.h"
+
+#include <GL/gl.h>
+#include <GL/glu.h>
+
+#include <cmath>
+#include <unordered_map>
+#include <utility>
+
+namespace orn::test::trace {
+
+namespace {
+
+#define N(e)                                                                                                 \
+    { e, #e }
+const std::pair<unsigned, const char*> kEnums[] = {
+    // matrices, render modes, lists
+    N(GL_MODELVIEW),
+    N(GL_PROJECTION),
+    N(GL_TEXTURE),
+    N(GL_RENDER),
+    N(GL_SELECT),
+    N(GL_FEEDBACK),
+    N(GL_COMPILE),
+    N(GL_COMPILE_AND_EXECUTE),
+    // capabilities
+    N(GL_LIGHTING),
+    N(GL_DEPTH_TEST),
+    N(GL_CULL_FACE),
+    N(GL_BLEND),
+    N(GL_FOG),
+    N(GL_TEXTURE_2D),
+    N(GL_TEXTURE_1D),
+    N(GL_NORMALIZE),
+    N(GL_COLOR_MATERIAL),
+    N(GL_ALPHA_TEST),
+    N(GL_STENCIL_TEST),
+    N(GL_SCISSOR_TEST),
+    N(GL_LINE_STIPPLE),
+    N(GL_POLYGON_STIPPLE),
+    N(GL_LINE_SMOOTH),
+    N(GL_POINT_SMOOTH),
+    N(GL_POLYGON_SMOOTH),
+    N(GL_POLYGON_OFFSET_FILL),
+    N(GL_POLYGON_OFFSET_LINE),
+    N(GL_POLYGON_OFFSET_POINT),
+    N(GL_DITHER),
+    N(GL_AUTO_NORMAL),
+    N(GL_TEXTURE_GEN_S),
+    N(GL_TEXTURE_GEN_T),
+    N(GL_TEXTURE_GEN_R),
+    N(GL_TEXTURE_GEN_Q),
+    N(GL_COLOR_LOGIC_OP),
+    N(GL_LIGHT0),
+    N(GL_LIGHT1),
+    N(GL_LIGHT2),
+    N(GL_LIGHT3),
+    N(GL_LIGHT4),
+    N(GL_LIGHT5),
+    N(GL_LIGHT6),
+    N(GL_LIGHT7),
+    N(GL_CLIP_PLANE0),
+    N(GL_CLIP_PLANE1),
+    N(GL_CLIP_PLANE2),
+    N(GL_CLIP_PLANE3),
+    N(GL_CLIP_PLANE4),
+    N(GL_CLIP_PLANE5),
+    // client arrays and interleaved formats
+    N(GL_VERTEX_ARRAY),
+    N(GL_NORMAL_ARRAY),
+    N(GL_COLOR_ARRAY),
+    N(GL_TEXTURE_COORD_ARRAY),
+    N(GL_INDEX_ARRAY),
+    N(GL_EDGE_FLAG_ARRAY),
+    N(GL_V2F),
+    N(GL_V3F),
+    N(GL_C4UB_V2F),
+    N(GL_C4UB_V3F),
+    N(GL_C3F_V3F),
+    N(GL_N3F_V3F),
+    N(GL_C4F_N3F_V3F),
+    N(GL_T2F_V3F),
+    N(GL_T4F_V4F),
+    N(GL_T2F_C4UB_V3F),
+    N(GL_T2F_C3F_V3F),
+    N(GL_T2F_N3F_V3F),
+    N(GL_T2F_C4F_N3F_V3F),
+    N(GL_T4F_C4F_N3F_V4F),
+    // data types
+    N(GL_BYTE),
+    N(GL_UNSIGNED_BYTE),
+    N(GL_SHORT),
+    N(GL_UNSIGNED_SHORT),
+    N(GL_INT),
+    N(GL_UNSIGNED_INT),
+    N(GL_FLOAT),
+    N(GL_DOUBLE),
+    N(GL_BITMAP),
+    // faces, polygon and shading modes
+    N(GL_FRONT),
+    N(GL_BACK),
+    N(GL_FRONT_AND_BACK),
+    N(GL_FRONT_LEFT),
+    N(GL_FRONT_RIGHT),
+    N(GL_BACK_LEFT),
+    N(GL_BACK_RIGHT),
+    N(GL_LEFT),
+    N(GL_RIGHT),
+    N(GL_POINT),
+    N(GL_LINE),
+    N(GL_FILL),
+    N(GL_CW),
+    N(GL_CCW),
+    N(GL_FLAT),
+    N(GL_SMOOTH),
+    // compare functions, stencil operations, blend factors
+    N(GL_NEVER),
+    N(GL_LESS),
+    N(GL_EQUAL),
+    N(GL_LEQUAL),
+    N(GL_GREATER),
+    N(GL_NOTEQUAL),
+    N(GL_GEQUAL),
+    N(GL_ALWAYS),
+    N(GL_KEEP),
+    N(GL_REPLACE),
+    N(GL_INCR),
+    N(GL_DECR),
+    N(GL_INVERT),
+    N(GL_SRC_COLOR),
+    N(GL_ONE_MINUS_SRC_COLOR),
+    N(GL_SRC_ALPHA),
+    N(GL_ONE_MINUS_SRC_ALPHA),
+    N(GL_DST_ALPHA),
+    N(GL_ONE_MINUS_DST_ALPHA),
+    N(GL_DST_COLOR),
+    N(GL_ONE_MINUS_DST_COLOR),
+    N(GL_SRC_ALPHA_SATURATE),
+    // hints
+    N(GL_PERSPECTIVE_CORRECTION_HINT),
+    N(GL_POINT_SMOOTH_HINT),
+    N(GL_LINE_SMOOTH_HINT),
+    N(GL_POLYGON_SMOOTH_HINT),
+    N(GL_FOG_HINT),
+    N(GL_DONT_CARE),
+    N(GL_FASTEST),
+    N(GL_NICEST),
+    // lights, materials, light model
+    N(GL_AMBIENT),
+    N(GL_DIFFUSE),
+    N(GL_SPECULAR),
+    N(GL_POSITION),
+    N(GL_SPOT_DIRECTION),
+    N(GL_SPOT_EXPONENT),
+    N(GL_SPOT_CUTOFF),
+    N(GL_CONSTANT_ATTENUATION),
+    N(GL_LINEAR_ATTENUATION),
+    N(GL_QUADRATIC_ATTENUATION),
+    N(GL_EMISSION),
+    N(GL_SHININESS),
+    N(GL_AMBIENT_AND_DIFFUSE),
+    N(GL_COLOR_INDEXES),
+    N(GL_LIGHT_MODEL_AMBIENT),
+    N(GL_LIGHT_MODEL_LOCAL_VIEWER),
+    N(GL_LIGHT_MODEL_TWO_SIDE),
+    // fog
+    N(GL_FOG_MODE),
+    N(GL_FOG_DENSITY),
+    N(GL_FOG_START),
+    N(GL_FOG_END),
+    N(GL_FOG_COLOR),
+    N(GL_FOG_INDEX),
+    N(GL_LINEAR),
+    N(GL_EXP),
+    N(GL_EXP2),
+    // textures
+    N(GL_TEXTURE_MIN_FILTER),
+    N(GL_TEXTURE_MAG_FILTER),
+    N(GL_TEXTURE_WRAP_S),
+    N(GL_TEXTURE_WRAP_T),
+    N(GL_TEXTURE_BORDER_COLOR),
+    N(GL_TEXTURE_PRIORITY),
+    N(GL_NEAREST),
+    N(GL_NEAREST_MIPMAP_NEAREST),
+    N(GL_LINEAR_MIPMAP_NEAREST),
+    N(GL_NEAREST_MIPMAP_LINEAR),
+    N(GL_LINEAR_MIPMAP_LINEAR),
+    N(GL_REPEAT),
+    N(GL_CLAMP),
+    N(GL_TEXTURE_ENV),
+    N(GL_TEXTURE_ENV_MODE),
+    N(GL_TEXTURE_ENV_COLOR),
+    N(GL_MODULATE),
+    N(GL_DECAL),
+    N(GL_S),
+    N(GL_T),
+    N(GL_R),
+    N(GL_Q),
+    N(GL_TEXTURE_GEN_MODE),
+    N(GL_OBJECT_PLANE),
+    N(GL_EYE_PLANE),
+    N(GL_OBJECT_LINEAR),
+    N(GL_EYE_LINEAR),
+    N(GL_SPHERE_MAP),
+    // pixel formats and storage
+    N(GL_RGB),
+    N(GL_RGBA),
+    N(GL_ALPHA),
+    N(GL_LUMINANCE),
+    N(GL_LUMINANCE_ALPHA),
+    N(GL_DEPTH_COMPONENT),
+    N(GL_STENCIL_INDEX),
+    N(GL_COLOR_INDEX),
+    N(GL_RED),
+    N(GL_GREEN),
+    N(GL_BLUE),
+    N(GL_RGB8),
+    N(GL_RGBA8),
+    N(GL_UNPACK_ALIGNMENT),
+    N(GL_PACK_ALIGNMENT),
+    N(GL_UNPACK_ROW_LENGTH),
+    N(GL_PACK_ROW_LENGTH),
+    N(GL_UNPACK_SKIP_ROWS),
+    N(GL_UNPACK_SKIP_PIXELS),
+    N(GL_UNPACK_LSB_FIRST),
+    // queries
+    N(GL_MODELVIEW_MATRIX),
+    N(GL_PROJECTION_MATRIX),
+    N(GL_TEXTURE_MATRIX),
+    N(GL_VIEWPORT),
+    N(GL_MATRIX_MODE),
+    N(GL_MODELVIEW_STACK_DEPTH),
+    N(GL_PROJECTION_STACK_DEPTH),
+    N(GL_ATTRIB_STACK_DEPTH),
+    N(GL_NAME_STACK_DEPTH),
+    N(GL_CURRENT_COLOR),
+    N(GL_CURRENT_RASTER_POSITION),
+    N(GL_LIST_INDEX),
+    N(GL_RENDER_MODE),
+    N(GL_DEPTH_RANGE),
+    N(GL_COLOR_CLEAR_VALUE),
+    N(GL_MAX_LIGHTS),
+    N(GL_MAX_CLIP_PLANES),
+    N(GL_MAX_TEXTURE_SIZE),
+    N(GL_TEXTURE_BINDING_2D),
+    N(GL_VENDOR),
+    N(GL_RENDERER),
+    N(GL_VERSION),
+    N(GL_EXTENSIONS),
+    // errors
+    N(GL_INVALID_ENUM),
+    N(GL_INVALID_VALUE),
+    N(GL_INVALID_OPERATION),
+    N(GL_STACK_OVERFLOW),
+    N(GL_STACK_UNDERFLOW),
+    N(GL_OUT_OF_MEMORY),
+    // GLU
+    N(GLU_TESS_BEGIN),
+    N(GLU_TESS_VERTEX),
+    N(GLU_TESS_END),
+    N(GLU_TESS_ERROR),
+    N(GLU_TESS_EDGE_FLAG),
+    N(GLU_TESS_COMBINE),
+    N(GLU_TESS_BEGIN_DATA),
+    N(GLU_TESS_VERTEX_DATA),
+    N(GLU_TESS_END_DATA),
+    N(GLU_TESS_ERROR_DATA),
+    N(GLU_TESS_EDGE_FLAG_DATA),
+    N(GLU_TESS_COMBINE_DATA),
+    N(GLU_TESS_WINDING_RULE),
+    N(GLU_TESS_BOUNDARY_ONLY),
+    N(GLU_TESS_TOLERANCE),
+    N(GLU_TESS_WINDING_ODD),
+    N(GLU_TESS_WINDING_NONZERO),
+    N(GLU_TESS_WINDING_POSITIVE),
+    N(GLU_TESS_WINDING_NEGATIVE),
+    N(GLU_TESS_WINDING_ABS_GEQ_TWO),
+    N(GLU_FILL),
+    N(GLU_LINE),
+    N(GLU_POINT),
+    N(GLU_SILHOUETTE),
+    N(GLU_SMOOTH),
+    N(GLU_FLAT),
+    N(GLU_NONE),
+    N(GLU_OUTSIDE),
+    N(GLU_INSIDE),
+    N(GLU_INVALID_ENUM),
+    N(GLU_INVALID_VALUE),
+    N(GLU_OUT_OF_MEMORY),
+};
+
+const char* const kPrimitives[] = {"GL_POINTS",     "GL_LINES",          "GL_LINE_LOOP",    "GL_LINE_STRIP",
+                                   "GL_TRIANGLES",  "GL_TRIANGLE_STRIP", "GL_TRIANGLE_FAN", "GL_QUADS",
+                                   "GL_QUAD_STRIP", "GL_POLYGON"};
+
+// Clear masks read best in the usual colour, depth, stencil order.
+const std::pair<unsigned, const char*> kBits[] = {
+    N(GL_COLOR_BUFFER_BIT), N(GL_DEPTH_BUFFER_BIT), N(GL_STENCIL_BUFFER_BIT),
+    N(GL_ACCUM_BUFFER_BIT), N(GL_CURRENT_BIT),      N(GL_POINT_BIT),
+    N(GL_LINE_BIT),         N(GL_POLYGON_BIT),      N(GL_POLYGON_STIPPLE_BIT),
+    N(GL_PIXEL_MODE_BIT),   N(GL_LIGHTING_BIT),     N(GL_FOG_BIT),
+    N(GL_VIEWPORT_BIT),     N(GL_TRANSFORM_BIT),    N(GL_ENABLE_BIT),
+    N(GL_HINT_BIT),         N(GL_EVAL_BIT),         N(GL_LIST_BIT),
+    N(GL_TEXTURE_BIT),      N(GL_SCISSOR_BIT),
+};
+#undef N
+
+const std::unordered_map<unsigned, const char*>& EnumTable() {
+    static const std::unordered_map<unsigned, const char*> table = [] {
+        std::unordered_map<unsigned, const char*> t;
+        for (const auto& [value, name] : kEnums)
+            t.emplace(value, name);
+        return t;
+    }();
+    return table;
+}
+
+void AppendHex(std::string& out, unsigned value) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "0x%X", value);
+    out += buffer;
+}
+
+} // namespace
+
+const char* EnumName(unsigned value) {
+    const auto& table = EnumTable();
+    const auto found = table.find(value);
+    return found == table.end() ? nullptr : found->second;
+}
+
+int ParamCount(unsigned pname) {
+    switch (pname) {
+    case GL_AMBIENT:
+    case GL_DIFFUSE:
+    case GL_SPECULAR:
+    case GL_EMISSION:
+    case GL_POSITION:
+    case GL_AMBIENT_AND_DIFFUSE:
+    case GL_FOG_COLOR:
+    case GL_LIGHT_MODEL_AMBIENT:
+    case GL_TEXTURE_ENV_COLOR:
+    case GL_TEXTURE_BORDER_COLOR:
+    case GL_OBJECT_PLANE:
+    case GL_EYE_PLANE:
+        return 4;
+    case GL_SPOT_DIRECTION:
+    case GL_COLOR_INDEXES:
+        return 3;
+    default:
+        return 1;
+    }
+}
+
+void Append(std::string& out, En e) {
+    if (const char* name = EnumName(e.value))
+        out += name;
+    else
+        AppendHex(out, e.value);
+}
+
+void Append(std::string& out, IEn e) {
+    // Small values are counts and flags far more often than enumerations.
+    const double v = e.value;
+    if (v >= 0x100 && v == std::floor(v) && v <= 0xFFFFFFFF)
+        if (const char* name = EnumName(static_cast<unsigned>(v))) {
+            out += name;
+            return;
+        }
+    AppendNumber(out, v);
+}
+
+void Append(std::string& out, Prim p) {
+    if (p.value < std::size(kPrimitives))
+        out += kPrimitives[p.value];
+    else
+        AppendHex(out, p.value);
+}
+
+void Append(std::string& out, Blend b) {
+    if (b.value == GL_ZERO)
+        out += "GL_ZERO";
+    else if (b.value == GL_ONE)
+        out += "GL_ONE";
+    else
+        Append(out, En{b.value});
+}
+
+void Append(std::string& out, Bits b) {
+    if (b.value == GL_ALL_ATTRIB_BITS) {
+        out += "GL_ALL_ATTRIB_BITS";
+        return;
+    }
+    unsigned rest = b.value;
+    bool first = true;
+    for (const auto& [bit, name] : kBits) {
+        if (!(rest & bit)) continue;
+        out += first ? "" : " | ";
+        out += name;
+        first = false;
+        rest &= ~bit;
+    }
+    if (rest != 0 || first) {
+        out += first ? "" : " | ";
+        AppendHex(out, rest);
+    }
+}
+
+void Append(std::string& out, Bool b) {
+    out += b.value ? "GL_TRUE" : "GL_FALSE";
+}
+
+} // namespace orn::test::trace

@@ -1,0 +1,273 @@
+// The traced functions: ORN_GL / ORN_GLU(return type, name, parameters, call arguments, logged
+// arguments). Logged arguments wrap parameters whose meaning the C type hides (see GLTrace.h).
+// No include guard: the includer defines ORN_GL and ORN_GLU, includes this file, and undefines them.
+
+// Matrices
+ORN_GL(void, glMatrixMode, (GLenum mode), (mode), (En{mode}))
+ORN_GL(void, glPushMatrix, (void), (), ())
+ORN_GL(void, glPopMatrix, (void), (), ())
+ORN_GL(void, glLoadIdentity, (void), (), ())
+ORN_GL(void, glTranslatef, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
+ORN_GL(void, glTranslated, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
+ORN_GL(void, glRotatef, (GLfloat a, GLfloat x, GLfloat y, GLfloat z), (a, x, y, z), (a, x, y, z))
+ORN_GL(void, glRotated, (GLdouble a, GLdouble x, GLdouble y, GLdouble z), (a, x, y, z), (a, x, y, z))
+ORN_GL(void, glScalef, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
+ORN_GL(void, glScaled, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
+ORN_GL(void, glMultMatrixd, (const GLdouble* m), (m), (Vector(m, 16)))
+ORN_GL(void, glMultMatrixf, (const GLfloat* m), (m), (Vector(m, 16)))
+ORN_GL(void, glLoadMatrixd, (const GLdouble* m), (m), (Vector(m, 16)))
+ORN_GL(void, glLoadMatrixf, (const GLfloat* m), (m), (Vector(m, 16)))
+ORN_GL(void, glOrtho, (GLdouble l, GLdouble r, GLdouble b, GLdouble t, GLdouble n, GLdouble f),
+       (l, r, b, t, n, f), (l, r, b, t, n, f))
+ORN_GL(void, glFrustum, (GLdouble l, GLdouble r, GLdouble b, GLdouble t, GLdouble n, GLdouble f),
+       (l, r, b, t, n, f), (l, r, b, t, n, f))
+ORN_GL(void, glViewport, (GLint x, GLint y, GLsizei w, GLsizei h), (x, y, w, h), (x, y, w, h))
+
+// Queries and capabilities
+ORN_GL(void, glGetDoublev, (GLenum pname, GLdouble* p), (pname, p), (En{pname}, p))
+ORN_GL(void, glGetFloatv, (GLenum pname, GLfloat* p), (pname, p), (En{pname}, p))
+ORN_GL(void, glGetIntegerv, (GLenum pname, GLint* p), (pname, p), (En{pname}, p))
+ORN_GL(void, glGetBooleanv, (GLenum pname, GLboolean* p), (pname, p), (En{pname}, p))
+ORN_GL(GLenum, glGetError, (void), (), ())
+ORN_GL(const GLubyte*, glGetString, (GLenum name), (name), (En{name}))
+ORN_GL(void, glEnable, (GLenum cap), (cap), (En{cap}))
+ORN_GL(void, glDisable, (GLenum cap), (cap), (En{cap}))
+ORN_GL(GLboolean, glIsEnabled, (GLenum cap), (cap), (En{cap}))
+ORN_GL(void, glPushAttrib, (GLbitfield mask), (mask), (Bits{mask}))
+ORN_GL(void, glPopAttrib, (void), (), ())
+ORN_GL(void, glPushClientAttrib, (GLbitfield mask), (mask), (En{mask}))
+ORN_GL(void, glPopClientAttrib, (void), (), ())
+
+// Client arrays
+ORN_GL(void, glEnableClientState, (GLenum cap), (cap), (En{cap}))
+ORN_GL(void, glDisableClientState, (GLenum cap), (cap), (En{cap}))
+ORN_GL(void, glVertexPointer, (GLint size, GLenum type, GLsizei stride, const GLvoid* p),
+       (size, type, stride, p), (size, En{type}, stride, p))
+ORN_GL(void, glNormalPointer, (GLenum type, GLsizei stride, const GLvoid* p), (type, stride, p),
+       (En{type}, stride, p))
+ORN_GL(void, glColorPointer, (GLint size, GLenum type, GLsizei stride, const GLvoid* p),
+       (size, type, stride, p), (size, En{type}, stride, p))
+ORN_GL(void, glTexCoordPointer, (GLint size, GLenum type, GLsizei stride, const GLvoid* p),
+       (size, type, stride, p), (size, En{type}, stride, p))
+ORN_GL(void, glDrawElements, (GLenum mode, GLsizei count, GLenum type, const GLvoid* indices),
+       (mode, count, type, indices), (Prim{mode}, count, En{type}, indices))
+ORN_GL(void, glDrawArrays, (GLenum mode, GLint first, GLsizei count), (mode, first, count),
+       (Prim{mode}, first, count))
+ORN_GL(void, glArrayElement, (GLint i), (i), (i))
+ORN_GL(void, glInterleavedArrays, (GLenum format, GLsizei stride, const GLvoid* p), (format, stride, p),
+       (En{format}, stride, p))
+
+// Immediate mode
+ORN_GL(void, glBegin, (GLenum mode), (mode), (Prim{mode}))
+ORN_GL(void, glEnd, (void), (), ())
+ORN_GL(void, glVertex2f, (GLfloat x, GLfloat y), (x, y), (x, y))
+ORN_GL(void, glVertex2d, (GLdouble x, GLdouble y), (x, y), (x, y))
+ORN_GL(void, glVertex3f, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
+ORN_GL(void, glVertex3d, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
+ORN_GL(void, glVertex2fv, (const GLfloat* v), (v), (Vector(v, 2)))
+ORN_GL(void, glVertex2dv, (const GLdouble* v), (v), (Vector(v, 2)))
+ORN_GL(void, glVertex3fv, (const GLfloat* v), (v), (Vector(v, 3)))
+ORN_GL(void, glVertex3dv, (const GLdouble* v), (v), (Vector(v, 3)))
+ORN_GL(void, glNormal3f, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
+ORN_GL(void, glNormal3d, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
+ORN_GL(void, glNormal3fv, (const GLfloat* v), (v), (Vector(v, 3)))
+ORN_GL(void, glColor3f, (GLfloat r, GLfloat g, GLfloat b), (r, g, b), (r, g, b))
+ORN_GL(void, glColor4f, (GLfloat r, GLfloat g, GLfloat b, GLfloat a), (r, g, b, a), (r, g, b, a))
+ORN_GL(void, glColor3ub, (GLubyte r, GLubyte g, GLubyte b), (r, g, b), (r, g, b))
+ORN_GL(void, glColor4ub, (GLubyte r, GLubyte g, GLubyte b, GLubyte a), (r, g, b, a), (r, g, b, a))
+ORN_GL(void, glColor3fv, (const GLfloat* v), (v), (Vector(v, 3)))
+ORN_GL(void, glColor4fv, (const GLfloat* v), (v), (Vector(v, 4)))
+ORN_GL(void, glTexCoord2f, (GLfloat s, GLfloat t), (s, t), (s, t))
+ORN_GL(void, glTexCoord2d, (GLdouble s, GLdouble t), (s, t), (s, t))
+ORN_GL(void, glTexCoord2fv, (const GLfloat* v), (v), (Vector(v, 2)))
+
+// Display lists
+ORN_GL(GLuint, glGenLists, (GLsizei range), (range), (range))
+ORN_GL(void, glNewList, (GLuint list, GLenum mode), (list, mode), (list, En{mode}))
+ORN_GL(void, glEndList, (void), (), ())
+ORN_GL(void, glCallList, (GLuint list), (list), (list))
+ORN_GL(void, glCallLists, (GLsizei n, GLenum type, const GLvoid* lists), (n, type, lists),
+       (n, En{type}, lists))
+ORN_GL(void, glListBase, (GLuint base), (base), (base))
+ORN_GL(void, glDeleteLists, (GLuint list, GLsizei range), (list, range), (list, range))
+ORN_GL(GLboolean, glIsList, (GLuint list), (list), (list))
+
+// Selection names
+ORN_GL(void, glInitNames, (void), (), ())
+ORN_GL(void, glPushName, (GLuint name), (name), (name))
+ORN_GL(void, glPopName, (void), (), ())
+ORN_GL(void, glLoadName, (GLuint name), (name), (name))
+ORN_GL(GLint, glRenderMode, (GLenum mode), (mode), (En{mode}))
+ORN_GL(void, glSelectBuffer, (GLsizei size, GLuint* buffer), (size, buffer), (size, buffer))
+
+// Rasterisation state
+ORN_GL(void, glPolygonMode, (GLenum face, GLenum mode), (face, mode), (En{face}, En{mode}))
+ORN_GL(void, glPolygonOffset, (GLfloat factor, GLfloat units), (factor, units), (factor, units))
+ORN_GL(void, glCullFace, (GLenum mode), (mode), (En{mode}))
+ORN_GL(void, glFrontFace, (GLenum mode), (mode), (En{mode}))
+ORN_GL(void, glShadeModel, (GLenum mode), (mode), (En{mode}))
+ORN_GL(void, glBlendFunc, (GLenum s, GLenum d), (s, d), (Blend{s}, Blend{d}))
+ORN_GL(void, glAlphaFunc, (GLenum func, GLclampf ref), (func, ref), (En{func}, ref))
+ORN_GL(void, glDepthFunc, (GLenum func), (func), (En{func}))
+ORN_GL(void, glDepthMask, (GLboolean flag), (flag), (Bool{flag}))
+ORN_GL(void, glColorMask, (GLboolean r, GLboolean g, GLboolean b, GLboolean a), (r, g, b, a),
+       (Bool{r}, Bool{g}, Bool{b}, Bool{a}))
+ORN_GL(void, glStencilFunc, (GLenum func, GLint ref, GLuint mask), (func, ref, mask), (En{func}, ref, mask))
+ORN_GL(void, glStencilOp, (GLenum fail, GLenum zfail, GLenum zpass), (fail, zfail, zpass),
+       (En{fail}, En{zfail}, En{zpass}))
+ORN_GL(void, glLineStipple, (GLint factor, GLushort pattern), (factor, pattern), (factor, pattern))
+ORN_GL(void, glPolygonStipple, (const GLubyte* mask), (mask), (mask))
+ORN_GL(void, glLineWidth, (GLfloat width), (width), (width))
+ORN_GL(void, glPointSize, (GLfloat size), (size), (size))
+ORN_GL(void, glHint, (GLenum target, GLenum mode), (target, mode), (En{target}, En{mode}))
+ORN_GL(void, glScissor, (GLint x, GLint y, GLsizei w, GLsizei h), (x, y, w, h), (x, y, w, h))
+ORN_GL(void, glClear, (GLbitfield mask), (mask), (Bits{mask}))
+ORN_GL(void, glClearColor, (GLclampf r, GLclampf g, GLclampf b, GLclampf a), (r, g, b, a), (r, g, b, a))
+ORN_GL(void, glClearDepth, (GLclampd depth), (depth), (depth))
+ORN_GL(void, glClearStencil, (GLint s), (s), (s))
+ORN_GL(void, glFlush, (void), (), ())
+ORN_GL(void, glFinish, (void), (), ())
+
+// Lighting, material, fog, clip planes
+ORN_GL(void, glLightModelf, (GLenum pname, GLfloat param), (pname, param), (En{pname}, IEn{param}))
+ORN_GL(void, glLightModelfv, (GLenum pname, const GLfloat* p), (pname, p), (En{pname}, PVec(pname, p)))
+ORN_GL(void, glLightModeli, (GLenum pname, GLint param), (pname, param), (En{pname}, IEn{double(param)}))
+ORN_GL(void, glLightModeliv, (GLenum pname, const GLint* p), (pname, p), (En{pname}, PVec(pname, p)))
+ORN_GL(void, glMaterialf, (GLenum face, GLenum pname, GLfloat param), (face, pname, param),
+       (En{face}, En{pname}, param))
+ORN_GL(void, glMaterialfv, (GLenum face, GLenum pname, const GLfloat* p), (face, pname, p),
+       (En{face}, En{pname}, PVec(pname, p)))
+ORN_GL(void, glMateriali, (GLenum face, GLenum pname, GLint param), (face, pname, param),
+       (En{face}, En{pname}, param))
+ORN_GL(void, glColorMaterial, (GLenum face, GLenum mode), (face, mode), (En{face}, En{mode}))
+ORN_GL(void, glLightf, (GLenum light, GLenum pname, GLfloat param), (light, pname, param),
+       (En{light}, En{pname}, param))
+ORN_GL(void, glLightfv, (GLenum light, GLenum pname, const GLfloat* p), (light, pname, p),
+       (En{light}, En{pname}, PVec(pname, p)))
+ORN_GL(void, glLighti, (GLenum light, GLenum pname, GLint param), (light, pname, param),
+       (En{light}, En{pname}, param))
+ORN_GL(void, glLightiv, (GLenum light, GLenum pname, const GLint* p), (light, pname, p),
+       (En{light}, En{pname}, PVec(pname, p)))
+ORN_GL(void, glFogf, (GLenum pname, GLfloat param), (pname, param), (En{pname}, IEn{param}))
+ORN_GL(void, glFogfv, (GLenum pname, const GLfloat* p), (pname, p), (En{pname}, PVec(pname, p)))
+ORN_GL(void, glFogi, (GLenum pname, GLint param), (pname, param), (En{pname}, IEn{double(param)}))
+ORN_GL(void, glFogiv, (GLenum pname, const GLint* p), (pname, p), (En{pname}, PVec(pname, p)))
+ORN_GL(void, glClipPlane, (GLenum plane, const GLdouble* eq), (plane, eq), (En{plane}, Vector(eq, 4)))
+ORN_GL(void, glGetClipPlane, (GLenum plane, GLdouble* eq), (plane, eq), (En{plane}, eq))
+
+// Textures
+ORN_GL(void, glGenTextures, (GLsizei n, GLuint* textures), (n, textures), (n, textures))
+ORN_GL(void, glDeleteTextures, (GLsizei n, const GLuint* textures), (n, textures), (n, Vector(textures, n)))
+ORN_GL(void, glBindTexture, (GLenum target, GLuint texture), (target, texture), (En{target}, texture))
+ORN_GL(void, glTexImage2D,
+       (GLenum target, GLint level, GLint internal, GLsizei w, GLsizei h, GLint border, GLenum format,
+        GLenum type, const GLvoid* pixels),
+       (target, level, internal, w, h, border, format, type, pixels),
+       (En{target}, level, IEn{double(internal)}, w, h, border, En{format}, En{type}, pixels))
+ORN_GL(void, glTexSubImage2D,
+       (GLenum target, GLint level, GLint x, GLint y, GLsizei w, GLsizei h, GLenum format, GLenum type,
+        const GLvoid* pixels),
+       (target, level, x, y, w, h, format, type, pixels),
+       (En{target}, level, x, y, w, h, En{format}, En{type}, pixels))
+ORN_GL(void, glTexParameteri, (GLenum target, GLenum pname, GLint param), (target, pname, param),
+       (En{target}, En{pname}, IEn{double(param)}))
+ORN_GL(void, glTexParameterf, (GLenum target, GLenum pname, GLfloat param), (target, pname, param),
+       (En{target}, En{pname}, IEn{param}))
+ORN_GL(void, glTexParameterfv, (GLenum target, GLenum pname, const GLfloat* p), (target, pname, p),
+       (En{target}, En{pname}, PVec(pname, p)))
+ORN_GL(void, glTexEnvi, (GLenum target, GLenum pname, GLint param), (target, pname, param),
+       (En{target}, En{pname}, IEn{double(param)}))
+ORN_GL(void, glTexEnvf, (GLenum target, GLenum pname, GLfloat param), (target, pname, param),
+       (En{target}, En{pname}, IEn{param}))
+ORN_GL(void, glTexEnvfv, (GLenum target, GLenum pname, const GLfloat* p), (target, pname, p),
+       (En{target}, En{pname}, PVec(pname, p)))
+ORN_GL(void, glTexGeni, (GLenum coord, GLenum pname, GLint param), (coord, pname, param),
+       (En{coord}, En{pname}, IEn{double(param)}))
+ORN_GL(void, glTexGenfv, (GLenum coord, GLenum pname, const GLfloat* p), (coord, pname, p),
+       (En{coord}, En{pname}, PVec(pname, p)))
+ORN_GL(void, glPixelStorei, (GLenum pname, GLint param), (pname, param), (En{pname}, param))
+ORN_GL(GLboolean, glIsTexture, (GLuint texture), (texture), (texture))
+ORN_GL(GLboolean, glAreTexturesResident, (GLsizei n, const GLuint* textures, GLboolean* resident),
+       (n, textures, resident), (n, Vector(textures, n), resident))
+ORN_GL(void, glPrioritizeTextures, (GLsizei n, const GLuint* textures, const GLclampf* priorities),
+       (n, textures, priorities), (n, Vector(textures, n), Vector(priorities, n)))
+
+// Pixels
+ORN_GL(void, glReadPixels, (GLint x, GLint y, GLsizei w, GLsizei h, GLenum format, GLenum type, GLvoid* p),
+       (x, y, w, h, format, type, p), (x, y, w, h, En{format}, En{type}, p))
+ORN_GL(void, glDrawPixels, (GLsizei w, GLsizei h, GLenum format, GLenum type, const GLvoid* p),
+       (w, h, format, type, p), (w, h, En{format}, En{type}, p))
+ORN_GL(void, glRasterPos2f, (GLfloat x, GLfloat y), (x, y), (x, y))
+ORN_GL(void, glRasterPos2i, (GLint x, GLint y), (x, y), (x, y))
+ORN_GL(void, glRasterPos3f, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
+ORN_GL(void, glBitmap,
+       (GLsizei w, GLsizei h, GLfloat xorig, GLfloat yorig, GLfloat xmove, GLfloat ymove,
+        const GLubyte* bits),
+       (w, h, xorig, yorig, xmove, ymove, bits), (w, h, xorig, yorig, xmove, ymove, bits))
+ORN_GL(void, glPixelZoom, (GLfloat x, GLfloat y), (x, y), (x, y))
+ORN_GL(void, glReadBuffer, (GLenum mode), (mode), (En{mode}))
+ORN_GL(void, glDrawBuffer, (GLenum mode), (mode), (En{mode}))
+
+// GLU: matrices and projection
+ORN_GLU(void, gluPerspective, (GLdouble fovy, GLdouble aspect, GLdouble n, GLdouble f), (fovy, aspect, n, f),
+        (fovy, aspect, n, f))
+ORN_GLU(void, gluOrtho2D, (GLdouble l, GLdouble r, GLdouble b, GLdouble t), (l, r, b, t), (l, r, b, t))
+ORN_GLU(void, gluLookAt,
+        (GLdouble ex, GLdouble ey, GLdouble ez, GLdouble cx, GLdouble cy, GLdouble cz, GLdouble ux,
+         GLdouble uy, GLdouble uz),
+        (ex, ey, ez, cx, cy, cz, ux, uy, uz), (ex, ey, ez, cx, cy, cz, ux, uy, uz))
+ORN_GLU(void, gluPickMatrix, (GLdouble x, GLdouble y, GLdouble w, GLdouble h, GLint* viewport),
+        (x, y, w, h, viewport), (x, y, w, h, Vector(viewport, 4)))
+ORN_GLU(GLint, gluProject,
+        (GLdouble x, GLdouble y, GLdouble z, const GLdouble* model, const GLdouble* proj, const GLint* view,
+         GLdouble* wx, GLdouble* wy, GLdouble* wz),
+        (x, y, z, model, proj, view, wx, wy, wz), (x, y, z, model, proj, Vector(view, 4), wx, wy, wz))
+ORN_GLU(GLint, gluUnProject,
+        (GLdouble x, GLdouble y, GLdouble z, const GLdouble* model, const GLdouble* proj, const GLint* view,
+         GLdouble* ox, GLdouble* oy, GLdouble* oz),
+        (x, y, z, model, proj, view, ox, oy, oz), (x, y, z, model, proj, Vector(view, 4), ox, oy, oz))
+
+// GLU: images and errors
+ORN_GLU(GLint, gluScaleImage,
+        (GLenum format, GLsizei wIn, GLsizei hIn, GLenum typeIn, const void* in, GLsizei wOut, GLsizei hOut,
+         GLenum typeOut, GLvoid* out),
+        (format, wIn, hIn, typeIn, in, wOut, hOut, typeOut, out),
+        (En{format}, wIn, hIn, En{typeIn}, in, wOut, hOut, En{typeOut}, out))
+ORN_GLU(GLint, gluBuild2DMipmaps,
+        (GLenum target, GLint internal, GLsizei w, GLsizei h, GLenum format, GLenum type, const void* data),
+        (target, internal, w, h, format, type, data),
+        (En{target}, IEn{double(internal)}, w, h, En{format}, En{type}, data))
+ORN_GLU(const GLubyte*, gluErrorString, (GLenum error), (error), (En{error}))
+
+// GLU: tessellation
+ORN_GLU(GLUtesselator*, gluNewTess, (void), (), ())
+ORN_GLU(void, gluDeleteTess, (GLUtesselator * tess), (tess), (tess))
+ORN_GLU(void, gluTessCallback, (GLUtesselator * tess, GLenum which, _GLUfuncptr fn), (tess, which, fn),
+        (tess, En{which}, fn))
+ORN_GLU(void, gluTessProperty, (GLUtesselator * tess, GLenum which, GLdouble data), (tess, which, data),
+        (tess, En{which}, IEn{data}))
+ORN_GLU(void, gluTessNormal, (GLUtesselator * tess, GLdouble x, GLdouble y, GLdouble z), (tess, x, y, z),
+        (tess, x, y, z))
+ORN_GLU(void, gluTessBeginPolygon, (GLUtesselator * tess, GLvoid* data), (tess, data), (tess, data))
+ORN_GLU(void, gluTessBeginContour, (GLUtesselator * tess), (tess), (tess))
+ORN_GLU(void, gluTessVertex, (GLUtesselator * tess, GLdouble* location, GLvoid* data), (tess, location, data),
+        (tess, Vector(location, 3), data))
+ORN_GLU(void, gluTessEndContour, (GLUtesselator * tess), (tess), (tess))
+ORN_GLU(void, gluTessEndPolygon, (GLUtesselator * tess), (tess), (tess))
+
+// GLU: quadrics
+ORN_GLU(GLUquadric*, gluNewQuadric, (void), (), ())
+ORN_GLU(void, gluDeleteQuadric, (GLUquadric * quad), (quad), (quad))
+ORN_GLU(void, gluQuadricDrawStyle, (GLUquadric * quad, GLenum style), (quad, style), (quad, En{style}))
+ORN_GLU(void, gluQuadricNormals, (GLUquadric * quad, GLenum normals), (quad, normals), (quad, En{normals}))
+ORN_GLU(void, gluQuadricOrientation, (GLUquadric * quad, GLenum orientation), (quad, orientation),
+        (quad, En{orientation}))
+ORN_GLU(void, gluQuadricTexture, (GLUquadric * quad, GLboolean texture), (quad, texture),
+        (quad, Bool{texture}))
+ORN_GLU(void, gluSphere, (GLUquadric * quad, GLdouble radius, GLint slices, GLint stacks),
+        (quad, radius, slices, stacks), (quad, radius, slices, stacks))
+ORN_GLU(void, gluCylinder,
+        (GLUquadric * quad, GLdouble base, GLdouble top, GLdouble height, GLint slices, GLint stacks),
+        (quad, base, top, height, slices, stacks), (quad, base, top, height, slices, stacks))
+ORN_GLU(void, gluDisk, (GLUquadric * quad, GLdouble inner, GLdouble outer, GLint slices, GLint loops),
+        (quad, inner, outer, slices, loops), (quad, inner, outer, slices, loops))
