@@ -1,0 +1,28 @@
+#pragma once
+
+#include <orn/geometry/TOrnPrimitiveObj.h>
+
+namespace orn {
+
+/// A line from the origin along +z, Length long (not centred).
+class TOrnLine : public TOrnPrimitiveObj {
+    ORN_CLASS(TOrnLine)
+public:
+    using TOrnPrimitiveObj::TOrnPrimitiveObj;
+
+    float Length() const { return fLength; }
+    void SetLength(float value);
+
+    void Assign(const TPersistent* source) override;
+    void WriteValues(TOrnCustomExchange& exchange) override;
+    void ReadValues(TOrnCustomExchange& exchange) override;
+
+protected:
+    void InitPoints() override;
+    void InitPrimitives() override;
+
+private:
+    float fLength = 1.0f;
+};
+
+} // namespace orn

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <orn/geometry/TOrnPrimitiveObj.h>
+
+namespace orn {
+
+/// A flat triangle in the x–z plane facing +y: apex at the origin, base of width Base at z = Height.
+class TOrnTriangle : public TOrnPrimitiveObj {
+    ORN_CLASS(TOrnTriangle)
+public:
+    using TOrnPrimitiveObj::TOrnPrimitiveObj;
+
+    float Base() const { return fBase; }
+    void SetBase(float value);
+    float Height() const { return fHeight; }
+    void SetHeight(float value);
+
+    void Assign(const TPersistent* source) override;
+    void WriteValues(TOrnCustomExchange& exchange) override;
+    void ReadValues(TOrnCustomExchange& exchange) override;
+
+protected:
+    void InitPoints() override;
+    void InitPrimitives() override;
+
+private:
+    float fBase = 1.0f;
+    float fHeight = 1.0f;
+};
+
+} // namespace orn

@@ -1,0 +1,140 @@
+#include <orn/geometry/TOrnCustomObj.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include "geometry/detail/PointGrid.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orn {
+
+ORN_REGISTER_RENDER_CLASS(TOrnCustomObj, "Orn Obj")
+
+// ---------------------------------------------------------------------------------------------
+// TOrnPrimitiveInterface
+
+long TOrnPrimitiveInterface::PointOf(int k) const {
+    if (k < 1 || k > fCount) return -1;
+    const TOrnPrimitiveArray* list = fOwner->Primitive(fList);
+    if (!list || list->Count() < fFirst + k) return -1;
+    return list->Indices(fFirst + k - 1);
+}
+
+TOrnMathVector TOrnPrimitiveInterface::GetPoint(int k) const {
+    const long p = PointOf(k);
+    return p < 0 ? TOrnMathVector{} : fOwner->Points()->GetVector(static_cast<int>(p), daVertex);
+}
+
+void TOrnPrimitiveInterface::SetPoint(int k, const TOrnMathVector& v) {
+    const long p = PointOf(k);
+    if (p >= 0) fOwner->Points()->SetVector(static_cast<int>(p), daVertex, v);
+}
+
+// ---------------------------------------------------------------------------------------------
+// TOrnCustomObj
+
+TOrnCustomObj::TOrnCustomObj(TComponent* owner)
+    : TOrnPrimitiveObj(owner), fInterface(std::make_unique<TOrnPrimitiveInterface>(this)),
+      fWeld(std::make_unique<detail::PointGrid>()) {}
+
+TOrnCustomObj::~TOrnCustomObj() = default;
+
+void TOrnCustomObj::InitPoints() {}
+
+void TOrnCustomObj::InitPrimitives() {
+    fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daVertex, daNormal});
+    if (OnConstruct) OnConstruct(this);
+    if (fAutoCalcNormals) CalcNormals();
+}
+
+int TOrnCustomObj::FirstList(GLenum type) {
+    for (int i = 0; i < PrimitiveCount(); ++i)
+        if (Primitive(i)->Type() == type) return i;
+    return AddPrimitiveArray(type);
+}
+
+void TOrnCustomObj::AddTriangle(const TOrnMathVector& p1, const TOrnMathVector& p2, const TOrnMathVector& p3) {
+    const int list = FirstList(GL_TRIANGLES);
+    for (const TOrnMathVector* p : {&p1, &p2, &p3})
+        Primitive(list)->AddIndex(static_cast<std::uint32_t>(GetPointIndex(*p)));
+}
+
+void TOrnCustomObj::AddQuad(const TOrnMathVector& p1, const TOrnMathVector& p2, const TOrnMathVector& p3,
+                            const TOrnMathVector& p4) {
+    const int list = FirstList(GL_QUADS);
+    for (const TOrnMathVector* p : {&p1, &p2, &p3, &p4})
+        Primitive(list)->AddIndex(static_cast<std::uint32_t>(GetPointIndex(*p)));
+}
+
+void TOrnCustomObj::SyncWeld() {
+    const TOrnPrimitivePoints& pool = *fPoints;
+    const int count = pool.Count();
+    const std::uint8_t* flags = pool.Flags();
+    const double* pos = pool.Vertices();
+    int from = fWeldIndexed;
+    if (fWeldIndexed < 0 || pool.Version() != fWeldVersion || count < fWeldIndexed) {
+        fWeld->Clear(count);
+        fWeldBarrier = -1;
+        from = 0;
+    }
+    // Points at or below the newest bit-2 point can never be found: the scan stops there.
+    for (int i = from; i < count; ++i) {
+        if (flags && (flags[i] & 4u)) {
+            fWeldBarrier = i;
+            fWeld->Clear();
+        } else if (pos) {
+            fWeld->Insert(i, pos + 3 * static_cast<std::size_t>(i), true);
+        }
+    }
+    fWeldIndexed = count;
+    fWeldVersion = pool.Version();
+}
+
+int TOrnCustomObj::GetPointIndex(const TOrnMathVector& v) {
+    if (!fPoints->DefineArrays().Contains(daVertex))
+        fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daVertex});
+    SyncWeld();
+    const double at[3] = {v.x, v.y, v.z};
+    const double* pos = std::as_const(*fPoints).Vertices();
+    if (pos) {
+        // Lists hold the newest point first, so the first match per cell is its newest.
+        const int q = fWeld->Find(at, pos, [](int a, int b) { return a > b; });
+        if (q >= 0) return q;
+    }
+    const int i = fPoints->Add(v, {0, 0, 0}, {0, 0, 0});
+    CalcTexturePoint(i);
+    fPoints->SetFlag(i, 1, true);
+    // Our own append and flag: the index only needs the new point.
+    if (fWeldIndexed == i && fPoints->Version() != fWeldVersion) fWeldVersion = fPoints->Version();
+    SyncWeld();
+    return i;
+}
+
+void TOrnCustomObj::CloseEdges() {
+    const int count = fPoints->Count();
+    std::uint8_t* flags = fPoints->Flags();
+    if (!flags) return;
+    for (int i = 0; i < count; ++i) flags[i] |= 4u;
+    if (count > 0) {
+        fWeld->Clear();
+        fWeldBarrier = count - 1;
+        fWeldIndexed = count;
+        fWeldVersion = fPoints->Version();
+    }
+}
+
+TOrnPrimitiveInterface* TOrnCustomObj::GetInterface(int face, GLenum type) {
+    int position = -1;
+    for (int i = 0; i < PrimitiveCount() && position < 0; ++i)
+        if (Primitive(i)->Type() == type) position = i;
+    if (position < 0) return nullptr;
+    const int n = type == GL_TRIANGLES ? 3 : type == GL_QUADS ? 4 : 0;
+    face = std::max(face, 1);
+    if (static_cast<long>(Primitive(position)->Count()) < static_cast<long>(face) * n) return nullptr;
+    fInterface->fCount = n;
+    fInterface->fList = position;
+    fInterface->fFirst = (face - 1) * n;
+    return fInterface.get();
+}
+
+} // namespace orn

@@ -1,0 +1,170 @@
+#include <orn/geometry/TOrnPolygon.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <strings.h>
+#include <vector>
+
+namespace orn {
+
+ORN_REGISTER_RENDER_CLASS(TOrnPolygon, "Orn Obj")
+
+TOrnPolygon::TOrnPolygon(TComponent* owner) : TOrnPrimitiveObj(owner), fNormal(std::make_unique<TOrnNormal>()) {
+    fNormal->OnChange = SubChangeHandler();
+    fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daVertex, daNormal, daTexture, daFlag});
+}
+
+TOrnPolygon::~TOrnPolygon() { ClearAll(); }
+
+void TOrnPolygon::SetNormal(const TOrnNormal* value) {
+    if (value) fNormal->Assign(value);
+    Changed();
+}
+
+void TOrnPolygon::SetClosed(bool value) {
+    fClosed = value;
+    ChangePrimitiveType();
+}
+
+void TOrnPolygon::SetFilled(bool value) {
+    fFilled = value;
+    ChangePrimitiveType();
+}
+
+void TOrnPolygon::ChangePrimitiveType() {
+    if (PrimitiveCount() == 0) AddPrimitiveArray(GL_POLYGON);
+    Primitive(0)->SetType(fFilled ? GL_POLYGON : fClosed ? GL_LINE_LOOP : GL_LINE_STRIP);
+}
+
+int TOrnPolygon::Count() const { return PrimitiveCount() > 0 ? Primitive(0)->Count() : 0; }
+
+void TOrnPolygon::Add(const TOrnMathVector& position, const TOrnMathVector& normal, const TOrnMathVector& texture) {
+    Insert(Count(), position, normal, texture);
+}
+
+void TOrnPolygon::Insert(int position, const TOrnMathVector& p, const TOrnMathVector& normal,
+                         const TOrnMathVector& texture) {
+    const int i = fPoints->Add(p, normal, texture);
+    fPoints->SetFlag(i, 0, true);
+    fPoints->SetFlag(i, 1, false);
+    if (PrimitiveCount() > 0) Primitive(0)->Insert(position, static_cast<std::uint32_t>(i));
+}
+
+void TOrnPolygon::AddValues(float x, float y, float z, float s, float t) { InsertValues(Count(), x, y, z, s, t); }
+
+void TOrnPolygon::InsertValues(int position, float x, float y, float z, float s, float t) {
+    Insert(position, {x, y, z}, fNormal->AsMathVector(), {s, t, 0});
+}
+
+void TOrnPolygon::Delete(int position) {
+    if (PrimitiveCount() > 0 && position >= 0) Primitive(0)->Delete(position, 1);
+}
+
+void TOrnPolygon::SetValues(int index, TOrnArray kind, const TOrnMathVector& v) {
+    if (index < 0 || index >= fPoints->Count()) return;
+    if (kind != daVertex && kind != daNormal && kind != daTexture) return;
+    fPoints->SetVector(index, kind, v);
+    Invalidate();
+}
+
+TOrnMathVector TOrnPolygon::GetValues(int index, TOrnArray kind) const {
+    if (index < 0 || index >= fPoints->Count()) return {};
+    return fPoints->GetVector(index, kind);
+}
+
+void TOrnPolygon::ClearPoints() {
+    if (fInitClearPoints) TOrnPrimitiveObj::ClearPoints();
+}
+
+void TOrnPolygon::InitPrimitives() {
+    ChangePrimitiveType();
+    if (OnConstruct) {
+        OnConstruct(this);
+    } else {
+        for (int i = 0; i < fPoints->Count(); ++i) Primitive(0)->AddIndex(static_cast<std::uint32_t>(i));
+    }
+    if (fAutoCalcNormals) CalcNormals();
+}
+
+void TOrnPolygon::Assign(const TPersistent* source) {
+    if (auto* p = dynamic_cast<const TOrnPolygon*>(source)) {
+        fNormal->SetAsMathVector(p->fNormal->AsMathVector());
+        fClosed = p->fClosed;
+        fFilled = p->fFilled;
+        fInitClearPoints = p->fInitClearPoints;
+        OnConstruct = p->OnConstruct;
+    }
+    TOrnPrimitiveObj::Assign(source);
+}
+
+namespace {
+
+std::string pointsText(const TOrnPrimitivePoints& pool) {
+    std::string out;
+    char buf[512];
+    for (int i = 0; i < pool.Count(); ++i) {
+        const TOrnMathVector p = pool.GetVector(i, daVertex), n = pool.GetVector(i, daNormal),
+                             t = pool.GetVector(i, daTexture);
+        std::snprintf(buf, sizeof buf, "%s%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g", i ? ";" : "", p.x, p.y,
+                      p.z, n.x, n.y, n.z, t.x, t.y);
+        out += buf;
+    }
+    return out;
+}
+
+/// The points of a "Points" value; false when any part of it is not eight numbers.
+bool parsePoints(const std::string& text, std::vector<std::array<double, 8>>& points) {
+    const char* s = text.c_str();
+    while (*s) {
+        std::array<double, 8> v{};
+        for (int k = 0; k < 8; ++k) {
+            char* end = nullptr;
+            v[k] = std::strtod(s, &end);
+            if (end == s) return false;
+            s = end;
+            const char want = k < 7 ? ',' : ';';
+            if (*s == want) ++s;
+            else if (!(k == 7 && *s == '\0')) return false;
+        }
+        points.push_back(v);
+    }
+    return true;
+}
+
+} // namespace
+
+void TOrnPolygon::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteBool("Closed", fClosed, true);
+    exchange.WriteBool("Filled", fFilled, true);
+    exchange.WriteBool("InitClearPoints", fInitClearPoints, false);
+    exchange.WriteString("Points", pointsText(*fPoints), "");
+    fNormal->WriteComp(exchange, "Normal");
+    TOrnPrimitiveObj::WriteValues(exchange);
+}
+
+void TOrnPolygon::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnPrimitiveObj::ReadValues(exchange);
+    fClosed = exchange.ReadBool("Closed", fClosed);
+    SetFilled(exchange.ReadBool("Filled", fFilled));
+    fInitClearPoints = exchange.ReadBool("InitClearPoints", fInitClearPoints);
+    std::vector<std::array<double, 8>> points;
+    const std::string text = exchange.ReadString("Points", "");
+    if (text.empty() || !parsePoints(text, points)) return;
+    fPoints->SetSize(0);
+    for (const auto& v : points) {
+        const int i = fPoints->Add({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {v[6], v[7], 0});
+        fPoints->SetFlag(i, 0, true);
+    }
+    Invalidate();
+}
+
+TOrnExchangeItem* TOrnPolygon::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
+    if (strcasecmp(tagName.c_str(), "Normal") != 0) return TOrnPrimitiveObj::ReadComp(exchange, tagName);
+    fNormal->ReadValues(exchange);
+    return fNormal.get();
+}
+
+} // namespace orn

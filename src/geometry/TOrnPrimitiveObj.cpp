@@ -1,0 +1,357 @@
+#include <orn/geometry/TOrnPrimitiveObj.h>
+
+#include "geometry/detail/PointGrid.h"
+
+#include <orn/host/EOrnError.h>
+
+#include <algorithm>
+#include <numeric>
+#include <strings.h>
+#include <string>
+#include <utility>
+
+namespace orn {
+
+TOrnPrimitiveObj::TOrnPrimitiveObj(TComponent* owner)
+    : TOrnObject(owner), fPoints(std::make_unique<TOrnPrimitivePoints>()),
+      fTextureFlags(std::make_unique<TOrnTextureFlags>()) {
+    // Texture coordinates are computed at a build, so a new rule means a new build.
+    fTextureFlags->OnChange = [this](TObject*) { Invalidate(); };
+}
+
+TOrnPrimitiveObj::~TOrnPrimitiveObj() { fPrimitives.clear(); }
+
+TOrnPrimitiveArray* TOrnPrimitiveObj::GetPrimitive(int position) const {
+    if (position < 0 || position >= GetPrimitiveCount()) return nullptr;
+    return fPrimitives[static_cast<std::size_t>(position)].get();
+}
+
+void TOrnPrimitiveObj::SetAutoCalcNormals(bool value) {
+    if (assignIfChanged(fAutoCalcNormals, value)) Invalidate();
+}
+
+bool TOrnPrimitiveObj::GetTextured() const { return fPoints->EnabledArrays().Contains(daTexture); }
+
+void TOrnPrimitiveObj::SetTextured(bool value) {
+    TOrnArrays enabled = fPoints->EnabledArrays();
+    enabled.Exclude(daTexture);
+    if (value) enabled.Include(daTexture);
+    fPoints->SetEnabledArrays(enabled);
+    for (auto& list : fPrimitives) list->SetTextured(value);
+}
+
+void TOrnPrimitiveObj::SetTextureRef(TOrnTexture* texture, TOrnRender* render) {
+    if (render == fTextureRender && texture == fTexture) return;
+    if (fTextureRender && fTextureRender != render) RemoveFreeNotification(fTextureRender);
+    fTexture = texture;
+    fTextureRender = render;
+    if (render) FreeNotification(render);
+    for (auto& list : fPrimitives) list->SetTextureRef(texture, render);
+    Changed();
+}
+
+void TOrnPrimitiveObj::SetTextureFlags(const TOrnTextureFlags* value) {
+    if (value) fTextureFlags->Assign(value);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Building
+
+void TOrnPrimitiveObj::Init() {
+    ClearAll();
+    InitPoints();
+    CalcTexture();
+    InitPrimitives();
+    fInitialized = true;
+    if (OnAfterInit) OnAfterInit(this);
+}
+
+void TOrnPrimitiveObj::InitPoints() {}
+void TOrnPrimitiveObj::InitPrimitives() {}
+
+void TOrnPrimitiveObj::ClearAll() {
+    ClearPoints();
+    ClearPrimitives();
+}
+
+void TOrnPrimitiveObj::ClearPoints() { fPoints->SetSize(0); }
+void TOrnPrimitiveObj::ClearPrimitives() { fPrimitives.clear(); }
+
+void TOrnPrimitiveObj::CheckBuildSize(std::int64_t count, const char* shape) {
+    constexpr std::int64_t kMax = std::int64_t{1} << 27;
+    if (count > kMax)
+        throw EOrnError(std::string(shape) + ": a detail needing " + std::to_string(count) +
+                        " points is beyond the limit of " + std::to_string(kMax) + ".");
+}
+
+int TOrnPrimitiveObj::AddPoint(const TOrnMathVector& p, const TOrnMathVector& n, double s, double t,
+                               std::uint8_t flags) {
+    const int i = fPoints->Add(p, n, {s, t, 0});
+    if (flags != 0)
+        for (int bit = 0; bit < 8; ++bit)
+            if (flags & (1u << bit)) fPoints->SetFlag(i, bit, true);
+    return i;
+}
+
+int TOrnPrimitiveObj::AddPrimitiveArray(GLenum type) {
+    auto list = std::make_unique<TOrnPrimitiveArray>(type);
+    list->SetTextureRef(fTexture, fTextureRender);
+    list->SetTextured(GetTextured());
+    fPrimitives.push_back(std::move(list));
+    return GetPrimitiveCount() - 1;
+}
+
+int TOrnPrimitiveObj::AddIndex(std::uint32_t pointIndex, int position) {
+    TOrnPrimitiveArray* list = GetPrimitive(position);
+    return list ? list->AddIndex(pointIndex) : -1;
+}
+
+void TOrnPrimitiveObj::DeletePrimitiveArray(int position, int count) {
+    if (count < 1) return;
+    for (long i = static_cast<long>(position) + count - 1; i >= position; --i)
+        if (i >= 0 && i < GetPrimitiveCount()) fPrimitives.erase(fPrimitives.begin() + i);
+}
+
+int TOrnPrimitiveObj::AddPrimitiveObj(TOrnPrimitiveObj* other) {
+    if (!other) return -1;
+    if (!other->fInitialized) other->Init();
+    const int offset = fPoints->Add(*other->fPoints);
+    const int lists = other->GetPrimitiveCount(); // other may be this object
+    for (int i = 0; i < lists; ++i) {
+        TOrnPrimitiveArray* src = other->GetPrimitive(i);
+        TOrnPrimitiveArray* dst = GetPrimitive(AddPrimitiveArray(src->Type()));
+        dst->SetCount(src->Count());
+        for (int k = 0; k < src->Count(); ++k) dst->Data()[k] = src->Data()[k] + static_cast<std::uint32_t>(offset);
+        dst->SetTextureRef(src->Texture(), src->TextureRender());
+    }
+    return offset;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Texture coordinates
+
+void TOrnPrimitiveObj::CalcTexture() {
+    if (!fPoints->DefineArrays().Contains(daTexture)) fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daTexture});
+    if (fTextureFlags->Mode() == txStandard) return; // every point keeps its coordinate
+    for (int i = 0; i < fPoints->Count(); ++i) CalcTexturePoint(i);
+}
+
+void TOrnPrimitiveObj::CalcTexturePoint(int index) {
+    if (index < 0 || index >= fPoints->Count()) return;
+    const TOrnMathVector current = fPoints->GetVector(index, daTexture);
+    fPoints->SetVector(index, daTexture, fTextureFlags->Apply(fPoints->GetVector(index, daVertex), current));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Normals
+
+std::vector<int> TOrnPrimitiveObj::SeamReceivers() const {
+    return detail::FirstSamePlace(std::as_const(*fPoints).Vertices(), fPoints->Count(),
+                                  std::as_const(*fPoints).Flags(), 1u);
+}
+
+void TOrnPrimitiveObj::CalcNormals() {
+    if (!fPoints->DefineArrays().Contains(daNormal))
+        fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daNormal});
+    const int n = fPoints->Count();
+    const int size = fPoints->Size();
+    std::vector<double> sum(3 * static_cast<std::size_t>(n), 0.0);
+    std::vector<int> counter(static_cast<std::size_t>(n), 0);
+    const std::vector<int> receiver = SeamReceivers();
+    const double* pos = std::as_const(*fPoints).Vertices();
+
+    auto at = [&](std::uint32_t i) -> TOrnMathVector {
+        if (i >= static_cast<std::uint32_t>(size)) return {};
+        const double* p = pos + 3 * static_cast<std::size_t>(i);
+        return {p[0], p[1], p[2]};
+    };
+    auto face = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+        TOrnMathVector r;
+        OrnMathNormalVector(at(a), at(b), at(c), true, r);
+        return r;
+    };
+    auto add = [&](std::uint32_t p, const TOrnMathVector& v) {
+        if (p >= static_cast<std::uint32_t>(n)) return;
+        const auto r = static_cast<std::size_t>(receiver[p]);
+        sum[3 * r] += v.x;
+        sum[3 * r + 1] += v.y;
+        sum[3 * r + 2] += v.z;
+        ++counter[r];
+    };
+    auto add3 = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c, const TOrnMathVector& v) {
+        add(a, v);
+        add(b, v);
+        add(c, v);
+    };
+
+    for (const auto& list : fPrimitives) {
+        if (!list->Enabled() || !pos) continue;
+        const std::uint32_t* i = list->Data();
+        const int count = list->Count();
+        switch (list->Type()) {
+        case GL_TRIANGLES:
+            for (int t = 0; t + 2 < count; t += 3) add3(i[t], i[t + 1], i[t + 2], face(i[t], i[t + 1], i[t + 2]));
+            break;
+        case GL_TRIANGLE_STRIP:
+            for (int k = 0; k + 2 < count; ++k) {
+                const TOrnMathVector v =
+                    k % 2 == 0 ? face(i[k], i[k + 1], i[k + 2]) : face(i[k + 1], i[k], i[k + 2]);
+                if (std::fabs(v.x) >= 0.001 || std::fabs(v.y) >= 0.001 || std::fabs(v.z) >= 0.001)
+                    add3(i[k], i[k + 1], i[k + 2], v);
+            }
+            break;
+        case GL_TRIANGLE_FAN:
+            for (int k = 1; k + 1 < count; ++k) add3(i[0], i[k], i[k + 1], face(i[0], i[k], i[k + 1]));
+            break;
+        case GL_QUADS:
+            for (int q = 0; q + 3 < count; q += 4) {
+                add3(i[q], i[q + 1], i[q + 2], face(i[q], i[q + 1], i[q + 2]));
+                add3(i[q + 2], i[q + 3], i[q], face(i[q + 2], i[q + 3], i[q]));
+            }
+            break;
+        case GL_QUAD_STRIP:
+            for (int k = 0; k <= count / 2 - 2; ++k) {
+                const TOrnMathVector v = face(i[2 * k], i[2 * k + 1], i[2 * k + 2]);
+                for (int m = 0; m < 4; ++m) add(i[2 * k + m], v);
+            }
+            break;
+        case GL_POLYGON:
+            for (int k = 0; k < count; ++k) {
+                const std::uint32_t a = i[k], b = i[(k + 1) % count], c = i[(k + 2) % count];
+                add3(a, b, c, face(a, b, c));
+            }
+            break;
+        default:
+            for (int k = 0; k < count; ++k) add(i[k], {0, 0, 1});
+            break;
+        }
+    }
+
+    double* normals = fPoints->Normals();
+    if (!normals) return;
+    for (int p = 0; p < n; ++p) {
+        const auto r = static_cast<std::size_t>(receiver[static_cast<std::size_t>(p)]);
+        if (counter[r] == 0) continue;
+        TOrnMathVector v{sum[3 * r] / counter[r], sum[3 * r + 1] / counter[r], sum[3 * r + 2] / counter[r]};
+        OrnMathNormalize(v);
+        double* out = normals + 3 * static_cast<std::size_t>(p);
+        out[0] = v.x;
+        out[1] = v.y;
+        out[2] = v.z;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Deleting points
+
+void TOrnPrimitiveObj::FreePoints(int first, int count) {
+    if (count < 1 || first < 0 || first >= fPoints->Count()) return;
+    const auto lo = static_cast<std::uint32_t>(first);
+    const std::uint32_t hi = lo + static_cast<std::uint32_t>(count) - 1;
+    for (auto& list : fPrimitives) {
+        std::uint32_t* d = list->Data();
+        bool hit = false;
+        for (int k = 0; k < list->Count(); ++k) {
+            if (d[k] > hi)
+                d[k] -= static_cast<std::uint32_t>(count);
+            else if (d[k] >= lo)
+                hit = true;
+        }
+        if (hit) list->SetEnabled(false);
+    }
+    fPoints->Delete(first, count);
+}
+
+void TOrnPrimitiveObj::FreeUnusedPoints() {
+    const int n = fPoints->Count();
+    std::vector<bool> unused(static_cast<std::size_t>(n), true);
+    for (const auto& list : fPrimitives) {
+        if (!list->Enabled()) continue;
+        for (int k = 0; k < list->Count(); ++k)
+            if (list->Data()[k] < static_cast<std::uint32_t>(n)) unused[list->Data()[k]] = false;
+    }
+    // Deleting from the top down one by one leaves every entry lowered by the number of deleted
+    // points below it, and disables each list holding a deleted point: the same in one pass.
+    std::vector<std::uint32_t> deletedBelow(static_cast<std::size_t>(n) + 1, 0);
+    for (int i = 0; i < n; ++i) deletedBelow[i + 1] = deletedBelow[i] + (unused[i] ? 1 : 0);
+    if (deletedBelow[n] == 0) return;
+    for (auto& list : fPrimitives) {
+        std::uint32_t* d = list->Data();
+        bool hit = false;
+        for (int k = 0; k < list->Count(); ++k) {
+            const std::uint32_t e = d[k];
+            const std::uint32_t below = deletedBelow[std::min<std::uint32_t>(e, static_cast<std::uint32_t>(n))];
+            if (e < static_cast<std::uint32_t>(n) && unused[e]) hit = true;
+            d[k] = e - below;
+        }
+        if (hit) list->SetEnabled(false);
+    }
+    fPoints->DeleteMarked(unused);
+}
+
+void TOrnPrimitiveObj::Invert() {
+    for (auto& list : fPrimitives) list->Invert();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Drawing
+
+void TOrnPrimitiveObj::DoRender(TOrnCustomView* view) {
+    if (!fInitialized) Init();
+    TOrnObject::DoRender(view);
+    fPoints->BeforeRender(view);
+    const bool names = WantsNames(view);
+    for (int i = 0; i < GetPrimitiveCount(); ++i) {
+        TOrnPrimitiveArray* list = fPrimitives[static_cast<std::size_t>(i)].get();
+        if (!list->Enabled()) continue;
+        if (list->Textured()) {
+            if (list->TextureRender()) list->TextureRender()->Render(view);
+            glEnable(GL_TEXTURE_2D);
+        } else {
+            glDisable(GL_TEXTURE_2D);
+        }
+        if (names) glPushName(static_cast<GLuint>(view->GetNextID(this, i)));
+        list->ProceedDirectRendering();
+        if (names) glPopName();
+    }
+    fPoints->AfterRender(view);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Copying, references, scene file
+
+void TOrnPrimitiveObj::Assign(const TPersistent* source) {
+    auto* src = dynamic_cast<const TOrnPrimitiveObj*>(source);
+    if (src && src != this) {
+        SetTextureRef(src->fTexture, src->fTextureRender);
+        SetTextured(src->GetTextured());
+        fTextureFlags->Assign(src->fTextureFlags.get());
+        fAutoCalcNormals = src->fAutoCalcNormals;
+        ClearAll();
+        fPoints->Assign(src->fPoints.get());
+        for (const auto& list : src->fPrimitives) GetPrimitive(AddPrimitiveArray(list->Type()))->Assign(list.get());
+        fInitialized = src->fInitialized;
+    }
+    TOrnObject::Assign(source);
+}
+
+void TOrnPrimitiveObj::Notification(TComponent* component, TOperation operation) {
+    TOrnObject::Notification(component, operation);
+    if (operation != opRemove || !component || component != fTextureRender) return;
+    // The dying texture has already dropped its notification link; only forget it.
+    fTexture = nullptr;
+    fTextureRender = nullptr;
+    for (auto& list : fPrimitives) list->SetTextureRef(nullptr, nullptr);
+}
+
+void TOrnPrimitiveObj::WriteValues(TOrnCustomExchange& exchange) {
+    fTextureFlags->WriteComp(exchange, "TextureFlags");
+}
+
+TOrnExchangeItem* TOrnPrimitiveObj::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
+    if (strcasecmp(tagName.c_str(), "TextureFlags") != 0) return TOrnObject::ReadComp(exchange, tagName);
+    fTextureFlags->ReadValues(exchange);
+    return fTextureFlags.get();
+}
+
+} // namespace orn

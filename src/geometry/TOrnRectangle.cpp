@@ -1,0 +1,76 @@
+#include <orn/geometry/TOrnRectangle.h>
+#include <orn/scene/TOrnRegistry.h>
+
+namespace orn {
+
+ORN_REGISTER_RENDER_CLASS(TOrnRectangle, "Orn Obj")
+
+void TOrnRectangle::SetWidth(float value) {
+    if (assignIfChanged(fWidth, value)) Invalidate();
+}
+
+void TOrnRectangle::SetHeight(float value) {
+    if (assignIfChanged(fHeight, value)) Invalidate();
+}
+
+void TOrnRectangle::SetDetX(int value) {
+    if (IsValidDetail(value) && assignIfChanged(fDetailX, value)) Invalidate();
+}
+
+void TOrnRectangle::SetDetY(int value) {
+    if (IsValidDetail(value) && assignIfChanged(fDetailY, value)) Invalidate();
+}
+
+void TOrnRectangle::InitPoints() {
+    const TOrnTextureFlags& f = *TextureFlags();
+    CheckBuildSize((std::int64_t{fDetailX} + 1) * (fDetailY + 1), "Rectangle");
+    fPoints->SetSize((fDetailX + 1) * (fDetailY + 1));
+    for (int j = 0; j <= fDetailY; ++j) {
+        const double v = static_cast<double>(j) / fDetailY;
+        for (int i = 0; i <= fDetailX; ++i) {
+            const double u = static_cast<double>(i) / fDetailX;
+            // Centred in x but running from z = Height down to 0: kept as the shape always was.
+            fPoints->Add({u * fWidth - fWidth / 2.0, 0, fHeight - v * fHeight}, {0, 1, 0},
+                         {u * f.ScaleX() + f.ShiftX(), v * f.ScaleY() + f.ShiftY(), 0});
+        }
+    }
+}
+
+void TOrnRectangle::InitPrimitives() {
+    const auto row = static_cast<std::uint32_t>(fDetailX + 1);
+    for (int j = 0; j < fDetailY; ++j) {
+        const int list = AddPrimitiveArray(GL_QUAD_STRIP);
+        for (int i = 0; i <= fDetailX; ++i) {
+            AddIndex((j + 1) * row + i, list);
+            AddIndex(j * row + i, list);
+        }
+    }
+}
+
+void TOrnRectangle::Assign(const TPersistent* source) {
+    if (auto* r = dynamic_cast<const TOrnRectangle*>(source)) {
+        fWidth = r->fWidth;
+        fHeight = r->fHeight;
+        fDetailX = r->fDetailX;
+        fDetailY = r->fDetailY;
+    }
+    TOrnPrimitiveObj::Assign(source);
+}
+
+void TOrnRectangle::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteFloat("Width", fWidth, 1.0);
+    exchange.WriteFloat("Height", fHeight, 1.0);
+    exchange.WriteInt("DetailX", fDetailX, 1);
+    exchange.WriteInt("DetailY", fDetailY, 1);
+    TOrnPrimitiveObj::WriteValues(exchange);
+}
+
+void TOrnRectangle::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnPrimitiveObj::ReadValues(exchange);
+    SetWidth(static_cast<float>(exchange.ReadFloat("Width", fWidth)));
+    SetHeight(static_cast<float>(exchange.ReadFloat("Height", fHeight)));
+    SetDetX(exchange.ReadInt32("DetailX", fDetailX));
+    SetDetY(exchange.ReadInt32("DetailY", fDetailY));
+}
+
+} // namespace orn

@@ -1,0 +1,90 @@
+#include <orn/geometry/TOrnTextureFlags.h>
+
+#include <strings.h>
+
+namespace orn {
+
+const char* const kTextureModeNames[8] = {"txStandard", "txLinearX",  "txLinearY",  "txLinearZ",
+                                          "txLinearXY", "txLinearYZ", "txLinearZX", "txSphereZ"};
+
+TOrnTextureFlags::TOrnTextureFlags() : fParamVector(std::make_unique<TOrnVector>()) {
+    fParamVector->OnChange = [this](TObject*) { Changed(); };
+}
+
+void TOrnTextureFlags::SetMode(TOrnTextureMode value) {
+    if (value < txStandard || value > txSphereZ) return;
+    if (assignIfChanged(fMode, value)) Changed();
+}
+
+void TOrnTextureFlags::SetShiftY(double value) {
+    if (assignIfChanged(fShiftY, value)) Changed();
+}
+
+void TOrnTextureFlags::SetShiftX(double value) {
+    if (assignIfChanged(fShiftX, value)) Changed();
+}
+
+void TOrnTextureFlags::SetScaleX(double value) {
+    if (assignIfChanged(fScaleX, value)) Changed();
+}
+
+void TOrnTextureFlags::SetScaleY(double value) {
+    if (assignIfChanged(fScaleY, value)) Changed();
+}
+
+void TOrnTextureFlags::SetParamVec(const TOrnVector* value) {
+    if (value) fParamVector->Assign(value);
+}
+
+TOrnMathVector TOrnTextureFlags::Apply(const TOrnMathVector& p, const TOrnMathVector& current) const {
+    auto s = [this](double v) { return v * fScaleX + fShiftX; };
+    auto t = [this](double v) { return v * fScaleY + fShiftY; };
+    switch (fMode) {
+    case txLinearX: return {s(p.x), 0, 0};
+    case txLinearY: return {s(p.y), 0, 0};
+    case txLinearZ: return {s(p.z), 0, 0};
+    case txLinearXY: return {s(p.x), t(p.y), 0};
+    case txLinearYZ: return {s(p.y), t(p.z), 0};
+    case txLinearZX: return {s(p.z), t(p.x), 0};
+    case txSphereZ: return {s(OrnMathVectorDist(p, fParamVector->AsMathVector())), 0, 0};
+    case txStandard: break;
+    }
+    return current;
+}
+
+void TOrnTextureFlags::Assign(const TPersistent* source) {
+    auto* f = dynamic_cast<const TOrnTextureFlags*>(source);
+    if (!f || f == this) return;
+    fMode = f->fMode;
+    fShiftY = f->fShiftY;
+    fShiftX = f->fShiftX;
+    fScaleX = f->fScaleX;
+    fScaleY = f->fScaleY;
+    fParamVector->SetAsMathVector(f->fParamVector->AsMathVector());
+    Changed();
+}
+
+void TOrnTextureFlags::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteFloat("ShiftY", fShiftY, 0);
+    exchange.WriteFloat("ScaleY", fScaleY, 1.0);
+    exchange.WriteFloat("ShiftX", fShiftX, 0);
+    exchange.WriteFloat("ScaleX", fScaleX, 1.0);
+    exchange.WriteEnum("Mode", fMode, txStandard, kTextureModeNames);
+    fParamVector->WriteComp(exchange, "ParamVector");
+}
+
+void TOrnTextureFlags::ReadValues(TOrnCustomExchange& exchange) {
+    SetShiftY(exchange.ReadFloat("ShiftY", fShiftY));
+    SetScaleY(exchange.ReadFloat("ScaleY", fScaleY));
+    SetShiftX(exchange.ReadFloat("ShiftX", fShiftX));
+    SetScaleX(exchange.ReadFloat("ScaleX", fScaleX));
+    SetMode(static_cast<TOrnTextureMode>(exchange.ReadEnum("Mode", fMode, kTextureModeNames)));
+}
+
+TOrnExchangeItem* TOrnTextureFlags::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
+    if (strcasecmp(tagName.c_str(), "ParamVector") != 0) return TOrnProperty::ReadComp(exchange, tagName);
+    fParamVector->ReadValues(exchange);
+    return fParamVector.get();
+}
+
+} // namespace orn
