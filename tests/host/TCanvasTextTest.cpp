@@ -1,0 +1,194 @@
+#include <orn/host/EOrnError.h>
+#include <orn/host/TBitmap.h>
+
+#include "host/detail/FontEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+using namespace orn;
+
+namespace {
+
+constexpr const char* kSample = "Hello, Wörld! gjpqy";
+
+struct Ink {
+    int Inside = 0;
+    int Outside = 0;
+};
+
+// Counts pixels that differ from background, inside and outside rect.
+Ink CountInk(const TBitmap& bmp, const TRect& rect, TColor background) {
+    Ink ink;
+    for (int y = 0; y < bmp.Height(); ++y)
+        for (int x = 0; x < bmp.Width(); ++x)
+            if (bmp.Pixel(x, y) != background) {
+                const bool in = x >= rect.Left && x < rect.Right && y >= rect.Top && y < rect.Bottom;
+                (in ? ink.Inside : ink.Outside)++;
+            }
+    return ink;
+}
+
+} // namespace
+
+TEST(TCanvasTextMetrics, WidthAndHeightGrowWithTheSize) {
+    TBitmap bmp(4, 4);
+    TCanvas& c = bmp.Canvas();
+    TSize previous{0, 0};
+    for (int size : {6, 8, 12, 20, 36}) {
+        c.Font().SetSize(size);
+        const TSize extent = c.TextExtent(kSample);
+        EXPECT_GT(extent.cx, previous.cx) << size;
+        EXPECT_GT(extent.cy, previous.cy) << size;
+        EXPECT_EQ(extent.cx, c.TextWidth(kSample));
+        EXPECT_EQ(extent.cy, c.TextHeight(kSample));
+        previous = extent;
+    }
+    // A positive height asks for the cell height itself.
+    for (int cell : {12, 20, 30, 45, 64}) {
+        c.Font().SetHeight(cell);
+        EXPECT_NEAR(c.TextHeight("x"), cell, 1) << cell;
+    }
+    EXPECT_EQ(c.TextWidth(""), 0);
+    EXPECT_GT(c.TextHeight(""), 0);
+}
+
+TEST(TCanvasTextMetrics, BoldIsWiderAndUnknownNamesFallBack) {
+    TBitmap bmp(4, 4);
+    TCanvas& c = bmp.Canvas();
+    c.Font().SetSize(14);
+    const int regular = c.TextWidth(kSample);
+    c.Font().SetStyle({fsBold});
+    EXPECT_GT(c.TextWidth(kSample), regular);
+    c.Font().SetStyle({});
+    c.Font().SetName("No Such Font Family 42");
+    EXPECT_EQ(c.TextWidth(kSample), regular);
+    c.Font().SetName("DejaVu Sans Mono");
+    EXPECT_EQ(c.TextWidth("iiii"), c.TextWidth("WWWW"));
+    EXPECT_NE(c.TextWidth(kSample), regular);
+}
+
+TEST(TCanvasTextDrawing, InkStaysInsideTheExtent) {
+    for (TFontStyles style :
+         {TFontStyles{}, TFontStyles{fsItalic}, TFontStyles{fsBold, fsUnderline, fsStrikeOut}}) {
+        SCOPED_TRACE(style.Bits());
+        TBitmap bmp(300, 80);
+        TCanvas& c = bmp.Canvas();
+        c.Font().SetSize(16);
+        c.Font().SetStyle(style);
+        c.Font().SetColor(clWhite);
+        c.Brush().SetStyle(bsClear);
+        c.TextOut(10, 12, kSample);
+        const TSize e = c.TextExtent(kSample);
+        const Ink ink = CountInk(bmp, Rect(10, 12, 10 + e.cx, 12 + e.cy), clBlack);
+        EXPECT_GT(ink.Inside, 100);
+        EXPECT_EQ(ink.Outside, 0);
+        EXPECT_EQ(c.PenPos(), Point(10 + e.cx, 12));
+    }
+}
+
+TEST(TCanvasTextDrawing, SolidBrushFillsTheCellAndClearBrushKeepsTheBackground) {
+    TBitmap bmp(200, 40);
+    TCanvas& c = bmp.Canvas();
+    c.Brush().SetColor(clBlue);
+    c.Font().SetColor(clYellow);
+    c.TextOut(5, 5, "Ab");
+    const TSize e = c.TextExtent("Ab");
+    EXPECT_EQ(bmp.Pixel(5, 5), clBlue);
+    EXPECT_EQ(bmp.Pixel(5 + e.cx - 1, 5 + e.cy - 1), clBlue);
+    EXPECT_EQ(bmp.Pixel(5 + e.cx, 5), clBlack);
+    c.Brush().SetStyle(bsClear);
+    c.TextOut(100, 5, "Ab");
+    EXPECT_EQ(bmp.Pixel(100, 5), clBlack);
+}
+
+TEST(TCanvasTextDrawing, FullCoverageGivesTheFontColourAndEdgesBlend) {
+    TBitmap bmp(60, 60, pf32bit);
+    TCanvas& c = bmp.Canvas();
+    c.Brush().SetStyle(bsClear);
+    c.Font().SetHeight(-48);
+    c.Font().SetColor(RGB(200, 100, 50));
+    c.TextOut(5, 0, "l");
+    int exact = 0, blended = 0;
+    for (int y = 0; y < bmp.Height(); ++y)
+        for (int x = 0; x < bmp.Width(); ++x) {
+            const TColor p = bmp.Pixel(x, y);
+            exact += p == RGB(200, 100, 50);
+            blended += p != clBlack && p != RGB(200, 100, 50);
+            if (p == RGB(200, 100, 50)) {
+                EXPECT_EQ(bmp.Alpha(x, y), 255);
+            }
+        }
+    EXPECT_GT(exact, 50);
+    EXPECT_GT(blended, 0) << "anti-aliased edges";
+}
+
+TEST(TCanvasTextDrawing, MissingGlyphAndBadUtf8StillDrawSomething) {
+    for (const std::string& text : {std::string("\U0010FFFD"), std::string("\xC3\x28\xFF")}) {
+        TBitmap bmp(80, 40);
+        TCanvas& c = bmp.Canvas();
+        c.Font().SetColor(clWhite);
+        c.Brush().SetStyle(bsClear);
+        c.Font().SetSize(16);
+        EXPECT_GT(c.TextWidth(text), 0);
+        c.TextOut(2, 2, text);
+        EXPECT_GT(CountInk(bmp, Rect(0, 0, 80, 40), clBlack).Inside, 10);
+    }
+}
+
+TEST(TCanvasTextDrawing, TextOutNotifiesOnceAndClipsAtTheBitmapEdges) {
+    TBitmap bmp(20, 10);
+    int changes = 0;
+    bmp.OnChange = [&](TObject*) { ++changes; };
+    bmp.Canvas().Font().SetSize(24);
+    bmp.Canvas().TextOut(-15, -8, "Clipped text");
+    bmp.Canvas().TextOut(15, 5, "Clipped text");
+    EXPECT_EQ(changes, 2);
+}
+
+TEST(TCanvasTextErrors, FontFileFreeTypeRefusesIsAnError) {
+    const auto path =
+        std::filesystem::temp_directory_path() / ("orn_bad_font_" + std::to_string(::getpid()) + ".ttf");
+    std::ofstream(path) << "this is not a font";
+    TBitmap bmp(10, 10);
+    bmp.Canvas().Font().SetName(path.string());
+    try {
+        bmp.Canvas().TextWidth("x");
+        ADD_FAILURE() << "refused font accepted";
+    } catch (const EOrnError& e) {
+        EXPECT_NE(std::string(e.what()).find(path.string()), std::string::npos);
+    }
+    std::filesystem::remove(path);
+    bmp.Canvas().Font().SetName("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf");
+    const int byPath = bmp.Canvas().TextWidth("Hello");
+    bmp.Canvas().Font().SetName("DejaVu Sans");
+    EXPECT_EQ(bmp.Canvas().TextWidth("Hello"), byPath);
+}
+
+TEST(TCanvasTextDrawing, FarAwayPositionsDrawNothing) {
+    TBitmap bmp(10, 10);
+    TCanvas& c = bmp.Canvas();
+    c.Brush().SetColor(clRed);
+    for (int far : {INT_MIN, INT_MAX}) {
+        c.TextOut(far, far, "far away");
+        c.TextOut(far, 0, "far away");
+    }
+    EXPECT_EQ(CountInk(bmp, Rect(0, 0, 10, 10), clBlack).Inside, 0);
+}
+
+TEST(TCanvasTextUtf8, MalformedSequencesBecomeReplacementCharacters) {
+    const std::vector<std::pair<std::string, std::u32string>> table = {
+        {"A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", U"A\u00E9\u20AC\U0001F600"},
+        {"\xC0\xAF", U"\uFFFD\uFFFD"},                     // overlong '/'
+        {"\xED\xA0\x80", U"\uFFFD\uFFFD\uFFFD"},           // a surrogate
+        {"\xF4\x90\x80\x80", U"\uFFFD\uFFFD\uFFFD\uFFFD"}, // above U+10FFFF
+        {"ab\xE2\x82", U"ab\uFFFD\uFFFD"},                 // cut short
+        {"\x80x", U"\uFFFDx"},                             // stray continuation byte
+    };
+    for (const auto& [utf8, expected] : table)
+        EXPECT_TRUE(detail::DecodeUtf8(utf8) == expected) << utf8;
+}
