@@ -2,6 +2,8 @@
 // open edges, triangle splitting and the nearest point.
 #include <orn/geometry/TOrnPrimitiveObj.h>
 
+#include <orn/host/TBitmap.h>
+
 #include "geometry/detail/Faces.h"
 #include "geometry/detail/PointGrid.h"
 
@@ -38,6 +40,36 @@ void TOrnPrimitiveObj::SetRelief(const std::function<double(double s, double t)>
         const double b = std::clamp(brightness(st.x, st.y), 0.0, 1.0);
         fPoints->LiftPoint(i, base + height * std::pow(b, g));
     }
+}
+
+namespace {
+
+/// Brightness 0 … 1 (luma of R, G, B) of pixel (x, y) wrapped into the bitmap.
+double luma(const TBitmap& b, int x, int y) {
+    x = ((x % b.Width()) + b.Width()) % b.Width();
+    y = ((y % b.Height()) + b.Height()) % b.Height();
+    const std::uint8_t* p = b.ScanLine(y) + static_cast<std::size_t>(x) * b.BytesPerPixel();
+    return (0.114 * p[0] + 0.587 * p[1] + 0.299 * p[2]) / 255.0; // bytes are B, G, R
+}
+
+/// Bilinear brightness at texture coordinate (s, t): s to the right, t up from the bottom row,
+/// both wrapped as a repeating texture would be.
+double sampleBrightness(const TBitmap& b, double s, double t) {
+    if (!std::isfinite(s) || !std::isfinite(t)) return 0;
+    s -= std::floor(s);
+    t -= std::floor(t);
+    const double x = s * b.Width() - 0.5, y = (1 - t) * b.Height() - 0.5;
+    const double x0 = std::floor(x), y0 = std::floor(y), fx = x - x0, fy = y - y0;
+    const int ix = static_cast<int>(x0), iy = static_cast<int>(y0);
+    return (1 - fy) * ((1 - fx) * luma(b, ix, iy) + fx * luma(b, ix + 1, iy)) +
+           fy * ((1 - fx) * luma(b, ix, iy + 1) + fx * luma(b, ix + 1, iy + 1));
+}
+
+} // namespace
+
+void TOrnPrimitiveObj::SetReliefBitmap(const TBitmap* bitmap, float height, float base, float gamma) {
+    if (!bitmap || bitmap->Empty()) return;
+    SetRelief([bitmap](double s, double t) { return sampleBrightness(*bitmap, s, t); }, height, base, gamma);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -2,6 +2,7 @@
 
 #include <orn/geometry/TOrnCustomObj.h>
 #include <orn/geometry/TOrnRectangle.h>
+#include <orn/host/TBitmap.h>
 
 #include <gtest/gtest.h>
 
@@ -190,4 +191,30 @@ TEST_F(EditFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
     r.Init();
     r.SetRelief([](double, double) { return 7.0; }, 1, 0, 0); // brightness clamped to 1, gamma 1
     EXPECT_DOUBLE_EQ(r.Points()->GetVector(3, daVertex).y, 1);
+}
+
+TEST_F(EditFixture, ReliefBitmapSamplesBrightnessAtTheTextureCoordinate) {
+    // Left half black, right half white; t runs up, so the bottom row is t = 0.
+    TBitmap bitmap(4, 2);
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 4; ++x) bitmap.SetPixel(x, y, x < 2 ? clBlack : clWhite);
+    TOrnRectangle r(&form);
+    r.SetDetX(8);
+    r.Init();
+    r.SetReliefBitmap(&bitmap, 1, 0, 1);
+    for (int i = 0; i < r.Points()->Count(); ++i) {
+        const double s = r.Points()->GetVector(i, daTexture).x, y = r.Points()->GetVector(i, daVertex).y;
+        if (s > 0.2 && s < 0.3) {
+            EXPECT_DOUBLE_EQ(y, 0) << i; // inside the black half
+        } else if (s > 0.6 && s < 0.9) {
+            EXPECT_DOUBLE_EQ(y, 1) << i; // inside the white half
+        } else if (s == 0.5) {
+            EXPECT_DOUBLE_EQ(y, 0.5) << i; // on the border: between
+        }
+    }
+    const double before = r.Points()->GetVector(0, daVertex).y;
+    r.SetReliefBitmap(nullptr, 1, 1, 1);
+    TBitmap empty;
+    r.SetReliefBitmap(&empty, 1, 1, 1);
+    EXPECT_EQ(r.Points()->GetVector(0, daVertex).y, before);
 }
