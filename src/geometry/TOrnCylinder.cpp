@@ -87,8 +87,8 @@ void TOrnCylinder::InitPoints() {
             TOrnMathVector n{h * std::sin(phi), slope, h * std::cos(phi)};
             OrnMathNormalize(n);
             const bool seam = i == 0 || i == fSlices;
-            out.Put(r * std::sin(phi), h * f, r * std::cos(phi), n.x, n.y, n.z, static_cast<double>(i) / fSlices, f,
-                    seam ? 1 : 0);
+            out.Put(r * std::sin(phi), h * f, r * std::cos(phi), n.x, n.y, n.z,
+                    static_cast<double>(i) / fSlices, f, seam ? 1 : 0);
         }
     }
     auto cap = [&](double y, double r, double ny) {
@@ -105,7 +105,9 @@ void TOrnCylinder::InitPoints() {
 void TOrnCylinder::InitPrimitives() {
     const int cols = fSlices + 1;
     // Band j starts on row j + 1; a tip there needs the band the other way round.
-    auto tip = [&](int j) { return fBaseRadius + (static_cast<double>(fTopRadius) - fBaseRadius) * (j + 1) / fStacks == 0; };
+    auto tip = [&](int j) {
+        return fBaseRadius + (static_cast<double>(fTopRadius) - fBaseRadius) * (j + 1) / fStacks == 0;
+    };
     detail::AddGridStrips(*this, 0, cols, fStacks, false, tip);
     int next = cols * (fStacks + 1);
     // Fans run centre first; the ring order decides which way the cap faces.

@@ -88,7 +88,9 @@ void TOrnDisc::InitPoints() {
 }
 
 void TOrnDisc::InitPrimitives() {
-    auto centre = [&](int j) { return fInnerRadius + (static_cast<double>(fOuterRadius) - fInnerRadius) * j / fLoops == 0; };
+    auto centre = [&](int j) {
+        return fInnerRadius + (static_cast<double>(fOuterRadius) - fInnerRadius) * j / fLoops == 0;
+    };
     detail::AddGridStrips(*this, 0, fSlices + 1, fLoops, true, centre);
 }
 

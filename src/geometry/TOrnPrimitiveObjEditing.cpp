@@ -17,9 +17,15 @@ namespace orn {
 
 namespace {
 
-TOrnMathVector sub(const TOrnMathVector& a, const TOrnMathVector& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-TOrnMathVector add(const TOrnMathVector& a, const TOrnMathVector& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-TOrnMathVector scale(const TOrnMathVector& a, double s) { return {a.x * s, a.y * s, a.z * s}; }
+TOrnMathVector sub(const TOrnMathVector& a, const TOrnMathVector& b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+TOrnMathVector add(const TOrnMathVector& a, const TOrnMathVector& b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+TOrnMathVector scale(const TOrnMathVector& a, double s) {
+    return {a.x * s, a.y * s, a.z * s};
+}
 
 std::uint64_t edgeKey(std::uint32_t a, std::uint32_t b) {
     if (a > b) std::swap(a, b);
@@ -78,8 +84,8 @@ void TOrnPrimitiveObj::SetReliefBitmap(const TBitmap* bitmap, float height, floa
 void TOrnPrimitiveObj::GetOpenEdges(std::vector<T2DIntPoint>& edges, int& count, bool weld) {
     edges.clear();
     const int n = fPoints->Count();
-    std::vector<int> same = weld ? detail::FirstSamePlace(std::as_const(*fPoints).Vertices(), n, nullptr, 0)
-                                 : std::vector<int>();
+    std::vector<int> same =
+        weld ? detail::FirstSamePlace(std::as_const(*fPoints).Vertices(), n, nullptr, 0) : std::vector<int>();
     auto canon = [&](std::uint32_t i) {
         return weld && i < static_cast<std::uint32_t>(n) ? static_cast<std::uint32_t>(same[i]) : i;
     };
@@ -96,7 +102,8 @@ void TOrnPrimitiveObj::GetOpenEdges(std::vector<T2DIntPoint>& edges, int& count,
         });
     }
     for (const auto& [a, b] : order)
-        if (uses[edgeKey(canon(a), canon(b))] == 1) edges.push_back({static_cast<int>(a), static_cast<int>(b)});
+        if (uses[edgeKey(canon(a), canon(b))] == 1)
+            edges.push_back({static_cast<int>(a), static_cast<int>(b)});
     count = static_cast<int>(edges.size());
 }
 
@@ -129,7 +136,8 @@ TOrnMathVector faceNormalSum(const TOrnPrimitivePoints& points,
 void TOrnPrimitiveObj::Extrude(double depth, int steps, bool caps, bool texture) {
     TOrnMathVector n = faceNormalSum(*fPoints, fPrimitives);
     if (OrnMathVectorLength(n) == 0) {
-        for (int i = 0; i < fPoints->Count(); ++i) n = add(n, fPoints->GetVector(i, daNormal));
+        for (int i = 0; i < fPoints->Count(); ++i)
+            n = add(n, fPoints->GetVector(i, daNormal));
     }
     if (OrnMathVectorLength(n) == 0) return;
     OrnMathNormalize(n);
@@ -161,7 +169,9 @@ void TOrnPrimitiveObj::ExtrudePrimitiveObj(double depth, int steps, bool sides, 
     for (int l = 0; l < originalLists; ++l) {
         if (!fPrimitives[static_cast<std::size_t>(l)]->Enabled()) continue;
         detail::ForEachSegment(*fPrimitives[static_cast<std::size_t>(l)],
-                               [&](std::uint32_t a, std::uint32_t b) { edges.push_back({static_cast<int>(a), static_cast<int>(b)}); });
+                               [&](std::uint32_t a, std::uint32_t b) {
+                                   edges.push_back({static_cast<int>(a), static_cast<int>(b)});
+                               });
     }
 
     if (sides && !edges.empty()) {
@@ -185,8 +195,11 @@ void TOrnPrimitiveObj::ExtrudePrimitiveObj(double depth, int steps, bool sides, 
             for (int s = 0; s <= steps; ++s) {
                 const double f = static_cast<double>(s) / steps;
                 const TOrnMathVector off = scale(move, f);
-                const int a = fPoints->Add(add(pu, off), normal, texture ? TOrnMathVector{s0, f, 0} : fPoints->GetVector(u, daTexture));
-                fPoints->Add(add(pv, off), normal, texture ? TOrnMathVector{s1, f, 0} : fPoints->GetVector(v, daTexture));
+                const int a =
+                    fPoints->Add(add(pu, off), normal,
+                                 texture ? TOrnMathVector{s0, f, 0} : fPoints->GetVector(u, daTexture));
+                fPoints->Add(add(pv, off), normal,
+                             texture ? TOrnMathVector{s1, f, 0} : fPoints->GetVector(v, daTexture));
                 if (previous >= 0) {
                     TOrnPrimitiveArray* q = GetPrimitive(wall);
                     q->AddIndex(static_cast<std::uint32_t>(previous));
@@ -302,7 +315,8 @@ int TOrnPrimitiveObj::getNearPoint(int position, const TOrnMathVector& v) {
         }
     };
     if (position == -1) {
-        for (int i = 0; i < n; ++i) consider(i);
+        for (int i = 0; i < n; ++i)
+            consider(i);
         return best;
     }
     const TOrnPrimitiveArray* list = GetPrimitive(position);

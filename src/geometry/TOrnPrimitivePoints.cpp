@@ -90,21 +90,28 @@ TOrnExchangeItem* TOrnPointItem::ReadComp(TOrnCustomExchange& exchange, const st
 
 namespace {
 
-constexpr std::size_t kElementSizes[6] = {3 * sizeof(double), 3 * sizeof(double), 3 * sizeof(double),
-                                          4 * sizeof(float),  1,                  1};
+constexpr std::size_t kElementSizes[6] = {
+    3 * sizeof(double), 3 * sizeof(double), 3 * sizeof(double), 4 * sizeof(float), 1, 1};
 
-bool isVectorKind(TOrnArray kind) { return kind == daVertex || kind == daNormal || kind == daTexture; }
+bool isVectorKind(TOrnArray kind) {
+    return kind == daVertex || kind == daNormal || kind == daTexture;
+}
 
 } // namespace
 
-TOrnPrimitivePoints::TOrnPrimitivePoints() { SetSize(0); }
+TOrnPrimitivePoints::TOrnPrimitivePoints() {
+    SetSize(0);
+}
 
 TOrnPrimitivePoints::~TOrnPrimitivePoints() {
     SetSize(0);
-    for (Block& b : fBlocks) std::free(b.data);
+    for (Block& b : fBlocks)
+        std::free(b.data);
 }
 
-std::size_t TOrnPrimitivePoints::ElementSize(TOrnArray kind) { return kElementSizes[kind]; }
+std::size_t TOrnPrimitivePoints::ElementSize(TOrnArray kind) {
+    return kElementSizes[kind];
+}
 
 void TOrnPrimitivePoints::Reserve(TOrnArray kind, int n) {
     Block& b = fBlocks[kind];
@@ -169,7 +176,9 @@ void TOrnPrimitivePoints::SetDefineArrays(TOrnArrays value) {
     Touch();
 }
 
-void TOrnPrimitivePoints::SetEnabledArrays(TOrnArrays value) { fEnabledArrays = value; }
+void TOrnPrimitivePoints::SetEnabledArrays(TOrnArrays value) {
+    fEnabledArrays = value;
+}
 
 bool TOrnPrimitivePoints::HasArray(TOrnArray kind) const {
     return fDefineArrays.Contains(kind) && fBlocks[kind].data != nullptr;
@@ -257,7 +266,8 @@ int TOrnPrimitivePoints::Add(const TOrnPrimitivePoints& pool) {
 
 TOrnMathVector TOrnPrimitivePoints::GetVector(int index, TOrnArray kind) const {
     if (!isVectorKind(kind) || !Defined(kind, index)) return {};
-    const double* d = reinterpret_cast<const double*>(fBlocks[kind].data) + 3 * static_cast<std::size_t>(index);
+    const double* d =
+        reinterpret_cast<const double*>(fBlocks[kind].data) + 3 * static_cast<std::size_t>(index);
     return {d[0], d[1], d[2]};
 }
 
@@ -273,16 +283,19 @@ void TOrnPrimitivePoints::SetVector(int index, TOrnArray kind, const TOrnMathVec
 double TOrnPrimitivePoints::GetValues(int index, int component, TOrnArray kind) const {
     if (!Defined(kind, index)) return 0;
     if (isVectorKind(kind) && component >= 0 && component < 3)
-        return reinterpret_cast<const double*>(fBlocks[kind].data)[3 * static_cast<std::size_t>(index) + component];
+        return reinterpret_cast<const double*>(
+            fBlocks[kind].data)[3 * static_cast<std::size_t>(index) + component];
     if (kind == daColor && component >= 0 && component < 4)
-        return reinterpret_cast<const float*>(fBlocks[kind].data)[4 * static_cast<std::size_t>(index) + component];
+        return reinterpret_cast<const float*>(
+            fBlocks[kind].data)[4 * static_cast<std::size_t>(index) + component];
     return 0;
 }
 
 void TOrnPrimitivePoints::SetValues(int index, int component, TOrnArray kind, double value) {
     if (!Defined(kind, index)) return;
     if (isVectorKind(kind) && component >= 0 && component < 3) {
-        reinterpret_cast<double*>(fBlocks[kind].data)[3 * static_cast<std::size_t>(index) + component] = value;
+        reinterpret_cast<double*>(fBlocks[kind].data)[3 * static_cast<std::size_t>(index) + component] =
+            value;
         if (kind == daVertex) Touch();
     } else if (kind == daColor && component >= 0 && component < 4) {
         reinterpret_cast<float*>(fBlocks[kind].data)[4 * static_cast<std::size_t>(index) + component] =
@@ -317,7 +330,8 @@ void TOrnPrimitivePoints::GetPoint(int index, TOrnPointItem& item) const {
     if (Defined(daNormal, index)) item.Normal()->SetAsMathVector(GetVector(index, daNormal));
     if (Defined(daTexture, index)) item.Texture()->SetAsMathVector(GetVector(index, daTexture));
     if (Defined(daColor, index)) {
-        const float* c = reinterpret_cast<const float*>(fBlocks[daColor].data) + 4 * static_cast<std::size_t>(index);
+        const float* c =
+            reinterpret_cast<const float*>(fBlocks[daColor].data) + 4 * static_cast<std::size_t>(index);
         const float rgba[4] = {c[0], c[1], c[2], c[3]};
         item.Color()->SetParams(rgba);
         item.Color()->SetAlpha(c[3]);

@@ -64,12 +64,15 @@ void TOrnTorus::InitPoints() {
             const double psi = twoPi * j / fSides, sp = std::sin(psi), cp = std::cos(psi);
             const double nx = cp * st, ny = sp, nz = cp * ct;
             const bool seam = i == 0 || i == fRings || j == 0 || j == fSides;
-            out.Put(fRingRadius * st + fTubeRadius * nx, fTubeRadius * ny, fRingRadius * ct + fTubeRadius * nz, nx, ny,
-                    nz, static_cast<double>(i) / fRings, static_cast<double>(j) / fSides, seam ? 1 : 0);
+            out.Put(fRingRadius * st + fTubeRadius * nx, fTubeRadius * ny,
+                    fRingRadius * ct + fTubeRadius * nz, nx, ny, nz, static_cast<double>(i) / fRings,
+                    static_cast<double>(j) / fSides, seam ? 1 : 0);
         }
     }
 }
 
-void TOrnTorus::InitPrimitives() { detail::AddGridStrips(*this, 0, fSides + 1, fRings, true); }
+void TOrnTorus::InitPrimitives() {
+    detail::AddGridStrips(*this, 0, fSides + 1, fRings, true);
+}
 
 } // namespace orn

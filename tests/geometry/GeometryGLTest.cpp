@@ -36,12 +36,14 @@ public:
 protected:
     void InitPoints() override {
         ++builds;
-        for (int i = 0; i < 3; ++i) fPoints->Add({double(i), 0, 0}, {0, 0, 1}, {});
+        for (int i = 0; i < 3; ++i)
+            fPoints->Add({double(i), 0, 0}, {0, 0, 1}, {});
     }
     void InitPrimitives() override {
         for (GLenum t : types) {
             const int l = AddPrimitiveArray(t);
-            for (std::uint32_t i = 0; i < 3; ++i) AddIndex(i, l);
+            for (std::uint32_t i = 0; i < 3; ++i)
+                AddIndex(i, l);
         }
     }
 };
@@ -66,8 +68,9 @@ protected:
 
 Calls geometryCalls(const GLRecorder& rec) {
     return rec.Filter({"glEnableClientState", "glDisableClientState", "glVertexPointer", "glNormalPointer",
-                       "glTexCoordPointer", "glColorPointer", "glEdgeFlagPointer", "glEdgeFlag", "glDrawElements",
-                       "glPushName", "glPopName", "glEnable", "glDisable", "glBindTexture"});
+                       "glTexCoordPointer", "glColorPointer", "glEdgeFlagPointer", "glEdgeFlag",
+                       "glDrawElements", "glPushName", "glPopName", "glEnable", "glDisable",
+                       "glBindTexture"});
 }
 
 } // namespace
@@ -79,14 +82,16 @@ TEST_F(GeometryDrawing, OneDrawElementsPerEnabledListBetweenTheClientArrays) {
     GLRecorder rec;
     obj->Render(view);
     rec.Stop();
-    EXPECT_EQ(geometryCalls(rec),
-              (Calls{"glEnableClientState(GL_NORMAL_ARRAY)", "glNormalPointer(GL_DOUBLE, 0, ptr)", "glDisable(GL_TEXTURE_2D)",
-                     "glEnableClientState(GL_VERTEX_ARRAY)", "glVertexPointer(3, GL_DOUBLE, 0, ptr)",
-                     "glDisable(GL_TEXTURE_2D)", "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, ptr)",
-                     "glDisable(GL_TEXTURE_2D)", "glDrawElements(GL_POINTS, 3, GL_UNSIGNED_INT, ptr)",
-                     "glDisableClientState(GL_NORMAL_ARRAY)", "glDisableClientState(GL_COLOR_ARRAY)",
-                     "glDisableClientState(GL_TEXTURE_COORD_ARRAY)", "glDisableClientState(GL_EDGE_FLAG_ARRAY)",
-                     "glDisableClientState(GL_VERTEX_ARRAY)", "glEdgeFlag(GL_TRUE)"}));
+    EXPECT_EQ(
+        geometryCalls(rec),
+        (Calls{"glEnableClientState(GL_NORMAL_ARRAY)", "glNormalPointer(GL_DOUBLE, 0, ptr)",
+               "glDisable(GL_TEXTURE_2D)", "glEnableClientState(GL_VERTEX_ARRAY)",
+               "glVertexPointer(3, GL_DOUBLE, 0, ptr)", "glDisable(GL_TEXTURE_2D)",
+               "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, ptr)", "glDisable(GL_TEXTURE_2D)",
+               "glDrawElements(GL_POINTS, 3, GL_UNSIGNED_INT, ptr)", "glDisableClientState(GL_NORMAL_ARRAY)",
+               "glDisableClientState(GL_COLOR_ARRAY)", "glDisableClientState(GL_TEXTURE_COORD_ARRAY)",
+               "glDisableClientState(GL_EDGE_FLAG_ARRAY)", "glDisableClientState(GL_VERTEX_ARRAY)",
+               "glEdgeFlag(GL_TRUE)"}));
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 }
 
@@ -124,12 +129,14 @@ TEST_F(GeometryDrawing, NamesPerListOnlyInTheNamingModes) {
         obj->Render(view);
         rec.Stop();
         // The object's own name, then one per enabled list around its draw call.
-        EXPECT_EQ(rec.Filter({"glPushName", "glPopName", "glDrawElements"}),
-                  (Calls{"glPushName(1)", "glPushName(2)", "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, ptr)",
-                         "glPopName()", "glPushName(3)", "glDrawElements(GL_POINTS, 3, GL_UNSIGNED_INT, ptr)",
-                         "glPopName()", "glPopName()"}))
+        EXPECT_EQ(
+            rec.Filter({"glPushName", "glPopName", "glDrawElements"}),
+            (Calls{"glPushName(1)", "glPushName(2)", "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, ptr)",
+                   "glPopName()", "glPushName(3)", "glDrawElements(GL_POINTS, 3, GL_UNSIGNED_INT, ptr)",
+                   "glPopName()", "glPopName()"}))
             << mode;
-        EXPECT_EQ(view->names, (std::vector<std::pair<TObject*, int>>{{obj, -1}, {obj, 0}, {obj, 2}})) << mode;
+        EXPECT_EQ(view->names, (std::vector<std::pair<TObject*, int>>{{obj, -1}, {obj, 0}, {obj, 2}}))
+            << mode;
     }
 }
 
@@ -165,9 +172,10 @@ TEST_F(GeometryDrawing, TexturedListsBindTheirTextureAndEnableTexturing) {
     obj->Render(view);
     rec.Stop();
     const Calls calls = rec.Filter({"glBindTexture", "glEnable", "glDisable", "glDrawElements"});
-    EXPECT_EQ(calls, (Calls{"glEnable(GL_TEXTURE_2D)", "glBindTexture(GL_TEXTURE_2D, 77)", "glEnable(GL_TEXTURE_2D)",
-                            "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, ptr)", "glDisable(GL_TEXTURE_2D)",
-                            "glDrawElements(GL_POINTS, 3, GL_UNSIGNED_INT, ptr)"}));
+    EXPECT_EQ(calls,
+              (Calls{"glEnable(GL_TEXTURE_2D)", "glBindTexture(GL_TEXTURE_2D, 77)", "glEnable(GL_TEXTURE_2D)",
+                     "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, ptr)", "glDisable(GL_TEXTURE_2D)",
+                     "glDrawElements(GL_POINTS, 3, GL_UNSIGNED_INT, ptr)"}));
 }
 
 // ---------------------------------------------------------------------------------------------

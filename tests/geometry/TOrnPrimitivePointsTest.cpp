@@ -17,7 +17,8 @@ TEST(TOrnPrimitivePoints, AddGrowsSizeInStepsOfTwelve) {
     TOrnPrimitivePoints pool;
     EXPECT_EQ(pool.Add(1, 2, 3), 0);
     EXPECT_EQ(pool.Size(), 12);
-    for (int i = 1; i < 12; ++i) pool.Add(i, 0, 0);
+    for (int i = 1; i < 12; ++i)
+        pool.Add(i, 0, 0);
     EXPECT_EQ(pool.Size(), 12);
     EXPECT_EQ(pool.Add(0, 0, 0), 12);
     EXPECT_EQ(pool.Size(), 24);
@@ -28,7 +29,8 @@ TEST(TOrnPrimitivePoints, AddGrowsSizeInStepsOfTwelve) {
 TEST(TOrnPrimitivePoints, ManyAppendsKeepTheirValuesAndReportedSize) {
     TOrnPrimitivePoints pool;
     const int n = 100000;
-    for (int i = 0; i < n; ++i) pool.Add({double(i), 0, 0}, {0, 1, 0}, {0, 0, 0});
+    for (int i = 0; i < n; ++i)
+        pool.Add({double(i), 0, 0}, {0, 1, 0}, {0, 0, 0});
     EXPECT_EQ(pool.Count(), n);
     EXPECT_EQ(pool.Size(), (n + 11) / 12 * 12);
     EXPECT_EQ(pool.GetVector(n - 1, daVertex).x, n - 1);
@@ -59,9 +61,9 @@ TEST(TOrnPrimitivePoints, StaleSlotsAnswerVectorsButNoFlags) {
     pool.SetFlag(1, 0, true);
     pool.Delete(1, 1);
     EXPECT_EQ(pool.Count(), 1);
-    EXPECT_EQ(pool.GetVector(5, daVertex), pool.GetVector(5, daVertex)); // inside Size: answered
-    EXPECT_FALSE(pool.GetFlag(1, 0));                                     // beyond Count: false
-    EXPECT_EQ(pool.GetVector(12, daVertex), (TOrnMathVector{}));         // beyond Size: zero
+    EXPECT_EQ(pool.GetVector(1, daVertex), (TOrnMathVector{2, 2, 2})); // stale, inside Size: answered
+    EXPECT_FALSE(pool.GetFlag(1, 0));                                  // beyond Count: false
+    EXPECT_EQ(pool.GetVector(12, daVertex), (TOrnMathVector{}));       // beyond Size: zero
     EXPECT_EQ(pool.GetVector(-1, daVertex), (TOrnMathVector{}));
     EXPECT_EQ(pool.GetVector(0, daColor), (TOrnMathVector{}));
 }
@@ -71,7 +73,8 @@ TEST(TOrnPrimitivePoints, FlagsUseBitsZeroToSevenOnly) {
     pool.Add(0, 0, 0);
     pool.SetFlag(0, 9, true);
     pool.SetFlag(0, -1, true);
-    for (int bit = 0; bit < 8; ++bit) EXPECT_FALSE(pool.GetFlag(0, bit));
+    for (int bit = 0; bit < 8; ++bit)
+        EXPECT_FALSE(pool.GetFlag(0, bit));
     pool.SetFlag(0, 7, true);
     pool.SetFlag(0, 2, true);
     pool.SetFlag(0, 2, false);
@@ -121,7 +124,8 @@ TEST(TOrnPrimitivePoints, ValuesReadAndWriteSingleComponents) {
 
 TEST(TOrnPrimitivePoints, DeleteMovesTheTailDownAndClampsItsRange) {
     TOrnPrimitivePoints pool;
-    for (int i = 0; i < 6; ++i) pool.Add(i, 0, 0);
+    for (int i = 0; i < 6; ++i)
+        pool.Add(i, 0, 0);
     pool.Delete(1, 2);
     ASSERT_EQ(pool.Count(), 4);
     EXPECT_EQ(pool.GetVector(1, daVertex).x, 3);
@@ -135,7 +139,8 @@ TEST(TOrnPrimitivePoints, DeleteMovesTheTailDownAndClampsItsRange) {
 
 TEST(TOrnPrimitivePoints, DeleteMarkedKeepsOrderOfTheRest) {
     TOrnPrimitivePoints pool;
-    for (int i = 0; i < 6; ++i) pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
+    for (int i = 0; i < 6; ++i)
+        pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
     pool.SetFlag(5, 3, true);
     pool.DeleteMarked({true, false, true, true, false, false});
     ASSERT_EQ(pool.Count(), 3);
