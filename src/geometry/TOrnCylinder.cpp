@@ -74,9 +74,9 @@ constexpr double kDeg = std::numbers::pi / 180;
 } // namespace
 
 void TOrnCylinder::InitPoints() {
+    CheckBuildSize((std::int64_t{fSlices} + 1) * (std::int64_t{fStacks} + 3), "Cylinder");
     const int cols = fSlices + 1, rows = fStacks + 1;
     const bool bottom = fCaps && fBaseRadius != 0, top = fCaps && fTopRadius != 0;
-    CheckBuildSize(std::int64_t{cols} * (rows + 2), "Cylinder");
     detail::PointWriter out(*fPoints, cols * rows + (bottom ? cols + 1 : 0) + (top ? cols + 1 : 0));
     const double h = fHeight, slope = static_cast<double>(fBaseRadius) - fTopRadius;
     for (int j = 0; j < rows; ++j) {

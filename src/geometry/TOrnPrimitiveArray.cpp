@@ -1,9 +1,10 @@
 #include <orn/geometry/TOrnPrimitiveArray.h>
+#include <orn/host/EOrnError.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <string>
 #include <vector>
 
 namespace orn {
@@ -20,13 +21,18 @@ void TOrnPrimitiveArray::Reserve(int n) {
         std::max<std::size_t>(static_cast<std::size_t>(n), static_cast<std::size_t>(fCapacity) * 3 / 2);
     cap = std::min<std::size_t>(cap, 0x7fffffff);
     void* p = std::realloc(fData, cap * sizeof(std::uint32_t));
-    if (!p) throw std::bad_alloc();
+    if (!p)
+        throw EOrnError(std::string(ClassName()) + ": no memory for " + std::to_string(cap) + " elements.");
     fData = static_cast<std::uint32_t*>(p);
     fCapacity = static_cast<int>(cap);
 }
 
 void TOrnPrimitiveArray::SetSize(int n) {
     if (n < 0) return;
+    constexpr int kMaxIndices = 1 << 28;
+    if (n > kMaxIndices)
+        throw EOrnError("TOrnPrimitiveArray: " + std::to_string(n) + " indices are beyond the limit of " +
+                        std::to_string(kMaxIndices) + ".");
     if (n == 0) {
         std::free(fData);
         fData = nullptr;

@@ -249,7 +249,7 @@ void TOrnPrimitiveObj::ExtrudePrimitiveObj(double depth, int steps, bool sides, 
 
 void TOrnPrimitiveObj::SplitTriangle(int position, int triangle) {
     TOrnPrimitiveArray* list = GetPrimitive(position);
-    if (!list || list->Type() != GL_TRIANGLES || triangle < 0 || 3 * triangle + 2 >= list->Count()) return;
+    if (!list || list->Type() != GL_TRIANGLES || triangle < 0 || 3L * triangle + 2 >= list->Count()) return;
     std::uint32_t* d = list->Data();
     const std::uint32_t* t = d + 3 * triangle;
     // The longest edge k runs from corner k to corner k + 1.

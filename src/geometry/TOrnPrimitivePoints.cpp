@@ -1,11 +1,13 @@
 #include <orn/geometry/TOrnPrimitivePoints.h>
 
+#include <orn/host/EOrnError.h>
+
 #include <GL/gl.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <string>
 #include <strings.h>
 
 namespace orn {
@@ -122,7 +124,8 @@ void TOrnPrimitivePoints::Reserve(TOrnArray kind, int n) {
                                             static_cast<std::size_t>(b.capacity) + b.capacity / 16);
     cap = std::min<std::size_t>(cap, 0x7fffffff);
     void* p = std::realloc(b.data, cap * ElementSize(kind));
-    if (!p) throw std::bad_alloc();
+    if (!p)
+        throw EOrnError(std::string(ClassName()) + ": no memory for " + std::to_string(cap) + " elements.");
     b.data = static_cast<unsigned char*>(p);
     b.capacity = static_cast<int>(cap);
 }
@@ -154,6 +157,10 @@ void TOrnPrimitivePoints::Resize(TOrnArray kind, int n) {
 
 void TOrnPrimitivePoints::SetSize(int n) {
     if (n < 0) return;
+    constexpr int kMaxPoints = 1 << 27;
+    if (n > kMaxPoints)
+        throw EOrnError("TOrnPrimitivePoints: " + std::to_string(n) + " points are beyond the limit of " +
+                        std::to_string(kMaxPoints) + ".");
     for (int k = daVertex; k <= daFlag; ++k)
         if (fDefineArrays.Contains(static_cast<TOrnArray>(k))) Resize(static_cast<TOrnArray>(k), n);
     fSize = n;

@@ -75,8 +75,8 @@ void TOrnSphere::ReadValues(TOrnCustomExchange& exchange) {
 }
 
 void TOrnSphere::InitPoints() {
+    CheckBuildSize((std::int64_t{fSlices} + 1) * (std::int64_t{fStacks} + 1), "Sphere");
     const int cols = fSlices + 1, rows = fStacks + 1;
-    CheckBuildSize(std::int64_t{cols} * rows, "Sphere");
     constexpr double deg = std::numbers::pi / 180;
     const bool around = std::fabs(fSweepAngle) >= 360;
     std::vector<double> sinPhi(static_cast<std::size_t>(cols)), cosPhi(static_cast<std::size_t>(cols));

@@ -54,8 +54,8 @@ void TOrnTorus::ReadValues(TOrnCustomExchange& exchange) {
 }
 
 void TOrnTorus::InitPoints() {
+    CheckBuildSize((std::int64_t{fSides} + 1) * (std::int64_t{fRings} + 1), "Torus");
     const int cols = fSides + 1, rows = fRings + 1;
-    CheckBuildSize(std::int64_t{cols} * rows, "Torus");
     constexpr double twoPi = 2 * std::numbers::pi;
     detail::PointWriter out(*fPoints, cols * rows);
     for (int i = 0; i < rows; ++i) {

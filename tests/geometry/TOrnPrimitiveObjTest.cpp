@@ -470,3 +470,26 @@ TEST_F(PrimitiveObjFixture, CalcNormalsEqualsAPlainSeamScan) {
         EXPECT_EQ(pts.GetVector(i, daNormal), v) << i;
     }
 }
+
+TEST(TOrnTextureFlags, AssignCopiesAllSixAndTheVectorIsReadAsItsElement) {
+    TOrnTextureFlags a, b;
+    int changes = 0;
+    b.OnChange = [&](TObject*) { ++changes; };
+    a.SetMode(txLinearZX);
+    a.SetShiftX(1);
+    a.SetShiftY(2);
+    a.SetScaleX(3);
+    a.SetScaleY(4);
+    a.ParamVector()->SetValues(5, 6, 7);
+    b.Assign(&a);
+    EXPECT_EQ(b.Mode(), txLinearZX);
+    EXPECT_EQ(b.ShiftY(), 2);
+    EXPECT_EQ(b.ScaleY(), 4);
+    EXPECT_EQ(b.ParamVector()->AsMathVector(), (TOrnMathVector{5, 6, 7}));
+    EXPECT_GE(changes, 1);
+    test::TraceExchange in;
+    EXPECT_EQ(b.ReadComp(in, "paramvector"), b.ParamVector());
+    EXPECT_EQ(b.ReadComp(in, "Other"), nullptr);
+    b.SetMode(static_cast<TOrnTextureMode>(12)); // not a mode: ignored
+    EXPECT_EQ(b.Mode(), txLinearZX);
+}

@@ -1,4 +1,7 @@
+#include "geometry/GeometryTestSupport.h"
+
 #include <orn/geometry/TOrnPrimitivePoints.h>
+#include <orn/host/EOrnError.h>
 
 #include <gtest/gtest.h>
 
@@ -227,4 +230,32 @@ TEST(TOrnPrimitivePoints, VersionMovesOnChangesButNotOnAppends) {
     EXPECT_EQ(pool.Version(), v);
     pool.SetVector(0, daVertex, {5, 5, 5});
     EXPECT_NE(pool.Version(), v);
+}
+
+TEST(TOrnPrimitivePoints, AbsurdSizesFailWithAMessageAndChangeNothing) {
+    TOrnPrimitivePoints pool;
+    pool.Add(1, 2, 3);
+    EXPECT_THROW(pool.SetCount(2000000000), EOrnError);
+    EXPECT_EQ(pool.Count(), 1);
+    EXPECT_EQ(pool.GetVector(0, daVertex), (TOrnMathVector{1, 2, 3}));
+}
+
+TEST(TOrnPointItem, WritesItsAttributesUnderTheirNames) {
+    TOrnPointItem item;
+    item.SetFlag(3);
+    item.SetEdgeFlag(false);
+    item.Point()->SetValues(1, 2, 3);
+    test::TraceExchange ex;
+    item.WriteValues(ex);
+    EXPECT_EQ(ex.trace, (std::vector<std::string>{"Flag=3", "EdgeFlag=false", "<Point", "P=1 2 3", ">",
+                                                  "<Normal", "P=0 0 0", ">", "<Texture", "P=0 0 0", ">",
+                                                  "<Color", "Color=0", "Alpha=1", ">"}));
+    test::TraceExchange in;
+    in.keys = {{"flag", "9"}, {"EdgeFlag", "true"}};
+    TOrnPointItem back;
+    back.ReadValues(in);
+    EXPECT_EQ(back.Flag(), 9);
+    EXPECT_TRUE(back.EdgeFlag());
+    EXPECT_EQ(back.ReadComp(in, "NORMAL"), back.Normal());
+    EXPECT_EQ(back.ReadComp(in, "Other"), nullptr);
 }
