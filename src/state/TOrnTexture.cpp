@@ -302,7 +302,8 @@ void TOrnTexture::WriteValues(TOrnCustomExchange& exchange) {
     if (fBitmap->Empty()) return;
     const std::string name = exchange.GetFileName("bmp");
     exchange.WriteString("Bitmap", name, "");
-    fBitmap->SaveToFile(exchange.FilePath(name));
+    const std::string path = exchange.FilePath(name);
+    if (!path.empty()) fBitmap->SaveToFile(path);
 }
 
 void TOrnTexture::ReadValues(TOrnCustomExchange& exchange) {
