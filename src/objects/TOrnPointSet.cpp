@@ -10,9 +10,8 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <sstream>
 
 namespace orn {
 
@@ -123,10 +122,24 @@ TOrnMathVector TOrnPointSet::GridPoint(int row, int column) const {
 }
 
 void TOrnPointSet::LoadFromFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in) throw EOrnError("Point set file \"" + path + "\": " + std::strerror(errno) + ".");
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) throw EOrnError("Point set file \"" + path + "\": it could not be read.");
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec))
+        throw EOrnError("Point set file \"" + path + "\": it is a folder.");
+    const std::streamoff size = in.tellg();
+    // Even with long comments a file far beyond what its points need is a mistake, not data.
+    const std::streamoff limit = std::max<std::streamoff>(std::streamoff{1} << 26, fMaxPoints * 256);
+    if (size > limit)
+        throw EOrnError("Point set file \"" + path + "\": it is larger than " + std::to_string(limit) +
+                        " bytes.");
+    std::string text;
+    if (size > 0) {
+        text.resize(static_cast<std::size_t>(size));
+        in.seekg(0);
+        in.read(text.data(), size);
+    }
+    if (size < 0 || !in) throw EOrnError("Point set file \"" + path + "\": it could not be read.");
     ReadFromText(text, path);
     fFileName = path;
 }

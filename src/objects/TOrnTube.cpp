@@ -116,6 +116,7 @@ TOrnMathVector TOrnTube::PathPoint(int position) const {
 std::vector<TOrnTube::PathPointData> TOrnTube::BuildPath() {
     std::vector<PathPointData> raw;
     if (OnCalcPath) {
+        CheckBuildSize((std::int64_t{fPathSteps} + 1) * (fSlices + 1), "Tube");
         TOrnMathVector v;
         for (int i = 0; i <= fPathSteps; ++i) {
             v = OnCalcPath(v, static_cast<double>(i) / fPathSteps);

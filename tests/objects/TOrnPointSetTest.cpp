@@ -163,6 +163,13 @@ TEST_F(PointSetFixture, MissingFileIsRefusedWithItsName) {
         EXPECT_NE(std::string(e.what()).find("/nonexistent/orn/heights.txt"), std::string::npos);
     }
     EXPECT_EQ(set->FileName(), "");
+    TempDir dir;
+    try {
+        set->LoadFromFile(dir.path.string());
+        FAIL() << "no error";
+    } catch (const EOrnError& e) {
+        EXPECT_NE(std::string(e.what()).find("it is a folder"), std::string::npos) << e.what();
+    }
 }
 
 // --- writing ---------------------------------------------------------------------------------
