@@ -7,7 +7,6 @@
 
 namespace orn {
 
-ORN_REGISTER_RENDER_CLASS(TOrnCustomRotObj, "Orn Obj")
 ORN_REGISTER_RENDER_CLASS(TOrnRotObj, "Orn Obj")
 
 TOrnCustomRotObj::TOrnCustomRotObj(TComponent* owner) : TOrnCustomFuncObj(owner) {}

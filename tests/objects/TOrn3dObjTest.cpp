@@ -312,6 +312,6 @@ TEST_F(RotFixture, WritesItsKeysAfterTheRotationsAndReadsThemWhateverTheCase) {
 }
 
 TEST(RotRegistry, RotationClassesAreRenderClasses) {
-    for (const char* name : {"TOrnCustomRotObj", "TOrnRotObj", "TOrn3dObj"})
+    for (const char* name : {"TOrnRotObj", "TOrn3dObj"})
         EXPECT_NE(GetRenderClass(name), nullptr) << name;
 }
