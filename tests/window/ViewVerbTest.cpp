@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <functional>
@@ -188,6 +189,30 @@ TEST_F(ViewVerb, SwitchesControllersAndQuitsOnQ) {
     EXPECT_TRUE(WaitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }));
     exited = true;
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
+} // namespace
+
+namespace {
+
+// Every key the viewer acts on is in its help text.
+TEST(ViewVerbHelp, ListsEveryKey) {
+    std::FILE* pipe = popen(ORN_APP_PATH " view --help", "r");
+    ASSERT_NE(pipe, nullptr);
+    std::string help;
+    char buffer[512];
+    while (std::fgets(buffer, sizeof buffer, pipe))
+        help += buffer;
+    EXPECT_EQ(pclose(pipe), 0);
+    for (const char* entry : {"\n  C  ", "\n  Up, Down  ", "\n  Left, Right  ", "\n  Page Up, Page Down  ",
+                              "\n  Home  ", "\n  O  ", "\n  Space  ", "\n  R  ", "\n  H  ", "\n  Esc, Q  ",
+                              "\n  left drag  ", "\n  right drag  ", "\n  --still  "}) {
+        std::string squeezed = help;
+        // Entries are aligned with runs of spaces; compare with two.
+        for (size_t at; (at = squeezed.find("   ")) != std::string::npos;)
+            squeezed.erase(at, 1);
+        EXPECT_NE(squeezed.find(entry), std::string::npos) << "missing:" << entry;
+    }
 }
 
 } // namespace
