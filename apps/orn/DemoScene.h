@@ -18,6 +18,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <string>
 
 namespace orn::app {
 
@@ -40,17 +41,19 @@ template <class Shape> Shape* DemoShape(TComponent* owner, TOrnNode* scene, TOrn
     return s;
 }
 
-/// The demo: a light, a faint fog, a floor, a torus in the middle and a ring of spheres, cylinders
-/// and boxes, all owned by owner and held by the returned node.
+/// The demo: a light, a faint fog, a floor, a ringed sphere ("Centre") in the middle and a circle of
+/// spheres, cylinders and boxes, all named, owned by owner and held by the returned node.
 inline TOrnNode* BuildDemoScene(TComponent* owner, int ringCount = 12) {
     auto* scene = new TOrnNode(owner);
 
     auto* light = new TOrnLight(owner);
+    light->SetName("Light");
     light->SetKind(lkDirection);
     light->Direction()->SetValues(0.4f, 0.9f, 0.6f); // towards the light, from above
     scene->Add(light);
 
     auto* fog = new TOrnFog(owner);
+    fog->SetName("Fog");
     fog->SetMode(fmLinear);
     fog->SetStartDepth(8);
     fog->SetEndDepth(30);
@@ -62,18 +65,27 @@ inline TOrnNode* BuildDemoScene(TComponent* owner, int ringCount = 12) {
     lit->SetShadeModel(smSmooth);
 
     auto* floor = DemoShape<TOrnBox>(owner, scene, lit, RGB(70, 74, 90));
+    floor->SetName("Floor");
     floor->SetWidth(9);
     floor->SetHeight(0.1f);
     floor->SetDepth(9);
     floor->Transformation()->Translation()->SetY(-0.8f);
 
-    auto* torus = DemoShape<TOrnTorus>(owner, scene, lit, RGB(240, 180, 60));
-    torus->SetRingRadius(0.9f);
-    torus->SetTubeRadius(0.35f);
-    torus->SetRings(48);
-    torus->SetSides(24);
-    torus->Transformation()->Rotation()->SetValues(60, 30, 0);
-    torus->Transformation()->Translation()->SetY(0.4f);
+    auto* centre = DemoShape<TOrnSphere>(owner, scene, lit, RGB(240, 180, 60));
+    centre->SetName("Centre");
+    centre->SetRadius(0.8f);
+    centre->SetSlices(48);
+    centre->SetStacks(32);
+    centre->Transformation()->Translation()->SetY(0.4f);
+
+    auto* ring = DemoShape<TOrnTorus>(owner, scene, lit, RGB(200, 120, 220));
+    ring->SetName("Ring");
+    ring->SetRingRadius(1.35f);
+    ring->SetTubeRadius(0.1f);
+    ring->SetRings(64);
+    ring->SetSides(16);
+    ring->Transformation()->Rotation()->SetValues(70, 0, 20);
+    ring->Transformation()->Translation()->SetY(0.4f);
 
     for (int i = 0; i < ringCount; ++i) {
         const double a = 2 * std::numbers::pi * i / ringCount;
@@ -104,6 +116,7 @@ inline TOrnNode* BuildDemoScene(TComponent* owner, int ringCount = 12) {
             break;
         }
         }
+        shape->SetName("Shape" + std::to_string(i + 1));
         shape->Transformation()->Translation()->SetValues(float(3 * std::cos(a)), -0.35f, float(3 * std::sin(a)));
     }
     return scene;

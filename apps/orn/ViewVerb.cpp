@@ -73,7 +73,6 @@ Options ParseOptions(const std::vector<std::string>& args) {
 class Viewer {
 public:
     explicit Viewer(const Options& options) {
-        NameDemo();
         ResetCamera();
         fView->SetCamera(fCamera);
         fView->SetBounds(options.width, options.height);
@@ -99,14 +98,6 @@ public:
     }
 
 private:
-    // Names make the picked objects recognisable.
-    void NameDemo() {
-        fScene->Items(0)->SetName("Grid");
-        fScene->Items(1)->SetName("Centre");
-        for (int i = 2; i < fScene->Count(); ++i)
-            fScene->Items(i)->SetName("Cube" + std::to_string(i - 1));
-    }
-
     // The controllers turn the camera before they move it (their order toRotTraSca), so the
     // camera stands above and behind the demo and looks down at its centre.
     void ResetCamera() {
@@ -133,7 +124,7 @@ private:
 
     void Tick(int intervals) {
         if (fAnimate)
-            fScene->Items(1)->Transformation()->Rotation()->incY(1.5f * static_cast<float>(intervals));
+            fSpinner->Transformation()->Rotation()->incY(1.5f * static_cast<float>(intervals));
         if (fControllers[fCurrent] == fCar)
             for (int i = 0; i < intervals; ++i)
                 fCar->Move();
@@ -183,6 +174,8 @@ private:
 
     TComponent fForm{nullptr};
     TOrnNode* fScene = BuildDemoScene(&fForm);
+    // What the animation turns.
+    TOrnTransformed* fSpinner = dynamic_cast<TOrnTransformed*>(fForm.FindComponent("Ring"));
     TOrnPerspectiveCamera* fCamera = new TOrnPerspectiveCamera(&fForm);
     TOrnView* fView = new TOrnView(&fForm);
     TOrnCarController* fCar = new TOrnCarController(&fForm);

@@ -160,7 +160,7 @@ protected:
 };
 
 TEST_F(ViewVerb, PicksTheObjectUnderTheMouse) {
-    EXPECT_EQ(Pick(kWidth / 2, kHeight / 2), "at 160,120: \"Centre\" (TOrnObject)");
+    EXPECT_EQ(Pick(kWidth / 2, kHeight / 2), "at 160,120: \"Centre\" (TOrnSphere)");
     EXPECT_EQ(Pick(5, 5), "at 5,5: nothing");
 }
 
@@ -173,7 +173,7 @@ TEST_F(ViewVerb, DraggingMovesTheCameraAndChangesThePicture) {
     Button(false);
     EXPECT_TRUE(WaitFor([&] { return Differences(before, Picture()) > 500; }));
     // The centre cube has left the middle of the window.
-    EXPECT_NE(Pick(kWidth / 2, kHeight / 2), "at 160,120: \"Centre\" (TOrnObject)");
+    EXPECT_NE(Pick(kWidth / 2, kHeight / 2), "at 160,120: \"Centre\" (TOrnSphere)");
 }
 
 TEST_F(ViewVerb, SwitchesControllersAndQuitsOnQ) {
