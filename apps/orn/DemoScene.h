@@ -84,7 +84,7 @@ inline TOrnNode* BuildDemoScene(TComponent* owner, int ringCount = 12) {
     ring->SetTubeRadius(0.1f);
     ring->SetRings(64);
     ring->SetSides(16);
-    ring->Transformation()->Rotation()->SetValues(70, 0, 20);
+    ring->Transformation()->Rotation()->SetValues(15, 0, 20);
     ring->Transformation()->Translation()->SetY(0.4f);
 
     for (int i = 0; i < ringCount; ++i) {
