@@ -33,8 +33,8 @@ void BuildScene(TOrnNode& root, int count, int groupSize) {
         if (groupSize > 0) o->SetName("Object" + std::to_string(i));
         o->SetObjectID(i);
         o->Color()->SetColor(static_cast<TColor>(i * 2654435761u & 0xFFFFFF));
-        o->Transformation()->Translation()->SetValues(static_cast<float>(i % 100) * 0.5f,
-                                                      static_cast<float>(i / 100) * 0.25f, 1.0f / (1 + i % 7));
+        o->Transformation()->Translation()->SetValues(
+            static_cast<float>(i % 100) * 0.5f, static_cast<float>(i / 100) * 0.25f, 1.0f / (1 + i % 7));
         group->Add(o);
     }
 }
@@ -65,8 +65,10 @@ void BM_SaveToFile(benchmark::State& state) {
     Scene scene(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
     TOrnExchange exchange(nullptr);
     const std::string file =
-        (std::filesystem::temp_directory_path() / ("orn_bench_" + std::to_string(::getpid()) + ".orngl")).string();
-    for (auto _ : state) exchange.SaveToFile(*scene.root, file);
+        (std::filesystem::temp_directory_path() / ("orn_bench_" + std::to_string(::getpid()) + ".orngl"))
+            .string();
+    for (auto _ : state)
+        exchange.SaveToFile(*scene.root, file);
     std::filesystem::remove(file);
 }
 
@@ -95,7 +97,8 @@ void BM_CreateOnly(benchmark::State& state) {
     EnsureObjectClass();
     for (auto _ : state) {
         auto form = std::make_unique<TComponent>(nullptr);
-        BuildScene(*new TOrnNode(form.get()), static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+        BuildScene(*new TOrnNode(form.get()), static_cast<int>(state.range(0)),
+                   static_cast<int>(state.range(1)));
         state.PauseTiming();
         form.reset();
         state.ResumeTiming();
@@ -108,7 +111,15 @@ void BM_CreateOnly(benchmark::State& state) {
 // objects costs O(n²) to make whatever makes it; scenes are grouped to keep that out of the figures.
 BENCHMARK(BM_SaveToString)->Args({100000, 100})->Args({100000, 1000})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SaveToFile)->Args({100000, 100})->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Load)->Args({100000, 100})->Args({100000, 1000})->Args({10000, 0})->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_CreateOnly)->Args({100000, 100})->Args({100000, 1000})->Args({10000, 0})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Load)
+    ->Args({100000, 100})
+    ->Args({100000, 1000})
+    ->Args({10000, 0})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CreateOnly)
+    ->Args({100000, 100})
+    ->Args({100000, 1000})
+    ->Args({10000, 0})
+    ->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

@@ -13,7 +13,8 @@ namespace orn::app {
 
 namespace {
 
-constexpr const char* kUsage = R"(Usage: orn render [SCENE.orngl] [--size WxH] [--camera perspective|orthographic] -o FILE
+constexpr const char* kUsage =
+    R"(Usage: orn render [SCENE.orngl] [--size WxH] [--camera perspective|orthographic] -o FILE
 
 Renders the scene file SCENE, or without one the built-in demo scene, off-screen (no display
 needed) and writes it to FILE. A scene file is seen through the camera it holds; one without a

@@ -33,7 +33,8 @@ Sphere Enclose(const std::vector<Sphere>& spheres) {
     if (!any) return {};
     Sphere out{{(lo.x + hi.x) / 2, (lo.y + hi.y) / 2, (lo.z + hi.z) / 2}, 0};
     for (const Sphere& s : spheres)
-        if (s.radius >= 0) out.radius = std::max(out.radius, OrnMathVectorDist(out.centre, s.centre) + s.radius);
+        if (s.radius >= 0)
+            out.radius = std::max(out.radius, OrnMathVectorDist(out.centre, s.centre) + s.radius);
     return out;
 }
 
@@ -56,7 +57,8 @@ Sphere OwnSphere(TOrnRender& item) {
             if (t.Rotation()->GetEmpty())
                 parts.push_back({moved, s.radius * grow});
             else
-                parts.push_back({t.Translation()->AsMathVector(), OrnMathVectorLength(scaled) + s.radius * grow});
+                parts.push_back(
+                    {t.Translation()->AsMathVector(), OrnMathVectorLength(scaled) + s.radius * grow});
         }
         return Enclose(parts);
     }
@@ -66,7 +68,8 @@ Sphere OwnSphere(TOrnRender& item) {
         const double* v = points.Vertices();
         if (!v || points.Count() == 0) return {};
         std::vector<Sphere> corners;
-        for (int i = 0; i < points.Count(); ++i) corners.push_back({{v[3 * i], v[3 * i + 1], v[3 * i + 2]}, 0});
+        for (int i = 0; i < points.Count(); ++i)
+            corners.push_back({{v[3 * i], v[3 * i + 1], v[3 * i + 2]}, 0});
         return Enclose(corners);
     }
     if (dynamic_cast<TOrnObject*>(&item)) return {{0, 0, 0}, 0.5}; // a unit-sized object of its own
@@ -82,8 +85,8 @@ TOrnProgressEvent ProgressBar(const char* what) {
         if (percent == last) return;
         last = percent;
         const int filled = percent * 30 / 100;
-        std::fprintf(stderr, "\r%s [%.*s%*s] %3d%%", what, filled, "##############################", 30 - filled,
-                     "", percent);
+        std::fprintf(stderr, "\r%s [%.*s%*s] %3d%%", what, filled, "##############################",
+                     30 - filled, "", percent);
         if (percent == 100) std::fprintf(stderr, "\n");
     };
 }
@@ -136,8 +139,10 @@ std::unique_ptr<TOrnCamera> FramingCamera(TOrnNode& node, const std::string& kin
     // Turned a little for depth, about the scene's centre, then pushed back: T = (0, 0, −d) − R·c.
     const double ax = 20 * std::numbers::pi / 180, ay = -30 * std::numbers::pi / 180;
     const TOrnMathVector c = s.centre;
-    const TOrnMathVector ry{c.x * std::cos(ay) + c.z * std::sin(ay), c.y, -c.x * std::sin(ay) + c.z * std::cos(ay)};
-    const TOrnMathVector rc{ry.x, ry.y * std::cos(ax) - ry.z * std::sin(ax), ry.y * std::sin(ax) + ry.z * std::cos(ax)};
+    const TOrnMathVector ry{c.x * std::cos(ay) + c.z * std::sin(ay), c.y,
+                            -c.x * std::sin(ay) + c.z * std::cos(ay)};
+    const TOrnMathVector rc{ry.x, ry.y * std::cos(ax) - ry.z * std::sin(ax),
+                            ry.y * std::sin(ax) + ry.z * std::cos(ax)};
     TOrnTransformation& t = *camera->Transformation();
     t.SetOrder(toTraRotSca);
     t.Rotation()->SetValues(20, -30, 0);

@@ -184,7 +184,8 @@ struct TOrnExchange::Load {
 
     void OnTag(TXMLTag& element) {
         const int depth = element.Depth;
-        while (stack.size() > 1 && stack.back().depth >= depth) stack.pop_back();
+        while (stack.size() > 1 && stack.back().depth >= depth)
+            stack.pop_back();
         TOrnExchangeItem* parent = stack.back().item;
         if (!parent || depth > MaxDepth) return;
         tag = &element;
@@ -201,7 +202,8 @@ struct TOrnExchange::Load {
     }
 
     void OnEndTag(const TXMLTag& element) {
-        while (stack.size() > 1 && stack.back().depth >= element.Depth) stack.pop_back();
+        while (stack.size() > 1 && stack.back().depth >= element.Depth)
+            stack.pop_back();
     }
 
     /// Resolves the references and calls Loaded on everything loaded; the first failure of a
@@ -294,7 +296,8 @@ std::string TOrnExchange::Render(TOrnNode& node) {
         fCamera->WriteValues(*this);
         EndTag();
     }
-    while (fDepth > 0) EndTag();
+    while (fDepth > 0)
+        EndTag();
 
     std::string& body = fElements[0].body;
     std::string text;
@@ -309,7 +312,9 @@ std::string TOrnExchange::Render(TOrnNode& node) {
     return text;
 }
 
-std::string TOrnExchange::SaveToString(TOrnNode& node) { return Render(node); }
+std::string TOrnExchange::SaveToString(TOrnNode& node) {
+    return Render(node);
+}
 
 void TOrnExchange::SaveToFile(TOrnNode& node, const std::string& fileName) {
     fFileName = fileName;
@@ -399,7 +404,8 @@ void TOrnExchange::WriteColor(const std::string& key, TColor value, TColor def) 
     PutKey(key, int2hex(value, 6));
 }
 
-void TOrnExchange::WriteVector(const std::string& key, const TOrnMathVector& value, const TOrnMathVector& def) {
+void TOrnExchange::WriteVector(const std::string& key, const TOrnMathVector& value,
+                               const TOrnMathVector& def) {
     if (fCompact && value == def) return;
     std::string text;
     detail::AppendVector(text, value);
@@ -421,7 +427,8 @@ void TOrnExchange::LoadFromFile(TOrnNode& node, const std::string& fileName) {
     if (!f) throw EOrnError("Can not open " + fileName + ": " + std::strerror(errno));
     char chunk[1 << 16];
     std::size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, f)) > 0) text.append(chunk, got);
+    while ((got = std::fread(chunk, 1, sizeof chunk, f)) > 0)
+        text.append(chunk, got);
     const bool failed = std::ferror(f) != 0;
     const int err = errno;
     std::fclose(f);
@@ -453,7 +460,8 @@ void TOrnExchange::LoadFromString(TOrnNode& node, std::string text) {
         // The parser stops at a zero byte; the diagnosis looks at what it reads.
         const std::string_view read(text.data(), std::strlen(text.c_str()));
         problem = describeStart(read);
-        if (read.size() < text.size()) problem += "; a zero byte at " + positionText(text, read.size()) + " ends the input";
+        if (read.size() < text.size())
+            problem += "; a zero byte at " + positionText(text, read.size()) + " ends the input";
         TXMLParser parser(nullptr);
         parser.OnTag = [&load](TObject*, TXMLTag& tag) { load.OnTag(tag); };
         parser.OnEndTag = [&load](TObject*, TXMLTag& tag) { load.OnEndTag(tag); };
@@ -556,7 +564,8 @@ std::string int2hex(std::int64_t value, int digits) {
         buf[15 - n++] = kHex[bits & 15];
         bits >>= 4;
     } while (bits != 0);
-    while (n < digits) buf[15 - n++] = '0';
+    while (n < digits)
+        buf[15 - n++] = '0';
     return std::string(buf + 16 - n, static_cast<std::size_t>(n));
 }
 

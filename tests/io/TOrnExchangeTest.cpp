@@ -81,7 +81,8 @@ ORN_REGISTER_RENDER_CLASS(TExchangeProbe, "Orn Test")
 /// Asserts that a standard XML parser accepts text; returns its document.
 ::testing::AssertionResult WellFormed(const std::string& text) {
     pugi::xml_document doc;
-    const pugi::xml_parse_result r = doc.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_declaration);
+    const pugi::xml_parse_result r =
+        doc.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_declaration);
     if (!r) return ::testing::AssertionFailure() << r.description() << " at offset " << r.offset;
     if (!doc.child("ORNGL")) return ::testing::AssertionFailure() << "no ORNGL root";
     return ::testing::AssertionSuccess();
@@ -103,9 +104,8 @@ struct ExchangeFixture : ::testing::Test {
     fs::path dir;
 
     void SetUp() override {
-        dir = fs::temp_directory_path() /
-              ("orn_exchange_" + std::to_string(::getpid()) + "_" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        dir = fs::temp_directory_path() / ("orn_exchange_" + std::to_string(::getpid()) + "_" +
+                                           ::testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::remove_all(dir);
         fs::create_directories(dir);
     }
@@ -127,8 +127,8 @@ struct ExchangeFixture : ::testing::Test {
     TExchangeProbe* LoadedProbe(int index) { return dynamic_cast<TExchangeProbe*>(loaded->Items(index)); }
     /// A scene file whose Objects element holds items.
     static std::string Scene(const std::string& items) {
-        return "<?xml version=\"1.0\"?>\n<ORNGL version=\"1.0\" program=\"t\" description=\"\"><Objects>" + items +
-               "</Objects></ORNGL>\n";
+        return "<?xml version=\"1.0\"?>\n<ORNGL version=\"1.0\" program=\"t\" description=\"\"><Objects>" +
+               items + "</Objects></ORNGL>\n";
     }
 };
 
@@ -150,7 +150,9 @@ TEST_F(ExchangeFixture, ValueFormsAreWrittenAsDocumented) {
     for (const char* form : {" B=\"true\"", " I=\"-42\"", " D=\"0.1\"", " S=\"plain\"", " C=\"FF8000\"",
                              " V=\"1.5,-2,0.25\"", " E=\"peThird\"", " Ref=\"\""})
         EXPECT_NE(text.find(form), std::string::npos) << form;
-    EXPECT_EQ(text.rfind("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ORNGL version=\"1.0\" program=\"Orn ", 0), 0u);
+    EXPECT_EQ(
+        text.rfind("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ORNGL version=\"1.0\" program=\"Orn ", 0),
+        0u);
     // Reader contract: no space before '>', elements without keys are never self-closed.
     EXPECT_EQ(text.find(" >"), std::string::npos);
     EXPECT_EQ(text.find("/>"), std::string::npos);
@@ -197,7 +199,8 @@ TEST_F(ExchangeFixture, HexHelpers) {
     EXPECT_EQ(hex2int("#0000ff", -7), 255);
     EXPECT_EQ(hex2int("0x10", -7), 16);
     EXPECT_EQ(hex2int("8000000F", -7), clBtnFace);
-    for (const char* bad : {"", "$", "G1", "123456789", " FF", "FF "}) EXPECT_EQ(hex2int(bad, -7), -7) << bad;
+    for (const char* bad : {"", "$", "G1", "123456789", " FF", "FF "})
+        EXPECT_EQ(hex2int(bad, -7), -7) << bad;
 }
 
 TEST_F(ExchangeFixture, CompactLeavesOutDefaultsAndLoadsTheSame) {
@@ -216,7 +219,8 @@ TEST_F(ExchangeFixture, CompactLeavesOutDefaultsAndLoadsTheSame) {
 // --- Escaping -------------------------------------------------------------------------------------
 
 TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) {
-    const std::string nasty = std::string("a \"q\" <b>/c & d\nline\r\ttab\x01\x7F end=1 é€ &#65; ") + '\0' + "z";
+    const std::string nasty =
+        std::string("a \"q\" <b>/c & d\nline\r\ttab\x01\x7F end=1 é€ &#65; ") + '\0' + "z";
     TExchangeProbe* p = AddProbe("P1");
     p->S = nasty;
     exchange.SetDescription("scene / \"demo\" <1>");
@@ -238,8 +242,9 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
 }
 
 TEST_F(ExchangeFixture, ReaderDecodesNamedAndHexadecimalReferences) {
-    exchange.LoadFromString(*loaded, Scene("<TEXCHANGEPROBE S=\"&lt;&amp;&gt;&quot;&apos;&#x41;&#x20AC;&bogus;&#xZZ;&\">"
-                                           "</TEXCHANGEPROBE>"));
+    exchange.LoadFromString(
+        *loaded, Scene("<TEXCHANGEPROBE S=\"&lt;&amp;&gt;&quot;&apos;&#x41;&#x20AC;&bogus;&#xZZ;&\">"
+                       "</TEXCHANGEPROBE>"));
     ASSERT_EQ(loaded->Count(), 1);
     EXPECT_EQ(LoadedProbe(0)->S, "<&>\"'A\xE2\x82\xAC&bogus;&#xZZ;&");
 }
@@ -247,10 +252,11 @@ TEST_F(ExchangeFixture, ReaderDecodesNamedAndHexadecimalReferences) {
 // --- Reading --------------------------------------------------------------------------------------
 
 TEST_F(ExchangeFixture, KeysAndElementsAreFoundWhateverTheirLetterCase) {
-    exchange.LoadFromString(*loaded, "<orngl version=\"1.0\"><objects><texchangeprobe NAME=\"Low\" b=\"TRUE\" "
-                                     "i=\"5\" s=\"x\" e=\"PESECOND\" enabled=\"False\"><transformation>"
-                                     "<translation p=\"1,2,3\"></translation></transformation>"
-                                     "</texchangeprobe></objects></orngl>");
+    exchange.LoadFromString(*loaded,
+                            "<orngl version=\"1.0\"><objects><texchangeprobe NAME=\"Low\" b=\"TRUE\" "
+                            "i=\"5\" s=\"x\" e=\"PESECOND\" enabled=\"False\"><transformation>"
+                            "<translation p=\"1,2,3\"></translation></transformation>"
+                            "</texchangeprobe></objects></orngl>");
     ASSERT_EQ(loaded->Count(), 1);
     TExchangeProbe* p = LoadedProbe(0);
     EXPECT_EQ(p->Name(), "Low");
@@ -265,10 +271,12 @@ TEST_F(ExchangeFixture, KeysAndElementsAreFoundWhateverTheirLetterCase) {
 
 TEST_F(ExchangeFixture, UnknownElementsAreSkippedWithTheirSubtrees) {
     exchange.LoadFromString(
-        *loaded, Scene("<TNOSUCHCLASS name=\"Gone\"><TEXCHANGEPROBE name=\"Inside\"></TEXCHANGEPROBE></TNOSUCHCLASS>"
-                       "<TEXCHANGEPROBE name=\"Kept\" Unknown=\"1\" I=\"3\"><Gadget x=\"1\"><TEXCHANGEPROBE name=\"Deep\">"
-                       "</TEXCHANGEPROBE></Gadget></TEXCHANGEPROBE>"
-                       "<TEXCHANGEPROBE name=\"Next\"></TEXCHANGEPROBE>"));
+        *loaded,
+        Scene("<TNOSUCHCLASS name=\"Gone\"><TEXCHANGEPROBE name=\"Inside\"></TEXCHANGEPROBE></TNOSUCHCLASS>"
+              "<TEXCHANGEPROBE name=\"Kept\" Unknown=\"1\" I=\"3\"><Gadget x=\"1\"><TEXCHANGEPROBE "
+              "name=\"Deep\">"
+              "</TEXCHANGEPROBE></Gadget></TEXCHANGEPROBE>"
+              "<TEXCHANGEPROBE name=\"Next\"></TEXCHANGEPROBE>"));
     ASSERT_EQ(loaded->Count(), 2);
     EXPECT_EQ(loaded->Items(0)->Name(), "Kept");
     EXPECT_EQ(LoadedProbe(0)->I, 3);
@@ -278,12 +286,13 @@ TEST_F(ExchangeFixture, UnknownElementsAreSkippedWithTheirSubtrees) {
 }
 
 TEST_F(ExchangeFixture, ValuesOfTheWrongFormKeepThePresentValue) {
-    exchange.LoadFromString(*loaded, Scene("<TEXCHANGEPROBE B=\"maybe\" I=\"12abc\" D=\"1e999\" C=\"XYZ\" V=\"1,2\" "
-                                           "E=\"peNone\" Enabled=\"\"></TEXCHANGEPROBE>"
-                                           "<TEXCHANGEPROBE I=\"99999999999999999999999\" D=\"nan\" V=\"1,2,3,4\">"
-                                           "</TEXCHANGEPROBE>"
-                                           "<TEXCHANGEPROBE I=\" 4\" D=\"inf\" V=\"1,,3\" C=\"123456789\">"
-                                           "</TEXCHANGEPROBE>"));
+    exchange.LoadFromString(*loaded,
+                            Scene("<TEXCHANGEPROBE B=\"maybe\" I=\"12abc\" D=\"1e999\" C=\"XYZ\" V=\"1,2\" "
+                                  "E=\"peNone\" Enabled=\"\"></TEXCHANGEPROBE>"
+                                  "<TEXCHANGEPROBE I=\"99999999999999999999999\" D=\"nan\" V=\"1,2,3,4\">"
+                                  "</TEXCHANGEPROBE>"
+                                  "<TEXCHANGEPROBE I=\" 4\" D=\"inf\" V=\"1,,3\" C=\"123456789\">"
+                                  "</TEXCHANGEPROBE>"));
     ASSERT_EQ(loaded->Count(), 3);
     const TExchangeProbe fresh(nullptr);
     for (int k = 0; k < 3; ++k) {
@@ -430,7 +439,8 @@ TEST_F(ExchangeFixture, ObjectKeysRoundTrip) {
     EXPECT_EQ(lo->ObjectID(), 17);
     EXPECT_EQ(lo->Color()->Color(), clTeal);
     EXPECT_EQ(lo->Color()->Alpha(), 0.25f);
-    EXPECT_EQ(lo->Transformation()->Rotation()->AsMathVector(), o->Transformation()->Rotation()->AsMathVector());
+    EXPECT_EQ(lo->Transformation()->Rotation()->AsMathVector(),
+              o->Transformation()->Rotation()->AsMathVector());
     EXPECT_EQ(lo->Transformation()->Rotation()->Y(), 20.5f);
 }
 
@@ -466,7 +476,8 @@ TEST_F(ExchangeFixture, ACameraTravelsWithTheScene) {
 // --- Bad input ------------------------------------------------------------------------------------
 
 TEST_F(ExchangeFixture, TruncatedFilesLoadWhatTheyHold) {
-    for (int k = 0; k < 6; ++k) AddProbe("P" + std::to_string(k))->I = k;
+    for (int k = 0; k < 6; ++k)
+        AddProbe("P" + std::to_string(k))->I = k;
     const std::string text = exchange.SaveToString(*scene);
     const std::size_t objects = text.find("<Objects");
     int lastCount = 0;
@@ -524,7 +535,8 @@ TEST_F(ExchangeFixture, RandomBytesNeverCrash) {
         std::string text = valid;
         if (round % 2 == 0) {
             text.resize(rng() % 600);
-            for (char& c : text) c = static_cast<char>(rng());
+            for (char& c : text)
+                c = static_cast<char>(rng());
         } else {
             for (int flips = 0; flips < 8; ++flips)
                 text[rng() % text.size()] = "<>/\"= !?-\n\0x"[rng() % 12];
@@ -541,10 +553,12 @@ TEST_F(ExchangeFixture, RandomBytesNeverCrash) {
 
 TEST_F(ExchangeFixture, NestingBeyondTheLimitIsSkipped) {
     std::string deep;
-    for (int k = 0; k < 1000; ++k) deep += "<TORNNODE>";
+    for (int k = 0; k < 1000; ++k)
+        deep += "<TORNNODE>";
     exchange.LoadFromString(*loaded, Scene(deep));
     int depth = 0;
-    for (TOrnNode* n = loaded; n->Count() > 0; n = dynamic_cast<TOrnNode*>(n->Items(0))) ++depth;
+    for (TOrnNode* n = loaded; n->Count() > 0; n = dynamic_cast<TOrnNode*>(n->Items(0)))
+        ++depth;
     EXPECT_EQ(depth, TOrnExchange::MaxDepth - 2); // below ORNGL and Objects
 }
 
@@ -590,7 +604,8 @@ TEST_F(ExchangeFixture, AFailedSaveLeavesThePreviousFile) {
     AddProbe("First");
     exchange.SaveToFile(*scene, file.string());
     const std::string before = ReadAll(file);
-    for (int k = 0; k < 200; ++k) AddProbe("More" + std::to_string(k));
+    for (int k = 0; k < 200; ++k)
+        AddProbe("More" + std::to_string(k));
 
     // The file system refuses the bigger file half-way through, as a full disk would.
     rlimit old{};
@@ -620,7 +635,8 @@ TEST_F(ExchangeFixture, SavingIntoAMissingFolderThrows) {
 }
 
 TEST_F(ExchangeFixture, ProgressRisesToOneForSavesAndLoads) {
-    for (int k = 0; k < 300; ++k) AddProbe("");
+    for (int k = 0; k < 300; ++k)
+        AddProbe("");
     std::vector<double> seen;
     exchange.OnProgress = [&](double f) { seen.push_back(f); };
     const std::string text = exchange.SaveToString(*scene);
@@ -702,13 +718,15 @@ TEST_F(ExchangeFixture, EveryRenderClassRoundTripsByteForByte) {
         render->SetName("Item" + std::to_string(index++));
         scene->Add(render);
         std::string tag = cls->Name;
-        for (char& c : tag) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        for (char& c : tag)
+            c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
         tags.push_back("<" + tag);
     }
     scene->Transformation()->Scale()->SetValues(2, 2, 2);
     const std::string first = RoundTrip();
     for (const std::string& tag : tags)
-        EXPECT_TRUE(first.find(tag + " ") != std::string::npos || first.find(tag + ">") != std::string::npos) << tag;
+        EXPECT_TRUE(first.find(tag + " ") != std::string::npos || first.find(tag + ">") != std::string::npos)
+            << tag;
     ASSERT_EQ(loaded->Count(), scene->Count());
     for (int i = 0; i < scene->Count(); ++i)
         EXPECT_STREQ(loaded->Items(i)->ClassName(), scene->Items(i)->ClassName());

@@ -59,8 +59,10 @@ std::size_t decodeReference(std::string_view text, std::string& out) {
 }
 
 std::string_view trimSpaces(std::string_view s) {
-    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+    while (!s.empty() && s.front() == ' ')
+        s.remove_prefix(1);
+    while (!s.empty() && s.back() == ' ')
+        s.remove_suffix(1);
     return s;
 }
 
@@ -163,7 +165,9 @@ bool ParseVector(std::string_view text, TOrnMathVector& value) {
 
 bool IsName(std::string_view name) {
     if (name.empty()) return false;
-    auto letter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == ':'; };
+    auto letter = [](char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == ':';
+    };
     if (!letter(name[0])) return false;
     for (char c : name)
         if (!letter(c) && !(c >= '0' && c <= '9') && c != '-' && c != '.') return false;

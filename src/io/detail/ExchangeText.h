@@ -13,7 +13,9 @@ namespace orn::detail {
 /// decimal character reference.
 void AppendEscaped(std::string& out, std::string_view value);
 /// Whether text holds a character reference to decode.
-inline bool NeedsDecoding(std::string_view text) { return text.find('&') != std::string_view::npos; }
+inline bool NeedsDecoding(std::string_view text) {
+    return text.find('&') != std::string_view::npos;
+}
 /// Decodes decimal and hexadecimal character references (as UTF-8) and the five predefined
 /// entities; anything else that starts with '&' stays as it is.
 void AppendDecoded(std::string& out, std::string_view text);
