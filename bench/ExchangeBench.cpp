@@ -107,8 +107,9 @@ void BM_CreateOnly(benchmark::State& state) {
 
 } // namespace
 
-// Each insertion into an owner notifies all of the owner's components, so a flat node of n
-// objects costs O(n²) to make whatever makes it; scenes are grouped to keep that out of the figures.
+// Inserting a component notifies everything its new owner owns, recursively, as the host
+// framework does: making a scene costs about objects × (objects per node + nodes), whatever makes
+// it, a load included. Scenes are grouped to keep the figures about the file.
 BENCHMARK(BM_SaveToString)->Args({100000, 100})->Args({100000, 1000})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SaveToFile)->Args({100000, 100})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Load)
