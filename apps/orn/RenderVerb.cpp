@@ -1,5 +1,6 @@
-// orn render: the demo scene, headless, into an image file.
+// orn render: a scene file (or the demo scene), headless, into an image file.
 #include "DemoScene.h"
+#include "SceneFile.h"
 #include "Verb.h"
 
 #include <orn/host/TApplication.h>
@@ -12,9 +13,12 @@ namespace orn::app {
 
 namespace {
 
-constexpr const char* kUsage = R"(Usage: orn render [--size WxH] [--camera perspective|orthographic] -o FILE
+constexpr const char* kUsage =
+    R"(Usage: orn render [SCENE.orngl] [--size WxH] [--camera perspective|orthographic] -o FILE
 
-Renders the built-in demo scene off-screen (no display needed) and writes it to FILE.
+Renders the scene file SCENE, or without one the built-in demo scene, off-screen (no display
+needed) and writes it to FILE. A scene file is seen through the camera it holds; one without a
+camera through a camera of the chosen kind that frames all of its objects.
 
 Options:
   -o, --output FILE   the image to write: .png or .bmp
@@ -35,6 +39,7 @@ int Run(const std::vector<std::string>& args) {
     int width = 800, height = 600;
     std::string cameraKind = "perspective";
     std::string output;
+    std::string sceneFile;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
         if (a == "-o" || a == "--output") {
@@ -47,6 +52,8 @@ int Run(const std::vector<std::string>& args) {
             cameraKind = OptionValue(args, i);
             if (cameraKind != "perspective" && cameraKind != "orthographic")
                 throw UsageError("unknown camera '" + cameraKind + "', expected perspective or orthographic");
+        } else if (!a.empty() && a[0] != '-' && sceneFile.empty()) {
+            sceneFile = a;
         } else {
             throw UsageError("unexpected argument '" + a + "'");
         }
@@ -57,14 +64,21 @@ int Run(const std::vector<std::string>& args) {
 
     TComponent form(nullptr);
     std::unique_ptr<TOrnCamera> camera;
-    if (cameraKind == "orthographic")
-        camera = std::make_unique<TOrnOrthographicCamera>(nullptr);
-    else
-        camera = std::make_unique<TOrnPerspectiveCamera>(nullptr);
-    AimDemoCamera(*camera);
     TOrnView view(&form);
+    if (!sceneFile.empty()) {
+        LoadedScene scene = LoadScene(sceneFile, &form);
+        camera = scene.camera ? std::move(scene.camera) : FramingCamera(*scene.node, cameraKind);
+        TOrnNode* node = scene.node;
+        view.OnRender = [node](TOrnView* v) { node->Render(v); };
+    } else {
+        if (cameraKind == "orthographic")
+            camera = std::make_unique<TOrnOrthographicCamera>(nullptr);
+        else
+            camera = std::make_unique<TOrnPerspectiveCamera>(nullptr);
+        AimDemoCamera(*camera);
+        ShowDemoScene(view, BuildDemoScene(&form));
+    }
     view.SetCamera(camera.get());
-    ShowDemoScene(view, BuildDemoScene(&form));
     // One pass of the application loop: whatever animates the scene gets its tick.
     TApplication::Instance().Step(0);
     const auto image = view.GetImage(width, height);
@@ -75,7 +89,7 @@ int Run(const std::vector<std::string>& args) {
 }
 
 const bool registered =
-    RegisterVerb({"render", "render the demo scene into a PNG, no display needed", kUsage, &Run});
+    RegisterVerb({"render", "render a scene file (or the demo) into a PNG, no display needed", kUsage, &Run});
 
 } // namespace
 

@@ -1,5 +1,7 @@
 #include <orn/math/TOrnCustomExchange.h>
 
+#include <orn/host/TComponent.h>
+
 #include <limits>
 #include <strings.h>
 
@@ -36,5 +38,11 @@ std::int32_t TOrnCustomExchange::ReadInt32(const std::string& key, std::int32_t 
         return def;
     return static_cast<std::int32_t>(v);
 }
+
+void TOrnCustomExchange::WriteReference(const std::string& key, const TComponent* value) {
+    WriteString(key, value ? value->Name() : std::string(), "");
+}
+
+void TOrnCustomExchange::ReadReference(const std::string&, std::function<void(TComponent*)>) {}
 
 } // namespace orn

@@ -25,6 +25,13 @@ void TOrnRotation::SetY(float value) { SetAngle(fY, value); }
 void TOrnRotation::SetZ(float value) { SetAngle(fZ, value); }
 
 float TOrnRotation::ModAngle(float a) const {
+    // Beyond the 64-bit range (a scene file may hold such angles) the rounding below would overflow;
+    // there every float is whole and fmod gives the same truncated remainder exactly.
+    if (!(std::fabs(a) < 9.0e18f)) {
+        if (!std::isfinite(a)) return 0.0f;
+        const double m = std::fmod(double(a), 360.0);
+        return static_cast<float>(m >= 0 ? m : m + 360);
+    }
     // n is a − 0.5 rounded half to even; the remainder then uses truncating division.
     const auto n = static_cast<std::int64_t>(std::nearbyint(double(a) - 0.5));
     const double r = double(a) - double((n / 360) * 360);

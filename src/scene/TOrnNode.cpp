@@ -168,6 +168,8 @@ TOrnExchangeItem* TOrnNode::ReadComp(TOrnCustomExchange& exchange, const std::st
         return nullptr;
     }
     Add(render);
+    // Items made while the node loads read their keys in the loading state too.
+    if (ComponentState().Contains(csLoading)) render->Loading();
     render->ReadValues(exchange);
     return render;
 }

@@ -1,8 +1,20 @@
 #include <orn/scene/TOrnObject.h>
 
+#include <cstring>
 #include <strings.h>
 
 namespace orn {
+
+namespace {
+
+/// The state classes are only declared in this layer: a component whose class is exactly the one
+/// named is reached through its complete object.
+template <class T> T* exactly(TComponent* component, const char* className) {
+    if (!component || std::strcmp(component->ClassName(), className) != 0) return nullptr;
+    return static_cast<T*>(dynamic_cast<void*>(component));
+}
+
+} // namespace
 
 TOrnObject::TOrnObject(TComponent* owner) : TOrnRender(owner), fColor(std::make_unique<TOrnColor>()) {
     fColor->OnChange = SubChangeHandler();
@@ -98,6 +110,8 @@ void TOrnObject::WriteValues(TOrnCustomExchange& exchange) {
     TOrnRender::WriteValues(exchange);
     exchange.WriteInt("ObjectID", fObjectID, -1);
     exchange.WriteString("ObjectName", fObjectName, "");
+    exchange.WriteReference("Attributes", fAttributesRender);
+    exchange.WriteReference("Material", fMaterialRender);
     fColor->WriteComp(exchange, "Color");
 }
 
@@ -105,6 +119,15 @@ void TOrnObject::ReadValues(TOrnCustomExchange& exchange) {
     TOrnRender::ReadValues(exchange);
     SetObjectID(exchange.ReadInt32("ObjectID", fObjectID));
     SetObjectName(exchange.ReadString("ObjectName", fObjectName));
+    // Resolved once the whole scene is read; a component of another class clears the slot.
+    exchange.ReadReference("Attributes", [this](TComponent* c) {
+        fAttributes = exactly<TOrnAttributes>(c, "TOrnAttributes");
+        SetStateRef(fAttributesRender, fAttributes ? dynamic_cast<TOrnRender*>(c) : nullptr);
+    });
+    exchange.ReadReference("Material", [this](TComponent* c) {
+        fMaterial = exactly<TOrnMaterial>(c, "TOrnMaterial");
+        SetStateRef(fMaterialRender, fMaterial ? dynamic_cast<TOrnRender*>(c) : nullptr);
+    });
 }
 
 TOrnExchangeItem* TOrnObject::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {

@@ -4,11 +4,13 @@
 #include <orn/math/OrnMath.h>
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 
 namespace orn {
 
+class TComponent;
 class TOrnCustomExchange;
 
 /// Anything that writes itself as an element of the scene file and reads its keys back: the value
@@ -66,6 +68,13 @@ public:
     int ReadEnum(const std::string& key, int def, std::span<const char* const> names);
     /// A 32-bit integer read with def when the value is missing or outside the 32-bit range.
     std::int32_t ReadInt32(const std::string& key, std::int32_t def);
+
+    /// A reference to another component of the scene, written as its name ("" for none).
+    void WriteReference(const std::string& key, const TComponent* value);
+    /// Asks for a reference to be resolved once the whole file is read: resolve then receives the
+    /// loaded component that the key's value names (nullptr when the value is empty or names none).
+    /// Not called when the key is missing. A reader that cannot resolve references ignores them.
+    virtual void ReadReference(const std::string& key, std::function<void(TComponent*)> resolve);
 };
 
 } // namespace orn
