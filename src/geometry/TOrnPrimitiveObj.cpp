@@ -5,6 +5,7 @@
 #include <orn/host/EOrnError.h>
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <strings.h>
 #include <string>
@@ -165,9 +166,18 @@ void TOrnPrimitiveObj::CalcNormals() {
         const double* p = pos + 3 * static_cast<std::size_t>(i);
         return {p[0], p[1], p[2]};
     };
+    // OrnMathNormalVector with normalisation, written out so that it inlines: the same arithmetic
+    // in the same order, so the same bits.
     auto face = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
-        TOrnMathVector r;
-        OrnMathNormalVector(at(a), at(b), at(c), true, r);
+        const TOrnMathVector p1 = at(a), p2 = at(b), p3 = at(c);
+        const TOrnMathVector u{p1.x - p2.x, p1.y - p2.y, p1.z - p2.z}, w{p2.x - p3.x, p2.y - p3.y, p2.z - p3.z};
+        TOrnMathVector r{u.y * w.z - u.z * w.y, u.z * w.x - u.x * w.z, u.x * w.y - u.y * w.x};
+        const double l = std::sqrt(r.x * r.x + r.y * r.y + r.z * r.z);
+        if (l > 0) {
+            r.x /= l;
+            r.y /= l;
+            r.z /= l;
+        }
         return r;
     };
     auto add = [&](std::uint32_t p, const TOrnMathVector& v) {

@@ -179,6 +179,8 @@ ORN_GL(void, glTexEnvi, (GLenum target, GLenum pname, GLint param), (target, pna
        (En{target}, En{pname}, IEn{double(param)}))
 ORN_GL(void, glTexEnvf, (GLenum target, GLenum pname, GLfloat param), (target, pname, param),
        (En{target}, En{pname}, IEn{param}))
+ORN_GL(void, glTexEnviv, (GLenum target, GLenum pname, const GLint* p), (target, pname, p),
+       (En{target}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glTexEnvfv, (GLenum target, GLenum pname, const GLfloat* p), (target, pname, p),
        (En{target}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glTexGeni, (GLenum coord, GLenum pname, GLint param), (coord, pname, param),

@@ -6,29 +6,46 @@
 namespace orn::detail {
 
 void PointGrid::Clear(int expected) {
-    for (int s : fUsed) fSlots[s].head = -2;
+    for (int s : fUsed) {
+        fSlots[static_cast<std::size_t>(s)].head = -2;
+        const std::uint64_t bit = Local(fSlots[s].x, fSlots[s].y, fSlots[s].z) & fBloomMask;
+        fBloom[bit >> 6] = 0;
+    }
     fUsed.clear();
+    fProbes = 0;
     fFarHead = fFarTail = -1;
     std::size_t want = 64;
     while (want < static_cast<std::size_t>(std::max(expected, 0)) * 2) want *= 2;
     if (fSlots.size() < want) {
         fSlots.assign(want, Slot{0, 0, 0, -2, -1});
         fMask = want - 1;
+        ResizeBloom(want);
     }
 }
 
-int PointGrid::Lookup(std::int32_t x, std::int32_t y, std::int32_t z) const {
-    for (std::size_t i = Hash(x, y, z) & fMask;; i = (i + 1) & fMask) {
+void PointGrid::ResizeBloom(std::size_t slots) {
+    // Four bits per slot, so at most one bit in eight is set: few false alarms, and for a million
+    // points half a megabyte.
+    std::size_t bits = 4096;
+    while (bits < slots * 4) bits *= 2;
+    fBloomMask = bits - 1;
+    fBloom.assign(bits / 64, 0);
+    for (int s : fUsed) Mark(fSlots[static_cast<std::size_t>(s)].x, fSlots[s].y, fSlots[s].z);
+}
+
+int PointGrid::Lookup(std::int32_t x, std::int32_t y, std::int32_t z, std::uint64_t hash) const {
+    for (std::size_t i = hash & fMask;; i = (i + 1) & fMask) {
         const Slot& s = fSlots[i];
         if (s.head == -2) return -1;
         if (s.x == x && s.y == y && s.z == z) return static_cast<int>(i);
     }
 }
 
-void PointGrid::Grow() {
+void PointGrid::Grow(bool scramble) {
     std::vector<Slot> old;
     old.swap(fSlots);
-    const std::size_t size = old.size() * 2;
+    fScramble = fScramble || scramble;
+    const std::size_t size = scramble ? old.size() : old.size() * 2;
     fSlots.assign(size, Slot{0, 0, 0, -2, -1});
     fMask = size - 1;
     fUsed.clear();
@@ -39,6 +56,7 @@ void PointGrid::Grow() {
         fSlots[i] = s;
         fUsed.push_back(static_cast<int>(i));
     }
+    ResizeBloom(size);
 }
 
 void PointGrid::Append(Slot& s, int index, bool atFront) {
@@ -72,12 +90,21 @@ void PointGrid::Insert(int index, const double* p, bool atFront) {
     const auto y = static_cast<std::int32_t>(std::floor(p[1] * kInvCell));
     const auto z = static_cast<std::int32_t>(std::floor(p[2] * kInvCell));
     std::size_t i = Hash(x, y, z) & fMask;
-    while (fSlots[i].head != -2 && !(fSlots[i].x == x && fSlots[i].y == y && fSlots[i].z == z))
+    while (fSlots[i].head != -2 && !(fSlots[i].x == x && fSlots[i].y == y && fSlots[i].z == z)) {
         i = (i + 1) & fMask;
+        // Local keys of an unlucky layout can pile up into long runs; once the probing costs more
+        // than a few dozen steps per cell on the whole, scatter them: linear time either way.
+        if (++fProbes > 32 * (fUsed.size() + 64) && !fScramble) {
+            Grow(true);
+            Insert(index, p, atFront);
+            return;
+        }
+    }
     Slot& s = fSlots[i];
     if (s.head == -2) {
         s = Slot{x, y, z, -1, -1};
         fUsed.push_back(static_cast<int>(i));
+        Mark(x, y, z);
     }
     Append(s, index, atFront);
 }

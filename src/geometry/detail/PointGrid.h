@@ -17,8 +17,10 @@ inline bool SamePlace(const double* a, const double* b) {
 /// A uniform hash grid over point positions that answers "which points lie within kSamePlace of p"
 /// exactly as a linear scan with SamePlace would, visiting only the cells that can hold a match.
 ///
-/// Cells are 2 × kSamePlace wide, so per axis only the cell of p and the one neighbour on the side
-/// p is nearer to can hold a match: at most 8 cells. Each cell keeps its points in a linked list,
+/// Cells are 4 × kSamePlace wide, so per axis a neighbouring cell can hold a match only when p lies
+/// within kSamePlace of the border to it: one cell mostly, at most 8. A small bit filter of the
+/// occupied cells answers most questions about empty cells without touching the table, which is
+/// what keeps a million queries inside the caches. Each cell keeps its points in a linked list,
 /// oldest first or newest first as the caller inserts them. Points too far out for exact cell
 /// arithmetic go to one list that every query near that range scans; points with a coordinate
 /// that is not finite never match anything and are not stored.
@@ -37,7 +39,7 @@ private:
         std::int32_t x, y, z;
         std::int32_t head = -1, tail = -1;
     };
-    static constexpr double kCell = 2 * kSamePlace;
+    static constexpr double kCell = 4 * kSamePlace;
     static constexpr double kInvCell = 1.0 / kCell;
     /// Beyond this magnitude cell indices would lose the precision the neighbour choice needs.
     static constexpr double kFar = 2.0e6;
@@ -45,14 +47,35 @@ private:
     static bool Hashable(const double* p) {
         return std::fabs(p[0]) < kFar && std::fabs(p[1]) < kFar && std::fabs(p[2]) < kFar;
     }
-    static std::uint64_t Hash(std::int32_t x, std::int32_t y, std::int32_t z) {
-        std::uint64_t h = static_cast<std::uint32_t>(x) * 0x9E3779B97F4A7C15ull;
-        h ^= static_cast<std::uint32_t>(y) * 0xC2B2AE3D27D4EB4Full + (h << 6) + (h >> 2);
-        h ^= static_cast<std::uint32_t>(z) * 0x165667B19E3779F9ull + (h << 6) + (h >> 2);
-        return h ^ (h >> 29);
+    /// Neighbouring cells get neighbouring values (x steps by one), so points made row by row
+    /// touch table and filter as a few streams rather than at random.
+    static std::uint64_t Local(std::int32_t x, std::int32_t y, std::int32_t z) {
+        return static_cast<std::uint64_t>(static_cast<std::uint32_t>(x)) +
+               static_cast<std::uint64_t>(static_cast<std::uint32_t>(y)) * 0x9E3779B97F4A7C15ull +
+               static_cast<std::uint64_t>(static_cast<std::uint32_t>(z)) * 0xC2B2AE3D27D4EB4Full;
     }
-    int Lookup(std::int32_t x, std::int32_t y, std::int32_t z) const;
-    void Grow();
+    /// The table position: local, or scrambled (splitmix64's finaliser) once local keys were seen to
+    /// pile up.
+    std::uint64_t Hash(std::int32_t x, std::int32_t y, std::int32_t z) const {
+        std::uint64_t h = Local(x, y, z);
+        if (!fScramble) return h;
+        h ^= h >> 31;
+        h *= 0xBF58476D1CE4E5B9ull;
+        h ^= h >> 27;
+        h *= 0x94D049BB133111EBull;
+        return h ^ (h >> 31);
+    }
+    bool MayHold(std::int32_t x, std::int32_t y, std::int32_t z) const {
+        const std::uint64_t bit = Local(x, y, z) & fBloomMask;
+        return (fBloom[bit >> 6] >> (bit & 63)) & 1u;
+    }
+    void Mark(std::int32_t x, std::int32_t y, std::int32_t z) {
+        const std::uint64_t bit = Local(x, y, z) & fBloomMask;
+        fBloom[bit >> 6] |= std::uint64_t{1} << (bit & 63);
+    }
+    void ResizeBloom(std::size_t slots);
+    int Lookup(std::int32_t x, std::int32_t y, std::int32_t z, std::uint64_t hash) const;
+    void Grow(bool scramble = false);
     void Append(Slot& s, int index, bool atFront);
     template <class Better>
     void ScanList(int head, const double* p, const double* positions, Better better, int& best) const;
@@ -61,6 +84,10 @@ private:
     std::vector<int> fUsed;   // occupied slot numbers, so Clear costs what was inserted
     std::vector<int> fNext;   // per point index: the next point of its list
     std::size_t fMask = 0;
+    std::vector<std::uint64_t> fBloom{0}; // bit set: a cell with these low key bits may be occupied
+    std::uint64_t fBloomMask = 63;
+    bool fScramble = false;
+    std::size_t fProbes = 0; // probing steps of the inserts since the last Clear
     int fFarHead = -1, fFarTail = -1;
 };
 
@@ -88,13 +115,15 @@ template <class Better> int PointGrid::Find(const double* p, const double* posit
         const double c = std::floor(u);
         const double frac = u - c;
         constexpr double margin = 1e-4;
-        lo[a] = static_cast<std::int32_t>(c) - (frac < 0.5 + margin ? 1 : 0);
-        hi[a] = static_cast<std::int32_t>(c) + (frac > 0.5 - margin ? 1 : 0);
+        constexpr double reach = kSamePlace / kCell;
+        lo[a] = static_cast<std::int32_t>(c) - (frac < reach + margin ? 1 : 0);
+        hi[a] = static_cast<std::int32_t>(c) + (frac > 1 - reach - margin ? 1 : 0);
     }
     for (std::int32_t x = lo[0]; x <= hi[0]; ++x)
         for (std::int32_t y = lo[1]; y <= hi[1]; ++y)
             for (std::int32_t z = lo[2]; z <= hi[2]; ++z) {
-                const int s = Lookup(x, y, z);
+                if (!MayHold(x, y, z)) continue;
+                const int s = Lookup(x, y, z, Hash(x, y, z));
                 if (s >= 0) ScanList(fSlots[s].head, p, positions, better, best);
             }
     return best;

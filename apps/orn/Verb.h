@@ -1,0 +1,38 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace orn::app {
+
+/// One verb of the orn command. Each verb lives in its own file and adds itself to the table:
+///
+///     namespace { const bool registered = RegisterVerb({"render", "…", "usage…", &Run}); }
+struct Verb {
+    const char* name;
+    /// One line for `orn --help`.
+    const char* summary;
+    /// The whole of `orn <verb> --help`.
+    const char* usage;
+    /// Runs with the arguments after the verb (never "--help"); returns the exit status.
+    int (*run)(const std::vector<std::string>& args);
+};
+
+bool RegisterVerb(const Verb& verb);
+/// The verbs, sorted by name.
+std::vector<Verb> Verbs();
+
+/// Bad arguments: reported as one line with exit status 2.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// "WxH" with both in 1 … maxSide; false otherwise.
+bool ParseSize(const std::string& text, int& width, int& height, int maxSide = 16384);
+
+/// The value of an option that takes one (args[i] is the option): advances i, or throws a
+/// UsageError when the value is missing.
+const std::string& OptionValue(const std::vector<std::string>& args, std::size_t& i);
+
+} // namespace orn::app

@@ -1,0 +1,109 @@
+// The orn command: verbs that render, inspect and convert scenes, each in its own file.
+#include "Verb.h"
+
+#include <orn/diag/OrnVersionInfo.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <exception>
+
+namespace orn::app {
+
+namespace {
+
+std::vector<Verb>& Table() {
+    static std::vector<Verb> verbs;
+    return verbs;
+}
+
+void PrintUsage(std::FILE* out) {
+    std::fprintf(out, "%s\n\nUsage: orn <verb> [options]\n\nVerbs:\n", OrnProductName().c_str());
+    for (const Verb& v : Verbs())
+        std::fprintf(out, "  %-10s %s\n", v.name, v.summary);
+    std::fprintf(out, "\n'orn <verb> --help' tells more about a verb; 'orn --version' prints the version.\n");
+}
+
+// Messages are printed as one line, whatever a library put into them.
+std::string OneLine(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    std::replace(text.begin(), text.end(), '\r', ' ');
+    return text;
+}
+
+} // namespace
+
+bool RegisterVerb(const Verb& verb) {
+    Table().push_back(verb);
+    return true;
+}
+
+std::vector<Verb> Verbs() {
+    std::vector<Verb> verbs = Table();
+    std::sort(verbs.begin(), verbs.end(),
+              [](const Verb& a, const Verb& b) { return std::string(a.name) < b.name; });
+    return verbs;
+}
+
+bool ParseSize(const std::string& text, int& width, int& height, int maxSide) {
+    const auto x = text.find_first_of("xX");
+    if (x == std::string::npos) return false;
+    const char* begin = text.data();
+    const char* end = begin + text.size();
+    int w = 0, h = 0;
+    auto [wEnd, wErr] = std::from_chars(begin, begin + x, w);
+    auto [hEnd, hErr] = std::from_chars(begin + x + 1, end, h);
+    if (wErr != std::errc() || hErr != std::errc() || wEnd != begin + x || hEnd != end) return false;
+    if (w < 1 || h < 1 || w > maxSide || h > maxSide) return false;
+    width = w;
+    height = h;
+    return true;
+}
+
+const std::string& OptionValue(const std::vector<std::string>& args, std::size_t& i) {
+    if (i + 1 >= args.size()) throw UsageError("option '" + args[i] + "' needs a value");
+    return args[++i];
+}
+
+} // namespace orn::app
+
+int main(int argc, char** argv) {
+    using namespace orn::app;
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.empty()) {
+        PrintUsage(stderr);
+        return 2;
+    }
+    const std::string& first = args.front();
+    if (first == "--help" || first == "-h" || first == "help") {
+        PrintUsage(stdout);
+        return 0;
+    }
+    if (first == "--version") {
+        std::printf("orn %s\n", orn::OrnVersion().c_str());
+        return 0;
+    }
+    const std::vector<Verb> verbs = Verbs();
+    const auto verb =
+        std::find_if(verbs.begin(), verbs.end(), [&](const Verb& v) { return first == v.name; });
+    if (verb == verbs.end()) {
+        std::fprintf(stderr, "orn: unknown verb '%s' (see orn --help)\n", first.c_str());
+        return 2;
+    }
+    const std::vector<std::string> rest(args.begin() + 1, args.end());
+    if (std::find(rest.begin(), rest.end(), "--help") != rest.end() ||
+        std::find(rest.begin(), rest.end(), "-h") != rest.end()) {
+        std::printf("%s", verb->usage);
+        return 0;
+    }
+    try {
+        return verb->run(rest);
+    } catch (const UsageError& e) {
+        std::fprintf(stderr, "orn %s: %s (see orn %s --help)\n", verb->name, OneLine(e.what()).c_str(),
+                     verb->name);
+        return 2;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "orn %s: %s\n", verb->name, OneLine(e.what()).c_str());
+        return 1;
+    }
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <orn/view/TOrnSurface.h>
+
+#include <cstdint>
+#include <string>
+
+namespace orn {
+
+/// How a view's window looks and behaves.
+struct TOrnWindowOptions {
+    std::string Title = "Orn";
+    bool Visible = true;
+    /// Closing the window ends TApplication::Run.
+    bool TerminateOnClose = true;
+};
+
+/// Surfaces that are real resizable windows (GLFW on X11/GLX). The window's paint, resize, mouse
+/// and key events reach the view; each window is an event source of TApplication, whose Step
+/// handles its events and repaints the view when it was invalidated. Lists are shared only with
+/// other window views.
+TOrnSurfaceFactory WindowSurfaceFactory(TOrnWindowOptions options = {});
+
+/// Whether windows can be opened (a display is reachable); on false, reason says why.
+bool WindowSystemAvailable(std::string* reason = nullptr);
+
+/// The host's virtual key code of a GLFW key (GLFW_KEY_…), or 0 for keys the host has no code for.
+std::uint16_t GlfwKeyToVirtualKey(int glfwKey);
+
+} // namespace orn

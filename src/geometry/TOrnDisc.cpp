@@ -1,0 +1,95 @@
+#include <orn/geometry/TOrnDisc.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include "geometry/detail/ShapeBuilder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+namespace orn {
+
+ORN_REGISTER_RENDER_CLASS(TOrnDisc, "Orn Obj")
+
+void TOrnDisc::SetInnerRadius(float value) {
+    if (assignIfChanged(fInnerRadius, value)) Invalidate();
+}
+
+void TOrnDisc::SetOuterRadius(float value) {
+    if (assignIfChanged(fOuterRadius, value)) Invalidate();
+}
+
+void TOrnDisc::SetSlices(int value) {
+    if (IsValidDetail(value) && assignIfChanged(fSlices, value)) Invalidate();
+}
+
+void TOrnDisc::SetLoops(int value) {
+    if (IsValidDetail(value) && assignIfChanged(fLoops, value)) Invalidate();
+}
+
+void TOrnDisc::SetStartAngle(float value) {
+    if (assignIfChanged(fStartAngle, value)) Invalidate();
+}
+
+void TOrnDisc::SetSweepAngle(float value) {
+    if (assignIfChanged(fSweepAngle, value)) Invalidate();
+}
+
+void TOrnDisc::Assign(const TPersistent* source) {
+    if (auto* s = dynamic_cast<const TOrnDisc*>(source)) {
+        fInnerRadius = s->fInnerRadius;
+        fOuterRadius = s->fOuterRadius;
+        fSlices = s->fSlices;
+        fLoops = s->fLoops;
+        fStartAngle = s->fStartAngle;
+        fSweepAngle = s->fSweepAngle;
+    }
+    TOrnPrimitiveObj::Assign(source);
+}
+
+void TOrnDisc::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteFloat("InnerRadius", fInnerRadius, 0.0f);
+    exchange.WriteFloat("OuterRadius", fOuterRadius, 1.0f);
+    exchange.WriteInt("Slices", fSlices, 24);
+    exchange.WriteInt("Loops", fLoops, 1);
+    exchange.WriteFloat("StartAngle", fStartAngle, 0.0f);
+    exchange.WriteFloat("SweepAngle", fSweepAngle, 360.0f);
+    TOrnPrimitiveObj::WriteValues(exchange);
+}
+
+void TOrnDisc::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnPrimitiveObj::ReadValues(exchange);
+    SetInnerRadius(static_cast<float>(exchange.ReadFloat("InnerRadius", fInnerRadius)));
+    SetOuterRadius(static_cast<float>(exchange.ReadFloat("OuterRadius", fOuterRadius)));
+    SetSlices(exchange.ReadInt32("Slices", fSlices));
+    SetLoops(exchange.ReadInt32("Loops", fLoops));
+    SetStartAngle(static_cast<float>(exchange.ReadFloat("StartAngle", fStartAngle)));
+    SetSweepAngle(static_cast<float>(exchange.ReadFloat("SweepAngle", fSweepAngle)));
+}
+
+void TOrnDisc::InitPoints() {
+    const int cols = fSlices + 1, rows = fLoops + 1;
+    CheckBuildSize(std::int64_t{cols} * rows, "Disc");
+    constexpr double deg = std::numbers::pi / 180;
+    const bool around = std::fabs(fSweepAngle) >= 360;
+    const double extent = std::max(std::fabs(fOuterRadius), std::fabs(fInnerRadius));
+    const double k = extent > 0 ? 0.5 / extent : 0.5; // planar texture over the whole disc
+    detail::PointWriter out(*fPoints, cols * rows);
+    for (int j = 0; j < rows; ++j) {
+        const double r = fInnerRadius + (static_cast<double>(fOuterRadius) - fInnerRadius) * j / fLoops;
+        for (int i = 0; i < cols; ++i) {
+            const double phi = (fStartAngle + static_cast<double>(fSweepAngle) * i / fSlices) * deg;
+            const double x = r * std::sin(phi), z = r * std::cos(phi);
+            const bool seam = r == 0 || (around && (i == 0 || i == fSlices));
+            out.Put(x, 0, z, 0, 1, 0, 0.5 + k * x, 0.5 + k * z, seam ? 1 : 0);
+        }
+    }
+}
+
+void TOrnDisc::InitPrimitives() {
+    auto centre = [&](int j) { return fInnerRadius + (static_cast<double>(fOuterRadius) - fInnerRadius) * j / fLoops == 0; };
+    detail::AddGridStrips(*this, 0, fSlices + 1, fLoops, true, centre);
+}
+
+} // namespace orn

@@ -1,0 +1,111 @@
+#include <orn/geometry/TOrnSphere.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include "geometry/detail/ShapeBuilder.h"
+
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+namespace orn {
+
+ORN_REGISTER_RENDER_CLASS(TOrnSphere, "Orn Obj")
+
+void TOrnSphere::SetRadius(float value) {
+    if (assignIfChanged(fRadius, value)) Invalidate();
+}
+
+void TOrnSphere::SetSlices(int value) {
+    if (IsValidDetail(value) && assignIfChanged(fSlices, value)) Invalidate();
+}
+
+void TOrnSphere::SetStacks(int value) {
+    if (IsValidDetail(value) && assignIfChanged(fStacks, value)) Invalidate();
+}
+
+void TOrnSphere::SetStartAngle(float value) {
+    if (assignIfChanged(fStartAngle, value)) Invalidate();
+}
+
+void TOrnSphere::SetSweepAngle(float value) {
+    if (assignIfChanged(fSweepAngle, value)) Invalidate();
+}
+
+void TOrnSphere::SetTopAngle(float value) {
+    if (assignIfChanged(fTopAngle, value)) Invalidate();
+}
+
+void TOrnSphere::SetBottomAngle(float value) {
+    if (assignIfChanged(fBottomAngle, value)) Invalidate();
+}
+
+void TOrnSphere::Assign(const TPersistent* source) {
+    if (auto* s = dynamic_cast<const TOrnSphere*>(source)) {
+        fRadius = s->fRadius;
+        fSlices = s->fSlices;
+        fStacks = s->fStacks;
+        fStartAngle = s->fStartAngle;
+        fSweepAngle = s->fSweepAngle;
+        fTopAngle = s->fTopAngle;
+        fBottomAngle = s->fBottomAngle;
+    }
+    TOrnPrimitiveObj::Assign(source);
+}
+
+void TOrnSphere::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteFloat("Radius", fRadius, 1.0f);
+    exchange.WriteInt("Slices", fSlices, 24);
+    exchange.WriteInt("Stacks", fStacks, 16);
+    exchange.WriteFloat("StartAngle", fStartAngle, 0.0f);
+    exchange.WriteFloat("SweepAngle", fSweepAngle, 360.0f);
+    exchange.WriteFloat("TopAngle", fTopAngle, 0.0f);
+    exchange.WriteFloat("BottomAngle", fBottomAngle, 180.0f);
+    TOrnPrimitiveObj::WriteValues(exchange);
+}
+
+void TOrnSphere::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnPrimitiveObj::ReadValues(exchange);
+    SetRadius(static_cast<float>(exchange.ReadFloat("Radius", fRadius)));
+    SetSlices(exchange.ReadInt32("Slices", fSlices));
+    SetStacks(exchange.ReadInt32("Stacks", fStacks));
+    SetStartAngle(static_cast<float>(exchange.ReadFloat("StartAngle", fStartAngle)));
+    SetSweepAngle(static_cast<float>(exchange.ReadFloat("SweepAngle", fSweepAngle)));
+    SetTopAngle(static_cast<float>(exchange.ReadFloat("TopAngle", fTopAngle)));
+    SetBottomAngle(static_cast<float>(exchange.ReadFloat("BottomAngle", fBottomAngle)));
+}
+
+void TOrnSphere::InitPoints() {
+    const int cols = fSlices + 1, rows = fStacks + 1;
+    CheckBuildSize(std::int64_t{cols} * rows, "Sphere");
+    constexpr double deg = std::numbers::pi / 180;
+    const bool around = std::fabs(fSweepAngle) >= 360;
+    std::vector<double> sinPhi(static_cast<std::size_t>(cols)), cosPhi(static_cast<std::size_t>(cols));
+    for (int i = 0; i < cols; ++i) {
+        const double phi = (fStartAngle + static_cast<double>(fSweepAngle) * i / fSlices) * deg;
+        sinPhi[static_cast<std::size_t>(i)] = std::sin(phi);
+        cosPhi[static_cast<std::size_t>(i)] = std::cos(phi);
+    }
+    detail::PointWriter out(*fPoints, cols * rows);
+    const double r = fRadius;
+    for (int j = 0; j < rows; ++j) {
+        const double theta = (fTopAngle + static_cast<double>(fBottomAngle - fTopAngle) * j / fStacks) * deg;
+        const double st = std::sin(theta), ct = std::cos(theta);
+        const bool pole = std::fabs(st) < 1e-12; // a whole row at one place
+        const double t = 1.0 - static_cast<double>(j) / fStacks;
+        for (int i = 0; i < cols; ++i) {
+            const double nx = st * sinPhi[static_cast<std::size_t>(i)], nz = st * cosPhi[static_cast<std::size_t>(i)];
+            const bool seam = pole || (around && (i == 0 || i == fSlices));
+            out.Put(r * nx, r * ct, r * nz, nx, ct, nz, static_cast<double>(i) / fSlices, t, seam ? 1 : 0);
+        }
+    }
+}
+
+void TOrnSphere::InitPrimitives() {
+    const double deg = std::numbers::pi / 180;
+    auto pole = [&](int j) {
+        return std::fabs(std::sin((fTopAngle + static_cast<double>(fBottomAngle - fTopAngle) * j / fStacks) * deg)) < 1e-12;
+    };
+    detail::AddGridStrips(*this, 0, fSlices + 1, fStacks, true, pole);
+}
+
+} // namespace orn

@@ -1,0 +1,75 @@
+#include <orn/geometry/TOrnTorus.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include "geometry/detail/ShapeBuilder.h"
+
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+namespace orn {
+
+ORN_REGISTER_RENDER_CLASS(TOrnTorus, "Orn Obj")
+
+void TOrnTorus::SetRingRadius(float value) {
+    if (assignIfChanged(fRingRadius, value)) Invalidate();
+}
+
+void TOrnTorus::SetTubeRadius(float value) {
+    if (assignIfChanged(fTubeRadius, value)) Invalidate();
+}
+
+void TOrnTorus::SetSides(int value) {
+    if (IsValidDetail(value) && assignIfChanged(fSides, value)) Invalidate();
+}
+
+void TOrnTorus::SetRings(int value) {
+    if (IsValidDetail(value) && assignIfChanged(fRings, value)) Invalidate();
+}
+
+void TOrnTorus::Assign(const TPersistent* source) {
+    if (auto* s = dynamic_cast<const TOrnTorus*>(source)) {
+        fRingRadius = s->fRingRadius;
+        fTubeRadius = s->fTubeRadius;
+        fSides = s->fSides;
+        fRings = s->fRings;
+    }
+    TOrnPrimitiveObj::Assign(source);
+}
+
+void TOrnTorus::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteFloat("RingRadius", fRingRadius, 1.0f);
+    exchange.WriteFloat("TubeRadius", fTubeRadius, 0.25f);
+    exchange.WriteInt("Sides", fSides, 16);
+    exchange.WriteInt("Rings", fRings, 24);
+    TOrnPrimitiveObj::WriteValues(exchange);
+}
+
+void TOrnTorus::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnPrimitiveObj::ReadValues(exchange);
+    SetRingRadius(static_cast<float>(exchange.ReadFloat("RingRadius", fRingRadius)));
+    SetTubeRadius(static_cast<float>(exchange.ReadFloat("TubeRadius", fTubeRadius)));
+    SetSides(exchange.ReadInt32("Sides", fSides));
+    SetRings(exchange.ReadInt32("Rings", fRings));
+}
+
+void TOrnTorus::InitPoints() {
+    const int cols = fSides + 1, rows = fRings + 1;
+    CheckBuildSize(std::int64_t{cols} * rows, "Torus");
+    constexpr double twoPi = 2 * std::numbers::pi;
+    detail::PointWriter out(*fPoints, cols * rows);
+    for (int i = 0; i < rows; ++i) {
+        const double theta = twoPi * i / fRings, st = std::sin(theta), ct = std::cos(theta);
+        for (int j = 0; j < cols; ++j) {
+            const double psi = twoPi * j / fSides, sp = std::sin(psi), cp = std::cos(psi);
+            const double nx = cp * st, ny = sp, nz = cp * ct;
+            const bool seam = i == 0 || i == fRings || j == 0 || j == fSides;
+            out.Put(fRingRadius * st + fTubeRadius * nx, fTubeRadius * ny, fRingRadius * ct + fTubeRadius * nz, nx, ny,
+                    nz, static_cast<double>(i) / fRings, static_cast<double>(j) / fSides, seam ? 1 : 0);
+        }
+    }
+}
+
+void TOrnTorus::InitPrimitives() { detail::AddGridStrips(*this, 0, fSides + 1, fRings, true); }
+
+} // namespace orn

@@ -1,0 +1,97 @@
+#include <orn/interaction/TOrnPresentationController.h>
+
+#include "detail/Walk.h"
+
+#include <orn/host/TComponentClass.h>
+
+namespace orn {
+
+namespace {
+
+struct Registrar {
+    Registrar() { RegisterComponents("Orn", {ClassOf<TOrnPresentationController>()}); }
+};
+const Registrar registrar;
+
+} // namespace
+
+void TOrnPresentationController::SetControlled(TOrnTransformed* component) {
+    TOrnCustomController::SetControlled(component);
+    if (component) component->Transformation()->SetOrder(toRotTraSca);
+}
+
+void TOrnPresentationController::SetTurnAngle(float value) {
+    if (detail::NotNegative(value) && assignIfChanged(fTurnAngle, value)) Changed();
+}
+
+void TOrnPresentationController::SetDistanceStep(float value) {
+    if (detail::NotNegative(value) && assignIfChanged(fDistanceStep, value)) Changed();
+}
+
+void TOrnPresentationController::SetMode(TOrnPresentationMode value) {
+    if (assignIfChanged(fMode, value)) Changed();
+}
+
+float TOrnPresentationController::EyeHeight() const {
+    return Controlled() ? Controlled()->Transformation()->Translation()->Y() : 0.0f;
+}
+
+void TOrnPresentationController::SetEyeHeight(float value) {
+    if (Controlled()) Controlled()->Transformation()->Translation()->SetY(value);
+}
+
+float TOrnPresentationController::Distance() const {
+    return Controlled() ? Controlled()->Transformation()->Translation()->Z() : 0.0f;
+}
+
+void TOrnPresentationController::SetDistance(float value) {
+    if (Controlled()) Controlled()->Transformation()->Translation()->SetZ(value);
+}
+
+bool TOrnPresentationController::HandleKey(std::uint16_t key, TShiftState) {
+    if (!Controlled()) return false;
+    switch (key) {
+    case VK_END:
+        SetMode(pmStop);
+        return true;
+    case VK_LEFT:
+        SetMode(pmLeft);
+        return true;
+    case VK_UP:
+        SetDistance(Distance() + fDistanceStep);
+        return true;
+    case VK_RIGHT:
+        SetMode(pmRight);
+        return true;
+    case VK_DOWN:
+        SetDistance(Distance() - fDistanceStep);
+        return true;
+    default:
+        return false;
+    }
+}
+
+void TOrnPresentationController::Present() {
+    if (!Controlled()) return;
+    TOrnRotation* r = Controlled()->Transformation()->Rotation();
+    if (fMode == pmLeft)
+        r->incY(-fTurnAngle);
+    else if (fMode == pmRight)
+        r->incY(fTurnAngle);
+}
+
+void TOrnPresentationController::WriteValues(TOrnCustomExchange& exchange) {
+    TOrnCustomController::WriteValues(exchange);
+    exchange.WriteFloat("TurnAngle", fTurnAngle, 1.0f);
+    exchange.WriteFloat("DistanceStep", fDistanceStep, 0.1f);
+    exchange.WriteEnum("Mode", fMode, pmStop, kPresentationModeNames);
+}
+
+void TOrnPresentationController::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnCustomController::ReadValues(exchange);
+    SetTurnAngle(detail::ToSingle(exchange.ReadFloat("TurnAngle", fTurnAngle)));
+    SetDistanceStep(detail::ToSingle(exchange.ReadFloat("DistanceStep", fDistanceStep)));
+    SetMode(static_cast<TOrnPresentationMode>(exchange.ReadEnum("Mode", fMode, kPresentationModeNames)));
+}
+
+} // namespace orn

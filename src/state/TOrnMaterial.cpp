@@ -1,0 +1,110 @@
+#include <orn/state/TOrnMaterial.h>
+
+#include <orn/scene/TOrnObject.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include "state/detail/CopyColor.h"
+
+#include <strings.h>
+
+namespace orn {
+
+namespace {
+
+TOrnMaterial* gLastRenderedMaterial = nullptr;
+
+constexpr const char* kColorTags[4] = {"Ambient", "Diffuse", "Specular", "Emission"};
+
+} // namespace
+
+bool IsLastRenderedMaterial(const TOrnMaterial* material) {
+    return gLastRenderedMaterial == material;
+}
+
+void SetLastRenderedMaterial(TOrnMaterial* material) {
+    gLastRenderedMaterial = material;
+}
+
+TOrnMaterial::TOrnMaterial(TComponent* owner) : TOrnRender(owner) {
+    for (auto& c : fColors) {
+        c = std::make_unique<TOrnColor>();
+        c->OnChange = SubChangeHandler();
+    }
+    fColors[0]->SetColor(0x333333);
+    fColors[1]->SetColor(0xCCCCCC);
+}
+
+TOrnMaterial::~TOrnMaterial() {
+    if (IsLastRenderedMaterial(this)) SetLastRenderedMaterial(nullptr);
+}
+
+void TOrnMaterial::SetFace(TMaterialFace value) {
+    if (assignIfChanged(fFace, value)) Changed();
+}
+
+void TOrnMaterial::SetPartColor(int index, const TOrnColor* value) {
+    if (index < 1 || index > 4) return;
+    detail::CopyColor(*fColors[index - 1], value);
+}
+
+void TOrnMaterial::SetShininess(std::int32_t value) {
+    if (value < 0 || value > 128) return;
+    if (assignIfChanged(fShininess, value)) Changed();
+}
+
+void TOrnMaterial::Assign(const TPersistent* source) {
+    if (auto* m = dynamic_cast<const TOrnMaterial*>(source); m && m != this) {
+        fFace = m->fFace;
+        for (int i = 0; i < 4; ++i)
+            detail::CopyColor(*fColors[i], m->fColors[i].get());
+        fShininess = m->fShininess;
+    }
+    TOrnRender::Assign(source);
+}
+
+void TOrnMaterial::DoRender(TOrnCustomView* view) {
+    if (IsLastRenderedMaterial(this)) return;
+    TOrnRender::DoRender(view);
+    SetLastRenderedMaterial(this);
+    const GLenum face = fFace == mfFront ? GL_FRONT : fFace == mfBack ? GL_BACK : GL_FRONT_AND_BACK;
+    static constexpr GLenum kParts[4] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION};
+    for (int i = 0; i < 4; ++i) {
+        float rgba[4];
+        fColors[i]->GetParams(rgba);
+        glMaterialfv(face, kParts[i], rgba);
+    }
+    glMateriali(face, GL_SHININESS, fShininess);
+}
+
+void TOrnMaterial::WriteValues(TOrnCustomExchange& exchange) {
+    TOrnRender::WriteValues(exchange);
+    exchange.WriteEnum("Face", fFace, -1, kMaterialFaceNames);
+    for (int i = 0; i < 4; ++i)
+        fColors[i]->WriteComp(exchange, kColorTags[i]);
+    exchange.WriteInt("Shininess", fShininess, 0);
+}
+
+void TOrnMaterial::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnRender::ReadValues(exchange);
+    SetFace(static_cast<TMaterialFace>(exchange.ReadEnum("Face", fFace, kMaterialFaceNames)));
+    SetShininess(exchange.ReadInt32("Shininess", fShininess));
+}
+
+TOrnExchangeItem* TOrnMaterial::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
+    for (int i = 0; i < 4; ++i) {
+        if (strcasecmp(tagName.c_str(), kColorTags[i]) != 0) continue;
+        fColors[i]->ReadValues(exchange);
+        return fColors[i].get();
+    }
+    return TOrnRender::ReadComp(exchange, tagName);
+}
+
+// Declared by the object; defined here, where the material is a complete type.
+void TOrnObject::SetMaterial(TOrnMaterial* value) {
+    fMaterial = value;
+    SetStateRef(fMaterialRender, value);
+}
+
+ORN_REGISTER_RENDER_CLASS(TOrnMaterial, "Orn")
+
+} // namespace orn

@@ -1,0 +1,130 @@
+#include <orn/view/TOrnCamera.h>
+
+#include <orn/host/TComponentClass.h>
+
+#include <GL/gl.h>
+#include <GL/glu.h>
+
+#include <algorithm>
+
+namespace orn {
+
+namespace {
+
+[[maybe_unused]] const bool kRegistered = [] {
+    RegisterComponents("Orn", {ClassOf<TOrnPerspectiveCamera>(), ClassOf<TOrnOrthographicCamera>()});
+    return true;
+}();
+
+// A window that has collapsed to nothing still gets a projection, of one pixel.
+double Aspect(int width, int height) {
+    return static_cast<double>(std::max(width, 1)) / static_cast<double>(std::max(height, 1));
+}
+
+} // namespace
+
+TOrnCamera::TOrnCamera(TComponent* owner) : TOrnTransformed(owner), fMatrix(std::make_unique<TOrnMatrix>()) {
+    Transformation()->Translation()->SetValues(0.0f, 0.0f, -2.0f);
+}
+
+void TOrnCamera::SetViewNear(float value) {
+    if (!(value > 0.0f && value < fViewFar)) return;
+    if (assignIfChanged(fViewNear, value)) Changed();
+}
+
+void TOrnCamera::SetViewFar(float value) {
+    if (!(value > fViewNear)) return;
+    if (assignIfChanged(fViewFar, value)) Changed();
+}
+
+void TOrnCamera::Adjust(int, int) {}
+
+void TOrnCamera::Assign(const TPersistent* source) {
+    if (auto* c = dynamic_cast<const TOrnCamera*>(source)) {
+        fViewNear = c->fViewNear;
+        fViewFar = c->fViewFar;
+    }
+    TOrnTransformed::Assign(source);
+}
+
+void TOrnCamera::WriteValues(TOrnCustomExchange& exchange) {
+    TOrnTransformed::WriteValues(exchange);
+    exchange.WriteFloat("ViewNear", fViewNear, 0.1);
+    exchange.WriteFloat("ViewFar", fViewFar, 10.0);
+}
+
+void TOrnCamera::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnTransformed::ReadValues(exchange);
+    const auto nearValue = static_cast<float>(exchange.ReadFloat("ViewNear", fViewNear));
+    const auto farValue = static_cast<float>(exchange.ReadFloat("ViewFar", fViewFar));
+    // Each setter checks against the other plane, so move the one that makes room first.
+    if (nearValue >= fViewFar) {
+        SetViewFar(farValue);
+        SetViewNear(nearValue);
+    } else {
+        SetViewNear(nearValue);
+        SetViewFar(farValue);
+    }
+}
+
+void TOrnPerspectiveCamera::SetViewAngle(float value) {
+    if (!(value > 0.0f && value < 180.0f)) return;
+    if (assignIfChanged(fViewAngle, value)) Changed();
+}
+
+void TOrnPerspectiveCamera::Adjust(int width, int height) {
+    gluPerspective(fViewAngle, Aspect(width, height), ViewNear(), ViewFar());
+}
+
+void TOrnPerspectiveCamera::Assign(const TPersistent* source) {
+    if (auto* c = dynamic_cast<const TOrnPerspectiveCamera*>(source)) fViewAngle = c->fViewAngle;
+    TOrnCamera::Assign(source);
+}
+
+void TOrnPerspectiveCamera::WriteValues(TOrnCustomExchange& exchange) {
+    TOrnCamera::WriteValues(exchange);
+    exchange.WriteFloat("ViewAngle", fViewAngle, 45.0);
+}
+
+void TOrnPerspectiveCamera::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnCamera::ReadValues(exchange);
+    SetViewAngle(static_cast<float>(exchange.ReadFloat("ViewAngle", fViewAngle)));
+}
+
+void TOrnOrthographicCamera::SetViewWidth(float value) {
+    if (!(value > 0.0f)) return;
+    if (assignIfChanged(fViewWidth, value)) Changed();
+}
+
+void TOrnOrthographicCamera::SetViewHeight(float value) {
+    if (!(value > 0.0f)) return;
+    if (assignIfChanged(fViewHeight, value)) Changed();
+}
+
+void TOrnOrthographicCamera::Adjust(int width, int height) {
+    const double halfWidth = Aspect(width, height) * fViewWidth / 2.0;
+    const double halfHeight = fViewHeight / 2.0;
+    glOrtho(-halfWidth, halfWidth, -halfHeight, halfHeight, ViewNear(), ViewFar());
+}
+
+void TOrnOrthographicCamera::Assign(const TPersistent* source) {
+    if (auto* c = dynamic_cast<const TOrnOrthographicCamera*>(source)) {
+        fViewWidth = c->fViewWidth;
+        fViewHeight = c->fViewHeight;
+    }
+    TOrnCamera::Assign(source);
+}
+
+void TOrnOrthographicCamera::WriteValues(TOrnCustomExchange& exchange) {
+    TOrnCamera::WriteValues(exchange);
+    exchange.WriteFloat("ViewWidth", fViewWidth, 2.0);
+    exchange.WriteFloat("ViewHeight", fViewHeight, 2.0);
+}
+
+void TOrnOrthographicCamera::ReadValues(TOrnCustomExchange& exchange) {
+    TOrnCamera::ReadValues(exchange);
+    SetViewWidth(static_cast<float>(exchange.ReadFloat("ViewWidth", fViewWidth)));
+    SetViewHeight(static_cast<float>(exchange.ReadFloat("ViewHeight", fViewHeight)));
+}
+
+} // namespace orn

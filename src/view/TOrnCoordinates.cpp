@@ -1,0 +1,73 @@
+#include <orn/view/TOrnCoordinates.h>
+
+#include <GL/gl.h>
+
+namespace orn {
+
+void TOrnCoordinates::SetVisible(bool value) {
+    if (assignIfChanged(fVisible, value)) Changed();
+}
+
+void TOrnCoordinates::SetLength(float value) {
+    if (!(value > 0.0f)) return;
+    if (assignIfChanged(fLength, value)) Changed();
+}
+
+void TOrnCoordinates::SetColorX(TColor value) {
+    if (assignIfChanged(fColorX, value)) Changed();
+}
+
+void TOrnCoordinates::SetColorY(TColor value) {
+    if (assignIfChanged(fColorY, value)) Changed();
+}
+
+void TOrnCoordinates::SetColorZ(TColor value) {
+    if (assignIfChanged(fColorZ, value)) Changed();
+}
+
+void TOrnCoordinates::Render() {
+    if (!fVisible) return;
+    glPushAttrib(GL_ENABLE_BIT | GL_CURRENT_BIT | GL_LINE_BIT);
+    glDisable(GL_LIGHTING);
+    glDisable(GL_TEXTURE_2D);
+    glBegin(GL_LINES);
+    const TColor colors[3] = {fColorX, fColorY, fColorZ};
+    for (int axis = 0; axis < 3; ++axis) {
+        glColor3ub(GetRValue(colors[axis]), GetGValue(colors[axis]), GetBValue(colors[axis]));
+        float end[3] = {0.0f, 0.0f, 0.0f};
+        end[axis] = fLength;
+        glVertex3f(0.0f, 0.0f, 0.0f);
+        glVertex3fv(end);
+    }
+    glEnd();
+    glPopAttrib();
+}
+
+void TOrnCoordinates::Assign(const TPersistent* source) {
+    auto* c = dynamic_cast<const TOrnCoordinates*>(source);
+    if (!c) return;
+    fVisible = c->fVisible;
+    fLength = c->fLength;
+    fColorX = c->fColorX;
+    fColorY = c->fColorY;
+    fColorZ = c->fColorZ;
+    Changed();
+}
+
+void TOrnCoordinates::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteBool("Visible", fVisible, true);
+    exchange.WriteFloat("Length", fLength, 1.0);
+    exchange.WriteColor("ColorX", fColorX, clRed);
+    exchange.WriteColor("ColorY", fColorY, clLime);
+    exchange.WriteColor("ColorZ", fColorZ, clBlue);
+}
+
+void TOrnCoordinates::ReadValues(TOrnCustomExchange& exchange) {
+    SetVisible(exchange.ReadBool("Visible", fVisible));
+    SetLength(static_cast<float>(exchange.ReadFloat("Length", fLength)));
+    SetColorX(exchange.ReadColor("ColorX", fColorX));
+    SetColorY(exchange.ReadColor("ColorY", fColorY));
+    SetColorZ(exchange.ReadColor("ColorZ", fColorZ));
+}
+
+} // namespace orn

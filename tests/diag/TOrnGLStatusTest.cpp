@@ -1,0 +1,68 @@
+#include <orn/Version.h>
+#include <orn/diag/OrnVersionInfo.h>
+#include <orn/diag/TOrnGLStatus.h>
+#include <orn/host/EOrnError.h>
+#include <orn/view/TOrnView.h>
+
+#include "view/ViewTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace orn {
+namespace {
+
+TEST(OrnVersionInfo, MatchesTheHeaders) {
+    EXPECT_EQ(OrnVersion(), ORN_VERSION_STRING);
+    EXPECT_EQ(OrnVersion(), std::to_string(OrnVersionMajor()) + "." + std::to_string(OrnVersionMinor()) +
+                                "." + std::to_string(OrnVersionPatch()));
+    EXPECT_NE(OrnProductName().find(OrnVersion()), std::string::npos);
+}
+
+TEST(LibraryFileVersion, TakesWhatFollowsSo) {
+    EXPECT_EQ(LibraryFileVersion("libGLU.so.1.3.1"), "1.3.1");
+    EXPECT_EQ(LibraryFileVersion("libEGL.so.1"), "1");
+    EXPECT_EQ(LibraryFileVersion("swrast_dri.so"), "");
+    EXPECT_EQ(LibraryFileVersion(""), "");
+}
+
+TEST(GetGLStatus, InactiveViewIsAnError) {
+    TOrnView view(nullptr);
+    EXPECT_THROW(GetGLStatus(view), EOrnError);
+}
+
+using GLStatusTest = test::ViewTest;
+
+TEST_F(GLStatusTest, ReportsTheDriverThePixelFormatAndTheLibraries) {
+    TOrnView view(nullptr);
+    view.OpenGLConnect();
+    const TOrnGLStatus s = GetGLStatus(view);
+    EXPECT_FALSE(s.Vendor.empty());
+    EXPECT_FALSE(s.Renderer.empty());
+    ASSERT_FALSE(s.Version.empty());
+    EXPECT_TRUE(s.Version[0] >= '1' && s.Version[0] <= '9') << s.Version;
+    EXPECT_FALSE(s.GLUVersion.empty());
+    EXPECT_FALSE(s.EGLVersion.empty());
+    EXPECT_EQ(s.Surface, "headless");
+    EXPECT_GT(s.Extensions.size(), 10u);
+    EXPECT_EQ(s.PixelFormat, view.PixelFormat());
+    auto loaded = [&](const char* prefix) {
+        return std::any_of(s.Libraries.begin(), s.Libraries.end(), [&](const TOrnLibraryFile& f) {
+            return f.Name.rfind(prefix, 0) == 0 && !f.Path.empty() && f.Path[0] == '/';
+        });
+    };
+    EXPECT_TRUE(loaded("libEGL"));
+    EXPECT_TRUE(loaded("libGLU"));
+    EXPECT_FALSE(view.GetCurrent());
+
+    const std::string report = FormatGLStatus(s);
+    EXPECT_NE(report.find("Renderer: " + s.Renderer + "\n"), std::string::npos);
+    EXPECT_NE(report.find("colour 24 bits"), std::string::npos);
+    EXPECT_NE(report.find("Extensions: " + std::to_string(s.Extensions.size()) + "\n"), std::string::npos);
+    const std::string listed = FormatGLStatus(s, true);
+    EXPECT_NE(listed.find("  " + s.Extensions.front() + "\n"), std::string::npos);
+}
+
+} // namespace
+} // namespace orn

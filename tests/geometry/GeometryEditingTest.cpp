@@ -1,0 +1,193 @@
+#include "geometry/GeometryTestSupport.h"
+
+#include <orn/geometry/TOrnCustomObj.h>
+#include <orn/geometry/TOrnRectangle.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using namespace orn;
+using orn::test::Entries;
+
+namespace {
+
+struct EditFixture : ::testing::Test {
+    TComponent form{nullptr};
+    TOrnCustomObj* obj = new TOrnCustomObj(&form);
+
+    /// The unit square in the x-y plane as two triangles facing +z, sharing the diagonal 1–2.
+    void Square() {
+        obj->AddTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+        obj->AddTriangle({0, 1, 0}, {1, 0, 0}, {1, 1, 0});
+    }
+    int OpenEdges(bool weld = true) {
+        std::vector<T2DIntPoint> edges;
+        int count = -1;
+        obj->GetOpenEdges(edges, count, weld);
+        EXPECT_EQ(count, static_cast<int>(edges.size()));
+        return count;
+    }
+};
+
+/// The faces' normals from the winding, each checked to point away from centre.
+void expectFacesOutward(TOrnPrimitiveObj& o, const TOrnMathVector& centre) {
+    for (int l = 0; l < o.PrimitiveCount(); ++l) {
+        TOrnPrimitiveArray* list = o.Primitive(l);
+        if (!list->Enabled()) continue;
+        ASSERT_TRUE(list->Type() == GL_QUADS || list->Type() == GL_TRIANGLES || list->Type() == GL_QUAD_STRIP);
+        list->SetType(GL_TRIANGLES);
+        for (int t = 0; t + 2 < list->Count(); t += 3) {
+            TOrnMathVector a = o.Points()->GetVector(list->Indices(t), daVertex),
+                           b = o.Points()->GetVector(list->Indices(t + 1), daVertex),
+                           c = o.Points()->GetVector(list->Indices(t + 2), daVertex), n;
+            OrnMathNormalVector(a, b, c, true, n);
+            const TOrnMathVector mid{(a.x + b.x + c.x) / 3 - centre.x, (a.y + b.y + c.y) / 3 - centre.y,
+                                     (a.z + b.z + c.z) / 3 - centre.z};
+            EXPECT_GT(OrnMathDotProduct(n, mid), 0) << "list " << l << " triangle " << t / 3;
+        }
+    }
+}
+
+} // namespace
+
+TEST_F(EditFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRuns) {
+    Square();
+    std::vector<T2DIntPoint> edges;
+    int count = 0;
+    obj->GetOpenEdges(edges, count, false);
+    EXPECT_EQ(edges, (std::vector<T2DIntPoint>{{0, 1}, {2, 0}, {1, 3}, {3, 2}}));
+    obj->CloseEdges();
+    obj->AddTriangle({5, 5, 0}, {6, 5, 0}, {5, 6, 0});
+    obj->AddTriangle({5, 6, 0}, {6, 5, 0}, {6, 6, 0}); // the same shape far away, welded
+    EXPECT_EQ(OpenEdges(false), 8);
+}
+
+TEST_F(EditFixture, WeldingCountsCoincidentPointsAsOne) {
+    obj->AddTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+    obj->CloseEdges(); // the second triangle gets points of its own at the same places
+    obj->AddTriangle({0, 1, 0}, {1, 0, 0}, {1, 1, 0});
+    EXPECT_EQ(obj->Points()->Count(), 6);
+    EXPECT_EQ(OpenEdges(false), 6);
+    EXPECT_EQ(OpenEdges(true), 4);
+}
+
+TEST_F(EditFixture, ExtrudingAFaceAlongItsNormalMakesAClosedOutwardSolid) {
+    Square();
+    obj->Extrude(2, 3, true);
+    EXPECT_EQ(OpenEdges(), 0);
+    for (int i = 0; i < obj->Points()->Count(); ++i) {
+        const TOrnMathVector p = obj->Points()->GetVector(i, daVertex);
+        EXPECT_TRUE(p.z >= 0 && p.z <= 2) << i;
+    }
+    expectFacesOutward(*obj, {0.5, 0.5, 1});
+}
+
+TEST_F(EditFixture, ExtrudingAgainstTheNormalKeepsEveryFaceOutward) {
+    Square();
+    obj->ExtrudeByVec({0, 0, -1}, 1, true);
+    EXPECT_EQ(OpenEdges(), 0);
+    expectFacesOutward(*obj, {0.5, 0.5, -0.5});
+}
+
+TEST_F(EditFixture, ExtrudingWithoutCapsLeavesATubeOpenAtBothEnds) {
+    Square();
+    obj->ExtrudeByVec({0, 0, 1}, 2, false, true);
+    EXPECT_EQ(OpenEdges(), 8);
+    EXPECT_FALSE(obj->Primitive(0)->Enabled()); // the original faces are not drawn
+    // Texture coordinates on the walls: t along the sweep, s around the outline.
+    int top = 0;
+    for (int i = 6; i < obj->Points()->Count(); ++i) {
+        const TOrnMathVector p = obj->Points()->GetVector(i, daVertex), t = obj->Points()->GetVector(i, daTexture);
+        EXPECT_DOUBLE_EQ(t.y, p.z);
+        EXPECT_TRUE(t.x >= 0 && t.x <= 1);
+        top += p.z == 1;
+    }
+    EXPECT_EQ(top, 8);
+}
+
+TEST_F(EditFixture, ExtrudePrimitiveObjChoosesSidesAndCapsOneByOne) {
+    Square();
+    obj->ExtrudePrimitiveObj(3, 1, false, true, true, {0, 0, 5}, false);
+    EXPECT_EQ(obj->PrimitiveCount(), 2); // the original and its moved copy, no walls
+    EXPECT_EQ(obj->Points()->GetVector(obj->Points()->Count() - 1, daVertex).z, 3);
+    obj->ExtrudePrimitiveObj(1, 1, true, true, true, {0, 0, 0}, false); // no direction: nothing
+    EXPECT_EQ(obj->PrimitiveCount(), 2);
+}
+
+TEST_F(EditFixture, ExtrudingARectangleStripGivesABox) {
+    TOrnRectangle r(&form);
+    r.SetDetX(2);
+    r.Init();
+    r.Extrude(1, 1, true);
+    std::vector<T2DIntPoint> edges;
+    int count = -1;
+    r.GetOpenEdges(edges, count, true);
+    EXPECT_EQ(count, 0);
+    expectFacesOutward(r, {0, 0.5, 0.5});
+}
+
+TEST_F(EditFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdge) {
+    Square();
+    obj->SplitTriangle(0, 0); // longest edge: the diagonal 1–2, shared with triangle 1
+    EXPECT_EQ(obj->Points()->Count(), 5);
+    EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{0.5, 0.5, 0}));
+    EXPECT_EQ(obj->Primitive(0)->Count(), 12);
+    EXPECT_EQ(OpenEdges(false), 4); // no crack along the diagonal
+    obj->CalcNormals();
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 0, 1})) << i;
+    double area = 0;
+    for (int t = 0; t < 4; ++t) {
+        TOrnMathVector n;
+        OrnMathNormalVector(obj->Points()->GetVector(obj->Primitive(0)->Indices(3 * t), daVertex),
+                            obj->Points()->GetVector(obj->Primitive(0)->Indices(3 * t + 1), daVertex),
+                            obj->Points()->GetVector(obj->Primitive(0)->Indices(3 * t + 2), daVertex), false, n);
+        area += n.z / 2;
+    }
+    EXPECT_DOUBLE_EQ(area, 1);
+}
+
+TEST_F(EditFixture, SplitTriangleIgnoresWhatIsNotATriangle) {
+    obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
+    obj->SplitTriangle(0, 0);
+    Square();
+    obj->SplitTriangle(1, 2);
+    obj->SplitTriangle(1, -1);
+    obj->SplitTriangle(5, 0);
+    EXPECT_EQ(obj->Points()->Count(), 4);
+    EXPECT_EQ(Entries(obj->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3}));
+}
+
+TEST_F(EditFixture, NearPointIsTheClosestByPlainDistance) {
+    std::mt19937 rng(9);
+    std::uniform_real_distribution<double> u(-1, 1);
+    for (int i = 0; i < 200; ++i) obj->Points()->Add({u(rng), u(rng), u(rng)}, {}, {});
+    const int l = obj->AddPrimitiveArray(GL_POINTS);
+    for (std::uint32_t i = 0; i < 200; i += 7) obj->AddIndex(i, l);
+    for (int q = 0; q < 50; ++q) {
+        const TOrnMathVector v{u(rng), u(rng), u(rng)};
+        int best = 0, bestInList = 0;
+        for (int i = 0; i < 200; ++i) {
+            const double d = OrnMathVectorDist(obj->Points()->GetVector(i, daVertex), v);
+            if (d < OrnMathVectorDist(obj->Points()->GetVector(best, daVertex), v)) best = i;
+            if (i % 7 == 0 && d < OrnMathVectorDist(obj->Points()->GetVector(bestInList, daVertex), v)) bestInList = i;
+        }
+        EXPECT_EQ(obj->getNearPoint(-1, v), best);
+        EXPECT_EQ(obj->getNearPoint(l, v), bestInList);
+    }
+    EXPECT_EQ(obj->getNearPoint(3, {}), -1);
+}
+
+TEST_F(EditFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
+    TOrnRectangle r(&form);
+    r.SetDetX(4);
+    r.Init();
+    r.SetRelief([](double s, double) { return s; }, 2, 0.5f, 2);
+    for (int i = 0; i < r.Points()->Count(); ++i) {
+        const double s = r.Points()->GetVector(i, daTexture).x;
+        EXPECT_DOUBLE_EQ(r.Points()->GetVector(i, daVertex).y, 0.5 + 2 * s * s) << i;
+    }
+    r.Init();
+    r.SetRelief([](double, double) { return 7.0; }, 1, 0, 0); // brightness clamped to 1, gamma 1
+    EXPECT_DOUBLE_EQ(r.Points()->GetVector(3, daVertex).y, 1);
+}

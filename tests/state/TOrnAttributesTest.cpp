@@ -1,0 +1,416 @@
+#include <orn/scene/TOrnObject.h>
+#include <orn/scene/TOrnRegistry.h>
+#include <orn/state/TOrnAttributes.h>
+
+#include "state/MemoryExchange.h"
+#include "support/GLRecorder.h"
+#include "support/GLTestContext.h"
+#include "support/TestView.h"
+
+#include <gtest/gtest.h>
+
+#include <GL/gl.h>
+
+using namespace orn;
+using orn::test::GLRecorder;
+using orn::test::TestView;
+using Calls = std::vector<std::string>;
+
+namespace {
+
+class AttributesGL : public orn::test::GLTest {
+protected:
+    void SetUp() override {
+        GLTest::SetUp();
+        NotifyFrameStart(false);
+    }
+    TComponent form{nullptr};
+    TestView* view = new TestView(&form);
+    TOrnAttributes* attr = new TOrnAttributes(&form);
+
+    Calls RenderCalls() {
+        GLRecorder rec;
+        attr->Render(view);
+        return rec.Calls();
+    }
+    // The calls of the block that depend on the property under test.
+    Calls BlockCalls(std::initializer_list<std::string_view> names) {
+        GLRecorder rec;
+        attr->Render(view);
+        return rec.Filter(names);
+    }
+};
+
+} // namespace
+
+TEST(TOrnAttributes, ConstructorValuesKeepTheOddities) {
+    TOrnAttributes a(nullptr);
+    EXPECT_FALSE(a.Antialiasing());
+    EXPECT_EQ(a.ColorAmbient()->Color(), 0x333333);
+    EXPECT_EQ(a.ColorAmbient()->Alpha(), 1.0f);
+    EXPECT_EQ(a.CullFace(), cfNone);
+    EXPECT_FALSE(a.Dithering());
+    EXPECT_FALSE(a.Lighting());
+    EXPECT_EQ(a.PolygonMode(), pmFill);
+    EXPECT_EQ(a.PerspectiveCorrection(), quDontCare);
+    EXPECT_EQ(a.ShadeModel(), smSmooth);
+    EXPECT_EQ(a.Transparency(), tmNone);
+    EXPECT_EQ(a.LineStipple(), lsSolid);
+    EXPECT_EQ(a.StippleShift, 0);
+    EXPECT_EQ(a.StippleFactor, 1);
+    EXPECT_EQ(a.PointSize(), 1.0f);
+    EXPECT_EQ(a.LineWidth(), 0.0f);
+}
+
+TEST(TOrnAttributes, SettersNotifyOnlyOnRealChange) {
+    TOrnAttributes a(nullptr);
+    int changes = 0;
+    a.OnChange = [&](TObject*) { ++changes; };
+    a.SetLighting(true);
+    a.SetLighting(true);
+    a.SetCullFace(cfBack);
+    a.SetCullFace(cfBack);
+    a.SetPointSize(1.0f);
+    a.SetLineWidth(2.0f);
+    EXPECT_EQ(changes, 3);
+}
+
+TEST(TOrnAttributes, AmbientColourNotifiesThroughItsSetterOnly) {
+    TOrnAttributes a(nullptr);
+    int changes = 0;
+    a.OnChange = [&](TObject*) { ++changes; };
+    a.ColorAmbient()->SetColor(clRed);
+    EXPECT_EQ(changes, 0);
+    TOrnColor blue;
+    blue.SetColor(clBlue);
+    a.SetColorAmbient(&blue);
+    EXPECT_EQ(a.ColorAmbient()->Color(), clBlue);
+    EXPECT_EQ(changes, 1);
+    a.SetColorAmbient(&blue); // always notifies
+    EXPECT_EQ(changes, 2);
+    blue.SetColor(clGreen); // the source did not take over the owned colour
+    EXPECT_EQ(a.ColorAmbient()->Color(), clBlue);
+    EXPECT_EQ(changes, 2);
+}
+
+TEST(TOrnAttributes, AssignLeavesDitheringCorrectionStippleAndSizes) {
+    TOrnAttributes src(nullptr), dst(nullptr);
+    src.SetAntialiasing(true);
+    src.ColorAmbient()->SetColor(clRed);
+    src.SetCullFace(cfFront);
+    src.SetDithering(true);
+    src.SetLighting(true);
+    src.SetLightTwoSide(true);
+    src.SetPolygonMode(pmLine);
+    src.SetPerspectiveCorrection(quNicest);
+    src.SetShadeModel(smFlat);
+    src.SetTransparency(tmAddColor);
+    src.SetLineStipple(lsDot);
+    src.StippleShift = 3;
+    src.StippleFactor = 2;
+    src.SetPointSize(5);
+    src.SetLineWidth(4);
+    dst.Assign(&src);
+    EXPECT_TRUE(dst.Antialiasing());
+    EXPECT_EQ(dst.ColorAmbient()->Color(), clRed);
+    EXPECT_EQ(dst.CullFace(), cfFront);
+    EXPECT_TRUE(dst.Lighting());
+    EXPECT_TRUE(dst.LightTwoSide());
+    EXPECT_EQ(dst.PolygonMode(), pmLine);
+    EXPECT_EQ(dst.ShadeModel(), smFlat);
+    EXPECT_EQ(dst.Transparency(), tmAddColor);
+    EXPECT_EQ(dst.LineStipple(), lsDot);
+    // Not copied, on purpose.
+    EXPECT_FALSE(dst.Dithering());
+    EXPECT_EQ(dst.PerspectiveCorrection(), quDontCare);
+    EXPECT_EQ(dst.StippleShift, 0);
+    EXPECT_EQ(dst.StippleFactor, 1);
+    EXPECT_EQ(dst.PointSize(), 1.0f);
+    EXPECT_EQ(dst.LineWidth(), 0.0f);
+}
+
+TEST(TOrnAttributes, DestroyingTheLastRenderedForgetsIt) {
+    auto* a = new TOrnAttributes(nullptr);
+    SetLastRenderedAttributes(a);
+    EXPECT_TRUE(IsLastRenderedAttributes(a));
+    delete a;
+    EXPECT_TRUE(IsLastRenderedAttributes(nullptr));
+}
+
+TEST(TOrnAttributes, ObjectForgetsDestroyedAttributes) {
+    TComponent form(nullptr);
+    auto* object = new TOrnObject(&form);
+    auto* a = new TOrnAttributes(&form);
+    int changes = 0;
+    object->OnChange = [&](TObject*) { ++changes; };
+    object->SetAttributes(a);
+    EXPECT_EQ(object->Attributes(), a);
+    EXPECT_EQ(changes, 1);
+    object->SetAttributes(a);
+    EXPECT_EQ(changes, 1);
+    delete a;
+    EXPECT_EQ(object->Attributes(), nullptr);
+}
+
+TEST(TOrnAttributes, ExchangeKeysInOrderAndBack) {
+    TOrnAttributes src(nullptr);
+    src.SetName("Look");
+    src.SetAntialiasing(true);
+    src.SetCullFace(cfBack);
+    src.SetDithering(true);
+    src.SetLightTwoSide(true);
+    src.SetLineStipple(lsDashDot);
+    src.SetLineWidth(2.5f);
+    src.SetPerspectiveCorrection(quFastest);
+    src.SetPointSize(3);
+    src.SetPolygonMode(pmPoint);
+    src.SetShadeModel(smFlat);
+    src.SetTransparency(tmSubColor);
+    src.ColorAmbient()->SetColor(0x102030);
+    orn::test::MemoryExchange ex;
+    ex.Save(src);
+    EXPECT_EQ(ex.root.KeyNames(),
+              (std::vector<std::string>{"name", "Enabled", "Cached", "Antialiasing", "CullFace", "Dithering",
+                                        "Lighting", "LightTwoSide", "LineStipple", "LineWidth",
+                                        "PerspectiveCorrection", "PointSize", "PolygonMode", "ShadeModel",
+                                        "Transparency"}));
+    EXPECT_EQ(ex.root.ChildTags(), (std::vector<std::string>{"Transformation", "ColorAmbient"}));
+    EXPECT_EQ(*ex.root.Find("CullFace"), "cfBack");
+    EXPECT_EQ(*ex.root.Find("LineStipple"), "lsDashDot");
+
+    TOrnAttributes dst(nullptr);
+    ex.Load(dst);
+    EXPECT_EQ(dst.Name(), "Look");
+    EXPECT_TRUE(dst.Antialiasing());
+    EXPECT_EQ(dst.CullFace(), cfBack);
+    EXPECT_TRUE(dst.Dithering());
+    EXPECT_FALSE(dst.Lighting());
+    EXPECT_TRUE(dst.LightTwoSide());
+    EXPECT_EQ(dst.LineStipple(), lsDashDot);
+    EXPECT_EQ(dst.LineWidth(), 2.5f);
+    EXPECT_EQ(dst.PerspectiveCorrection(), quFastest);
+    EXPECT_EQ(dst.PointSize(), 3.0f);
+    EXPECT_EQ(dst.PolygonMode(), pmPoint);
+    EXPECT_EQ(dst.ShadeModel(), smFlat);
+    EXPECT_EQ(dst.Transparency(), tmSubColor);
+    EXPECT_EQ(dst.ColorAmbient()->Color(), 0x102030);
+}
+
+TEST(TOrnAttributes, UnknownEnumerationNameKeepsTheValue) {
+    TOrnAttributes a(nullptr);
+    a.SetCullFace(cfFront);
+    orn::test::MemoryExchange ex;
+    ex.Save(a);
+    ex.root.keys[4].second = "cfSideways";
+    TOrnAttributes b(nullptr);
+    b.SetCullFace(cfBack);
+    ex.Load(b);
+    EXPECT_EQ(b.CullFace(), cfBack);
+}
+
+TEST(TOrnStateRegistry, StateClassesAreRenderClassesOnThePageOrn) {
+    const auto page = GetPaletteClasses("Orn");
+    for (const char* name :
+         {"TOrnAttributes", "TOrnFog", "TOrnMaterial", "TOrnLight", "TOrnClip", "TOrnTexture"}) {
+        TComponentClass cls = GetRenderClass(name);
+        ASSERT_NE(cls, nullptr) << name;
+        EXPECT_NE(std::find(page.begin(), page.end(), cls), page.end()) << name;
+        std::unique_ptr<TComponent> made(cls->Create(nullptr));
+        EXPECT_STREQ(made->ClassName(), name);
+    }
+}
+
+TEST_F(AttributesGL, FreshComponentSendsTheWholeBlockInOrder) {
+    EXPECT_EQ(
+        RenderCalls(),
+        (Calls{"glPushMatrix()", "glDisable(GL_POINT_SMOOTH)", "glDisable(GL_LINE_SMOOTH)",
+               "glDisable(GL_POLYGON_SMOOTH)", "glLightModelfv(GL_LIGHT_MODEL_AMBIENT, {0.2, 0.2, 0.2, 1})",
+               "glDisable(GL_CULL_FACE)", "glDisable(GL_DITHER)", "glDisable(GL_LIGHTING)",
+               "glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, 0)", "glPolygonMode(GL_FRONT_AND_BACK, GL_FILL)",
+               "glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_DONT_CARE)", "glShadeModel(GL_SMOOTH)",
+               "glDisable(GL_BLEND)", "glDisable(GL_LINE_STIPPLE)", "glLineWidth(0)", "glPointSize(1)",
+               "glPopMatrix()"}));
+}
+
+TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
+    attr->SetAntialiasing(true);
+    attr->SetCullFace(cfFront);
+    attr->SetDithering(true);
+    attr->SetLighting(true);
+    attr->SetLightTwoSide(true);
+    attr->SetPolygonMode(pmLine);
+    attr->SetPerspectiveCorrection(quNicest);
+    attr->SetShadeModel(smFlat);
+    attr->SetTransparency(tmAlpha);
+    attr->SetLineStipple(lsDash);
+    attr->SetLineWidth(2);
+    attr->SetPointSize(4);
+    // The smoothing hints name the capabilities themselves, as they always have.
+    EXPECT_EQ(RenderCalls(), (Calls{"glPushMatrix()",
+                                    "glEnable(GL_POINT_SMOOTH)",
+                                    "glHint(GL_POINT_SMOOTH, GL_NICEST)",
+                                    "glEnable(GL_LINE_SMOOTH)",
+                                    "glHint(GL_LINE_SMOOTH, GL_NICEST)",
+                                    "glEnable(GL_POLYGON_SMOOTH)",
+                                    "glHint(GL_POLYGON_SMOOTH, GL_NICEST)",
+                                    "glLightModelfv(GL_LIGHT_MODEL_AMBIENT, {0.2, 0.2, 0.2, 1})",
+                                    "glEnable(GL_CULL_FACE)",
+                                    "glCullFace(GL_FRONT)",
+                                    "glEnable(GL_DITHER)",
+                                    "glEnable(GL_LIGHTING)",
+                                    "glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, 1)",
+                                    "glPolygonMode(GL_FRONT_AND_BACK, GL_LINE)",
+                                    "glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST)",
+                                    "glShadeModel(GL_FLAT)",
+                                    "glEnable(GL_BLEND)",
+                                    "glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA)",
+                                    "glLineStipple(1, 61680)",
+                                    "glEnable(GL_LINE_STIPPLE)",
+                                    "glLineWidth(2)",
+                                    "glPointSize(4)",
+                                    "glPopMatrix()"}));
+}
+
+TEST_F(AttributesGL, TransparencyModesSetTheirBlendFunctions) {
+    const std::pair<TOrnTransparencyMode, std::string> cases[] = {
+        {tmAlpha, "glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA)"},
+        {tmAddAlpha, "glBlendFunc(GL_SRC_ALPHA, GL_ONE)"},
+        {tmAddColor, "glBlendFunc(GL_DST_COLOR, GL_SRC_COLOR)"},
+        {tmSubColor, "glBlendFunc(GL_ONE_MINUS_DST_COLOR, GL_ONE_MINUS_SRC_COLOR)"},
+    };
+    for (const auto& [mode, call] : cases) {
+        attr->SetTransparency(mode);
+        EXPECT_EQ(BlockCalls({"glBlendFunc"}), (Calls{call})) << kTransparencyModeNames[mode];
+    }
+    attr->SetTransparency(tmNone);
+    EXPECT_EQ(BlockCalls({"glBlendFunc"}), Calls{});
+}
+
+TEST_F(AttributesGL, CullFaceAndQualityChooseTheirEnumerants) {
+    attr->SetCullFace(cfBack);
+    attr->SetPerspectiveCorrection(quFastest);
+    EXPECT_EQ(BlockCalls({"glCullFace", "glHint"}),
+              (Calls{"glCullFace(GL_BACK)", "glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_FASTEST)"}));
+    attr->SetPolygonMode(pmPoint);
+    EXPECT_EQ(BlockCalls({"glPolygonMode"}), (Calls{"glPolygonMode(GL_FRONT_AND_BACK, GL_POINT)"}));
+}
+
+TEST_F(AttributesGL, StipplePatternsAndRotation) {
+    struct Case {
+        TOrnLineStipple stipple;
+        int shift;
+        int factor;
+        std::string call;
+    };
+    const Case cases[] = {
+        {lsClear, 0, 1, "glLineStipple(1, 0)"},          // enabled with nothing drawn
+        {lsDash, 0, 1, "glLineStipple(1, 61680)"},       // 0xF0F0
+        {lsDot, 0, 3, "glLineStipple(3, 21845)"},        // 0x5555
+        {lsDashDot, 0, 1, "glLineStipple(1, 29298)"},    // 0x7272
+        {lsDashDotDot, 0, 1, "glLineStipple(1, 60138)"}, // 0xEAEA
+        {lsDash, 4, 1, "glLineStipple(1, 3855)"},        // 0xF0F0 rotated left 4: 0x0F0F
+        {lsDashDot, 1, 1, "glLineStipple(1, 58596)"},    // 0x7272 rotated left 1: 0xE4E4
+        {lsDashDot, 17, 1, "glLineStipple(1, 58596)"},   // only the low four bits count
+        {lsDashDotDot, 16, 2, "glLineStipple(2, 60138)"},
+    };
+    for (const Case& c : cases) {
+        attr->SetLineStipple(c.stipple);
+        attr->StippleShift = c.shift;
+        attr->StippleFactor = c.factor;
+        attr->Changed();
+        EXPECT_EQ(BlockCalls({"glLineStipple", "glEnable"}), (Calls{c.call, "glEnable(GL_LINE_STIPPLE)"}))
+            << kLineStippleNames[c.stipple] << " shift " << c.shift;
+    }
+    attr->SetLineStipple(lsSolid);
+    EXPECT_EQ(BlockCalls({"glLineStipple", "glDisable"}).back(), "glDisable(GL_LINE_STIPPLE)");
+    EXPECT_EQ(BlockCalls({"glLineStipple"}), Calls{}) << "not sent again within the frame";
+}
+
+TEST_F(AttributesGL, SharedAttributesAreSentOncePerFrameAndAgainAfterAChange) {
+    auto* first = new TOrnObject(&form);
+    auto* second = new TOrnObject(&form);
+    first->SetAttributes(attr);
+    second->SetAttributes(attr);
+    GLRecorder rec;
+    first->Render(view);
+    second->Render(view);
+    EXPECT_EQ(rec.Count("glLightModelfv"), 1u);
+    EXPECT_EQ(rec.Count("glColor4fv"), 2u) << "the objects themselves still render";
+
+    rec.Clear();
+    attr->SetLineWidth(3);
+    first->Render(view);
+    second->Render(view);
+    EXPECT_EQ(rec.Filter({"glLineWidth"}), (Calls{"glLineWidth(3)"}));
+
+    rec.Clear();
+    NotifyFrameStart(false);
+    first->Render(view);
+    second->Render(view);
+    EXPECT_EQ(rec.Count("glLineWidth"), 1u);
+
+    rec.Clear();
+    NotifyFrameStart(true); // a render into a bitmap resets as well
+    first->Render(view);
+    EXPECT_EQ(rec.Count("glLineWidth"), 1u);
+}
+
+TEST_F(AttributesGL, TwoComponentsTakeTurnsAndEachIsResent) {
+    auto* other = new TOrnAttributes(&form);
+    other->SetLineWidth(5);
+    GLRecorder rec;
+    attr->Render(view);
+    other->Render(view);
+    attr->Render(view);
+    attr->Render(view);
+    EXPECT_EQ(rec.Filter({"glLineWidth"}), (Calls{"glLineWidth(0)", "glLineWidth(5)", "glLineWidth(0)"}));
+}
+
+TEST_F(AttributesGL, DisabledAttributesSendNothing) {
+    attr->SetEnabled(false);
+    EXPECT_EQ(RenderCalls(), Calls{});
+}
+
+namespace {
+
+class BlendPixels : public orn::test::GLTest {};
+
+void Quad(float x0, float y0, float x1, float y1) {
+    glBegin(GL_QUADS);
+    glVertex2f(x0, y0);
+    glVertex2f(x1, y0);
+    glVertex2f(x1, y1);
+    glVertex2f(x0, y1);
+    glEnd();
+}
+
+} // namespace
+
+TEST_F(BlendPixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
+    struct Case {
+        TOrnTransparencyMode mode;
+        orn::test::Rgba overlap;
+    };
+    // Red below, blue with alpha 0.5 above.
+    const Case cases[] = {
+        {tmAlpha, {128, 0, 128, 191}},    // src·a + dst·(1 − a), alpha too
+        {tmAddAlpha, {255, 0, 128, 255}}, // src·a + dst
+        {tmNone, {0, 0, 255, 128}},       // no blending: the upper quad replaces
+    };
+    TComponent form(nullptr);
+    TestView view(&form);
+    for (const Case& c : cases) {
+        NotifyFrameStart(false);
+        ClearTo(0, 0, 0);
+        TOrnAttributes attr(nullptr);
+        attr.SetTransparency(c.mode);
+        attr.Render(&view);
+        glDisable(GL_DEPTH_TEST);
+        glColor4f(1, 0, 0, 1);
+        Quad(-1, -1, 0.5f, 0.5f);
+        glColor4f(0, 0, 1, 0.5f);
+        Quad(-0.5f, -0.5f, 1, 1);
+        EXPECT_TRUE(orn::test::ColorNear(ReadPixel(32, 32), c.overlap, 2)) << kTransparencyModeNames[c.mode];
+        EXPECT_TRUE(orn::test::ColorNear(ReadPixel(4, 4), {255, 0, 0, 255}, 1));
+    }
+}

@@ -1,0 +1,189 @@
+#include <orn/scene/TOrnObject.h>
+#include <orn/state/TOrnMaterial.h>
+
+#include "state/MemoryExchange.h"
+#include "support/GLRecorder.h"
+#include "support/GLTestContext.h"
+#include "support/TestView.h"
+
+#include <gtest/gtest.h>
+
+#include <GL/gl.h>
+
+using namespace orn;
+using orn::test::GLRecorder;
+using orn::test::TestView;
+using Calls = std::vector<std::string>;
+
+TEST(TOrnMaterial, ConstructorValues) {
+    TOrnMaterial m(nullptr);
+    EXPECT_EQ(m.Face(), mfFrontBack);
+    EXPECT_EQ(m.ColorAmbient()->Color(), 0x333333);
+    EXPECT_EQ(m.ColorDiffuse()->Color(), 0xCCCCCC);
+    EXPECT_EQ(m.ColorSpecular()->GetParams(), (std::array<float, 4>{0, 0, 0, 1}));
+    EXPECT_EQ(m.ColorEmission()->GetParams(), (std::array<float, 4>{0, 0, 0, 1}));
+    EXPECT_EQ(m.Shininess(), 0);
+}
+
+TEST(TOrnMaterial, ShininessOutsideZeroTo128IsIgnored) {
+    TOrnMaterial m(nullptr);
+    int changes = 0;
+    m.OnChange = [&](TObject*) { ++changes; };
+    m.SetShininess(50);
+    m.SetShininess(129);
+    EXPECT_EQ(m.Shininess(), 50);
+    m.SetShininess(-1);
+    EXPECT_EQ(m.Shininess(), 50);
+    m.SetShininess(128);
+    EXPECT_EQ(m.Shininess(), 128);
+    m.SetShininess(0);
+    EXPECT_EQ(m.Shininess(), 0);
+    EXPECT_EQ(changes, 3);
+}
+
+TEST(TOrnMaterial, ColoursReportToTheMaterialAndKeepDoingSoAfterBeingSet) {
+    TOrnMaterial m(nullptr);
+    int changes = 0;
+    m.OnChange = [&](TObject*) { ++changes; };
+    m.ColorSpecular()->SetColor(clWhite);
+    EXPECT_EQ(changes, 1);
+    TOrnColor red;
+    red.SetColor(clRed);
+    m.SetPartColor(4, &red);
+    EXPECT_EQ(m.ColorEmission()->Color(), clRed);
+    EXPECT_EQ(changes, 2);
+    m.ColorEmission()->SetAlpha(0.5f);
+    EXPECT_EQ(changes, 3);
+    m.SetPartColor(0, &red);
+    m.SetPartColor(5, &red);
+    m.SetPartColor(2, nullptr);
+    EXPECT_EQ(changes, 3);
+    EXPECT_EQ(m.ColorAmbient()->Color(), 0x333333);
+}
+
+TEST(TOrnMaterial, AssignCopiesFaceColoursAndShininess) {
+    TOrnMaterial src(nullptr), dst(nullptr);
+    src.SetFace(mfBack);
+    src.ColorDiffuse()->SetColor(clBlue);
+    src.ColorDiffuse()->SetAlpha(0.25f);
+    src.SetShininess(90);
+    dst.Assign(&src);
+    EXPECT_EQ(dst.Face(), mfBack);
+    EXPECT_EQ(dst.ColorDiffuse()->Color(), clBlue);
+    EXPECT_EQ(dst.ColorDiffuse()->Alpha(), 0.25f);
+    EXPECT_EQ(dst.Shininess(), 90);
+}
+
+TEST(TOrnMaterial, ExchangeKeysAndColoursBack) {
+    TOrnMaterial src(nullptr);
+    src.SetFace(mfFront);
+    src.SetShininess(12);
+    src.ColorSpecular()->SetColor(0x0A0B0C);
+    orn::test::MemoryExchange ex;
+    ex.Save(src);
+    EXPECT_EQ(ex.root.KeyNames(),
+              (std::vector<std::string>{"name", "Enabled", "Cached", "Face", "Shininess"}));
+    EXPECT_EQ(ex.root.ChildTags(),
+              (std::vector<std::string>{"Transformation", "Ambient", "Diffuse", "Specular", "Emission"}));
+    TOrnMaterial dst(nullptr);
+    ex.Load(dst);
+    EXPECT_EQ(dst.Face(), mfFront);
+    EXPECT_EQ(dst.Shininess(), 12);
+    EXPECT_EQ(dst.ColorSpecular()->Color(), 0x0A0B0C);
+    EXPECT_EQ(dst.ColorDiffuse()->Color(), 0xCCCCCC);
+
+    ex.root.keys[4].second = "300"; // out of range in the file: ignored
+    TOrnMaterial third(nullptr);
+    third.SetShininess(7);
+    ex.Load(third);
+    EXPECT_EQ(third.Shininess(), 7);
+}
+
+TEST(TOrnMaterial, DestroyingTheLastRenderedForgetsItAndObjectsLetGo) {
+    TComponent form(nullptr);
+    auto* object = new TOrnObject(&form);
+    auto* m = new TOrnMaterial(&form);
+    object->SetMaterial(m);
+    EXPECT_EQ(object->Material(), m);
+    SetLastRenderedMaterial(m);
+    delete m;
+    EXPECT_TRUE(IsLastRenderedMaterial(nullptr));
+    EXPECT_EQ(object->Material(), nullptr);
+}
+
+namespace {
+
+class MaterialGL : public orn::test::GLTest {
+protected:
+    void SetUp() override {
+        GLTest::SetUp();
+        NotifyFrameStart(false);
+    }
+    TComponent form{nullptr};
+    TestView* view = new TestView(&form);
+    TOrnMaterial* material = new TOrnMaterial(&form);
+};
+
+} // namespace
+
+TEST_F(MaterialGL, RenderSendsFourColoursThenShininess) {
+    material->ColorDiffuse()->SetAlpha(0.5f); // passed on unchanged, for blending
+    material->SetShininess(64);
+    GLRecorder rec;
+    material->Render(view);
+    EXPECT_EQ(rec.Calls(),
+              (Calls{"glPushMatrix()", "glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, {0.2, 0.2, 0.2, 1})",
+                     "glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, {0.8, 0.8, 0.8, 0.5})",
+                     "glMaterialfv(GL_FRONT_AND_BACK, GL_SPECULAR, {0, 0, 0, 1})",
+                     "glMaterialfv(GL_FRONT_AND_BACK, GL_EMISSION, {0, 0, 0, 1})",
+                     "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 64)", "glPopMatrix()"}));
+}
+
+TEST_F(MaterialGL, FaceChoosesTheEnumerant) {
+    const std::pair<TMaterialFace, std::string> faces[] = {
+        {mfFront, "glMateriali(GL_FRONT, GL_SHININESS, 0)"},
+        {mfBack, "glMateriali(GL_BACK, GL_SHININESS, 0)"},
+        {mfFrontBack, "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 0)"},
+    };
+    for (const auto& [face, call] : faces) {
+        material->SetFace(face);
+        NotifyFrameStart(false);
+        GLRecorder rec;
+        material->Render(view);
+        EXPECT_EQ(rec.Filter({"glMateriali"}), (Calls{call}));
+    }
+}
+
+TEST_F(MaterialGL, SharedMaterialIsSentOncePerFrameEvenWhenChangedWithinIt) {
+    auto* first = new TOrnObject(&form);
+    auto* second = new TOrnObject(&form);
+    first->SetMaterial(material);
+    second->SetMaterial(material);
+    GLRecorder rec;
+    first->Render(view);
+    second->Render(view);
+    EXPECT_EQ(rec.Count("glMateriali"), 1u);
+
+    // Unlike attributes, a change does not clear the reference: only the next frame sends it.
+    material->SetShininess(20);
+    first->Render(view);
+    EXPECT_EQ(rec.Count("glMateriali"), 1u);
+
+    rec.Clear();
+    NotifyFrameStart(false);
+    first->Render(view);
+    second->Render(view);
+    EXPECT_EQ(rec.Filter({"glMateriali"}), (Calls{"glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 20)"}));
+}
+
+TEST_F(MaterialGL, AnotherMaterialInBetweenIsResent) {
+    auto* other = new TOrnMaterial(&form);
+    other->SetShininess(5);
+    GLRecorder rec;
+    material->Render(view);
+    other->Render(view);
+    material->Render(view);
+    EXPECT_EQ(rec.Filter({"glMateriali"}), (Calls{"glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 0)",
+                                                  "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 5)",
+                                                  "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 0)"}));
+}

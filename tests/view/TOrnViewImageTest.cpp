@@ -1,0 +1,136 @@
+#include <orn/host/EOrnError.h>
+#include <orn/scene/TOrnObject.h>
+#include <orn/view/TOrnView.h>
+
+#include "view/ViewTestSupport.h"
+
+#include <GL/gl.h>
+#include <gtest/gtest.h>
+
+namespace orn {
+namespace {
+
+using test::ViewTest;
+
+// A cached object: once its list is compiled in a view, the other contexts can only show it by
+// calling that list.
+class Square : public TOrnObject {
+public:
+    Square() : TOrnObject(nullptr) {}
+    int built = 0;
+
+protected:
+    void DoRender(TOrnCustomView* view) override {
+        ++built;
+        TOrnObject::DoRender(view);
+        glRectf(-0.5f, -0.5f, 0.5f, 0.5f);
+    }
+};
+
+TEST_F(ViewTest, GetImageRendersAtAnySizeWithoutAConnection) {
+    TOrnOrthographicCamera camera(nullptr);
+    TOrnView v(nullptr);
+    v.SetBackgroundColor(clRed);
+    v.Coordinates()->SetVisible(false);
+    v.SetCamera(&camera);
+    v.OnRender = [](TOrnView*) {
+        glColor3f(0, 0, 1);
+        glRectf(0, 0, 1, 1); // the upper right quarter of the height, right of the centre
+    };
+    const auto image = v.GetImage(120, 60);
+    ASSERT_EQ(image->Width(), 120);
+    ASSERT_EQ(image->Height(), 60);
+    EXPECT_EQ(image->PixelFormat(), pf24bit);
+    EXPECT_EQ(image->Pixel(5, 55), clRed);
+    // 30 pixels per unit; the square covers x 60 … 90 and the top half (rows 0 … 29 from the top).
+    EXPECT_EQ(image->Pixel(75, 15), clBlue);
+    EXPECT_EQ(image->Pixel(75, 45), clRed);
+    EXPECT_EQ(image->Pixel(45, 15), clRed);
+    EXPECT_FALSE(v.Active());
+}
+
+TEST_F(ViewTest, GetImageRendersInBitmapModeAndRestoresTheView) {
+    TOrnView v(nullptr);
+    v.OpenGLConnect();
+    std::vector<std::pair<TOrnDrawMode, int>> seen;
+    bool current = false;
+    v.OnRender = [&](TOrnView* view) {
+        seen.emplace_back(view->DrawMode(), view->ReInit());
+        current = view->GetCurrent();
+    };
+    v.SetDrawMode(dmPick);
+    v.GetImage(10, 10);
+    EXPECT_EQ(seen, (std::vector<std::pair<TOrnDrawMode, int>>{{dmBitmap, 1}}));
+    EXPECT_TRUE(current);
+    EXPECT_EQ(v.DrawMode(), dmPick);
+    EXPECT_EQ(v.ReInit(), 0);
+    EXPECT_FALSE(v.GetCurrent());
+    v.SetDrawMode(dmWindow);
+    v.RenderScene();
+    EXPECT_EQ(seen.back(), (std::pair<TOrnDrawMode, int>{dmWindow, 0}));
+}
+
+TEST_F(ViewTest, GetImageCallsListsCachedInTheFirstView) {
+    TOrnOrthographicCamera camera(nullptr);
+    TOrnView v(nullptr);
+    v.SetBounds(40, 40);
+    v.Coordinates()->SetVisible(false);
+    v.SetCamera(&camera);
+    Square square;
+    square.SetCached(true);
+    v.OnRender = [&](TOrnView* view) { square.Render(view); };
+    v.OpenGLConnect();
+    v.RenderScene();
+    ASSERT_NE(square.ListId(), 0u);
+    const auto image = v.GetImage(40, 40);
+    EXPECT_EQ(square.built, 1); // the bitmap called the list
+    EXPECT_EQ(image->Pixel(20, 20), clWhite);
+    EXPECT_EQ(image->Pixel(2, 2), clBlack);
+}
+
+TEST_F(ViewTest, GetImageTellsRenderStateAboutTheBitmap) {
+    TOrnView v(nullptr);
+    std::vector<bool> starts;
+    static std::vector<bool>* sink = nullptr;
+    static const bool registered = [] {
+        AddFrameStartHandler([](bool forBitmap) {
+            if (sink) sink->push_back(forBitmap);
+        });
+        return true;
+    }();
+    (void)registered;
+    sink = &starts;
+    v.OpenGLConnect();
+    v.RenderScene();
+    v.GetImage(8, 8);
+    sink = nullptr;
+    EXPECT_EQ(starts, (std::vector<bool>{false, true}));
+}
+
+TEST_F(ViewTest, GetImageRefusesImpossibleSizes) {
+    TOrnView v(nullptr);
+    EXPECT_THROW(v.GetImage(0, 10), EOrnError);
+    EXPECT_THROW(v.GetImage(10, -1), EOrnError);
+    EXPECT_THROW(v.GetImage(100000, 100000), EOrnError);
+    EXPECT_EQ(v.DrawMode(), dmWindow);
+}
+
+TEST_F(ViewTest, GetImageRestoresTheViewWhenOnRenderThrows) {
+    TOrnView v(nullptr);
+    v.OpenGLConnect();
+    v.OnRender = [](TOrnView*) { throw EOrnError("scene failed"); };
+    EXPECT_THROW(v.GetImage(8, 8), EOrnError);
+    EXPECT_EQ(v.DrawMode(), dmWindow);
+    EXPECT_EQ(v.ReInit(), 0);
+    EXPECT_THROW(v.RenderScene(), EOrnError);
+    EXPECT_FALSE(v.GetCurrent());
+    v.OnRender = nullptr;
+    v.SetCurrent(true);
+    GLint depth = -1;
+    glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &depth);
+    v.SetCurrent(false);
+    EXPECT_EQ(depth, 0); // the failed repaint popped what it pushed
+}
+
+} // namespace
+} // namespace orn

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <orn/view/TOrnView.h>
+
+#include "support/Image.h"
+#include "view/detail/EglContext.h"
+
+#include <GL/gl.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace orn::test {
+
+/// Tests of views on the headless surface: skipped only where EGL has no display at all. Views
+/// leave no context bound behind them.
+class ViewTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string reason;
+        if (!detail::EglContext::Available(&reason)) GTEST_SKIP() << "EGL unavailable: " << reason;
+    }
+    void TearDown() override { detail::EglContext::DoneCurrent(); }
+
+    /// The colour buffer of view as it is now (its context is made current and released).
+    static Image ViewImage(TOrnView& view) {
+        Image image;
+        view.SetCurrent(true);
+        image.width = view.ClientWidth();
+        image.height = view.ClientHeight();
+        image.pixels.resize(static_cast<std::size_t>(image.width) * image.height * 4);
+        glPixelStorei(GL_PACK_ALIGNMENT, 1);
+        glReadPixels(0, 0, image.width, image.height, GL_RGBA, GL_UNSIGNED_BYTE, image.pixels.data());
+        view.SetCurrent(false);
+        return image;
+    }
+    /// The depth at (x, y), y from the bottom.
+    static float ViewDepth(TOrnView& view, int x, int y) {
+        float depth = -1.0f;
+        view.SetCurrent(true);
+        glReadPixels(x, y, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
+        view.SetCurrent(false);
+        return depth;
+    }
+};
+
+/// A headless surface that counts what the view asks of it.
+class CountingSurface : public TOrnSurface {
+public:
+    explicit CountingSurface(int* swaps) : fInner(CreateHeadlessSurface()), fSwaps(swaps) {}
+    void Create(const TOrnPixelFormat& request, int width, int height, TOrnSurface* shareWith) override {
+        auto* counting = dynamic_cast<CountingSurface*>(shareWith);
+        fInner->Create(request, width, height, counting ? counting->fInner.get() : shareWith);
+    }
+    bool MakeCurrent() override { return fInner->MakeCurrent(); }
+    void DoneCurrent() override { fInner->DoneCurrent(); }
+    bool IsCurrent() const override { return fInner->IsCurrent(); }
+    void Swap() override {
+        ++*fSwaps;
+        fInner->Swap();
+    }
+    void Resize(int width, int height) override { fInner->Resize(width, height); }
+    TOrnPixelFormat Obtained() const override { return fInner->Obtained(); }
+    std::string Kind() const override { return "counting"; }
+
+private:
+    std::unique_ptr<TOrnSurface> fInner;
+    int* fSwaps;
+};
+
+} // namespace orn::test
