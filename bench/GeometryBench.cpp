@@ -15,11 +15,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double seconds(Clock::time_point a, Clock::time_point b) { return std::chrono::duration<double>(b - a).count(); }
+double seconds(Clock::time_point a, Clock::time_point b) {
+    return std::chrono::duration<double>(b - a).count();
+}
 
 std::size_t geometryBytes(const TOrnPrimitiveObj& o) {
     std::size_t bytes = static_cast<std::size_t>(o.Points()->Count()) * (3 * 24 + 1);
-    for (int l = 0; l < o.PrimitiveCount(); ++l) bytes += static_cast<std::size_t>(o.Primitive(l)->Count()) * 4;
+    for (int l = 0; l < o.PrimitiveCount(); ++l)
+        bytes += static_cast<std::size_t>(o.Primitive(l)->Count()) * 4;
     return bytes;
 }
 
@@ -83,15 +86,17 @@ void BM_CalcNormalsSeamGrid(benchmark::State& state) {
     std::uint32_t* d = list->Data();
     for (int j = 0; j + 1 < side; ++j)
         for (int i = 0; i + 1 < side; ++i) {
-            const auto a = static_cast<std::uint32_t>(j * side + i), b = a + 1, c = a + static_cast<std::uint32_t>(side),
-                       e = c + 1;
-            for (std::uint32_t x : {a, c, b, b, c, e}) *d++ = x;
+            const auto a = static_cast<std::uint32_t>(j * side + i), b = a + 1,
+                       c = a + static_cast<std::uint32_t>(side), e = c + 1;
+            for (std::uint32_t x : {a, c, b, b, c, e})
+                *d++ = x;
         }
-    for (auto _ : state) grid.CalcNormals();
+    for (auto _ : state)
+        grid.CalcNormals();
     state.counters["points"] = side * side;
-    state.counters["ns_per_point"] = benchmark::Counter(static_cast<double>(side) * side,
-                                                        benchmark::Counter::kIsIterationInvariantRate |
-                                                            benchmark::Counter::kInvert);
+    state.counters["ns_per_point"] =
+        benchmark::Counter(static_cast<double>(side) * side,
+                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(BM_CalcNormalsSeamGrid)->Arg(1000)->Arg(2000)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
@@ -111,7 +116,8 @@ void BM_CustomObjMillionTriangles(benchmark::State& state) {
                 obj.AddTriangle(b, c, e);
             }
     };
-    for (auto _ : state) obj.Init();
+    for (auto _ : state)
+        obj.Init();
     state.counters["triangles"] = obj.Primitive(0)->Count() / 3;
     state.counters["points"] = obj.Points()->Count();
 }
@@ -122,7 +128,8 @@ void BM_PoolMillionAppends(benchmark::State& state) {
     double bytesPerPoint = 0;
     for (auto _ : state) {
         TOrnPrimitivePoints pool;
-        for (int i = 0; i < 1000000; ++i) pool.Add({double(i), 0, 0}, {0, 1, 0}, {0, 0, 0});
+        for (int i = 0; i < 1000000; ++i)
+            pool.Add({double(i), 0, 0}, {0, 1, 0}, {0, 0, 0});
         bytesPerPoint = static_cast<double>(pool.AllocatedBytes()) / pool.Count();
         benchmark::DoNotOptimize(pool.Vertices());
     }

@@ -91,7 +91,8 @@ std::array<Face, 6> faces(double w, double h, double d, int dx, int dy, int dz) 
 void TOrnBox::InitPoints() {
     const auto all = faces(fWidth, fHeight, fDepth, fDetailX, fDetailY, fDetailZ);
     std::int64_t total = 0;
-    for (const Face& f : all) total += std::int64_t{f.nu + 1} * (f.nv + 1);
+    for (const Face& f : all)
+        total += (std::int64_t{f.nu} + 1) * (std::int64_t{f.nv} + 1);
     CheckBuildSize(total, "Box");
     detail::PointWriter out(*fPoints, static_cast<int>(total));
     for (const Face& f : all) {

@@ -53,7 +53,8 @@ int TOrnCustomObj::FirstList(GLenum type) {
     return AddPrimitiveArray(type);
 }
 
-void TOrnCustomObj::AddTriangle(const TOrnMathVector& p1, const TOrnMathVector& p2, const TOrnMathVector& p3) {
+void TOrnCustomObj::AddTriangle(const TOrnMathVector& p1, const TOrnMathVector& p2,
+                                const TOrnMathVector& p3) {
     const int list = FirstList(GL_TRIANGLES);
     for (const TOrnMathVector* p : {&p1, &p2, &p3})
         Primitive(list)->AddIndex(static_cast<std::uint32_t>(GetPointIndex(*p)));
@@ -114,7 +115,8 @@ void TOrnCustomObj::CloseEdges() {
     const int count = fPoints->Count();
     std::uint8_t* flags = fPoints->Flags();
     if (!flags) return;
-    for (int i = 0; i < count; ++i) flags[i] |= 4u;
+    for (int i = 0; i < count; ++i)
+        flags[i] |= 4u;
     if (count > 0) {
         fWeld->Clear();
         fWeldBarrier = count - 1;

@@ -74,9 +74,9 @@ constexpr double kDeg = std::numbers::pi / 180;
 } // namespace
 
 void TOrnCylinder::InitPoints() {
+    CheckBuildSize((std::int64_t{fSlices} + 1) * (std::int64_t{fStacks} + 3), "Cylinder");
     const int cols = fSlices + 1, rows = fStacks + 1;
     const bool bottom = fCaps && fBaseRadius != 0, top = fCaps && fTopRadius != 0;
-    CheckBuildSize(std::int64_t{cols} * (rows + 2), "Cylinder");
     detail::PointWriter out(*fPoints, cols * rows + (bottom ? cols + 1 : 0) + (top ? cols + 1 : 0));
     const double h = fHeight, slope = static_cast<double>(fBaseRadius) - fTopRadius;
     for (int j = 0; j < rows; ++j) {
@@ -87,8 +87,8 @@ void TOrnCylinder::InitPoints() {
             TOrnMathVector n{h * std::sin(phi), slope, h * std::cos(phi)};
             OrnMathNormalize(n);
             const bool seam = i == 0 || i == fSlices;
-            out.Put(r * std::sin(phi), h * f, r * std::cos(phi), n.x, n.y, n.z, static_cast<double>(i) / fSlices, f,
-                    seam ? 1 : 0);
+            out.Put(r * std::sin(phi), h * f, r * std::cos(phi), n.x, n.y, n.z,
+                    static_cast<double>(i) / fSlices, f, seam ? 1 : 0);
         }
     }
     auto cap = [&](double y, double r, double ny) {
@@ -105,7 +105,9 @@ void TOrnCylinder::InitPoints() {
 void TOrnCylinder::InitPrimitives() {
     const int cols = fSlices + 1;
     // Band j starts on row j + 1; a tip there needs the band the other way round.
-    auto tip = [&](int j) { return fBaseRadius + (static_cast<double>(fTopRadius) - fBaseRadius) * (j + 1) / fStacks == 0; };
+    auto tip = [&](int j) {
+        return fBaseRadius + (static_cast<double>(fTopRadius) - fBaseRadius) * (j + 1) / fStacks == 0;
+    };
     detail::AddGridStrips(*this, 0, cols, fStacks, false, tip);
     int next = cols * (fStacks + 1);
     // Fans run centre first; the ring order decides which way the cap faces.

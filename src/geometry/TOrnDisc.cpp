@@ -69,8 +69,8 @@ void TOrnDisc::ReadValues(TOrnCustomExchange& exchange) {
 }
 
 void TOrnDisc::InitPoints() {
+    CheckBuildSize((std::int64_t{fSlices} + 1) * (std::int64_t{fLoops} + 1), "Disc");
     const int cols = fSlices + 1, rows = fLoops + 1;
-    CheckBuildSize(std::int64_t{cols} * rows, "Disc");
     constexpr double deg = std::numbers::pi / 180;
     const bool around = std::fabs(fSweepAngle) >= 360;
     const double extent = std::max(std::fabs(fOuterRadius), std::fabs(fInnerRadius));
@@ -88,7 +88,9 @@ void TOrnDisc::InitPoints() {
 }
 
 void TOrnDisc::InitPrimitives() {
-    auto centre = [&](int j) { return fInnerRadius + (static_cast<double>(fOuterRadius) - fInnerRadius) * j / fLoops == 0; };
+    auto centre = [&](int j) {
+        return fInnerRadius + (static_cast<double>(fOuterRadius) - fInnerRadius) * j / fLoops == 0;
+    };
     detail::AddGridStrips(*this, 0, fSlices + 1, fLoops, true, centre);
 }
 

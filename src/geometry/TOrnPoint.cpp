@@ -5,8 +5,12 @@ namespace orn {
 
 ORN_REGISTER_RENDER_CLASS(TOrnPoint, "Orn Obj")
 
-void TOrnPoint::InitPoints() { fPoints->Add({0, 0, 0}, {0, 0, 1}, {0, 0, 0}); }
+void TOrnPoint::InitPoints() {
+    fPoints->Add({0, 0, 0}, {0, 0, 1}, {0, 0, 0});
+}
 
-void TOrnPoint::InitPrimitives() { AddIndex(0, AddPrimitiveArray(GL_POINTS)); }
+void TOrnPoint::InitPrimitives() {
+    AddIndex(0, AddPrimitiveArray(GL_POINTS));
+}
 
 } // namespace orn

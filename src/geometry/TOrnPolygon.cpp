@@ -12,12 +12,15 @@ namespace orn {
 
 ORN_REGISTER_RENDER_CLASS(TOrnPolygon, "Orn Obj")
 
-TOrnPolygon::TOrnPolygon(TComponent* owner) : TOrnPrimitiveObj(owner), fNormal(std::make_unique<TOrnNormal>()) {
+TOrnPolygon::TOrnPolygon(TComponent* owner)
+    : TOrnPrimitiveObj(owner), fNormal(std::make_unique<TOrnNormal>()) {
     fNormal->OnChange = SubChangeHandler();
     fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daVertex, daNormal, daTexture, daFlag});
 }
 
-TOrnPolygon::~TOrnPolygon() { ClearAll(); }
+TOrnPolygon::~TOrnPolygon() {
+    ClearAll();
+}
 
 void TOrnPolygon::SetNormal(const TOrnNormal* value) {
     if (value) fNormal->Assign(value);
@@ -39,9 +42,12 @@ void TOrnPolygon::ChangePrimitiveType() {
     Primitive(0)->SetType(fFilled ? GL_POLYGON : fClosed ? GL_LINE_LOOP : GL_LINE_STRIP);
 }
 
-int TOrnPolygon::Count() const { return PrimitiveCount() > 0 ? Primitive(0)->Count() : 0; }
+int TOrnPolygon::Count() const {
+    return PrimitiveCount() > 0 ? Primitive(0)->Count() : 0;
+}
 
-void TOrnPolygon::Add(const TOrnMathVector& position, const TOrnMathVector& normal, const TOrnMathVector& texture) {
+void TOrnPolygon::Add(const TOrnMathVector& position, const TOrnMathVector& normal,
+                      const TOrnMathVector& texture) {
     Insert(Count(), position, normal, texture);
 }
 
@@ -53,7 +59,9 @@ void TOrnPolygon::Insert(int position, const TOrnMathVector& p, const TOrnMathVe
     if (PrimitiveCount() > 0) Primitive(0)->Insert(position, static_cast<std::uint32_t>(i));
 }
 
-void TOrnPolygon::AddValues(float x, float y, float z, float s, float t) { InsertValues(Count(), x, y, z, s, t); }
+void TOrnPolygon::AddValues(float x, float y, float z, float s, float t) {
+    InsertValues(Count(), x, y, z, s, t);
+}
 
 void TOrnPolygon::InsertValues(int position, float x, float y, float z, float s, float t) {
     Insert(position, {x, y, z}, fNormal->AsMathVector(), {s, t, 0});
@@ -84,7 +92,8 @@ void TOrnPolygon::InitPrimitives() {
     if (OnConstruct) {
         OnConstruct(this);
     } else {
-        for (int i = 0; i < fPoints->Count(); ++i) Primitive(0)->AddIndex(static_cast<std::uint32_t>(i));
+        for (int i = 0; i < fPoints->Count(); ++i)
+            Primitive(0)->AddIndex(static_cast<std::uint32_t>(i));
     }
     if (fAutoCalcNormals) CalcNormals();
 }
@@ -108,8 +117,8 @@ std::string pointsText(const TOrnPrimitivePoints& pool) {
     for (int i = 0; i < pool.Count(); ++i) {
         const TOrnMathVector p = pool.GetVector(i, daVertex), n = pool.GetVector(i, daNormal),
                              t = pool.GetVector(i, daTexture);
-        std::snprintf(buf, sizeof buf, "%s%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g", i ? ";" : "", p.x, p.y,
-                      p.z, n.x, n.y, n.z, t.x, t.y);
+        std::snprintf(buf, sizeof buf, "%s%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g", i ? ";" : "", p.x,
+                      p.y, p.z, n.x, n.y, n.z, t.x, t.y);
         out += buf;
     }
     return out;
@@ -126,8 +135,10 @@ bool parsePoints(const std::string& text, std::vector<std::array<double, 8>>& po
             if (end == s) return false;
             s = end;
             const char want = k < 7 ? ',' : ';';
-            if (*s == want) ++s;
-            else if (!(k == 7 && *s == '\0')) return false;
+            if (*s == want)
+                ++s;
+            else if (!(k == 7 && *s == '\0'))
+                return false;
         }
         points.push_back(v);
     }

@@ -1,29 +1,38 @@
 #include <orn/geometry/TOrnPrimitiveArray.h>
+#include <orn/host/EOrnError.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <string>
 #include <vector>
 
 namespace orn {
 
 TOrnPrimitiveArray::TOrnPrimitiveArray(GLenum type) : fType(type) {}
 
-TOrnPrimitiveArray::~TOrnPrimitiveArray() { std::free(fData); }
+TOrnPrimitiveArray::~TOrnPrimitiveArray() {
+    std::free(fData);
+}
 
 void TOrnPrimitiveArray::Reserve(int n) {
     if (n <= fCapacity) return;
-    std::size_t cap = std::max<std::size_t>(static_cast<std::size_t>(n), static_cast<std::size_t>(fCapacity) * 3 / 2);
+    std::size_t cap =
+        std::max<std::size_t>(static_cast<std::size_t>(n), static_cast<std::size_t>(fCapacity) * 3 / 2);
     cap = std::min<std::size_t>(cap, 0x7fffffff);
     void* p = std::realloc(fData, cap * sizeof(std::uint32_t));
-    if (!p) throw std::bad_alloc();
+    if (!p)
+        throw EOrnError(std::string(ClassName()) + ": no memory for " + std::to_string(cap) + " elements.");
     fData = static_cast<std::uint32_t*>(p);
     fCapacity = static_cast<int>(cap);
 }
 
 void TOrnPrimitiveArray::SetSize(int n) {
     if (n < 0) return;
+    constexpr int kMaxIndices = 1 << 28;
+    if (n > kMaxIndices)
+        throw EOrnError("TOrnPrimitiveArray: " + std::to_string(n) + " indices are beyond the limit of " +
+                        std::to_string(kMaxIndices) + ".");
     if (n == 0) {
         std::free(fData);
         fData = nullptr;
@@ -84,7 +93,8 @@ void TOrnPrimitiveArray::Add(const TOrnPrimitiveArray& other, std::uint32_t offs
     if (other.fType != fType || other.fCount == 0) return;
     const int n = other.fCount; // other may be this list
     if (fCount + n > fSize) SetSize(fCount + n);
-    for (int i = 0; i < n; ++i) fData[fCount + i] = other.fData[i] + offset;
+    for (int i = 0; i < n; ++i)
+        fData[fCount + i] = other.fData[i] + offset;
     fCount += n;
 }
 
@@ -96,11 +106,13 @@ void TOrnPrimitiveArray::SetType(GLenum value) {
     auto in = [](GLenum t, std::initializer_list<GLenum> set) {
         return std::find(set.begin(), set.end(), t) != set.end();
     };
-    if (in(fType, {GL_LINE_LOOP, GL_LINE_STRIP, GL_POLYGON}) && in(value, {GL_LINE_LOOP, GL_LINE_STRIP, GL_POLYGON}))
+    if (in(fType, {GL_LINE_LOOP, GL_LINE_STRIP, GL_POLYGON}) &&
+        in(value, {GL_LINE_LOOP, GL_LINE_STRIP, GL_POLYGON}))
         fType = value;
     else if (in(fType, {GL_TRIANGLE_STRIP, GL_QUAD_STRIP}) && in(value, {GL_TRIANGLE_STRIP, GL_QUAD_STRIP}))
         fType = value;
-    else if (value == GL_TRIANGLES && in(fType, {GL_TRIANGLE_STRIP, GL_TRIANGLE_FAN, GL_QUADS, GL_QUAD_STRIP}))
+    else if (value == GL_TRIANGLES &&
+             in(fType, {GL_TRIANGLE_STRIP, GL_TRIANGLE_FAN, GL_QUADS, GL_QUAD_STRIP}))
         SwitchToTriangles();
     else if (value == GL_QUADS && in(fType, {GL_TRIANGLE_STRIP, GL_QUAD_STRIP}))
         SwitchToQuads();
@@ -123,11 +135,13 @@ void TOrnPrimitiveArray::SwitchToTriangles() {
     } else if (fType == GL_QUADS) {
         if (n < 4) return;
         out.reserve(static_cast<std::size_t>(n / 4) * 6);
-        for (int q = 0; q + 3 < n; q += 4) out.insert(out.end(), {s[q], s[q + 1], s[q + 2], s[q], s[q + 2], s[q + 3]});
+        for (int q = 0; q + 3 < n; q += 4)
+            out.insert(out.end(), {s[q], s[q + 1], s[q + 2], s[q], s[q + 2], s[q + 3]});
     } else if (fType == GL_TRIANGLE_FAN) {
         if (n < 3) return;
         out.reserve(static_cast<std::size_t>(n - 2) * 3);
-        for (int k = 1; k + 1 < n; ++k) out.insert(out.end(), {s[k], s[k + 1], s[0]});
+        for (int k = 1; k + 1 < n; ++k)
+            out.insert(out.end(), {s[k], s[k + 1], s[0]});
     } else {
         return;
     }
@@ -158,13 +172,16 @@ void TOrnPrimitiveArray::Invert() {
     const int n = fCount;
     switch (fType) {
     case GL_TRIANGLES:
-        for (int t = 0; t + 2 < n; t += 3) std::swap(d[t], d[t + 1]);
+        for (int t = 0; t + 2 < n; t += 3)
+            std::swap(d[t], d[t + 1]);
         break;
     case GL_QUADS:
-        for (int q = 0; q + 3 < n; q += 4) std::swap(d[q + 1], d[q + 3]);
+        for (int q = 0; q + 3 < n; q += 4)
+            std::swap(d[q + 1], d[q + 3]);
         break;
     case GL_QUAD_STRIP:
-        for (int k = 0; k + 1 < n; k += 2) std::swap(d[k], d[k + 1]);
+        for (int k = 0; k + 1 < n; k += 2)
+            std::swap(d[k], d[k + 1]);
         break;
     case GL_POLYGON:
         std::reverse(d, d + n);

@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <strings.h>
 #include <string>
+#include <strings.h>
 #include <utility>
 
 namespace orn {
@@ -20,7 +20,9 @@ TOrnPrimitiveObj::TOrnPrimitiveObj(TComponent* owner)
     fTextureFlags->OnChange = [this](TObject*) { Invalidate(); };
 }
 
-TOrnPrimitiveObj::~TOrnPrimitiveObj() { fPrimitives.clear(); }
+TOrnPrimitiveObj::~TOrnPrimitiveObj() {
+    fPrimitives.clear();
+}
 
 TOrnPrimitiveArray* TOrnPrimitiveObj::GetPrimitive(int position) const {
     if (position < 0 || position >= GetPrimitiveCount()) return nullptr;
@@ -31,14 +33,17 @@ void TOrnPrimitiveObj::SetAutoCalcNormals(bool value) {
     if (assignIfChanged(fAutoCalcNormals, value)) Invalidate();
 }
 
-bool TOrnPrimitiveObj::GetTextured() const { return fPoints->EnabledArrays().Contains(daTexture); }
+bool TOrnPrimitiveObj::GetTextured() const {
+    return fPoints->EnabledArrays().Contains(daTexture);
+}
 
 void TOrnPrimitiveObj::SetTextured(bool value) {
     TOrnArrays enabled = fPoints->EnabledArrays();
     enabled.Exclude(daTexture);
     if (value) enabled.Include(daTexture);
     fPoints->SetEnabledArrays(enabled);
-    for (auto& list : fPrimitives) list->SetTextured(value);
+    for (auto& list : fPrimitives)
+        list->SetTextured(value);
 }
 
 void TOrnPrimitiveObj::SetTextureRef(TOrnTexture* texture, TOrnRender* render) {
@@ -47,7 +52,8 @@ void TOrnPrimitiveObj::SetTextureRef(TOrnTexture* texture, TOrnRender* render) {
     fTexture = texture;
     fTextureRender = render;
     if (render) FreeNotification(render);
-    for (auto& list : fPrimitives) list->SetTextureRef(texture, render);
+    for (auto& list : fPrimitives)
+        list->SetTextureRef(texture, render);
     Changed();
 }
 
@@ -75,8 +81,12 @@ void TOrnPrimitiveObj::ClearAll() {
     ClearPrimitives();
 }
 
-void TOrnPrimitiveObj::ClearPoints() { fPoints->SetSize(0); }
-void TOrnPrimitiveObj::ClearPrimitives() { fPrimitives.clear(); }
+void TOrnPrimitiveObj::ClearPoints() {
+    fPoints->SetSize(0);
+}
+void TOrnPrimitiveObj::ClearPrimitives() {
+    fPrimitives.clear();
+}
 
 void TOrnPrimitiveObj::CheckBuildSize(std::int64_t count, const char* shape) {
     constexpr std::int64_t kMax = std::int64_t{1} << 27;
@@ -122,7 +132,8 @@ int TOrnPrimitiveObj::AddPrimitiveObj(TOrnPrimitiveObj* other) {
         TOrnPrimitiveArray* src = other->GetPrimitive(i);
         TOrnPrimitiveArray* dst = GetPrimitive(AddPrimitiveArray(src->Type()));
         dst->SetCount(src->Count());
-        for (int k = 0; k < src->Count(); ++k) dst->Data()[k] = src->Data()[k] + static_cast<std::uint32_t>(offset);
+        for (int k = 0; k < src->Count(); ++k)
+            dst->Data()[k] = src->Data()[k] + static_cast<std::uint32_t>(offset);
         dst->SetTextureRef(src->Texture(), src->TextureRender());
     }
     return offset;
@@ -132,9 +143,11 @@ int TOrnPrimitiveObj::AddPrimitiveObj(TOrnPrimitiveObj* other) {
 // Texture coordinates
 
 void TOrnPrimitiveObj::CalcTexture() {
-    if (!fPoints->DefineArrays().Contains(daTexture)) fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daTexture});
+    if (!fPoints->DefineArrays().Contains(daTexture))
+        fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daTexture});
     if (fTextureFlags->Mode() == txStandard) return; // every point keeps its coordinate
-    for (int i = 0; i < fPoints->Count(); ++i) CalcTexturePoint(i);
+    for (int i = 0; i < fPoints->Count(); ++i)
+        CalcTexturePoint(i);
 }
 
 void TOrnPrimitiveObj::CalcTexturePoint(int index) {
@@ -170,7 +183,8 @@ void TOrnPrimitiveObj::CalcNormals() {
     // in the same order, so the same bits.
     auto face = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
         const TOrnMathVector p1 = at(a), p2 = at(b), p3 = at(c);
-        const TOrnMathVector u{p1.x - p2.x, p1.y - p2.y, p1.z - p2.z}, w{p2.x - p3.x, p2.y - p3.y, p2.z - p3.z};
+        const TOrnMathVector u{p1.x - p2.x, p1.y - p2.y, p1.z - p2.z},
+            w{p2.x - p3.x, p2.y - p3.y, p2.z - p3.z};
         TOrnMathVector r{u.y * w.z - u.z * w.y, u.z * w.x - u.x * w.z, u.x * w.y - u.y * w.x};
         const double l = std::sqrt(r.x * r.x + r.y * r.y + r.z * r.z);
         if (l > 0) {
@@ -200,7 +214,8 @@ void TOrnPrimitiveObj::CalcNormals() {
         const int count = list->Count();
         switch (list->Type()) {
         case GL_TRIANGLES:
-            for (int t = 0; t + 2 < count; t += 3) add3(i[t], i[t + 1], i[t + 2], face(i[t], i[t + 1], i[t + 2]));
+            for (int t = 0; t + 2 < count; t += 3)
+                add3(i[t], i[t + 1], i[t + 2], face(i[t], i[t + 1], i[t + 2]));
             break;
         case GL_TRIANGLE_STRIP:
             for (int k = 0; k + 2 < count; ++k) {
@@ -211,7 +226,8 @@ void TOrnPrimitiveObj::CalcNormals() {
             }
             break;
         case GL_TRIANGLE_FAN:
-            for (int k = 1; k + 1 < count; ++k) add3(i[0], i[k], i[k + 1], face(i[0], i[k], i[k + 1]));
+            for (int k = 1; k + 1 < count; ++k)
+                add3(i[0], i[k], i[k + 1], face(i[0], i[k], i[k + 1]));
             break;
         case GL_QUADS:
             for (int q = 0; q + 3 < count; q += 4) {
@@ -222,7 +238,8 @@ void TOrnPrimitiveObj::CalcNormals() {
         case GL_QUAD_STRIP:
             for (int k = 0; k <= count / 2 - 2; ++k) {
                 const TOrnMathVector v = face(i[2 * k], i[2 * k + 1], i[2 * k + 2]);
-                for (int m = 0; m < 4; ++m) add(i[2 * k + m], v);
+                for (int m = 0; m < 4; ++m)
+                    add(i[2 * k + m], v);
             }
             break;
         case GL_POLYGON:
@@ -232,7 +249,8 @@ void TOrnPrimitiveObj::CalcNormals() {
             }
             break;
         default:
-            for (int k = 0; k < count; ++k) add(i[k], {0, 0, 1});
+            for (int k = 0; k < count; ++k)
+                add(i[k], {0, 0, 1});
             break;
         }
     }
@@ -283,14 +301,16 @@ void TOrnPrimitiveObj::FreeUnusedPoints() {
     // Deleting from the top down one by one leaves every entry lowered by the number of deleted
     // points below it, and disables each list holding a deleted point: the same in one pass.
     std::vector<std::uint32_t> deletedBelow(static_cast<std::size_t>(n) + 1, 0);
-    for (int i = 0; i < n; ++i) deletedBelow[i + 1] = deletedBelow[i] + (unused[i] ? 1 : 0);
+    for (int i = 0; i < n; ++i)
+        deletedBelow[i + 1] = deletedBelow[i] + (unused[i] ? 1 : 0);
     if (deletedBelow[n] == 0) return;
     for (auto& list : fPrimitives) {
         std::uint32_t* d = list->Data();
         bool hit = false;
         for (int k = 0; k < list->Count(); ++k) {
             const std::uint32_t e = d[k];
-            const std::uint32_t below = deletedBelow[std::min<std::uint32_t>(e, static_cast<std::uint32_t>(n))];
+            const std::uint32_t below =
+                deletedBelow[std::min<std::uint32_t>(e, static_cast<std::uint32_t>(n))];
             if (e < static_cast<std::uint32_t>(n) && unused[e]) hit = true;
             d[k] = e - below;
         }
@@ -300,7 +320,8 @@ void TOrnPrimitiveObj::FreeUnusedPoints() {
 }
 
 void TOrnPrimitiveObj::Invert() {
-    for (auto& list : fPrimitives) list->Invert();
+    for (auto& list : fPrimitives)
+        list->Invert();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -339,7 +360,8 @@ void TOrnPrimitiveObj::Assign(const TPersistent* source) {
         fAutoCalcNormals = src->fAutoCalcNormals;
         ClearAll();
         fPoints->Assign(src->fPoints.get());
-        for (const auto& list : src->fPrimitives) GetPrimitive(AddPrimitiveArray(list->Type()))->Assign(list.get());
+        for (const auto& list : src->fPrimitives)
+            GetPrimitive(AddPrimitiveArray(list->Type()))->Assign(list.get());
         fInitialized = src->fInitialized;
     }
     TOrnObject::Assign(source);
@@ -351,7 +373,8 @@ void TOrnPrimitiveObj::Notification(TComponent* component, TOperation operation)
     // The dying texture has already dropped its notification link; only forget it.
     fTexture = nullptr;
     fTextureRender = nullptr;
-    for (auto& list : fPrimitives) list->SetTextureRef(nullptr, nullptr);
+    for (auto& list : fPrimitives)
+        list->SetTextureRef(nullptr, nullptr);
 }
 
 void TOrnPrimitiveObj::WriteValues(TOrnCustomExchange& exchange) {

@@ -2,6 +2,8 @@
 // open edges, triangle splitting and the nearest point.
 #include <orn/geometry/TOrnPrimitiveObj.h>
 
+#include <orn/host/TBitmap.h>
+
 #include "geometry/detail/Faces.h"
 #include "geometry/detail/PointGrid.h"
 
@@ -15,9 +17,15 @@ namespace orn {
 
 namespace {
 
-TOrnMathVector sub(const TOrnMathVector& a, const TOrnMathVector& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-TOrnMathVector add(const TOrnMathVector& a, const TOrnMathVector& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-TOrnMathVector scale(const TOrnMathVector& a, double s) { return {a.x * s, a.y * s, a.z * s}; }
+TOrnMathVector sub(const TOrnMathVector& a, const TOrnMathVector& b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+TOrnMathVector add(const TOrnMathVector& a, const TOrnMathVector& b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+TOrnMathVector scale(const TOrnMathVector& a, double s) {
+    return {a.x * s, a.y * s, a.z * s};
+}
 
 std::uint64_t edgeKey(std::uint32_t a, std::uint32_t b) {
     if (a > b) std::swap(a, b);
@@ -40,14 +48,44 @@ void TOrnPrimitiveObj::SetRelief(const std::function<double(double s, double t)>
     }
 }
 
+namespace {
+
+/// Brightness 0 … 1 (luma of R, G, B) of pixel (x, y) wrapped into the bitmap.
+double luma(const TBitmap& b, int x, int y) {
+    x = ((x % b.Width()) + b.Width()) % b.Width();
+    y = ((y % b.Height()) + b.Height()) % b.Height();
+    const std::uint8_t* p = b.ScanLine(y) + static_cast<std::size_t>(x) * b.BytesPerPixel();
+    return (0.114 * p[0] + 0.587 * p[1] + 0.299 * p[2]) / 255.0; // bytes are B, G, R
+}
+
+/// Bilinear brightness at texture coordinate (s, t): s to the right, t up from the bottom row,
+/// both wrapped as a repeating texture would be.
+double sampleBrightness(const TBitmap& b, double s, double t) {
+    if (!std::isfinite(s) || !std::isfinite(t)) return 0;
+    s -= std::floor(s);
+    t -= std::floor(t);
+    const double x = s * b.Width() - 0.5, y = (1 - t) * b.Height() - 0.5;
+    const double x0 = std::floor(x), y0 = std::floor(y), fx = x - x0, fy = y - y0;
+    const int ix = static_cast<int>(x0), iy = static_cast<int>(y0);
+    return (1 - fy) * ((1 - fx) * luma(b, ix, iy) + fx * luma(b, ix + 1, iy)) +
+           fy * ((1 - fx) * luma(b, ix, iy + 1) + fx * luma(b, ix + 1, iy + 1));
+}
+
+} // namespace
+
+void TOrnPrimitiveObj::SetReliefBitmap(const TBitmap* bitmap, float height, float base, float gamma) {
+    if (!bitmap || bitmap->Empty()) return;
+    SetRelief([bitmap](double s, double t) { return sampleBrightness(*bitmap, s, t); }, height, base, gamma);
+}
+
 // ---------------------------------------------------------------------------------------------
 // Open edges
 
 void TOrnPrimitiveObj::GetOpenEdges(std::vector<T2DIntPoint>& edges, int& count, bool weld) {
     edges.clear();
     const int n = fPoints->Count();
-    std::vector<int> same = weld ? detail::FirstSamePlace(std::as_const(*fPoints).Vertices(), n, nullptr, 0)
-                                 : std::vector<int>();
+    std::vector<int> same =
+        weld ? detail::FirstSamePlace(std::as_const(*fPoints).Vertices(), n, nullptr, 0) : std::vector<int>();
     auto canon = [&](std::uint32_t i) {
         return weld && i < static_cast<std::uint32_t>(n) ? static_cast<std::uint32_t>(same[i]) : i;
     };
@@ -64,7 +102,8 @@ void TOrnPrimitiveObj::GetOpenEdges(std::vector<T2DIntPoint>& edges, int& count,
         });
     }
     for (const auto& [a, b] : order)
-        if (uses[edgeKey(canon(a), canon(b))] == 1) edges.push_back({static_cast<int>(a), static_cast<int>(b)});
+        if (uses[edgeKey(canon(a), canon(b))] == 1)
+            edges.push_back({static_cast<int>(a), static_cast<int>(b)});
     count = static_cast<int>(edges.size());
 }
 
@@ -97,7 +136,8 @@ TOrnMathVector faceNormalSum(const TOrnPrimitivePoints& points,
 void TOrnPrimitiveObj::Extrude(double depth, int steps, bool caps, bool texture) {
     TOrnMathVector n = faceNormalSum(*fPoints, fPrimitives);
     if (OrnMathVectorLength(n) == 0) {
-        for (int i = 0; i < fPoints->Count(); ++i) n = add(n, fPoints->GetVector(i, daNormal));
+        for (int i = 0; i < fPoints->Count(); ++i)
+            n = add(n, fPoints->GetVector(i, daNormal));
     }
     if (OrnMathVectorLength(n) == 0) return;
     OrnMathNormalize(n);
@@ -129,7 +169,9 @@ void TOrnPrimitiveObj::ExtrudePrimitiveObj(double depth, int steps, bool sides, 
     for (int l = 0; l < originalLists; ++l) {
         if (!fPrimitives[static_cast<std::size_t>(l)]->Enabled()) continue;
         detail::ForEachSegment(*fPrimitives[static_cast<std::size_t>(l)],
-                               [&](std::uint32_t a, std::uint32_t b) { edges.push_back({static_cast<int>(a), static_cast<int>(b)}); });
+                               [&](std::uint32_t a, std::uint32_t b) {
+                                   edges.push_back({static_cast<int>(a), static_cast<int>(b)});
+                               });
     }
 
     if (sides && !edges.empty()) {
@@ -153,8 +195,11 @@ void TOrnPrimitiveObj::ExtrudePrimitiveObj(double depth, int steps, bool sides, 
             for (int s = 0; s <= steps; ++s) {
                 const double f = static_cast<double>(s) / steps;
                 const TOrnMathVector off = scale(move, f);
-                const int a = fPoints->Add(add(pu, off), normal, texture ? TOrnMathVector{s0, f, 0} : fPoints->GetVector(u, daTexture));
-                fPoints->Add(add(pv, off), normal, texture ? TOrnMathVector{s1, f, 0} : fPoints->GetVector(v, daTexture));
+                const int a =
+                    fPoints->Add(add(pu, off), normal,
+                                 texture ? TOrnMathVector{s0, f, 0} : fPoints->GetVector(u, daTexture));
+                fPoints->Add(add(pv, off), normal,
+                             texture ? TOrnMathVector{s1, f, 0} : fPoints->GetVector(v, daTexture));
                 if (previous >= 0) {
                     TOrnPrimitiveArray* q = GetPrimitive(wall);
                     q->AddIndex(static_cast<std::uint32_t>(previous));
@@ -204,7 +249,7 @@ void TOrnPrimitiveObj::ExtrudePrimitiveObj(double depth, int steps, bool sides, 
 
 void TOrnPrimitiveObj::SplitTriangle(int position, int triangle) {
     TOrnPrimitiveArray* list = GetPrimitive(position);
-    if (!list || list->Type() != GL_TRIANGLES || triangle < 0 || 3 * triangle + 2 >= list->Count()) return;
+    if (!list || list->Type() != GL_TRIANGLES || triangle < 0 || 3L * triangle + 2 >= list->Count()) return;
     std::uint32_t* d = list->Data();
     const std::uint32_t* t = d + 3 * triangle;
     // The longest edge k runs from corner k to corner k + 1.
@@ -270,7 +315,8 @@ int TOrnPrimitiveObj::getNearPoint(int position, const TOrnMathVector& v) {
         }
     };
     if (position == -1) {
-        for (int i = 0; i < n; ++i) consider(i);
+        for (int i = 0; i < n; ++i)
+            consider(i);
         return best;
     }
     const TOrnPrimitiveArray* list = GetPrimitive(position);

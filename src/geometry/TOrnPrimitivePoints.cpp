@@ -1,11 +1,13 @@
 #include <orn/geometry/TOrnPrimitivePoints.h>
 
+#include <orn/host/EOrnError.h>
+
 #include <GL/gl.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <string>
 #include <strings.h>
 
 namespace orn {
@@ -90,21 +92,28 @@ TOrnExchangeItem* TOrnPointItem::ReadComp(TOrnCustomExchange& exchange, const st
 
 namespace {
 
-constexpr std::size_t kElementSizes[6] = {3 * sizeof(double), 3 * sizeof(double), 3 * sizeof(double),
-                                          4 * sizeof(float),  1,                  1};
+constexpr std::size_t kElementSizes[6] = {
+    3 * sizeof(double), 3 * sizeof(double), 3 * sizeof(double), 4 * sizeof(float), 1, 1};
 
-bool isVectorKind(TOrnArray kind) { return kind == daVertex || kind == daNormal || kind == daTexture; }
+bool isVectorKind(TOrnArray kind) {
+    return kind == daVertex || kind == daNormal || kind == daTexture;
+}
 
 } // namespace
 
-TOrnPrimitivePoints::TOrnPrimitivePoints() { SetSize(0); }
+TOrnPrimitivePoints::TOrnPrimitivePoints() {
+    SetSize(0);
+}
 
 TOrnPrimitivePoints::~TOrnPrimitivePoints() {
     SetSize(0);
-    for (Block& b : fBlocks) std::free(b.data);
+    for (Block& b : fBlocks)
+        std::free(b.data);
 }
 
-std::size_t TOrnPrimitivePoints::ElementSize(TOrnArray kind) { return kElementSizes[kind]; }
+std::size_t TOrnPrimitivePoints::ElementSize(TOrnArray kind) {
+    return kElementSizes[kind];
+}
 
 void TOrnPrimitivePoints::Reserve(TOrnArray kind, int n) {
     Block& b = fBlocks[kind];
@@ -115,7 +124,8 @@ void TOrnPrimitivePoints::Reserve(TOrnArray kind, int n) {
                                             static_cast<std::size_t>(b.capacity) + b.capacity / 16);
     cap = std::min<std::size_t>(cap, 0x7fffffff);
     void* p = std::realloc(b.data, cap * ElementSize(kind));
-    if (!p) throw std::bad_alloc();
+    if (!p)
+        throw EOrnError(std::string(ClassName()) + ": no memory for " + std::to_string(cap) + " elements.");
     b.data = static_cast<unsigned char*>(p);
     b.capacity = static_cast<int>(cap);
 }
@@ -147,6 +157,10 @@ void TOrnPrimitivePoints::Resize(TOrnArray kind, int n) {
 
 void TOrnPrimitivePoints::SetSize(int n) {
     if (n < 0) return;
+    constexpr int kMaxPoints = 1 << 27;
+    if (n > kMaxPoints)
+        throw EOrnError("TOrnPrimitivePoints: " + std::to_string(n) + " points are beyond the limit of " +
+                        std::to_string(kMaxPoints) + ".");
     for (int k = daVertex; k <= daFlag; ++k)
         if (fDefineArrays.Contains(static_cast<TOrnArray>(k))) Resize(static_cast<TOrnArray>(k), n);
     fSize = n;
@@ -169,7 +183,9 @@ void TOrnPrimitivePoints::SetDefineArrays(TOrnArrays value) {
     Touch();
 }
 
-void TOrnPrimitivePoints::SetEnabledArrays(TOrnArrays value) { fEnabledArrays = value; }
+void TOrnPrimitivePoints::SetEnabledArrays(TOrnArrays value) {
+    fEnabledArrays = value;
+}
 
 bool TOrnPrimitivePoints::HasArray(TOrnArray kind) const {
     return fDefineArrays.Contains(kind) && fBlocks[kind].data != nullptr;
@@ -257,7 +273,8 @@ int TOrnPrimitivePoints::Add(const TOrnPrimitivePoints& pool) {
 
 TOrnMathVector TOrnPrimitivePoints::GetVector(int index, TOrnArray kind) const {
     if (!isVectorKind(kind) || !Defined(kind, index)) return {};
-    const double* d = reinterpret_cast<const double*>(fBlocks[kind].data) + 3 * static_cast<std::size_t>(index);
+    const double* d =
+        reinterpret_cast<const double*>(fBlocks[kind].data) + 3 * static_cast<std::size_t>(index);
     return {d[0], d[1], d[2]};
 }
 
@@ -273,16 +290,19 @@ void TOrnPrimitivePoints::SetVector(int index, TOrnArray kind, const TOrnMathVec
 double TOrnPrimitivePoints::GetValues(int index, int component, TOrnArray kind) const {
     if (!Defined(kind, index)) return 0;
     if (isVectorKind(kind) && component >= 0 && component < 3)
-        return reinterpret_cast<const double*>(fBlocks[kind].data)[3 * static_cast<std::size_t>(index) + component];
+        return reinterpret_cast<const double*>(
+            fBlocks[kind].data)[3 * static_cast<std::size_t>(index) + component];
     if (kind == daColor && component >= 0 && component < 4)
-        return reinterpret_cast<const float*>(fBlocks[kind].data)[4 * static_cast<std::size_t>(index) + component];
+        return reinterpret_cast<const float*>(
+            fBlocks[kind].data)[4 * static_cast<std::size_t>(index) + component];
     return 0;
 }
 
 void TOrnPrimitivePoints::SetValues(int index, int component, TOrnArray kind, double value) {
     if (!Defined(kind, index)) return;
     if (isVectorKind(kind) && component >= 0 && component < 3) {
-        reinterpret_cast<double*>(fBlocks[kind].data)[3 * static_cast<std::size_t>(index) + component] = value;
+        reinterpret_cast<double*>(fBlocks[kind].data)[3 * static_cast<std::size_t>(index) + component] =
+            value;
         if (kind == daVertex) Touch();
     } else if (kind == daColor && component >= 0 && component < 4) {
         reinterpret_cast<float*>(fBlocks[kind].data)[4 * static_cast<std::size_t>(index) + component] =
@@ -317,7 +337,8 @@ void TOrnPrimitivePoints::GetPoint(int index, TOrnPointItem& item) const {
     if (Defined(daNormal, index)) item.Normal()->SetAsMathVector(GetVector(index, daNormal));
     if (Defined(daTexture, index)) item.Texture()->SetAsMathVector(GetVector(index, daTexture));
     if (Defined(daColor, index)) {
-        const float* c = reinterpret_cast<const float*>(fBlocks[daColor].data) + 4 * static_cast<std::size_t>(index);
+        const float* c =
+            reinterpret_cast<const float*>(fBlocks[daColor].data) + 4 * static_cast<std::size_t>(index);
         const float rgba[4] = {c[0], c[1], c[2], c[3]};
         item.Color()->SetParams(rgba);
         item.Color()->SetAlpha(c[3]);

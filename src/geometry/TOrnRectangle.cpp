@@ -23,7 +23,7 @@ void TOrnRectangle::SetDetY(int value) {
 
 void TOrnRectangle::InitPoints() {
     const TOrnTextureFlags& f = *TextureFlags();
-    CheckBuildSize((std::int64_t{fDetailX} + 1) * (fDetailY + 1), "Rectangle");
+    CheckBuildSize((std::int64_t{fDetailX} + 1) * (std::int64_t{fDetailY} + 1), "Rectangle");
     fPoints->SetSize((fDetailX + 1) * (fDetailY + 1));
     for (int j = 0; j <= fDetailY; ++j) {
         const double v = static_cast<double>(j) / fDetailY;

@@ -75,8 +75,8 @@ void TOrnSphere::ReadValues(TOrnCustomExchange& exchange) {
 }
 
 void TOrnSphere::InitPoints() {
+    CheckBuildSize((std::int64_t{fSlices} + 1) * (std::int64_t{fStacks} + 1), "Sphere");
     const int cols = fSlices + 1, rows = fStacks + 1;
-    CheckBuildSize(std::int64_t{cols} * rows, "Sphere");
     constexpr double deg = std::numbers::pi / 180;
     const bool around = std::fabs(fSweepAngle) >= 360;
     std::vector<double> sinPhi(static_cast<std::size_t>(cols)), cosPhi(static_cast<std::size_t>(cols));
@@ -93,7 +93,8 @@ void TOrnSphere::InitPoints() {
         const bool pole = std::fabs(st) < 1e-12; // a whole row at one place
         const double t = 1.0 - static_cast<double>(j) / fStacks;
         for (int i = 0; i < cols; ++i) {
-            const double nx = st * sinPhi[static_cast<std::size_t>(i)], nz = st * cosPhi[static_cast<std::size_t>(i)];
+            const double nx = st * sinPhi[static_cast<std::size_t>(i)],
+                         nz = st * cosPhi[static_cast<std::size_t>(i)];
             const bool seam = pole || (around && (i == 0 || i == fSlices));
             out.Put(r * nx, r * ct, r * nz, nx, ct, nz, static_cast<double>(i) / fSlices, t, seam ? 1 : 0);
         }
@@ -103,7 +104,8 @@ void TOrnSphere::InitPoints() {
 void TOrnSphere::InitPrimitives() {
     const double deg = std::numbers::pi / 180;
     auto pole = [&](int j) {
-        return std::fabs(std::sin((fTopAngle + static_cast<double>(fBottomAngle - fTopAngle) * j / fStacks) * deg)) < 1e-12;
+        return std::fabs(std::sin((fTopAngle + static_cast<double>(fBottomAngle - fTopAngle) * j / fStacks) *
+                                  deg)) < 1e-12;
     };
     detail::AddGridStrips(*this, 0, fSlices + 1, fStacks, true, pole);
 }

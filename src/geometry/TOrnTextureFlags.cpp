@@ -40,14 +40,22 @@ TOrnMathVector TOrnTextureFlags::Apply(const TOrnMathVector& p, const TOrnMathVe
     auto s = [this](double v) { return v * fScaleX + fShiftX; };
     auto t = [this](double v) { return v * fScaleY + fShiftY; };
     switch (fMode) {
-    case txLinearX: return {s(p.x), 0, 0};
-    case txLinearY: return {s(p.y), 0, 0};
-    case txLinearZ: return {s(p.z), 0, 0};
-    case txLinearXY: return {s(p.x), t(p.y), 0};
-    case txLinearYZ: return {s(p.y), t(p.z), 0};
-    case txLinearZX: return {s(p.z), t(p.x), 0};
-    case txSphereZ: return {s(OrnMathVectorDist(p, fParamVector->AsMathVector())), 0, 0};
-    case txStandard: break;
+    case txLinearX:
+        return {s(p.x), 0, 0};
+    case txLinearY:
+        return {s(p.y), 0, 0};
+    case txLinearZ:
+        return {s(p.z), 0, 0};
+    case txLinearXY:
+        return {s(p.x), t(p.y), 0};
+    case txLinearYZ:
+        return {s(p.y), t(p.z), 0};
+    case txLinearZX:
+        return {s(p.z), t(p.x), 0};
+    case txSphereZ:
+        return {s(OrnMathVectorDist(p, fParamVector->AsMathVector())), 0, 0};
+    case txStandard:
+        break;
     }
     return current;
 }

@@ -54,8 +54,8 @@ void TOrnTorus::ReadValues(TOrnCustomExchange& exchange) {
 }
 
 void TOrnTorus::InitPoints() {
+    CheckBuildSize((std::int64_t{fSides} + 1) * (std::int64_t{fRings} + 1), "Torus");
     const int cols = fSides + 1, rows = fRings + 1;
-    CheckBuildSize(std::int64_t{cols} * rows, "Torus");
     constexpr double twoPi = 2 * std::numbers::pi;
     detail::PointWriter out(*fPoints, cols * rows);
     for (int i = 0; i < rows; ++i) {
@@ -64,12 +64,15 @@ void TOrnTorus::InitPoints() {
             const double psi = twoPi * j / fSides, sp = std::sin(psi), cp = std::cos(psi);
             const double nx = cp * st, ny = sp, nz = cp * ct;
             const bool seam = i == 0 || i == fRings || j == 0 || j == fSides;
-            out.Put(fRingRadius * st + fTubeRadius * nx, fTubeRadius * ny, fRingRadius * ct + fTubeRadius * nz, nx, ny,
-                    nz, static_cast<double>(i) / fRings, static_cast<double>(j) / fSides, seam ? 1 : 0);
+            out.Put(fRingRadius * st + fTubeRadius * nx, fTubeRadius * ny,
+                    fRingRadius * ct + fTubeRadius * nz, nx, ny, nz, static_cast<double>(i) / fRings,
+                    static_cast<double>(j) / fSides, seam ? 1 : 0);
         }
     }
 }
 
-void TOrnTorus::InitPrimitives() { detail::AddGridStrips(*this, 0, fSides + 1, fRings, true); }
+void TOrnTorus::InitPrimitives() {
+    detail::AddGridStrips(*this, 0, fSides + 1, fRings, true);
+}
 
 } // namespace orn

@@ -23,7 +23,8 @@ void TOrnTriangle::InitPoints() {
 
 void TOrnTriangle::InitPrimitives() {
     const int list = AddPrimitiveArray(GL_TRIANGLES);
-    for (std::uint32_t i = 0; i < 3; ++i) AddIndex(i, list);
+    for (std::uint32_t i = 0; i < 3; ++i)
+        AddIndex(i, list);
 }
 
 void TOrnTriangle::Assign(const TPersistent* source) {

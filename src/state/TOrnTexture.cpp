@@ -1,5 +1,6 @@
 #include <orn/state/TOrnTexture.h>
 
+#include <orn/geometry/TOrnPrimitiveObj.h>
 #include <orn/host/EOrnError.h>
 #include <orn/scene/TOrnRegistry.h>
 
@@ -302,7 +303,8 @@ void TOrnTexture::WriteValues(TOrnCustomExchange& exchange) {
     if (fBitmap->Empty()) return;
     const std::string name = exchange.GetFileName("bmp");
     exchange.WriteString("Bitmap", name, "");
-    fBitmap->SaveToFile(exchange.FilePath(name));
+    const std::string path = exchange.FilePath(name);
+    if (!path.empty()) fBitmap->SaveToFile(path);
 }
 
 void TOrnTexture::ReadValues(TOrnCustomExchange& exchange) {
@@ -320,6 +322,11 @@ TOrnExchangeItem* TOrnTexture::ReadComp(TOrnCustomExchange& exchange, const std:
     if (strcasecmp(tagName.c_str(), "BlendColor") != 0) return TOrnRender::ReadComp(exchange, tagName);
     fBlendColor->ReadValues(exchange);
     return fBlendColor.get();
+}
+
+// Declared by the primitive object; defined here, where the texture is a complete type.
+void TOrnPrimitiveObj::SetTexture(TOrnTexture* value) {
+    SetTextureRef(value, value);
 }
 
 ORN_REGISTER_RENDER_CLASS(TOrnTexture, "Orn")

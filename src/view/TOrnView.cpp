@@ -1,3 +1,4 @@
+#include <orn/view/TOrnCanvasView.h>
 #include <orn/view/TOrnView.h>
 
 #include <orn/host/EOrnError.h>
@@ -13,7 +14,7 @@ namespace orn {
 namespace {
 
 [[maybe_unused]] const bool kRegistered = [] {
-    RegisterComponents("Orn", {ClassOf<TOrnView>()});
+    RegisterComponents("Orn", {ClassOf<TOrnView>(), ClassOf<TOrnCanvasView>()});
     return true;
 }();
 
@@ -31,7 +32,8 @@ struct FlagScope {
 } // namespace
 
 TOrnView::TOrnView(TComponent* owner)
-    : TOrnCustomView(owner), fCoordinates(std::make_unique<TOrnCoordinates>()) {
+    : TOrnCustomView(owner), fCoordinates(std::make_unique<TOrnCoordinates>()),
+      fCanvas(std::make_unique<TOrnViewCanvas>(*this)) {
     fCoordinates->OnChange = [this](TObject* sender) { SubChange(sender); };
 }
 
@@ -337,6 +339,14 @@ void TOrnView::Notification(TComponent* component, TOperation operation) {
     if (operation != opRemove || !component) return;
     if (component == fCamera) fCamera = nullptr;
     if (component == fController) fController = nullptr;
+}
+
+} // namespace orn
+
+namespace orn {
+
+void TOrnCanvasView::RenderOverlay() {
+    if (OnDrawCanvas) OnDrawCanvas(this);
 }
 
 } // namespace orn

@@ -1,4 +1,5 @@
 // Picking and the projection between scene and window of TOrnView.
+#include <orn/host/EOrnError.h>
 #include <orn/view/TOrnView.h>
 
 #include <GL/gl.h>
@@ -108,6 +109,22 @@ bool TOrnView::EnsureMatrices() {
             fDrawMode = mode;
         }
         if (!wasCurrent) SetCurrent(false);
+        if (fHaveMatrices) return true;
+    } else if (fCamera) {
+        // Not connected: the camera's matrices are worked out in a context of our own.
+        try {
+            std::unique_ptr<TOrnSurface> scratch = CreateHeadlessSurface();
+            scratch->Create(ChoosePixelFormat(dmWindow, false, TOrnPixelFormat{}), 1, 1, nullptr);
+            if (scratch->MakeCurrent()) {
+                const TOrnDrawMode mode = fDrawMode;
+                fDrawMode = dmWindow;
+                InitCamera(ClientWidth(), ClientHeight());
+                fDrawMode = mode;
+                scratch->DoneCurrent();
+            }
+        } catch (const EOrnError&) {
+            // No context at all: fall back to the unprojected view below.
+        }
         if (fHaveMatrices) return true;
     }
     // No camera: the scene is drawn unprojected over the whole view.

@@ -2,6 +2,7 @@
 
 #include <orn/geometry/TOrnCustomObj.h>
 #include <orn/geometry/TOrnRectangle.h>
+#include <orn/host/TBitmap.h>
 
 #include <gtest/gtest.h>
 
@@ -35,7 +36,8 @@ void expectFacesOutward(TOrnPrimitiveObj& o, const TOrnMathVector& centre) {
     for (int l = 0; l < o.PrimitiveCount(); ++l) {
         TOrnPrimitiveArray* list = o.Primitive(l);
         if (!list->Enabled()) continue;
-        ASSERT_TRUE(list->Type() == GL_QUADS || list->Type() == GL_TRIANGLES || list->Type() == GL_QUAD_STRIP);
+        ASSERT_TRUE(list->Type() == GL_QUADS || list->Type() == GL_TRIANGLES ||
+                    list->Type() == GL_QUAD_STRIP);
         list->SetType(GL_TRIANGLES);
         for (int t = 0; t + 2 < list->Count(); t += 3) {
             TOrnMathVector a = o.Points()->GetVector(list->Indices(t), daVertex),
@@ -98,7 +100,8 @@ TEST_F(EditFixture, ExtrudingWithoutCapsLeavesATubeOpenAtBothEnds) {
     // Texture coordinates on the walls: t along the sweep, s around the outline.
     int top = 0;
     for (int i = 6; i < obj->Points()->Count(); ++i) {
-        const TOrnMathVector p = obj->Points()->GetVector(i, daVertex), t = obj->Points()->GetVector(i, daTexture);
+        const TOrnMathVector p = obj->Points()->GetVector(i, daVertex),
+                             t = obj->Points()->GetVector(i, daTexture);
         EXPECT_DOUBLE_EQ(t.y, p.z);
         EXPECT_TRUE(t.x >= 0 && t.x <= 1);
         top += p.z == 1;
@@ -135,13 +138,15 @@ TEST_F(EditFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdge) {
     EXPECT_EQ(obj->Primitive(0)->Count(), 12);
     EXPECT_EQ(OpenEdges(false), 4); // no crack along the diagonal
     obj->CalcNormals();
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 0, 1})) << i;
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 0, 1})) << i;
     double area = 0;
     for (int t = 0; t < 4; ++t) {
         TOrnMathVector n;
         OrnMathNormalVector(obj->Points()->GetVector(obj->Primitive(0)->Indices(3 * t), daVertex),
                             obj->Points()->GetVector(obj->Primitive(0)->Indices(3 * t + 1), daVertex),
-                            obj->Points()->GetVector(obj->Primitive(0)->Indices(3 * t + 2), daVertex), false, n);
+                            obj->Points()->GetVector(obj->Primitive(0)->Indices(3 * t + 2), daVertex), false,
+                            n);
         area += n.z / 2;
     }
     EXPECT_DOUBLE_EQ(area, 1);
@@ -161,16 +166,19 @@ TEST_F(EditFixture, SplitTriangleIgnoresWhatIsNotATriangle) {
 TEST_F(EditFixture, NearPointIsTheClosestByPlainDistance) {
     std::mt19937 rng(9);
     std::uniform_real_distribution<double> u(-1, 1);
-    for (int i = 0; i < 200; ++i) obj->Points()->Add({u(rng), u(rng), u(rng)}, {}, {});
+    for (int i = 0; i < 200; ++i)
+        obj->Points()->Add({u(rng), u(rng), u(rng)}, {}, {});
     const int l = obj->AddPrimitiveArray(GL_POINTS);
-    for (std::uint32_t i = 0; i < 200; i += 7) obj->AddIndex(i, l);
+    for (std::uint32_t i = 0; i < 200; i += 7)
+        obj->AddIndex(i, l);
     for (int q = 0; q < 50; ++q) {
         const TOrnMathVector v{u(rng), u(rng), u(rng)};
         int best = 0, bestInList = 0;
         for (int i = 0; i < 200; ++i) {
             const double d = OrnMathVectorDist(obj->Points()->GetVector(i, daVertex), v);
             if (d < OrnMathVectorDist(obj->Points()->GetVector(best, daVertex), v)) best = i;
-            if (i % 7 == 0 && d < OrnMathVectorDist(obj->Points()->GetVector(bestInList, daVertex), v)) bestInList = i;
+            if (i % 7 == 0 && d < OrnMathVectorDist(obj->Points()->GetVector(bestInList, daVertex), v))
+                bestInList = i;
         }
         EXPECT_EQ(obj->getNearPoint(-1, v), best);
         EXPECT_EQ(obj->getNearPoint(l, v), bestInList);
@@ -190,4 +198,31 @@ TEST_F(EditFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
     r.Init();
     r.SetRelief([](double, double) { return 7.0; }, 1, 0, 0); // brightness clamped to 1, gamma 1
     EXPECT_DOUBLE_EQ(r.Points()->GetVector(3, daVertex).y, 1);
+}
+
+TEST_F(EditFixture, ReliefBitmapSamplesBrightnessAtTheTextureCoordinate) {
+    // Left half black, right half white; t runs up, so the bottom row is t = 0.
+    TBitmap bitmap(4, 2);
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 4; ++x)
+            bitmap.SetPixel(x, y, x < 2 ? clBlack : clWhite);
+    TOrnRectangle r(&form);
+    r.SetDetX(8);
+    r.Init();
+    r.SetReliefBitmap(&bitmap, 1, 0, 1);
+    for (int i = 0; i < r.Points()->Count(); ++i) {
+        const double s = r.Points()->GetVector(i, daTexture).x, y = r.Points()->GetVector(i, daVertex).y;
+        if (s > 0.2 && s < 0.3) {
+            EXPECT_DOUBLE_EQ(y, 0) << i; // inside the black half
+        } else if (s > 0.6 && s < 0.9) {
+            EXPECT_DOUBLE_EQ(y, 1) << i; // inside the white half
+        } else if (s == 0.5) {
+            EXPECT_DOUBLE_EQ(y, 0.5) << i; // on the border: between
+        }
+    }
+    const double before = r.Points()->GetVector(0, daVertex).y;
+    r.SetReliefBitmap(nullptr, 1, 1, 1);
+    TBitmap empty;
+    r.SetReliefBitmap(&empty, 1, 1, 1);
+    EXPECT_EQ(r.Points()->GetVector(0, daVertex).y, before);
 }

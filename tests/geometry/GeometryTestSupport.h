@@ -62,9 +62,12 @@ public:
     void TakeTopLevelKeys() {
         int depth = 0;
         for (const auto& t : trace) {
-            if (t[0] == '<') ++depth;
-            else if (t[0] == '>') --depth;
-            else if (depth == 0) keys[t.substr(0, t.find('='))] = t.substr(t.find('=') + 1);
+            if (t[0] == '<')
+                ++depth;
+            else if (t[0] == '>')
+                --depth;
+            else if (depth == 0)
+                keys[t.substr(0, t.find('='))] = t.substr(t.find('=') + 1);
         }
     }
 
@@ -82,7 +85,9 @@ private:
     }
 };
 
-inline double Length(const TOrnMathVector& v) { return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z); }
+inline double Length(const TOrnMathVector& v) {
+    return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+}
 
 /// Indices of a list as a vector.
 inline std::vector<std::uint32_t> Entries(const TOrnPrimitiveArray* list) {

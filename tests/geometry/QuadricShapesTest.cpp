@@ -71,10 +71,10 @@ TEST_F(ShapeFixture, SphereFlagsItsSeamAndPolesAndHonoursPartialSweeps) {
     s.SetSlices(4);
     s.SetStacks(2);
     s.Init();
-    EXPECT_TRUE(s.Points()->GetFlag(0, 0));       // pole row
-    EXPECT_TRUE(s.Points()->GetFlag(5, 0));       // seam, first column
-    EXPECT_TRUE(s.Points()->GetFlag(9, 0));       // seam, last column
-    EXPECT_FALSE(s.Points()->GetFlag(6, 0));      // inside
+    EXPECT_TRUE(s.Points()->GetFlag(0, 0));  // pole row
+    EXPECT_TRUE(s.Points()->GetFlag(5, 0));  // seam, first column
+    EXPECT_TRUE(s.Points()->GetFlag(9, 0));  // seam, last column
+    EXPECT_FALSE(s.Points()->GetFlag(6, 0)); // inside
     EXPECT_EQ(at(s, 0), (TOrnMathVector{0, 1, 0}));
     EXPECT_EQ(at(s, 0, daTexture), (TOrnMathVector{0, 1, 0}));
 
@@ -179,8 +179,9 @@ TEST_F(ShapeFixture, BoxFacesLieOnItsSidesAndItIsClosed) {
         for (int i = 0; i < b.Points()->Count(); ++i) {
             const TOrnMathVector p = at(b, i), n = at(b, i, daNormal);
             // On the face the normal names: that coordinate is at its half size.
-            EXPECT_NEAR(p.x * n.x + p.y * n.y + p.z * n.z, std::fabs(n.x) * 1 + std::fabs(n.y) * 2 + std::fabs(n.z) * 3,
-                        1e-12) << what;
+            EXPECT_NEAR(p.x * n.x + p.y * n.y + p.z * n.z,
+                        std::fabs(n.x) * 1 + std::fabs(n.y) * 2 + std::fabs(n.z) * 3, 1e-12)
+                << what;
         }
         EXPECT_EQ(openEdges(b), 0) << what;
         expectUnitOutwardNormals(b, what);
@@ -194,10 +195,10 @@ TEST_F(ShapeFixture, SettersOnlyMarkARebuildAndRefuseDetailsBelowOne) {
     TOrnTorus t(&form);
     TOrnBox b(&form);
     const std::vector<std::pair<TOrnPrimitiveObj*, std::function<void(int)>>> details = {
-        {&s, [&](int v) { s.SetSlices(v); }}, {&s, [&](int v) { s.SetStacks(v); }},
-        {&c, [&](int v) { c.SetSlices(v); }}, {&c, [&](int v) { c.SetStacks(v); }},
-        {&d, [&](int v) { d.SetSlices(v); }}, {&d, [&](int v) { d.SetLoops(v); }},
-        {&t, [&](int v) { t.SetSides(v); }},  {&t, [&](int v) { t.SetRings(v); }},
+        {&s, [&](int v) { s.SetSlices(v); }},  {&s, [&](int v) { s.SetStacks(v); }},
+        {&c, [&](int v) { c.SetSlices(v); }},  {&c, [&](int v) { c.SetStacks(v); }},
+        {&d, [&](int v) { d.SetSlices(v); }},  {&d, [&](int v) { d.SetLoops(v); }},
+        {&t, [&](int v) { t.SetSides(v); }},   {&t, [&](int v) { t.SetRings(v); }},
         {&b, [&](int v) { b.SetDetailX(v); }}, {&b, [&](int v) { b.SetDetailY(v); }},
         {&b, [&](int v) { b.SetDetailZ(v); }}};
     for (const auto& [obj, set] : details) {
@@ -248,7 +249,8 @@ TEST(ShapeRegistry, QuadricsAndBoxAreOnTheObjectPage) {
     for (const char* name : {"TOrnSphere", "TOrnCylinder", "TOrnDisc", "TOrnTorus", "TOrnBox"}) {
         EXPECT_NE(GetRenderClass(name), nullptr) << name;
         bool onPage = false;
-        for (auto cls : GetPaletteClasses("Orn Obj")) onPage = onPage || std::string(cls->Name) == name;
+        for (auto cls : GetPaletteClasses("Orn Obj"))
+            onPage = onPage || std::string(cls->Name) == name;
         EXPECT_TRUE(onPage) << name;
     }
 }

@@ -21,14 +21,16 @@ int scanWeld(const TOrnPrimitivePoints& pool, const TOrnMathVector& v) {
     for (int i = pool.Count() - 1; i >= 0; --i) {
         if (pool.GetFlag(i, 2)) return -1;
         const TOrnMathVector p = pool.GetVector(i, daVertex);
-        if (std::fabs(p.x - v.x) < 0.001 && std::fabs(p.y - v.y) < 0.001 && std::fabs(p.z - v.z) < 0.001) return i;
+        if (std::fabs(p.x - v.x) < 0.001 && std::fabs(p.y - v.y) < 0.001 && std::fabs(p.z - v.z) < 0.001)
+            return i;
     }
     return -1;
 }
 
 double tricky(std::mt19937& rng) {
     const double base = static_cast<double>(static_cast<int>(rng() % 5) - 2) * 0.001;
-    const double offsets[] = {0, 1e-12, -1e-12, 0.0005, 0.000999999, 0.001, 0.0010000001, -0.000999999, 0.002};
+    const double offsets[] = {0,     1e-12,        -1e-12,       0.0005, 0.000999999,
+                              0.001, 0.0010000001, -0.000999999, 0.002};
     return base + offsets[rng() % (sizeof offsets / sizeof offsets[0])];
 }
 
@@ -84,7 +86,8 @@ TEST_F(CustomFixture, WeldingEqualsAScanUnderEditsAndCloseEdges) {
         } else if (action < 4 && pool.Count() > 0) {
             pool.SetFlag(static_cast<int>(rng() % pool.Count()), 2, rng() % 2 == 0);
         } else if (action < 6 && pool.Count() > 0) {
-            pool.SetVector(static_cast<int>(rng() % pool.Count()), daVertex, {tricky(rng), tricky(rng), tricky(rng)});
+            pool.SetVector(static_cast<int>(rng() % pool.Count()), daVertex,
+                           {tricky(rng), tricky(rng), tricky(rng)});
         } else if (action < 7 && pool.Count() > 0) {
             pool.Delete(static_cast<int>(rng() % pool.Count()), 1);
         } else {

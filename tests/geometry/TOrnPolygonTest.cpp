@@ -73,7 +73,8 @@ TEST_F(PolygonFixture, OnConstructFillsTheOutlineInstead) {
     Square();
     poly->OnConstruct = [this](TObject* sender) {
         EXPECT_EQ(sender, poly);
-        for (std::uint32_t i : {3, 2, 1, 0}) poly->AddIndex(i, 0);
+        for (std::uint32_t i : {3, 2, 1, 0})
+            poly->AddIndex(i, 0);
     };
     poly->Init();
     EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{3, 2, 1, 0}));

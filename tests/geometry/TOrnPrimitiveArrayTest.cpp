@@ -14,7 +14,8 @@ namespace {
 
 std::unique_ptr<TOrnPrimitiveArray> make(GLenum type, std::vector<std::uint32_t> indices) {
     auto list = std::make_unique<TOrnPrimitiveArray>(type);
-    for (auto i : indices) list->AddIndex(i);
+    for (auto i : indices)
+        list->AddIndex(i);
     return list;
 }
 
@@ -35,11 +36,14 @@ std::multiset<std::array<std::uint32_t, 3>> triangles(const TOrnPrimitiveArray& 
     const auto* i = list.Data();
     const int n = list.Count();
     if (list.Type() == GL_TRIANGLE_STRIP)
-        for (int k = 0; k + 2 < n; ++k) k % 2 ? put(i[k + 1], i[k], i[k + 2]) : put(i[k], i[k + 1], i[k + 2]);
+        for (int k = 0; k + 2 < n; ++k)
+            k % 2 ? put(i[k + 1], i[k], i[k + 2]) : put(i[k], i[k + 1], i[k + 2]);
     if (list.Type() == GL_TRIANGLE_FAN)
-        for (int k = 1; k + 1 < n; ++k) put(i[0], i[k], i[k + 1]);
+        for (int k = 1; k + 1 < n; ++k)
+            put(i[0], i[k], i[k + 1]);
     if (list.Type() == GL_TRIANGLES)
-        for (int k = 0; k + 2 < n; k += 3) put(i[k], i[k + 1], i[k + 2]);
+        for (int k = 0; k + 2 < n; k += 3)
+            put(i[k], i[k + 1], i[k + 2]);
     return out;
 }
 
@@ -58,7 +62,8 @@ TEST(TOrnPrimitiveArray, AddIndexGrowsByTwelve) {
     auto list = make(GL_POINTS, {});
     EXPECT_EQ(list->AddIndex(7), 0);
     EXPECT_EQ(list->Size(), 12);
-    for (int i = 0; i < 12; ++i) list->AddIndex(i);
+    for (int i = 0; i < 12; ++i)
+        list->AddIndex(i);
     EXPECT_EQ(list->Size(), 24);
     EXPECT_EQ(list->Count(), 13);
     EXPECT_EQ(list->Indices(0), 7u);
@@ -161,7 +166,8 @@ TEST(TOrnPrimitiveArray, InvertFlipsEveryTriangleOfEveryType) {
     for (GLenum type : {GL_TRIANGLES, GL_TRIANGLE_STRIP, GL_TRIANGLE_FAN}) {
         for (int n : {3, 4, 5, 6, 9}) {
             std::vector<std::uint32_t> idx;
-            for (int i = 0; i < n; ++i) idx.push_back(static_cast<std::uint32_t>(i));
+            for (int i = 0; i < n; ++i)
+                idx.push_back(static_cast<std::uint32_t>(i));
             auto list = make(type, idx);
             const auto before = triangles(*list);
             list->Invert();

@@ -18,9 +18,9 @@ namespace {
 /// A primitive object whose build steps are given by the test and recorded.
 class Probe : public TOrnPrimitiveObj {
 public:
-    using TOrnPrimitiveObj::TOrnPrimitiveObj;
     using TOrnPrimitiveObj::SetTextureRef;
     using TOrnPrimitiveObj::TextureRender;
+    using TOrnPrimitiveObj::TOrnPrimitiveObj;
     std::vector<std::string> calls;
     std::function<void(Probe&)> points, primitives;
 
@@ -34,7 +34,8 @@ protected:
         if (points) points(*this);
     }
     void InitPrimitives() override {
-        calls.push_back(Points()->DefineArrays().Contains(daTexture) ? "InitPrimitives+texture" : "InitPrimitives");
+        calls.push_back(Points()->DefineArrays().Contains(daTexture) ? "InitPrimitives+texture"
+                                                                     : "InitPrimitives");
         if (primitives) primitives(*this);
     }
 };
@@ -45,7 +46,9 @@ public:
     using TOrnRender::TOrnRender;
 };
 
-TOrnTexture* asTexture(TOrnRender* r) { return reinterpret_cast<TOrnTexture*>(r); }
+TOrnTexture* asTexture(TOrnRender* r) {
+    return reinterpret_cast<TOrnTexture*>(r);
+}
 
 struct PrimitiveObjFixture : ::testing::Test {
     TComponent form{nullptr};
@@ -53,10 +56,12 @@ struct PrimitiveObjFixture : ::testing::Test {
 
     /// n points along x, each list given as indices.
     void Fill(int n, std::vector<std::pair<GLenum, std::vector<std::uint32_t>>> lists) {
-        for (int i = 0; i < n; ++i) obj->Points()->Add({double(i), 0, 0}, {0, 0, 1}, {});
+        for (int i = 0; i < n; ++i)
+            obj->Points()->Add({double(i), 0, 0}, {0, 0, 1}, {});
         for (auto& [type, idx] : lists) {
             const int l = obj->AddPrimitiveArray(type);
-            for (auto i : idx) obj->AddIndex(i, l);
+            for (auto i : idx)
+                obj->AddIndex(i, l);
         }
     }
 };
@@ -72,7 +77,8 @@ TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndCallsOnAfterInit) {
     EXPECT_FALSE(obj->Initialized());
     obj->Init();
     EXPECT_TRUE(obj->Initialized());
-    EXPECT_EQ(obj->calls, (std::vector<std::string>{"ClearAll", "InitPoints", "InitPrimitives+texture", "OnAfterInit"}));
+    EXPECT_EQ(obj->calls,
+              (std::vector<std::string>{"ClearAll", "InitPoints", "InitPrimitives+texture", "OnAfterInit"}));
 }
 
 TEST_F(PrimitiveObjFixture, AddIndexBeyondTheListsChangesNothing) {
@@ -116,12 +122,14 @@ TEST_F(PrimitiveObjFixture, FreeUnusedPointsMatchesDeletingPointByPoint) {
         auto* a = new Probe(&form2);
         auto* b = new Probe(&form2);
         const int n = 1 + static_cast<int>(rng() % 30);
-        for (int i = 0; i < n; ++i) a->Points()->Add({double(i), double(round), 0}, {}, {});
+        for (int i = 0; i < n; ++i)
+            a->Points()->Add({double(i), double(round), 0}, {}, {});
         const int lists = static_cast<int>(rng() % 4);
         for (int l = 0; l < lists; ++l) {
             const int pos = a->AddPrimitiveArray(GL_TRIANGLES);
             const int entries = static_cast<int>(rng() % 8);
-            for (int k = 0; k < entries; ++k) a->AddIndex(static_cast<std::uint32_t>(rng() % (n + 2)), pos);
+            for (int k = 0; k < entries; ++k)
+                a->AddIndex(static_cast<std::uint32_t>(rng() % (n + 2)), pos);
             a->Primitive(pos)->SetEnabled(rng() % 3 != 0);
         }
         b->Assign(a);
@@ -216,8 +224,9 @@ TEST_F(PrimitiveObjFixture, WritesOnlyTheTextureFlagsElement) {
     obj->TextureFlags()->SetMode(txLinearXY);
     test::TraceExchange ex;
     obj->WriteValues(ex);
-    EXPECT_EQ(ex.trace, (std::vector<std::string>{"<TextureFlags", "ShiftY=0", "ScaleY=1", "ShiftX=0", "ScaleX=1",
-                                                  "Mode=txLinearXY", "<ParamVector", "P=0 0 0", ">", ">"}));
+    EXPECT_EQ(ex.trace,
+              (std::vector<std::string>{"<TextureFlags", "ShiftY=0", "ScaleY=1", "ShiftX=0", "ScaleX=1",
+                                        "Mode=txLinearXY", "<ParamVector", "P=0 0 0", ">", ">"}));
     test::TraceExchange in;
     in.keys = {{"mode", "txSphereZ"}, {"ScaleX", "2.5"}};
     EXPECT_EQ(obj->ReadComp(in, "texturefLAGS"), obj->TextureFlags());
@@ -234,9 +243,10 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxes) {
         TOrnMathVector expect;
     };
     // p = (1, 2, 3), ScaleX 10, ShiftX 1, ScaleY 100, ShiftY 2
-    const Case cases[] = {{txStandard, {0.25, 0.5, 0}},  {txLinearX, {11, 0, 0}},   {txLinearY, {21, 0, 0}},
-                          {txLinearZ, {31, 0, 0}},       {txLinearXY, {11, 202, 0}}, {txLinearYZ, {21, 302, 0}},
-                          {txLinearZX, {31, 102, 0}},    {txSphereZ, {1 + 10 * std::sqrt(1 + 4 + 9.0), 0, 0}}};
+    const Case cases[] = {{txStandard, {0.25, 0.5, 0}}, {txLinearX, {11, 0, 0}},
+                          {txLinearY, {21, 0, 0}},      {txLinearZ, {31, 0, 0}},
+                          {txLinearXY, {11, 202, 0}},   {txLinearYZ, {21, 302, 0}},
+                          {txLinearZX, {31, 102, 0}},   {txSphereZ, {1 + 10 * std::sqrt(1 + 4 + 9.0), 0, 0}}};
     for (const Case& c : cases) {
         obj->points = [](Probe& p) { p.Points()->Add({1, 2, 3}, {}, {0.25, 0.5, 0}); };
         obj->TextureFlags()->SetMode(c.mode);
@@ -271,18 +281,23 @@ TEST_F(PrimitiveObjFixture, TexturePointOutsideThePoolAndBetweenBuildsStaysPut) 
 
 TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWinding) {
     // A unit square in the x-y plane, counter-clockwise seen from +z, as every face type draws it.
-    for (auto p : {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}) obj->Points()->Add(p, {}, {});
+    for (auto p : {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}})
+        obj->Points()->Add(p, {}, {});
     const std::pair<GLenum, std::vector<std::uint32_t>> cases[] = {
-        {GL_TRIANGLES, {0, 1, 2, 0, 2, 3}}, {GL_TRIANGLE_STRIP, {0, 1, 3, 2}}, {GL_TRIANGLE_FAN, {0, 1, 2, 3}},
-        {GL_QUADS, {0, 1, 2, 3}},           {GL_QUAD_STRIP, {0, 1, 3, 2}},     {GL_POLYGON, {0, 1, 2, 3}}};
+        {GL_TRIANGLES, {0, 1, 2, 0, 2, 3}}, {GL_TRIANGLE_STRIP, {0, 1, 3, 2}},
+        {GL_TRIANGLE_FAN, {0, 1, 2, 3}},    {GL_QUADS, {0, 1, 2, 3}},
+        {GL_QUAD_STRIP, {0, 1, 3, 2}},      {GL_POLYGON, {0, 1, 2, 3}}};
     for (const auto& [type, idx] : cases) {
         obj->DeletePrimitiveArray(0, obj->PrimitiveCount());
         const int l = obj->AddPrimitiveArray(type);
-        for (auto i : idx) obj->AddIndex(i, l);
-        for (int i = 0; i < 4; ++i) obj->Points()->SetVector(i, daNormal, {9, 9, 9});
+        for (auto i : idx)
+            obj->AddIndex(i, l);
+        for (int i = 0; i < 4; ++i)
+            obj->Points()->SetVector(i, daNormal, {9, 9, 9});
         obj->CalcNormals();
         for (int i = 0; i < 4; ++i)
-            EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 0, 1})) << "type " << type << " point " << i;
+            EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 0, 1}))
+                << "type " << type << " point " << i;
         obj->Invert();
         obj->CalcNormals();
         EXPECT_EQ(obj->Points()->GetVector(2, daNormal), (TOrnMathVector{0, 0, -1})) << "type " << type;
@@ -290,16 +305,20 @@ TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWinding) {
 }
 
 TEST_F(PrimitiveObjFixture, LinesAndUntouchedPointsAndCollapsedStrips) {
-    for (int i = 0; i < 6; ++i) obj->Points()->Add({double(i), 0, 0}, {0, 1, 0}, {});
+    for (int i = 0; i < 6; ++i)
+        obj->Points()->Add({double(i), 0, 0}, {0, 1, 0}, {});
     obj->AddIndex(0, obj->AddPrimitiveArray(GL_LINES));
     const int strip = obj->AddPrimitiveArray(GL_TRIANGLE_STRIP); // all on the x axis: collapsed
-    for (std::uint32_t i : {2, 3, 4}) obj->AddIndex(i, strip);
+    for (std::uint32_t i : {2, 3, 4})
+        obj->AddIndex(i, strip);
     const int off = obj->AddPrimitiveArray(GL_TRIANGLES);
-    for (std::uint32_t i : {5, 0, 1}) obj->AddIndex(i, off);
+    for (std::uint32_t i : {5, 0, 1})
+        obj->AddIndex(i, off);
     obj->Primitive(off)->SetEnabled(false);
     obj->CalcNormals();
     EXPECT_EQ(obj->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, 1}));
-    for (int i = 1; i < 6; ++i) EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 1, 0})) << i;
+    for (int i = 1; i < 6; ++i)
+        EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 1, 0})) << i;
 }
 
 TEST_F(PrimitiveObjFixture, SeamPointsShareOneNormalOthersDoNot) {
@@ -314,7 +333,8 @@ TEST_F(PrimitiveObjFixture, SeamPointsShareOneNormalOthersDoNot) {
     pts.SetFlag(0, 0, true);
     pts.SetFlag(3, 0, true);
     const int l = obj->AddPrimitiveArray(GL_TRIANGLES);
-    for (std::uint32_t i : {0, 1, 2, 3, 4, 5}) obj->AddIndex(i, l);
+    for (std::uint32_t i : {0, 1, 2, 3, 4, 5})
+        obj->AddIndex(i, l);
     obj->CalcNormals();
     const TOrnMathVector shared = pts.GetVector(0, daNormal);
     EXPECT_EQ(pts.GetVector(3, daNormal), shared);
@@ -340,7 +360,8 @@ std::vector<int> scanFirstSamePlace(const std::vector<double>& pos, const std::v
         if (mask && !(flags[p] & mask)) continue;
         for (int q = 0; q <= p; ++q) {
             if (mask && !(flags[q] & mask)) continue;
-            if (std::fabs(pos[3 * q] - pos[3 * p]) < 0.001 && std::fabs(pos[3 * q + 1] - pos[3 * p + 1]) < 0.001 &&
+            if (std::fabs(pos[3 * q] - pos[3 * p]) < 0.001 &&
+                std::fabs(pos[3 * q + 1] - pos[3 * p + 1]) < 0.001 &&
                 std::fabs(pos[3 * q + 2] - pos[3 * p + 2]) < 0.001) {
                 out[p] = q;
                 break;
@@ -353,8 +374,17 @@ std::vector<int> scanFirstSamePlace(const std::vector<double>& pos, const std::v
 /// Coordinates that sit on, near and across the grid's cell borders and the tolerance.
 double trickyCoordinate(std::mt19937& rng) {
     const double base = static_cast<double>(static_cast<int>(rng() % 7) - 3) * 0.001;
-    const double offsets[] = {0, 1e-12, -1e-12, 0.0005, 0.000999999, 0.001, 0.0010000001, -0.000999999, 0.002,
-                              -0.0010000001, 1e-4 * static_cast<double>(rng() % 10)};
+    const double offsets[] = {0,
+                              1e-12,
+                              -1e-12,
+                              0.0005,
+                              0.000999999,
+                              0.001,
+                              0.0010000001,
+                              -0.000999999,
+                              0.002,
+                              -0.0010000001,
+                              1e-4 * static_cast<double>(rng() % 10)};
     return base + offsets[rng() % (sizeof offsets / sizeof offsets[0])];
 }
 
@@ -375,11 +405,13 @@ TEST(PointGrid, FirstSamePlaceEqualsAScanOnRandomAndBorderPoints) {
                     pos.push_back(std::uniform_real_distribution<double>(-spread, spread)(rng));
             }
             if (i > 0 && rng() % 5 == 0) // exact repeats of earlier points
-                for (int a = 0; a < 3; ++a) pos[3 * i + a] = pos[3 * (rng() % i) + a];
+                for (int a = 0; a < 3; ++a)
+                    pos[3 * i + a] = pos[3 * (rng() % i) + a];
             flags.push_back(static_cast<std::uint8_t>(rng() % 4));
         }
         for (std::uint8_t mask : {0, 1}) {
-            EXPECT_EQ(detail::FirstSamePlace(pos.data(), n, flags.data(), mask), scanFirstSamePlace(pos, flags, mask))
+            EXPECT_EQ(detail::FirstSamePlace(pos.data(), n, flags.data(), mask),
+                      scanFirstSamePlace(pos, flags, mask))
                 << "round " << round << " mask " << int(mask);
         }
     }
@@ -388,9 +420,9 @@ TEST(PointGrid, FirstSamePlaceEqualsAScanOnRandomAndBorderPoints) {
 TEST(PointGrid, FarAndNonFinitePointsMatchAsAScanWould) {
     const double inf = std::numeric_limits<double>::infinity();
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    std::vector<double> pos = {3e6, 0, 0,   3e6 + 0.0005, 0, 0,   1999999.9996, 5, 5, 2000000.0004, 5, 5,
-                               nan, 0, 0,   nan, 0, 0,            inf, 0, 0,         inf, 0, 0,
-                               -2e6, 1, 1,  -2e6 + 0.0002, 1, 1};
+    std::vector<double> pos = {3e6,  0, 0, 3e6 + 0.0005,  0, 0, 1999999.9996, 5, 5, 2000000.0004, 5, 5,
+                               nan,  0, 0, nan,           0, 0, inf,          0, 0, inf,          0, 0,
+                               -2e6, 1, 1, -2e6 + 0.0002, 1, 1};
     std::vector<std::uint8_t> flags(pos.size() / 3, 1);
     EXPECT_EQ(detail::FirstSamePlace(pos.data(), static_cast<int>(flags.size()), flags.data(), 1),
               scanFirstSamePlace(pos, flags, 1));
@@ -405,7 +437,8 @@ TEST_F(PrimitiveObjFixture, CalcNormalsEqualsAPlainSeamScan) {
         pts.SetFlag(i, 0, rng() % 3 != 0);
     }
     const int l = obj->AddPrimitiveArray(GL_TRIANGLES);
-    for (int k = 0; k < 3 * n; ++k) obj->AddIndex(static_cast<std::uint32_t>(rng() % n), l);
+    for (int k = 0; k < 3 * n; ++k)
+        obj->AddIndex(static_cast<std::uint32_t>(rng() % n), l);
     obj->CalcNormals();
 
     std::vector<double> pos;
@@ -436,4 +469,27 @@ TEST_F(PrimitiveObjFixture, CalcNormalsEqualsAPlainSeamScan) {
         OrnMathNormalize(v);
         EXPECT_EQ(pts.GetVector(i, daNormal), v) << i;
     }
+}
+
+TEST(TOrnTextureFlags, AssignCopiesAllSixAndTheVectorIsReadAsItsElement) {
+    TOrnTextureFlags a, b;
+    int changes = 0;
+    b.OnChange = [&](TObject*) { ++changes; };
+    a.SetMode(txLinearZX);
+    a.SetShiftX(1);
+    a.SetShiftY(2);
+    a.SetScaleX(3);
+    a.SetScaleY(4);
+    a.ParamVector()->SetValues(5, 6, 7);
+    b.Assign(&a);
+    EXPECT_EQ(b.Mode(), txLinearZX);
+    EXPECT_EQ(b.ShiftY(), 2);
+    EXPECT_EQ(b.ScaleY(), 4);
+    EXPECT_EQ(b.ParamVector()->AsMathVector(), (TOrnMathVector{5, 6, 7}));
+    EXPECT_GE(changes, 1);
+    test::TraceExchange in;
+    EXPECT_EQ(b.ReadComp(in, "paramvector"), b.ParamVector());
+    EXPECT_EQ(b.ReadComp(in, "Other"), nullptr);
+    b.SetMode(static_cast<TOrnTextureMode>(12)); // not a mode: ignored
+    EXPECT_EQ(b.Mode(), txLinearZX);
 }

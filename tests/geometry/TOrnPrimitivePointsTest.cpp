@@ -1,4 +1,7 @@
+#include "geometry/GeometryTestSupport.h"
+
 #include <orn/geometry/TOrnPrimitivePoints.h>
+#include <orn/host/EOrnError.h>
 
 #include <gtest/gtest.h>
 
@@ -17,7 +20,8 @@ TEST(TOrnPrimitivePoints, AddGrowsSizeInStepsOfTwelve) {
     TOrnPrimitivePoints pool;
     EXPECT_EQ(pool.Add(1, 2, 3), 0);
     EXPECT_EQ(pool.Size(), 12);
-    for (int i = 1; i < 12; ++i) pool.Add(i, 0, 0);
+    for (int i = 1; i < 12; ++i)
+        pool.Add(i, 0, 0);
     EXPECT_EQ(pool.Size(), 12);
     EXPECT_EQ(pool.Add(0, 0, 0), 12);
     EXPECT_EQ(pool.Size(), 24);
@@ -28,7 +32,8 @@ TEST(TOrnPrimitivePoints, AddGrowsSizeInStepsOfTwelve) {
 TEST(TOrnPrimitivePoints, ManyAppendsKeepTheirValuesAndReportedSize) {
     TOrnPrimitivePoints pool;
     const int n = 100000;
-    for (int i = 0; i < n; ++i) pool.Add({double(i), 0, 0}, {0, 1, 0}, {0, 0, 0});
+    for (int i = 0; i < n; ++i)
+        pool.Add({double(i), 0, 0}, {0, 1, 0}, {0, 0, 0});
     EXPECT_EQ(pool.Count(), n);
     EXPECT_EQ(pool.Size(), (n + 11) / 12 * 12);
     EXPECT_EQ(pool.GetVector(n - 1, daVertex).x, n - 1);
@@ -59,9 +64,9 @@ TEST(TOrnPrimitivePoints, StaleSlotsAnswerVectorsButNoFlags) {
     pool.SetFlag(1, 0, true);
     pool.Delete(1, 1);
     EXPECT_EQ(pool.Count(), 1);
-    EXPECT_EQ(pool.GetVector(5, daVertex), pool.GetVector(5, daVertex)); // inside Size: answered
-    EXPECT_FALSE(pool.GetFlag(1, 0));                                     // beyond Count: false
-    EXPECT_EQ(pool.GetVector(12, daVertex), (TOrnMathVector{}));         // beyond Size: zero
+    EXPECT_EQ(pool.GetVector(1, daVertex), (TOrnMathVector{2, 2, 2})); // stale, inside Size: answered
+    EXPECT_FALSE(pool.GetFlag(1, 0));                                  // beyond Count: false
+    EXPECT_EQ(pool.GetVector(12, daVertex), (TOrnMathVector{}));       // beyond Size: zero
     EXPECT_EQ(pool.GetVector(-1, daVertex), (TOrnMathVector{}));
     EXPECT_EQ(pool.GetVector(0, daColor), (TOrnMathVector{}));
 }
@@ -71,7 +76,8 @@ TEST(TOrnPrimitivePoints, FlagsUseBitsZeroToSevenOnly) {
     pool.Add(0, 0, 0);
     pool.SetFlag(0, 9, true);
     pool.SetFlag(0, -1, true);
-    for (int bit = 0; bit < 8; ++bit) EXPECT_FALSE(pool.GetFlag(0, bit));
+    for (int bit = 0; bit < 8; ++bit)
+        EXPECT_FALSE(pool.GetFlag(0, bit));
     pool.SetFlag(0, 7, true);
     pool.SetFlag(0, 2, true);
     pool.SetFlag(0, 2, false);
@@ -121,7 +127,8 @@ TEST(TOrnPrimitivePoints, ValuesReadAndWriteSingleComponents) {
 
 TEST(TOrnPrimitivePoints, DeleteMovesTheTailDownAndClampsItsRange) {
     TOrnPrimitivePoints pool;
-    for (int i = 0; i < 6; ++i) pool.Add(i, 0, 0);
+    for (int i = 0; i < 6; ++i)
+        pool.Add(i, 0, 0);
     pool.Delete(1, 2);
     ASSERT_EQ(pool.Count(), 4);
     EXPECT_EQ(pool.GetVector(1, daVertex).x, 3);
@@ -135,7 +142,8 @@ TEST(TOrnPrimitivePoints, DeleteMovesTheTailDownAndClampsItsRange) {
 
 TEST(TOrnPrimitivePoints, DeleteMarkedKeepsOrderOfTheRest) {
     TOrnPrimitivePoints pool;
-    for (int i = 0; i < 6; ++i) pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
+    for (int i = 0; i < 6; ++i)
+        pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
     pool.SetFlag(5, 3, true);
     pool.DeleteMarked({true, false, true, true, false, false});
     ASSERT_EQ(pool.Count(), 3);
@@ -222,4 +230,32 @@ TEST(TOrnPrimitivePoints, VersionMovesOnChangesButNotOnAppends) {
     EXPECT_EQ(pool.Version(), v);
     pool.SetVector(0, daVertex, {5, 5, 5});
     EXPECT_NE(pool.Version(), v);
+}
+
+TEST(TOrnPrimitivePoints, AbsurdSizesFailWithAMessageAndChangeNothing) {
+    TOrnPrimitivePoints pool;
+    pool.Add(1, 2, 3);
+    EXPECT_THROW(pool.SetCount(2000000000), EOrnError);
+    EXPECT_EQ(pool.Count(), 1);
+    EXPECT_EQ(pool.GetVector(0, daVertex), (TOrnMathVector{1, 2, 3}));
+}
+
+TEST(TOrnPointItem, WritesItsAttributesUnderTheirNames) {
+    TOrnPointItem item;
+    item.SetFlag(3);
+    item.SetEdgeFlag(false);
+    item.Point()->SetValues(1, 2, 3);
+    test::TraceExchange ex;
+    item.WriteValues(ex);
+    EXPECT_EQ(ex.trace, (std::vector<std::string>{"Flag=3", "EdgeFlag=false", "<Point", "P=1 2 3", ">",
+                                                  "<Normal", "P=0 0 0", ">", "<Texture", "P=0 0 0", ">",
+                                                  "<Color", "Color=0", "Alpha=1", ">"}));
+    test::TraceExchange in;
+    in.keys = {{"flag", "9"}, {"EdgeFlag", "true"}};
+    TOrnPointItem back;
+    back.ReadValues(in);
+    EXPECT_EQ(back.Flag(), 9);
+    EXPECT_TRUE(back.EdgeFlag());
+    EXPECT_EQ(back.ReadComp(in, "NORMAL"), back.Normal());
+    EXPECT_EQ(back.ReadComp(in, "Other"), nullptr);
 }

@@ -18,8 +18,12 @@ struct FigureFixture : ::testing::Test {
     TComponent form{nullptr};
 };
 
-TOrnMathVector pos(const TOrnPrimitiveObj& o, int i) { return o.Points()->GetVector(i, daVertex); }
-TOrnMathVector tex(const TOrnPrimitiveObj& o, int i) { return o.Points()->GetVector(i, daTexture); }
+TOrnMathVector pos(const TOrnPrimitiveObj& o, int i) {
+    return o.Points()->GetVector(i, daVertex);
+}
+TOrnMathVector tex(const TOrnPrimitiveObj& o, int i) {
+    return o.Points()->GetVector(i, daTexture);
+}
 
 } // namespace
 
@@ -145,10 +149,12 @@ TEST_F(FigureFixture, FiguresWriteTheirKeysAndReadThemBack) {
 }
 
 TEST(FigureRegistry, FiguresAreRenderClassesOnTheObjectPage) {
-    for (const char* name : {"TOrnPoint", "TOrnLine", "TOrnTriangle", "TOrnRectangle", "TOrnPolygon", "TOrnCustomObj"}) {
+    for (const char* name :
+         {"TOrnPoint", "TOrnLine", "TOrnTriangle", "TOrnRectangle", "TOrnPolygon", "TOrnCustomObj"}) {
         EXPECT_NE(GetRenderClass(name), nullptr) << name;
         bool onPage = false;
-        for (auto cls : GetPaletteClasses("Orn Obj")) onPage = onPage || std::string(cls->Name) == name;
+        for (auto cls : GetPaletteClasses("Orn Obj"))
+            onPage = onPage || std::string(cls->Name) == name;
         EXPECT_TRUE(onPage) << name;
     }
 }

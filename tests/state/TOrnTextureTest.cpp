@@ -1,3 +1,4 @@
+#include <orn/geometry/TOrnRectangle.h>
 #include <orn/state/TOrnAttributes.h>
 #include <orn/state/TOrnTexture.h>
 
@@ -294,6 +295,29 @@ TEST_F(TextureGL, BoundForSeveralObjectsInOneFrameIssuesItsCommandsOnce) {
     for (int object = 0; object < 3; ++object)
         t->Render(view);
     EXPECT_EQ(rec.Count("glBindTexture"), 2u);
+}
+
+TEST_F(TextureGL, ObjectsSharingATextureBindItOncePerFrameAndForgetItWhenItGoes) {
+    TOrnTexture* t = NewTexture();
+    auto* a = new TOrnRectangle(&form);
+    auto* b = new TOrnRectangle(&form);
+    for (TOrnRectangle* r : {a, b}) {
+        r->SetTexture(t);
+        r->SetTextured(true);
+        r->Render(view);
+    }
+    NotifyFrameStart(false);
+    GLRecorder rec;
+    a->Render(view);
+    b->Render(view);
+    EXPECT_EQ(rec.Count("glBindTexture"), 1u);
+    EXPECT_EQ(rec.Count("glDrawElements"), 2u);
+    delete t;
+    EXPECT_EQ(a->Texture(), nullptr);
+    EXPECT_EQ(b->Texture(), nullptr);
+    rec.Clear();
+    a->Render(view);
+    EXPECT_EQ(rec.Count("glBindTexture"), 0u);
 }
 
 TEST_F(TextureGL, AnotherTextureInBetweenRebindsTheFirst) {

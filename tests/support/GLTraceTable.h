@@ -49,6 +49,8 @@ ORN_GL(void, glColorPointer, (GLint size, GLenum type, GLsizei stride, const GLv
        (size, type, stride, p), (size, En{type}, stride, p))
 ORN_GL(void, glTexCoordPointer, (GLint size, GLenum type, GLsizei stride, const GLvoid* p),
        (size, type, stride, p), (size, En{type}, stride, p))
+ORN_GL(void, glEdgeFlagPointer, (GLsizei stride, const GLvoid* p), (stride, p), (stride, p))
+ORN_GL(void, glEdgeFlag, (GLboolean flag), (flag), (Bool{flag}))
 ORN_GL(void, glDrawElements, (GLenum mode, GLsizei count, GLenum type, const GLvoid* indices),
        (mode, count, type, indices), (Prim{mode}, count, En{type}, indices))
 ORN_GL(void, glDrawArrays, (GLenum mode, GLint first, GLsizei count), (mode, first, count),

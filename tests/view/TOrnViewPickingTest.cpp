@@ -196,5 +196,16 @@ TEST_F(PickTest, WinFrom3DBeforeAnyRenderUsesTheCamera) {
     EXPECT_NEAR(w.y, 0, 1e-6);
 }
 
+TEST_F(ViewTest, WinFrom3DOfAViewThatNeverConnected) {
+    TOrnOrthographicCamera camera(nullptr);
+    TOrnView view(nullptr);
+    view.SetBounds(200, 100);
+    view.SetCamera(&camera);
+    const TOrnMathVector w = view.WinFrom3D({1, 0.5, 0});
+    EXPECT_NEAR(w.x, 150, 1e-6);
+    EXPECT_NEAR(w.y, 25, 1e-6);
+    EXPECT_FALSE(view.Active());
+}
+
 } // namespace
 } // namespace orn

@@ -32,7 +32,8 @@ public:
     int Count() const;
     void Add(const TOrnMathVector& position, const TOrnMathVector& normal, const TOrnMathVector& texture);
     /// Appends a seam-marked point and puts it at outline position (clamped) when the outline exists.
-    void Insert(int position, const TOrnMathVector& p, const TOrnMathVector& normal, const TOrnMathVector& texture);
+    void Insert(int position, const TOrnMathVector& p, const TOrnMathVector& normal,
+                const TOrnMathVector& texture);
     void AddValues(float x, float y, float z, float s, float t);
     void InsertValues(int position, float x, float y, float z, float s, float t);
     /// Takes one entry out of the outline; the point stays.

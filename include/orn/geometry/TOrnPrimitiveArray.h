@@ -25,7 +25,7 @@ public:
     /// n < 0 is ignored; SetSize(n) and Count = n.
     void SetCount(int n);
     int Size() const { return fSize; }
-    /// Reallocates to n entries (n < 0 is ignored); Count is cut to n.
+    /// Reallocates to n entries (n < 0 is ignored, n above 2^28 throws EOrnError); Count is cut to n.
     void SetSize(int n);
     GLenum Type() const { return fType; }
     /// Changes the type where the indices allow it (see the conversions); other requests are ignored.

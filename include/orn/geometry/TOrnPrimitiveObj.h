@@ -145,7 +145,8 @@ protected:
     /// a detail that large is a mistake, not a wish for tens of gigabytes.
     static void CheckBuildSize(std::int64_t count, const char* shape);
     /// Appends a point with position, normal and texture coordinate (s, t) and flag bits.
-    int AddPoint(const TOrnMathVector& p, const TOrnMathVector& n, double s, double t, std::uint8_t flags = 0);
+    int AddPoint(const TOrnMathVector& p, const TOrnMathVector& n, double s, double t,
+                 std::uint8_t flags = 0);
 
     std::unique_ptr<TOrnPrimitivePoints> fPoints;
     std::vector<std::unique_ptr<TOrnPrimitiveArray>> fPrimitives;
@@ -163,6 +164,8 @@ private:
 };
 
 /// Free-standing helper of shapes: whether a detail value is acceptable (> 0).
-constexpr bool IsValidDetail(int value) { return value > 0; }
+constexpr bool IsValidDetail(int value) {
+    return value > 0;
+}
 
 } // namespace orn

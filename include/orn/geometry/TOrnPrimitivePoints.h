@@ -64,8 +64,9 @@ public:
     ~TOrnPrimitivePoints() override;
 
     int Size() const { return fSize; }
-    /// Sets the capacity of every array in DefineArrays (n < 0 is ignored); new flag bytes are 0,
-    /// other new elements are not cleared; Count is cut to n. 0 frees those arrays.
+    /// Sets the capacity of every array in DefineArrays (n < 0 is ignored, n above 2^27 throws
+    /// EOrnError); new flag bytes are 0, other new elements are not cleared; Count is cut to n. 0
+    /// frees those arrays.
     void SetSize(int n);
     int Count() const { return fCount; }
     /// SetSize(n) and Count = n; n < 0 is ignored.

@@ -8,7 +8,16 @@ namespace orn {
 
 /// How texture coordinates follow from positions: kept as the shape stored them (txStandard), one
 /// coordinate linear in one axis, two in two axes, or the distance from ParamVector.
-enum TOrnTextureMode { txStandard, txLinearX, txLinearY, txLinearZ, txLinearXY, txLinearYZ, txLinearZX, txSphereZ };
+enum TOrnTextureMode {
+    txStandard,
+    txLinearX,
+    txLinearY,
+    txLinearZ,
+    txLinearXY,
+    txLinearYZ,
+    txLinearZX,
+    txSphereZ
+};
 
 /// The names under which the scene file writes a TOrnTextureMode.
 extern const char* const kTextureModeNames[8];

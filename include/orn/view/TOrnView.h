@@ -10,6 +10,7 @@
 #include <orn/view/TOrnCamera.h>
 #include <orn/view/TOrnCoordinates.h>
 #include <orn/view/TOrnSurface.h>
+#include <orn/view/TOrnViewCanvas.h>
 
 #include <array>
 #include <cstdint>
@@ -186,6 +187,12 @@ public:
     /// under the camera of the last render.
     TOrnMathVector WinFrom3D(const TOrnMathVector& point);
 
+    // --- Two-dimensional drawing
+    /// Draws over the scene in window pixels while the view renders.
+    TOrnViewCanvas& Canvas() { return *fCanvas; }
+    /// Whether a render of this view is under way (OnRender is running).
+    bool IsRendering() const { return fRendering; }
+
     // --- Input: the view's events, then the controller; a controller's change repaints.
     void KeyDown(std::uint16_t& key, TShiftState shift);
     void MouseDown(TMouseButton button, TShiftState shift, int x, int y);
@@ -197,8 +204,6 @@ public:
 protected:
     /// Drawn after OnRender, inside the repaint's attribute block (the canvas overlay).
     virtual void RenderOverlay() {}
-    /// Whether a render of this view is under way (OnRender is running).
-    bool Rendering() const { return fRendering; }
 
 private:
     static std::vector<TOrnView*>& MutableViewList();
@@ -211,6 +216,7 @@ private:
 
     TColor fBackgroundColor = clBlack;
     std::unique_ptr<TOrnCoordinates> fCoordinates;
+    std::unique_ptr<TOrnViewCanvas> fCanvas;
     TOrnCamera* fCamera = nullptr;
     bool fDoubleBuffer = true;
     int fSelectWidth = 5;

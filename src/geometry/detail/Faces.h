@@ -17,7 +17,8 @@ template <class Face> void ForEachFace(const TOrnPrimitiveArray& list, Face face
     std::uint32_t c[4];
     switch (list.Type()) {
     case GL_TRIANGLES:
-        for (int t = 0; t + 2 < n; t += 3) face(i + t, 3);
+        for (int t = 0; t + 2 < n; t += 3)
+            face(i + t, 3);
         break;
     case GL_TRIANGLE_STRIP:
         for (int k = 0; k + 2 < n; ++k) {
@@ -36,7 +37,8 @@ template <class Face> void ForEachFace(const TOrnPrimitiveArray& list, Face face
         }
         break;
     case GL_QUADS:
-        for (int q = 0; q + 3 < n; q += 4) face(i + q, 4);
+        for (int q = 0; q + 3 < n; q += 4)
+            face(i + q, 4);
         break;
     case GL_QUAD_STRIP:
         for (int k = 0; 2 * k + 3 < n; ++k) {
@@ -61,13 +63,16 @@ template <class Segment> void ForEachSegment(const TOrnPrimitiveArray& list, Seg
     const int n = list.Count();
     switch (list.Type()) {
     case GL_LINES:
-        for (int k = 0; k + 1 < n; k += 2) segment(i[k], i[k + 1]);
+        for (int k = 0; k + 1 < n; k += 2)
+            segment(i[k], i[k + 1]);
         break;
     case GL_LINE_STRIP:
-        for (int k = 0; k + 1 < n; ++k) segment(i[k], i[k + 1]);
+        for (int k = 0; k + 1 < n; ++k)
+            segment(i[k], i[k + 1]);
         break;
     case GL_LINE_LOOP:
-        for (int k = 0; k + 1 < n; ++k) segment(i[k], i[k + 1]);
+        for (int k = 0; k + 1 < n; ++k)
+            segment(i[k], i[k + 1]);
         if (n > 2) segment(i[n - 1], i[0]);
         break;
     default:

@@ -15,7 +15,8 @@ void PointGrid::Clear(int expected) {
     fProbes = 0;
     fFarHead = fFarTail = -1;
     std::size_t want = 64;
-    while (want < static_cast<std::size_t>(std::max(expected, 0)) * 2) want *= 2;
+    while (want < static_cast<std::size_t>(std::max(expected, 0)) * 2)
+        want *= 2;
     if (fSlots.size() < want) {
         fSlots.assign(want, Slot{0, 0, 0, -2, -1});
         fMask = want - 1;
@@ -27,10 +28,12 @@ void PointGrid::ResizeBloom(std::size_t slots) {
     // Four bits per slot, so at most one bit in eight is set: few false alarms, and for a million
     // points half a megabyte.
     std::size_t bits = 4096;
-    while (bits < slots * 4) bits *= 2;
+    while (bits < slots * 4)
+        bits *= 2;
     fBloomMask = bits - 1;
     fBloom.assign(bits / 64, 0);
-    for (int s : fUsed) Mark(fSlots[static_cast<std::size_t>(s)].x, fSlots[s].y, fSlots[s].z);
+    for (int s : fUsed)
+        Mark(fSlots[static_cast<std::size_t>(s)].x, fSlots[s].y, fSlots[s].z);
 }
 
 int PointGrid::Lookup(std::int32_t x, std::int32_t y, std::int32_t z, std::uint64_t hash) const {
@@ -52,7 +55,8 @@ void PointGrid::Grow(bool scramble) {
     for (const Slot& s : old) {
         if (s.head == -2) continue;
         std::size_t i = Hash(s.x, s.y, s.z) & fMask;
-        while (fSlots[i].head != -2) i = (i + 1) & fMask;
+        while (fSlots[i].head != -2)
+            i = (i + 1) & fMask;
         fSlots[i] = s;
         fUsed.push_back(static_cast<int>(i));
     }
@@ -109,7 +113,8 @@ void PointGrid::Insert(int index, const double* p, bool atFront) {
     Append(s, index, atFront);
 }
 
-std::vector<int> FirstSamePlace(const double* positions, int n, const std::uint8_t* flags, std::uint8_t mask) {
+std::vector<int> FirstSamePlace(const double* positions, int n, const std::uint8_t* flags,
+                                std::uint8_t mask) {
     std::vector<int> first(static_cast<std::size_t>(std::max(n, 0)));
     std::iota(first.begin(), first.end(), 0);
     if (!positions || (mask != 0 && !flags)) return first;

@@ -107,7 +107,8 @@ template <class Better> int PointGrid::Find(const double* p, const double* posit
     // Near or beyond the far range a match may sit in the far list.
     if (std::fabs(p[0]) > kFar - 1 || std::fabs(p[1]) > kFar - 1 || std::fabs(p[2]) > kFar - 1)
         ScanList(fFarHead, p, positions, better, best);
-    if (fSlots.empty() || std::fabs(p[0]) > kFar + 1 || std::fabs(p[1]) > kFar + 1 || std::fabs(p[2]) > kFar + 1)
+    if (fSlots.empty() || std::fabs(p[0]) > kFar + 1 || std::fabs(p[1]) > kFar + 1 ||
+        std::fabs(p[2]) > kFar + 1)
         return best;
     std::int32_t lo[3], hi[3];
     for (int a = 0; a < 3; ++a) {

@@ -61,7 +61,8 @@ private:
 /// triangle on the other row: what a band whose first row has collapsed to a point (a pole, a tip)
 /// needs so that its first triangle has an area.
 template <class Reversed>
-void AddGridStrips(TOrnPrimitiveObj& obj, int first, int columns, int bands, bool rowFirst, Reversed reversed) {
+void AddGridStrips(TOrnPrimitiveObj& obj, int first, int columns, int bands, bool rowFirst,
+                   Reversed reversed) {
     for (int j = 0; j < bands; ++j) {
         TOrnPrimitiveArray* list = obj.Primitive(obj.AddPrimitiveArray(GL_QUAD_STRIP));
         list->SetCount(2 * columns);

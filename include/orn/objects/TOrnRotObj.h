@@ -1,0 +1,4 @@
+#pragma once
+
+// TOrnRotObj is declared with its base, which it only publishes.
+#include <orn/objects/TOrnCustomRotObj.h>

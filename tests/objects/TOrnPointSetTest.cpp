@@ -1,0 +1,293 @@
+#include "geometry/GeometryTestSupport.h"
+
+#include <orn/host/EOrnError.h>
+#include <orn/objects/TOrnPointSet.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <unistd.h>
+
+using namespace orn;
+
+namespace {
+
+struct PointSetFixture : ::testing::Test {
+    TComponent form{nullptr};
+    TOrnPointSet* set = new TOrnPointSet(&form);
+
+    TOrnMathVector pos(int i) const { return set->Points()->GetVector(i, daVertex); }
+
+    /// The message of the EOrnError that reading text throws; empty when nothing is thrown.
+    std::string ReadError(const std::string& text) {
+        try {
+            set->ReadFromText(text, "heights.txt");
+        } catch (const EOrnError& e) {
+            return e.what();
+        }
+        return {};
+    }
+};
+
+/// A folder of its own under the system's temporary folder, removed afterwards.
+struct TempDir {
+    std::filesystem::path path;
+    TempDir() {
+        path = std::filesystem::temp_directory_path() /
+               ("orn-pointset-" + std::to_string(std::random_device{}()) + "-" + std::to_string(::getpid()));
+        std::filesystem::create_directories(path);
+    }
+    ~TempDir() { std::filesystem::remove_all(path); }
+};
+
+/// An exchange that keeps referenced files in a folder.
+struct FolderExchange : orn::test::TraceExchange {
+    std::filesystem::path folder;
+    std::string GetFileName(const std::string& ext) override { return "data1." + ext; }
+    std::string FilePath(const std::string& name) override {
+        return name.find('/') == std::string::npos ? (folder / name).string() : std::string();
+    }
+};
+
+} // namespace
+
+// --- reading ---------------------------------------------------------------------------------
+
+TEST_F(PointSetFixture, MatrixRowsAreLinesWithSpacesTabsOrCommas) {
+    set->SetSpacingX(2);
+    set->SetSpacingY(0.5);
+    set->SetHeightScale(10);
+    set->ReadFromText("# terrain\n1 2\t3\r\n\n  4, 5 ,6  \n", "t.txt");
+    EXPECT_EQ(set->Rows(), 2);
+    EXPECT_EQ(set->Columns(), 3);
+    EXPECT_EQ(set->Values(), (std::vector<double>{1, 2, 3, 4, 5, 6}));
+    set->Init();
+    ASSERT_EQ(set->Points()->Count(), 6);
+    EXPECT_EQ(pos(0), (TOrnMathVector{0, 0, 10}));
+    EXPECT_EQ(pos(5), (TOrnMathVector{4, 0.5, 60}));
+    EXPECT_EQ(set->Points()->GetVector(5, daTexture), (TOrnMathVector{1, 1, 0}));
+}
+
+TEST_F(PointSetFixture, NumberFormsThatAreAccepted) {
+    set->ReadFromText("+1.5 -2e3 .25 7. 1E2 # a comment after the numbers\n", "n.txt");
+    EXPECT_EQ(set->Values(), (std::vector<double>{1.5, -2000, 0.25, 7, 100}));
+    EXPECT_NE(ReadError("0x1\n").find("'0x1' is not a number"), std::string::npos);
+    EXPECT_NE(ReadError("+-1\n").find("'+-1' is not a number"), std::string::npos);
+}
+
+TEST_F(PointSetFixture, XYZLinesFillTheGridRowByRow) {
+    set->SetFormat(pfXYZ);
+    set->SetColumns(2);
+    set->SetHeightScale(2);
+    set->ReadFromText("0 0 1\n1 0 2\n0 1 3\n1 1 4\n0 2 5\n1 2 6\n", "p.xyz");
+    EXPECT_EQ(set->Rows(), 3);
+    EXPECT_EQ(set->Columns(), 2);
+    EXPECT_EQ(set->GridPoint(2, 1), (TOrnMathVector{1, 2, 6}));
+    set->Init();
+    EXPECT_EQ(pos(5), (TOrnMathVector{1, 2, 12}));
+    EXPECT_EQ(set->PrimitiveCount(), 2);
+}
+
+TEST_F(PointSetFixture, GridIsDrawnAsUpFacingQuadStrips) {
+    set->ReadFromText("0 0 0\n0 0 0\n0 0 0\n", "flat.txt");
+    set->Init();
+    ASSERT_EQ(set->PrimitiveCount(), 2);
+    EXPECT_EQ(orn::test::Entries(set->Primitive(1)), (std::vector<std::uint32_t>{6, 3, 7, 4, 8, 5}));
+    for (int i = 0; i < 9; ++i)
+        EXPECT_EQ(set->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 0, 1}));
+}
+
+// --- refusing bad files ----------------------------------------------------------------------
+
+TEST_F(PointSetFixture, BadFilesAreRefusedNamingFileLineAndReason) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"1 2 3\n4 5\n", "line 2: the row has 2 values, the first row 3"},
+        {"1 2\n\n3 4 5\n", "line 3: the row has 3 values"},
+        {"1 2\n3 abc\n", "line 2: 'abc' is not a number"},
+        {"1 2.5x\n", "line 1: '2.5x' is not a number"},
+        {"1 nan\n", "line 1: 'nan' is not a finite number"},
+        {"1 -inf\n", "line 1: '-inf' is not a finite number"},
+        {"1 1e999\n", "line 1: '1e999' is out of range"},
+        {"1,,2\n", "line 1: a value is missing between commas"},
+        {"1 2,\n", "line 1: a value is missing between commas"},
+        {"", "the file holds no points"},
+        {"# only a comment\n\n", "the file holds no points"},
+        {"1 2 \x01\n", "line 1: '?' is not a number"},
+    };
+    for (auto [text, reason] : cases) {
+        const std::string msg = ReadError(text);
+        EXPECT_NE(msg.find("\"heights.txt\""), std::string::npos) << msg;
+        EXPECT_NE(msg.find(reason), std::string::npos) << "text: " << text << "\nmessage: " << msg;
+    }
+}
+
+TEST_F(PointSetFixture, MorePointsThanTheLimitAreRefused) {
+    set->SetMaxPoints(5);
+    EXPECT_NE(ReadError("1 2 3\n4 5 6\n").find("line 2: the file holds more than 5 points"),
+              std::string::npos);
+    EXPECT_EQ(ReadError("1 2 3 4 5\n"), std::string());
+}
+
+TEST_F(PointSetFixture, XYZFilesNeedColumnsThreeValuesAndWholeRows) {
+    set->SetFormat(pfXYZ);
+    EXPECT_NE(ReadError("0 0 1\n").find("the number of grid columns is not set"), std::string::npos);
+    set->SetColumns(2);
+    EXPECT_NE(ReadError("0 0 1\n1 0\n").find("line 2: a point needs 3 values (x y z), the line has 2"),
+              std::string::npos);
+    EXPECT_NE(
+        ReadError("0 0 1\n1 0 1\n\n0 1 1\n\n").find("line 4: 3 points do not fill whole rows of 2 columns"),
+        std::string::npos);
+}
+
+TEST_F(PointSetFixture, RefusedFileKeepsTheGridAndTheGeometry) {
+    set->ReadFromText("1 2\n3 4\n", "good.txt");
+    set->Init();
+    const int points = set->Points()->Count();
+    EXPECT_THROW(set->ReadFromText("1 2\n3\n", "bad.txt"), EOrnError);
+    EXPECT_EQ(set->Values(), (std::vector<double>{1, 2, 3, 4}));
+    EXPECT_TRUE(set->Initialized());
+    EXPECT_EQ(set->Points()->Count(), points);
+}
+
+TEST_F(PointSetFixture, MissingFileIsRefusedWithItsName) {
+    try {
+        set->SetFileName("/nonexistent/orn/heights.txt");
+        FAIL() << "no error";
+    } catch (const EOrnError& e) {
+        EXPECT_NE(std::string(e.what()).find("/nonexistent/orn/heights.txt"), std::string::npos);
+    }
+    EXPECT_EQ(set->FileName(), "");
+    TempDir dir;
+    try {
+        set->LoadFromFile(dir.path.string());
+        FAIL() << "no error";
+    } catch (const EOrnError& e) {
+        EXPECT_NE(std::string(e.what()).find("it is a folder"), std::string::npos) << e.what();
+    }
+}
+
+// --- writing ---------------------------------------------------------------------------------
+
+TEST_F(PointSetFixture, ReadWriteReadGivesTheSameGridBitForBit) {
+    std::mt19937_64 rng(42);
+    std::uniform_real_distribution<double> any(-1e6, 1e6);
+    std::string text;
+    char buf[64];
+    for (int r = 0; r < 20; ++r) {
+        for (int c = 0; c < 17; ++c) {
+            std::snprintf(buf, sizeof buf, "%s%.17g", c ? " " : "",
+                          any(rng) * std::pow(10.0, (r * 17 + c) % 40 - 20));
+            text += buf;
+        }
+        text += '\n';
+    }
+    text += "0.1 -0 1e-300 2.2250738585072014e-308 1.7976931348623157e308 3 3 3 3 3 3 3 3 3 3 3 3\n";
+    TempDir dir;
+    for (TOrnPointSetFormat format : {pfMatrix, pfXYZ}) {
+        set->SetFormat(pfMatrix);
+        set->ReadFromText(text, "in.txt");
+        set->SetFormat(format);
+        const std::string path = (dir.path / "out.txt").string();
+        set->SaveToFile(path);
+        auto* again = new TOrnPointSet(&form);
+        again->SetFormat(format);
+        again->SetColumns(set->Columns());
+        again->LoadFromFile(path);
+        EXPECT_EQ(again->FileName(), path);
+        EXPECT_EQ(again->Rows(), 21);
+        EXPECT_EQ(again->Columns(), 17);
+        ASSERT_EQ(again->Values().size(), set->Values().size());
+        for (std::size_t k = 0; k < set->Values().size(); ++k)
+            EXPECT_EQ(std::signbit(again->Values()[k]), std::signbit(set->Values()[k])) << k;
+        EXPECT_EQ(again->Values(), set->Values());
+        EXPECT_EQ(again->WriteToText(), set->WriteToText());
+    }
+}
+
+TEST_F(PointSetFixture, FormatChangeConvertsTheHeldGrid) {
+    set->SetSpacingX(2);
+    set->ReadFromText("1 2\n3 4\n", "m.txt");
+    set->SetFormat(pfXYZ);
+    EXPECT_EQ(set->Values(), (std::vector<double>{0, 0, 1, 2, 0, 2, 0, 1, 3, 2, 1, 4}));
+    EXPECT_EQ(set->WriteToText(), "0 0 1\n2 0 2\n0 1 3\n2 1 4\n");
+    set->SetFormat(pfMatrix);
+    EXPECT_EQ(set->WriteToText(), "1 2\n3 4\n");
+}
+
+// --- colours ---------------------------------------------------------------------------------
+
+TEST_F(PointSetFixture, ColourByHeightRunsAlongTheRamp) {
+    set->SetColorRamp({clBlue, clLime, clRed});
+    set->SetColorByHeight(true);
+    set->SetHeightScale(-1); // the ramp follows the drawn heights
+    set->ReadFromText("0 5 10\n", "c.txt");
+    set->Init();
+    EXPECT_TRUE(set->Points()->EnabledArrays().Contains(daColor));
+    auto color = [&](int i) {
+        return std::vector<double>{
+            set->Points()->GetValues(i, 0, daColor), set->Points()->GetValues(i, 1, daColor),
+            set->Points()->GetValues(i, 2, daColor), set->Points()->GetValues(i, 3, daColor)};
+    };
+    EXPECT_EQ(color(2), (std::vector<double>{0, 0, 1, 1})); // lowest drawn: blue
+    EXPECT_EQ(color(1), (std::vector<double>{0, 1, 0, 1}));
+    EXPECT_EQ(color(0), (std::vector<double>{1, 0, 0, 1})); // highest drawn: red
+    set->SetColorByHeight(false);
+    set->Init();
+    EXPECT_FALSE(set->Points()->EnabledArrays().Contains(daColor));
+}
+
+TEST_F(PointSetFixture, FlatGridTakesTheFirstColour) {
+    set->SetColorRamp({clYellow});
+    set->SetColorByHeight(true);
+    set->ReadFromText("2 2\n2 2\n", "c.txt");
+    set->Init();
+    EXPECT_EQ(set->Points()->GetValues(3, 0, daColor), 1);
+    EXPECT_EQ(set->Points()->GetValues(3, 1, daColor), 1);
+    EXPECT_EQ(set->Points()->GetValues(3, 2, daColor), 0);
+}
+
+// --- scene file ------------------------------------------------------------------------------
+
+TEST_F(PointSetFixture, SceneKeepsTheDataBesideItAndReadsItBack) {
+    TempDir dir;
+    set->SetFormat(pfXYZ);
+    set->SetColumns(2);
+    set->ReadFromText("0 0 1\n1 0 2\n0 1 3\n1 1 4\n", "p.xyz");
+    set->SetHeightScale(3);
+    set->SetColorByHeight(true);
+    set->SetColorRamp({clWhite, clBlack});
+    FolderExchange ex;
+    ex.folder = dir.path;
+    set->WriteValues(ex);
+    ASSERT_TRUE(std::filesystem::exists(dir.path / "data1.xyz"));
+    ex.TakeTopLevelKeys();
+    EXPECT_EQ(ex.keys["FileName"], "data1.xyz");
+    EXPECT_EQ(ex.keys["Format"], "XYZ");
+
+    auto* other = new TOrnPointSet(&form);
+    other->ReadValues(ex);
+    EXPECT_EQ(other->Format(), pfXYZ);
+    EXPECT_EQ(other->Columns(), 2);
+    EXPECT_EQ(other->Rows(), 2);
+    EXPECT_EQ(other->Values(), set->Values());
+    EXPECT_EQ(other->HeightScale(), 3);
+    EXPECT_TRUE(other->ColorByHeight());
+    EXPECT_EQ(other->ColorRamp(), (std::vector<TColor>{clWhite, clBlack}));
+}
+
+TEST_F(PointSetFixture, SceneReferenceLeadingOutsideItsFolderIsIgnored) {
+    FolderExchange ex;
+    ex.keys["FileName"] = "../../etc/passwd";
+    set->ReadValues(ex);
+    EXPECT_TRUE(set->Values().empty());
+}
+
+TEST(PointSetRegistry, IsARenderClass) {
+    EXPECT_NE(GetRenderClass("TOrnPointSet"), nullptr);
+}

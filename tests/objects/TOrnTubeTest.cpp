@@ -1,0 +1,241 @@
+#include "geometry/GeometryTestSupport.h"
+
+#include <orn/objects/TOrnTube.h>
+#include <orn/scene/TOrnRegistry.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+using namespace orn;
+using orn::test::Length;
+
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+
+struct TubeFixture : ::testing::Test {
+    TComponent form{nullptr};
+    TOrnTube* tube = new TOrnTube(&form);
+
+    TOrnMathVector pos(int i) const { return tube->Points()->GetVector(i, daVertex); }
+    TOrnMathVector nrm(int i) const { return tube->Points()->GetVector(i, daNormal); }
+};
+
+double angle(const TOrnMathVector& a, const TOrnMathVector& b) {
+    return std::acos(std::clamp(OrnMathDotProduct(a, b) / (Length(a) * Length(b)), -1.0, 1.0));
+}
+
+/// Parallel transport turns each normal no more than the tangent turns (plus slack, for the share of a
+/// closed loop's twist), and keeps the frame orthonormal: what a flip or a sudden twist would break.
+void ExpectSmoothFrames(const std::vector<TOrnTubeFrame>& frames, double slack = 1e-6) {
+    for (std::size_t k = 0; k < frames.size(); ++k) {
+        const TOrnTubeFrame& f = frames[k];
+        EXPECT_NEAR(OrnMathDotProduct(f.tangent, f.normal), 0, 1e-9) << k;
+        EXPECT_NEAR(Length(f.normal), 1, 1e-9) << k;
+        EXPECT_NEAR(Length(f.binormal), 1, 1e-9) << k;
+        if (k == 0) continue;
+        const double turn = angle(frames[k - 1].tangent, f.tangent);
+        EXPECT_LE(angle(frames[k - 1].normal, f.normal), turn + slack) << k;
+    }
+}
+
+} // namespace
+
+// --- straight paths --------------------------------------------------------------------------
+
+TEST_F(TubeFixture, StraightLineIsACylinder) {
+    tube->SetRadius(0.5);
+    tube->SetSlices(16);
+    for (double z : {0.0, 0.5, 2.0, 3.0})
+        tube->Add({1, 2, z});
+    tube->Init();
+    ASSERT_EQ(tube->Points()->Count(), 4 * 17);
+    ASSERT_EQ(tube->PrimitiveCount(), 3);
+    const double zs[] = {0, 0.5, 2, 3};
+    for (int k = 0; k < 4; ++k)
+        for (int j = 0; j <= 16; ++j) {
+            const TOrnMathVector p = pos(k * 17 + j), n = nrm(k * 17 + j);
+            EXPECT_NEAR(std::hypot(p.x - 1, p.y - 2), 0.5, 1e-6);
+            EXPECT_NEAR(p.z, zs[k], 1e-6);
+            // The normal points straight out from the axis.
+            EXPECT_NEAR(n.z, 0, 1e-9);
+            EXPECT_NEAR(n.x, (p.x - 1) / 0.5, 1e-6);
+            EXPECT_NEAR(n.y, (p.y - 2) / 0.5, 1e-6);
+        }
+    // Every ring is the same ring: no twist along a straight path.
+    for (int j = 0; j <= 16; ++j) {
+        EXPECT_NEAR(pos(3 * 17 + j).x, pos(j).x, 1e-12);
+        EXPECT_NEAR(pos(3 * 17 + j).y, pos(j).y, 1e-12);
+    }
+    // The seam column repeats the first one exactly.
+    EXPECT_EQ(pos(16), pos(0));
+    EXPECT_TRUE(tube->Points()->GetFlag(0, 0));
+    EXPECT_TRUE(tube->Points()->GetFlag(16, 0));
+    EXPECT_FALSE(tube->Points()->GetFlag(5, 0));
+}
+
+TEST_F(TubeFixture, FacesWindOutwardsAndCapsFaceAwayFromTheTube) {
+    tube->Add({0, 0, 0});
+    tube->Add({2, 0, 0});
+    tube->SetCapStart(true);
+    tube->SetCapEnd(true);
+    tube->Init();
+    ASSERT_EQ(tube->PrimitiveCount(), 3);
+    const TOrnPrimitiveArray* wall = tube->Primitive(0);
+    EXPECT_EQ(wall->Type(), static_cast<GLenum>(GL_QUAD_STRIP));
+    for (int k = 0; k + 2 < wall->Count(); k += 2) {
+        TOrnMathVector face;
+        OrnMathNormalVector(pos(static_cast<int>(wall->Indices(k))),
+                            pos(static_cast<int>(wall->Indices(k + 1))),
+                            pos(static_cast<int>(wall->Indices(k + 2))), true, face);
+        const TOrnMathVector p = pos(static_cast<int>(wall->Indices(k)));
+        EXPECT_GT(OrnMathDotProduct(face, {0, p.y, p.z}), 0) << k;
+    }
+    const std::pair<int, double> caps[] = {{1, -1.0}, {2, 1.0}};
+    for (auto [list, direction] : caps) {
+        const TOrnPrimitiveArray* fan = tube->Primitive(list);
+        EXPECT_EQ(fan->Type(), static_cast<GLenum>(GL_TRIANGLE_FAN));
+        EXPECT_EQ(fan->Count(), 2 + 12);
+        TOrnMathVector face;
+        OrnMathNormalVector(pos(static_cast<int>(fan->Indices(0))), pos(static_cast<int>(fan->Indices(1))),
+                            pos(static_cast<int>(fan->Indices(2))), true, face);
+        EXPECT_NEAR(face.x, direction, 1e-9);
+        EXPECT_EQ(nrm(static_cast<int>(fan->Indices(0))), (TOrnMathVector{direction, 0, 0}));
+        EXPECT_NEAR(pos(static_cast<int>(fan->Indices(0))).x, direction > 0 ? 2 : 0, 1e-12);
+    }
+}
+
+TEST_F(TubeFixture, RadiusPerPointMakesAConeWhoseNormalsLean) {
+    tube->Add({0, 0, 0}, 1.0);
+    tube->Add({0, 0, 1}, 0.5);
+    tube->Add({0, 0, 2}); // the tube's radius
+    tube->SetRadius(0.0);
+    tube->Init();
+    EXPECT_NEAR(Length(pos(0)), 1.0, 1e-12);
+    EXPECT_NEAR(std::hypot(pos(13).x, pos(13).y), 0.5, 1e-12);
+    EXPECT_NEAR(std::hypot(pos(26).x, pos(26).y), 0.0, 1e-12);
+    // Radius falls by 0.5 per unit: the normal leans towards +z by atan(0.5).
+    const TOrnMathVector n = nrm(13);
+    EXPECT_NEAR(n.z / std::hypot(n.x, n.y), 0.5, 1e-9);
+}
+
+// --- curved paths ----------------------------------------------------------------------------
+
+TEST_F(TubeFixture, HelixFromTheRowFunctionHasNoFrameFlip) {
+    tube->OnCalcPath = [](const TOrnMathVector&, double t) {
+        return TOrnMathVector{std::cos(6 * kPi * t), std::sin(6 * kPi * t), 2 * t};
+    };
+    tube->SetPathSteps(300);
+    tube->SetRadius(0.1);
+    tube->Init();
+    const auto& frames = tube->Frames();
+    ASSERT_EQ(frames.size(), 301u);
+    ExpectSmoothFrames(frames);
+    // Neighbouring rings stay close: no ring turned round against the next.
+    const int ring = tube->Slices() + 1;
+    for (int k = 1; k < 301; ++k)
+        EXPECT_LT(OrnMathVectorDist(pos(k * ring + 3), pos((k - 1) * ring + 3)), 0.1) << k;
+}
+
+TEST_F(TubeFixture, ClosedTrefoilKnotMeetsItselfWithoutASeam) {
+    constexpr int n = 240;
+    for (int i = 0; i < n; ++i) {
+        const double t = 2 * kPi * i / n;
+        tube->Add({std::sin(t) + 2 * std::sin(2 * t), std::cos(t) - 2 * std::cos(2 * t), -std::sin(3 * t)});
+    }
+    tube->SetClosedPath(true);
+    tube->SetCapStart(true); // a closed path has no ends to cap
+    tube->Init();
+    const auto& frames = tube->Frames();
+    ASSERT_EQ(frames.size(), static_cast<std::size_t>(n + 1));
+    ExpectSmoothFrames(frames, 3 * kPi / n); // a twist of at most pi, spread over the loop
+    const int ring = tube->Slices() + 1;
+    ASSERT_EQ(tube->Points()->Count(), (n + 1) * ring);
+    EXPECT_EQ(tube->PrimitiveCount(), n);
+    for (int j = 0; j < ring; ++j) {
+        EXPECT_NEAR(OrnMathVectorDist(pos(n * ring + j), pos(j)), 0, 1e-9);
+        EXPECT_TRUE(tube->Points()->GetFlag(n * ring + j, 0));
+    }
+}
+
+TEST_F(TubeFixture, PathThatTurnsRightBackStaysFinite) {
+    tube->Add({0, 0, 0});
+    tube->Add({1, 0, 0});
+    tube->Add({0, 0, 0});
+    tube->Init();
+    for (int i = 0; i < tube->Points()->Count(); ++i) {
+        const TOrnMathVector p = pos(i), n = nrm(i);
+        EXPECT_TRUE(std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z)) << i;
+        EXPECT_NEAR(Length(n), 1, 1e-9) << i;
+    }
+}
+
+// --- degenerate input ------------------------------------------------------------------------
+
+TEST_F(TubeFixture, RepeatedAndNonFinitePointsAreSkipped) {
+    tube->Add({0, 0, 0});
+    tube->Add({0, 0, 0});
+    tube->Add({NAN, 0, 1});
+    tube->Add({0, 0, INFINITY});
+    tube->Init();
+    EXPECT_EQ(tube->Points()->Count(), 0);
+    EXPECT_EQ(tube->PrimitiveCount(), 0);
+    tube->Add({0, 0, 1});
+    tube->Init();
+    EXPECT_EQ(tube->Frames().size(), 2u);
+    EXPECT_EQ(tube->PrimitiveCount(), 1);
+}
+
+TEST_F(TubeFixture, EditingThePath) {
+    tube->Add({0, 0, 0});
+    tube->Add({0, 0, 2});
+    tube->Insert(1, {0, 0, 1}, 0.3);
+    tube->Insert(99, {0, 0, 3});
+    EXPECT_EQ(tube->Count(), 4);
+    EXPECT_EQ(tube->PathPoint(1), (TOrnMathVector{0, 0, 1}));
+    EXPECT_EQ(tube->PathPoint(3), (TOrnMathVector{0, 0, 3}));
+    tube->Delete(0);
+    tube->Delete(7);
+    EXPECT_EQ(tube->Count(), 3);
+    EXPECT_EQ(tube->PathPoint(9), (TOrnMathVector{0, 0, 0}));
+    tube->SetSlices(2);
+    EXPECT_EQ(tube->Slices(), 12);
+    tube->Clear();
+    EXPECT_EQ(tube->Count(), 0);
+}
+
+// --- scene file ------------------------------------------------------------------------------
+
+TEST_F(TubeFixture, KeysRoundTrip) {
+    tube->SetRadius(0.75);
+    tube->SetSlices(7);
+    tube->SetCapEnd(true);
+    tube->SetClosedPath(true);
+    tube->SetPathSteps(9);
+    tube->Add({1, 2, 3}, 0.5);
+    tube->Add({4, 5, 6.25});
+    orn::test::TraceExchange ex;
+    tube->WriteValues(ex);
+    ex.TakeTopLevelKeys();
+    EXPECT_EQ(ex.keys["Points"], "1,2,3,0.5;4,5,6.25,-1");
+    auto* other = new TOrnTube(&form);
+    other->ReadValues(ex);
+    EXPECT_EQ(other->Radius(), 0.75);
+    EXPECT_EQ(other->Slices(), 7);
+    EXPECT_TRUE(other->CapEnd());
+    EXPECT_FALSE(other->CapStart());
+    EXPECT_TRUE(other->ClosedPath());
+    EXPECT_EQ(other->PathSteps(), 9);
+    ASSERT_EQ(other->Count(), 2);
+    EXPECT_EQ(other->PathPoint(1), (TOrnMathVector{4, 5, 6.25}));
+
+    ex.keys["Points"] = "1,2,x";
+    other->ReadValues(ex);
+    EXPECT_EQ(other->Count(), 2); // a bad path is ignored
+}
+
+TEST(TubeRegistry, IsARenderClass) {
+    EXPECT_NE(GetRenderClass("TOrnTube"), nullptr);
+}
