@@ -63,9 +63,11 @@ void BM_GetObj10000(benchmark::State& state) {
     view->SetCamera(&camera);
     auto* scene = new TOrnNode(&form);
     for (int i = 0; i < 10000; ++i) {
-        auto* cube = new app::DemoCube(&form);
+        auto* cube = new TOrnBox(&form);
+        cube->SetWidth(0.8f);
+        cube->SetHeight(0.8f);
+        cube->SetDepth(0.8f);
         cube->Transformation()->Translation()->SetValues(float(i % 100 - 49.5), float(i / 100 - 49.5), 0);
-        cube->Transformation()->Scale()->SetValues(0.8f, 0.8f, 0.8f);
         scene->Add(cube);
     }
     view->OnRender = [scene](TOrnView* v) { scene->Render(v); };

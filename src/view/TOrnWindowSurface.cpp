@@ -87,7 +87,8 @@ public:
         if (!fWindow) return;
         int w = 0, h = 0;
         glfwGetFramebufferSize(fWindow, &w, &h);
-        if (w != std::max(width, 1) || h != std::max(height, 1))
+        // A minimised window reports 0 x 0: that is not a request to shrink it.
+        if (std::max(w, 1) != std::max(width, 1) || std::max(h, 1) != std::max(height, 1))
             glfwSetWindowSize(fWindow, std::max(width, 1), std::max(height, 1));
     }
     void Invalidate() override { glfwPostEmptyEvent(); }

@@ -20,9 +20,9 @@ constexpr double kHalf = 3.0; // the view shows −3 … 3 in x and y
 
 /// Renders a white object on black through an orthographic view of −3 … 3 looking down −z; pixels
 /// are 0.05 units wide.
-class ShapePixels : public orn::test::GLTest {
+class RotObjPixels : public orn::test::GLTest {
 protected:
-    ShapePixels() : GLTest(kSize, kSize) {}
+    RotObjPixels() : GLTest(kSize, kSize) {}
     TComponent form{nullptr};
     orn::test::TestView* view = new orn::test::TestView(&form);
 
@@ -55,7 +55,7 @@ std::array<int, 4> Bounds(const Image& image) {
 
 } // namespace
 
-TEST_F(ShapePixels, DefaultSphereIsAUnitDiscAtTheOrigin) {
+TEST_F(RotObjPixels, DefaultSphereIsAUnitDiscAtTheOrigin) {
     auto* sphere = new TOrn3dObj(&form);
     const Image image = Draw(sphere);
     // Radius 1 is 20 pixels: a disc of about pi × 400 pixels, a little less for the 10-sided outline.
@@ -71,7 +71,7 @@ TEST_F(ShapePixels, DefaultSphereIsAUnitDiscAtTheOrigin) {
     EXPECT_FALSE(Lit(image, 1.2, 0));
 }
 
-TEST_F(ShapePixels, DefaultSphereMovesWithItsTransformation) {
+TEST_F(RotObjPixels, DefaultSphereMovesWithItsTransformation) {
     auto* sphere = new TOrn3dObj(&form);
     sphere->Transformation()->Translation()->SetX(1.5);
     const Image image = Draw(sphere);
@@ -80,7 +80,7 @@ TEST_F(ShapePixels, DefaultSphereMovesWithItsTransformation) {
     EXPECT_FALSE(Lit(image, 0, 0));
 }
 
-TEST_F(ShapePixels, DefaultTorusFromAboveIsADiscOfRadiusTwo) {
+TEST_F(RotObjPixels, DefaultTorusFromAboveIsADiscOfRadiusTwo) {
     auto* torus = new TOrn3dObj(&form);
     torus->SetObjArt(TOrn3dObjects::Torus);
     const Image image = Draw(torus);
@@ -95,7 +95,7 @@ TEST_F(ShapePixels, DefaultTorusFromAboveIsADiscOfRadiusTwo) {
     EXPECT_LT(area, 1.02 * std::numbers::pi * 1600);
 }
 
-TEST_F(ShapePixels, DefaultTorusFromTheSideIsAsWideAsItsRingAndAsHighAsItsTube) {
+TEST_F(RotObjPixels, DefaultTorusFromTheSideIsAsWideAsItsRingAndAsHighAsItsTube) {
     auto* torus = new TOrn3dObj(&form);
     torus->SetObjArt(TOrn3dObjects::Torus);
     torus->SetSlices(40);

@@ -8,7 +8,7 @@ namespace orn {
 
 /// How texture coordinates follow from positions: kept as the shape stored them (txStandard), one
 /// coordinate linear in one axis, two in two axes, or the distance from ParamVector.
-enum TOrnTextureMode {
+enum TOrnTextureMode : int {
     txStandard,
     txLinearX,
     txLinearY,
