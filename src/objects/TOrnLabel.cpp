@@ -2,6 +2,7 @@
 #include <orn/scene/TOrnRegistry.h>
 #include <orn/state/TOrnTexture.h>
 #include <orn/view/TOrnView.h>
+#include <orn/view/TOrnViewCanvas.h>
 
 #include <GL/gl.h>
 
@@ -108,6 +109,30 @@ void TOrnLabel::DoRender(TOrnCustomView* view) {
     auto* ornView = dynamic_cast<TOrnView*>(view);
     // ReInit is 1 while the view renders into a bitmap, a context of its own: draw the caption anew.
     if (!fInitialized || !ornView || ornView->ReInit() == 1) Init();
+    if (!ornView) return; // no canvas to draw on
+    // In window pixels, not under the label's own transformation.
+    glPopMatrix();
+    const TOrnMathVector p = ornView->WinFrom3D(Transformation()->Translation()->AsMathVector());
+    const int x = static_cast<int>(std::nearbyint(p.x)) + fShiftX;
+    const int y = static_cast<int>(std::nearbyint(p.y)) + fShiftY;
+    glPushMatrix();
+    fTexture->Render(view);
+
+    TOrnViewCanvas& canvas = ornView->Canvas();
+    const TOrnCanvasTransparency savedTransparency = canvas.Transparency();
+    canvas.SetTransparency(static_cast<TOrnCanvasTransparency>(fTransparency));
+    TOrnTransformation saved, turn;
+    saved.Assign(canvas.Transformation());
+    turn.Assign(Transformation());
+    turn.Translation()->SetAsMathVector({0, 0, 0}); // the position is (x, y) already
+    canvas.SetTransformation(&turn);
+    TOrnGLTextureName image(fTexture->TextureName(), fTexture->Bitmap()->Width(),
+                            fTexture->Bitmap()->Height());
+    // DrawTexture maps the source rectangle in bitmap pixels (top row first) onto the window
+    // rectangle, blended by the canvas's transparency.
+    canvas.DrawTexture(image, Rect(x, y, x + fWidth, y + fHeight), Rect(0, 0, fWidth, fHeight));
+    canvas.SetTransformation(&saved);
+    canvas.SetTransparency(savedTransparency);
 }
 
 // The object's part first: its colour change measures the caption, and the size copied is final.
