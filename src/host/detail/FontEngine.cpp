@@ -6,6 +6,7 @@
 #include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
+#include FT_OUTLINE_H
 #include FT_SYNTHESIS_H
 #include FT_TRUETYPE_TABLES_H
 
@@ -32,6 +33,95 @@ struct FontFile {
     int Index = 0;
     bool SynthBold = false;
     bool SynthItalic = false;
+};
+
+// Collects a decomposed outline as polylines in font units, each curve cut into as many equal
+// steps as keep its chords within the tolerance (from the bound on the curve's second derivative).
+class OutlineFlattener {
+public:
+    OutlineFlattener(double tolerance, double offsetX) : fTolerance(tolerance), fOffsetX(offsetX) {}
+
+    void Decompose(FT_Outline& outline, std::vector<std::vector<OutlinePoint>>& contours) {
+        FT_Outline_Funcs funcs{};
+        funcs.move_to = &MoveTo;
+        funcs.line_to = &LineTo;
+        funcs.conic_to = &ConicTo;
+        funcs.cubic_to = &CubicTo;
+        fContours = &contours;
+        fFirst = contours.size();
+        FT_Outline_Decompose(&outline, &funcs, this);
+        for (std::size_t c = fFirst; c < contours.size(); ++c)
+            Close(contours[c]);
+        contours.erase(std::remove_if(contours.begin() + static_cast<std::ptrdiff_t>(fFirst), contours.end(),
+                                      [](const auto& contour) { return contour.size() < 3; }),
+                       contours.end());
+    }
+
+private:
+    static constexpr int kMaxSteps = 256;
+
+    static OutlineFlattener& Self(void* user) { return *static_cast<OutlineFlattener*>(user); }
+    static int MoveTo(const FT_Vector* to, void* user) {
+        Self(user).fContours->emplace_back();
+        Self(user).fPen = {static_cast<double>(to->x), static_cast<double>(to->y)};
+        Self(user).Add(Self(user).fPen);
+        return 0;
+    }
+    static int LineTo(const FT_Vector* to, void* user) {
+        Self(user).fPen = {static_cast<double>(to->x), static_cast<double>(to->y)};
+        Self(user).Add(Self(user).fPen);
+        return 0;
+    }
+    static int ConicTo(const FT_Vector* control, const FT_Vector* to, void* user) {
+        OutlineFlattener& f = Self(user);
+        const OutlinePoint p0 = f.fPen, p1{double(control->x), double(control->y)},
+                           p2{double(to->x), double(to->y)};
+        const int n = f.Steps(std::hypot(p0.X - 2 * p1.X + p2.X, p0.Y - 2 * p1.Y + p2.Y) / 4);
+        for (int i = 1; i <= n; ++i) {
+            const double t = static_cast<double>(i) / n, u = 1 - t;
+            f.Add({u * u * p0.X + 2 * u * t * p1.X + t * t * p2.X,
+                   u * u * p0.Y + 2 * u * t * p1.Y + t * t * p2.Y});
+        }
+        f.fPen = p2;
+        return 0;
+    }
+    static int CubicTo(const FT_Vector* c1, const FT_Vector* c2, const FT_Vector* to, void* user) {
+        OutlineFlattener& f = Self(user);
+        const OutlinePoint p0 = f.fPen, p1{double(c1->x), double(c1->y)}, p2{double(c2->x), double(c2->y)},
+                           p3{double(to->x), double(to->y)};
+        const double bend = std::max(std::hypot(p0.X - 2 * p1.X + p2.X, p0.Y - 2 * p1.Y + p2.Y),
+                                     std::hypot(p1.X - 2 * p2.X + p3.X, p1.Y - 2 * p2.Y + p3.Y));
+        const int n = f.Steps(bend * 3 / 4);
+        for (int i = 1; i <= n; ++i) {
+            const double t = static_cast<double>(i) / n, u = 1 - t;
+            const double a = u * u * u, b = 3 * u * u * t, c = 3 * u * t * t, d = t * t * t;
+            f.Add({a * p0.X + b * p1.X + c * p2.X + d * p3.X, a * p0.Y + b * p1.Y + c * p2.Y + d * p3.Y});
+        }
+        f.fPen = p3;
+        return 0;
+    }
+
+    // Equal steps n keep the chord error within bend / n^2.
+    int Steps(double bend) const {
+        const double n = std::ceil(std::sqrt(bend / fTolerance));
+        return std::isfinite(n) ? std::clamp(static_cast<int>(n), 1, kMaxSteps) : 1;
+    }
+    void Add(OutlinePoint p) {
+        p.X += fOffsetX;
+        auto& contour = fContours->back();
+        if (contour.empty() || contour.back().X != p.X || contour.back().Y != p.Y) contour.push_back(p);
+    }
+    static void Close(std::vector<OutlinePoint>& contour) {
+        while (contour.size() > 1 && contour.back().X == contour.front().X &&
+               contour.back().Y == contour.front().Y)
+            contour.pop_back();
+    }
+
+    double fTolerance;
+    double fOffsetX;
+    OutlinePoint fPen;
+    std::vector<std::vector<OutlinePoint>>* fContours = nullptr;
+    std::size_t fFirst = 0;
 };
 
 // A face at one style; its glyphs are cached per pixel size and glyph index.
@@ -74,6 +164,48 @@ public:
         }
         layout.Width = static_cast<int>((pen + 32) >> 6);
         return layout;
+    }
+
+    TextOutline Outline(const FontRequest& request, std::string_view utf8, double tolerance) {
+        std::lock_guard lock(fMutex);
+        Face& face = Resolve(request);
+        FT_Face handle = face.Handle;
+        const double em = handle->units_per_EM > 0 ? handle->units_per_EM : 1000.0;
+        TextOutline text;
+        text.Ascent = handle->ascender / em;
+        text.Descent = -handle->descender / em;
+        const double limit = static_cast<double>(kMaxTextExtent) * em;
+        double pen = 0;
+        FT_UInt previous = 0;
+        const bool kerning = FT_HAS_KERNING(handle);
+        for (char32_t cp : DecodeUtf8(utf8)) {
+            const FT_UInt index = FT_Get_Char_Index(handle, cp);
+            if (kerning && previous && index) {
+                FT_Vector delta{};
+                if (FT_Get_Kerning(handle, previous, index, FT_KERNING_UNSCALED, &delta) == 0) pen += delta.x;
+            }
+            previous = index;
+            if (FT_Load_Glyph(handle, index, FT_LOAD_NO_SCALE | FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP) !=
+                    0 ||
+                handle->glyph->format != FT_GLYPH_FORMAT_OUTLINE)
+                continue;
+            FT_Outline& outline = handle->glyph->outline;
+            if (face.SynthItalic) {
+                FT_Matrix shear{0x10000, 0x0366A, 0, 0x10000}; // the slant FreeType's own oblique uses
+                FT_Outline_Transform(&outline, &shear);
+            }
+            if (face.SynthBold)
+                FT_Outline_EmboldenXY(&outline, static_cast<FT_Pos>(em / 24), static_cast<FT_Pos>(em / 24));
+            OutlineFlattener(tolerance * em, pen).Decompose(outline, text.Contours);
+            pen = std::min(pen + static_cast<double>(handle->glyph->metrics.horiAdvance), limit);
+        }
+        for (auto& contour : text.Contours)
+            for (OutlinePoint& p : contour) {
+                p.X /= em;
+                p.Y /= em;
+            }
+        text.Width = pen / em;
+        return text;
     }
 
 private:
@@ -237,6 +369,10 @@ std::u32string DecodeUtf8(std::string_view s) {
 
 TextLayout LayOutText(const FontRequest& request, std::string_view utf8) {
     return FontEngine::Instance().LayOut(request, utf8);
+}
+
+TextOutline OutlineText(const FontRequest& request, std::string_view utf8, double tolerance) {
+    return FontEngine::Instance().Outline(request, utf8, tolerance);
 }
 
 } // namespace orn::detail

@@ -51,6 +51,26 @@ struct TextLayout {
 /// valid for the life of the program. Throws EOrnError when FreeType refuses the font file.
 TextLayout LayOutText(const FontRequest& request, std::string_view utf8);
 
+/// A point of a glyph outline in ems (the font's em square is 1 × 1), y upwards, baseline at y = 0.
+struct OutlinePoint {
+    double X = 0;
+    double Y = 0;
+};
+
+/// The outlines of a line of text: closed contours (the first point is not repeated at the end),
+/// each glyph placed at its pen position from x = 0. Which contours are holes follows from nesting.
+struct TextOutline {
+    std::vector<std::vector<OutlinePoint>> Contours;
+    double Width = 0; // the advance of the whole text
+    double Ascent = 0;
+    double Descent = 0; // positive, below the baseline
+};
+
+/// Unhinted outlines of UTF-8 text in the request's face and style (its height does not matter:
+/// everything is in ems), curves flattened so that no chord strays more than tolerance ems from
+/// its curve. Throws EOrnError when FreeType refuses the font file.
+TextOutline OutlineText(const FontRequest& request, std::string_view utf8, double tolerance);
+
 /// The code points of UTF-8 text, U+FFFD for each malformed sequence.
 std::u32string DecodeUtf8(std::string_view utf8);
 

@@ -1,0 +1,74 @@
+#include <orn/objects/TOrnFont.h>
+
+#include <array>
+#include <cmath>
+#include <string>
+#include <strings.h>
+
+namespace orn {
+namespace {
+
+constexpr std::array<const char*, 4> kStyleNames = {"fsBold", "fsItalic", "fsUnderline", "fsStrikeOut"};
+
+std::string StyleText(TFontStyles style) {
+    std::string out;
+    for (std::size_t i = 0; i < kStyleNames.size(); ++i)
+        if (style.Contains(static_cast<TFontStyle>(i)))
+            out += (out.empty() ? "" : ",") + std::string(kStyleNames[i]);
+    return out;
+}
+
+// Unknown names are skipped, so that a style list from a newer file still reads.
+TFontStyles ParseStyle(const std::string& text) {
+    TFontStyles style;
+    std::size_t start = 0;
+    while (start <= text.size()) {
+        std::size_t end = text.find(',', start);
+        if (end == std::string::npos) end = text.size();
+        const std::string name = text.substr(start, end - start);
+        for (std::size_t i = 0; i < kStyleNames.size(); ++i)
+            if (strcasecmp(name.c_str(), kStyleNames[i]) == 0) style.Include(static_cast<TFontStyle>(i));
+        start = end + 1;
+    }
+    return style;
+}
+
+} // namespace
+
+void TOrnFont::SetAlpha(float value) {
+    if (!(value >= 0.0f && value <= 1.0f)) return;
+    if (assignIfChanged(fAlpha, value)) Changed();
+}
+
+void TOrnFont::Assign(const TPersistent* source) {
+    const auto* other = dynamic_cast<const TOrnFont*>(source);
+    if (other && other->fAlpha != fAlpha) {
+        // One notification for the whole copy: the alpha goes in quietly, the font part notifies.
+        const TNotifyEvent handler = std::move(OnChange);
+        OnChange = nullptr;
+        fAlpha = other->fAlpha;
+        TFont::Assign(source);
+        OnChange = handler;
+        Changed();
+        return;
+    }
+    TFont::Assign(source);
+}
+
+void TOrnFont::WriteValues(TOrnCustomExchange& exchange) {
+    exchange.WriteString("Name", Name(), kDefaultName);
+    exchange.WriteInt("Height", Height(), kDefaultHeight);
+    exchange.WriteString("Style", StyleText(Style()), "");
+    exchange.WriteColor("Color", Color(), clBlack);
+    exchange.WriteFloat("Alpha", fAlpha, 1.0);
+}
+
+void TOrnFont::ReadValues(TOrnCustomExchange& exchange) {
+    SetName(exchange.ReadString("Name", Name()));
+    SetHeight(exchange.ReadInt32("Height", Height()));
+    SetStyle(ParseStyle(exchange.ReadString("Style", StyleText(Style()))));
+    SetColor(exchange.ReadColor("Color", Color()));
+    SetAlpha(static_cast<float>(exchange.ReadFloat("Alpha", fAlpha)));
+}
+
+} // namespace orn

@@ -1,0 +1,275 @@
+#include <orn/host/TBitmap.h>
+#include <orn/host/TComponentClass.h>
+#include <orn/objects/TOrnLabel.h>
+#include <orn/scene/TOrnRegistry.h>
+#include <orn/state/TOrnTexture.h>
+
+#include "geometry/GeometryTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+using namespace orn;
+using orn::test::TraceExchange;
+
+namespace {
+
+TSize Extent(const std::string& text, const TFont& font) {
+    TBitmap bitmap(1, 1);
+    bitmap.Canvas().Font().Assign(&font);
+    return bitmap.Canvas().TextExtent(text);
+}
+
+bool IsPowerOfTwo(int n) {
+    return n > 0 && (n & (n - 1)) == 0;
+}
+
+// The alpha of bitmap pixel (x, y), y counted from the top, from the texture's bottom-up pixels.
+int AlphaAt(const TOrnTexture& texture, int x, int y) {
+    const int w = texture.Bitmap()->Width(), h = texture.Bitmap()->Height();
+    return texture.Pixels()[(static_cast<std::size_t>(h - 1 - y) * w + x) * 4 + 3];
+}
+
+struct Form {
+    TComponent form{nullptr};
+    TOrnLabel* label = new TOrnLabel(&form);
+};
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// A new label
+
+TEST(TOrnLabelNew, ShowsItsClassNameAtTheTextExtentOnATransparentBackground) {
+    Form f;
+    EXPECT_EQ(f.label->Caption(), "TOrnLabel");
+    const TSize extent = Extent("TOrnLabel", *f.label->Font());
+    EXPECT_EQ(f.label->Width(), extent.cx);
+    EXPECT_EQ(f.label->Height(), extent.cy);
+    EXPECT_EQ(f.label->Color()->Alpha(), 0.0f);
+    EXPECT_EQ(f.label->Transparency(), tmAlpha);
+    EXPECT_FALSE(f.label->Initialized());
+    ASSERT_NE(f.label->LabelTexture(), nullptr);
+    EXPECT_EQ(f.label->LabelTexture()->Owner(), f.label);
+    // The bitmap is 64 × 16 from the start and stays so: the caption fits that.
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 64);
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Height(), 16);
+    f.label->Init();
+    EXPECT_TRUE(f.label->Initialized());
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 64);
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Height(), 16);
+}
+
+TEST(TOrnLabelNew, RegisteredAsARenderClassOnTheObjectPage) {
+    EXPECT_EQ(GetRenderClass("TORNLABEL"), ClassOf<TOrnLabel>());
+    const auto page = GetPaletteClasses("Orn Obj");
+    EXPECT_NE(std::find(page.begin(), page.end(), ClassOf<TOrnLabel>()), page.end());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The caption in the bitmap
+
+TEST(TOrnLabelInit, TextPixelsTakeTheFontAlphaAndTheBackgroundTheColourAlpha) {
+    Form f;
+    f.label->Font()->SetHeight(-40); // stems several pixels wide, so some pixels are wholly text
+    f.label->Font()->SetColor(clRed);
+    f.label->Font()->SetAlpha(0.5f);
+    f.label->Color()->SetAlpha(0.25f);
+    f.label->SetCaption("IIII");
+    f.label->Init();
+    const TOrnTexture& texture = *f.label->LabelTexture();
+    TCanvas& canvas = texture.Bitmap()->Canvas();
+    int text = 0, background = 0;
+    for (int y = 0; y < texture.Bitmap()->Height(); ++y)
+        for (int x = 0; x < texture.Bitmap()->Width(); ++x) {
+            const TColor c = canvas.Pixels(x, y);
+            if (c == clRed) {
+                ++text;
+                EXPECT_EQ(AlphaAt(texture, x, y), 128);
+            } else {
+                ++background;
+                EXPECT_EQ(AlphaAt(texture, x, y), 64);
+            }
+        }
+    EXPECT_GT(text, 20); // the stems of the I's
+    EXPECT_GT(background, text);
+    // Outside the text cell the background is one step off the (white) label colour.
+    EXPECT_EQ(canvas.Pixels(texture.Bitmap()->Width() - 1, texture.Bitmap()->Height() - 1), TColor(0xFFFFFE));
+}
+
+TEST(TOrnLabelInit, ABlackLabelPaintsItsBackgroundWithColourValueOne) {
+    Form f;
+    f.label->Color()->SetColor(clBlack);
+    f.label->Init();
+    const TOrnTexture& texture = *f.label->LabelTexture();
+    EXPECT_EQ(texture.Bitmap()->Canvas().Pixels(63, 15), TColor(1));
+    EXPECT_EQ(AlphaAt(texture, 63, 15), 0); // invisible: the colour's alpha is 0
+}
+
+TEST(TOrnLabelInit, TheBitmapIsThePowerOfTwoAboveTheTextExtent) {
+    Form f;
+    for (int height : {-8, -11, -20, -33, -64}) {
+        f.label->Font()->SetHeight(height);
+        f.label->SetCaption("Label " + std::to_string(height));
+        f.label->Init();
+        const TBitmap& bitmap = *f.label->LabelTexture()->Bitmap();
+        SCOPED_TRACE(height);
+        EXPECT_TRUE(IsPowerOfTwo(bitmap.Width()));
+        EXPECT_TRUE(IsPowerOfTwo(bitmap.Height()));
+        EXPECT_GT(bitmap.Width(), f.label->Width());
+        EXPECT_LE(bitmap.Width(), 2 * f.label->Width());
+        EXPECT_GT(bitmap.Height(), f.label->Height());
+        EXPECT_LE(bitmap.Height(), 2 * f.label->Height());
+        EXPECT_TRUE(f.label->LabelTexture()->Valid());
+    }
+}
+
+TEST(TOrnLabelInit, AnEmptyOrHugeCaptionStillGivesAValidTexture) {
+    Form f;
+    f.label->SetCaption("");
+    f.label->Init();
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 2);
+    EXPECT_TRUE(f.label->Initialized());
+    f.label->SetCaption(std::string(5000, 'W'));
+    f.label->Init();
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 4096);
+    EXPECT_TRUE(f.label->LabelTexture()->Valid());
+}
+
+TEST(TOrnLabelInit, DesignStateDrawsNothing) {
+    TComponent form(nullptr);
+    form.SetDesigning(true);
+    auto* label = new TOrnLabel(&form);
+    EXPECT_TRUE(label->LabelTexture()->Bitmap()->Empty());
+    label->SetSize(0, 100);
+    EXPECT_TRUE(label->LabelTexture()->Bitmap()->Empty());
+    EXPECT_EQ(label->Width(), 100);
+    label->Init();
+    EXPECT_FALSE(label->Initialized());
+    EXPECT_TRUE(label->LabelTexture()->Pixels().empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Size
+
+TEST(TOrnLabelSize, TextWidthAndHeightGrowWithTheFontSize) {
+    Form f;
+    int lastWidth = 0, lastHeight = 0;
+    for (int points : {6, 8, 12, 24, 48}) {
+        f.label->Font()->SetSize(points);
+        EXPECT_GT(f.label->Width(), lastWidth) << points;
+        EXPECT_GT(f.label->Height(), lastHeight) << points;
+        lastWidth = f.label->Width();
+        lastHeight = f.label->Height();
+    }
+}
+
+TEST(TOrnLabelSize, AChangedFontResetsWidthAndHeightToTheTextExtent) {
+    Form f;
+    f.label->SetSize(0, 300);
+    f.label->SetSize(1, 40);
+    EXPECT_EQ(f.label->Width(), 300);
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 300); // set directly, the bitmap follows
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Height(), 40);
+    f.label->Font()->SetStyle({fsBold});
+    const TSize extent = Extent("TOrnLabel", *f.label->Font());
+    EXPECT_EQ(f.label->Width(), extent.cx);
+    EXPECT_EQ(f.label->Height(), extent.cy);
+    EXPECT_GT(extent.cx, Extent("TOrnLabel", TFont()).cx);
+    f.label->SetFont(nullptr); // ignored
+    EXPECT_EQ(f.label->Width(), extent.cx);
+}
+
+TEST(TOrnLabelSize, NegativeSizesCountAsZeroAndOtherIndicesAreIgnored) {
+    Form f;
+    f.label->SetSize(0, -5);
+    EXPECT_EQ(f.label->Width(), 0);
+    const int height = f.label->Height();
+    f.label->SetSize(2, 99);
+    EXPECT_EQ(f.label->Height(), height);
+}
+
+TEST(TOrnLabelSize, EveryChangeClearsTheInitialisedFlag) {
+    Form f;
+    const std::vector<std::function<void()>> changes = {
+        [&] { f.label->SetCaption("x"); },          [&] { f.label->Font()->SetColor(clBlue); },
+        [&] { f.label->Color()->SetColor(clRed); }, [&] { f.label->Color()->SetAlpha(0.5f); },
+        [&] { f.label->SetSize(0, 10); },           [&] { f.label->SetSize(1, 10); },
+        [&] { f.label->Font()->SetAlpha(0.5f); }};
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        f.label->Init();
+        ASSERT_TRUE(f.label->Initialized());
+        changes[i]();
+        EXPECT_FALSE(f.label->Initialized()) << i;
+    }
+}
+
+TEST(TOrnLabelSize, TheColourStillTellsTheObjectOfItsChange) {
+    Form f;
+    int changes = 0;
+    f.label->OnChange = [&](TObject*) { ++changes; };
+    f.label->Color()->SetColor(clGreen);
+    EXPECT_EQ(changes, 1);
+}
+
+TEST(TOrnLabelSize, ALabelWhoseTextureIsGoneStaysQuiet) {
+    Form f;
+    delete f.label->LabelTexture();
+    EXPECT_EQ(f.label->LabelTexture(), nullptr);
+    f.label->SetCaption("still here");
+    f.label->SetSize(0, 20);
+    f.label->Init();
+    EXPECT_FALSE(f.label->Initialized());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Scene file
+
+TEST(TOrnLabelExchange, KeysRoundTripWithTheSavedSize) {
+    Form f;
+    f.label->SetCaption("Peak <1>");
+    f.label->SetShiftX(10);
+    f.label->SetShiftY(-3);
+    f.label->SetTransparency(tmAddColor);
+    f.label->Font()->SetHeight(-20);
+    f.label->SetSize(0, 77);
+    TraceExchange out;
+    f.label->WriteValues(out);
+    const auto keys = out.KeyNames();
+    for (const char* key : {"Caption", "Width", "Height", "Transparency", "ShiftX", "ShiftY"})
+        EXPECT_NE(std::find(keys.begin(), keys.end(), key), keys.end()) << key;
+    EXPECT_NE(std::find(out.trace.begin(), out.trace.end(), "<Font"), out.trace.end());
+    EXPECT_NE(std::find(out.trace.begin(), out.trace.end(), "Transparency=tmAddColor"), out.trace.end());
+
+    Form g;
+    TraceExchange in;
+    in.trace = out.trace;
+    in.TakeTopLevelKeys();
+    g.label->ReadValues(in);
+    TraceExchange font;
+    font.keys = {{"Height", "-20"}};
+    EXPECT_EQ(g.label->ReadComp(font, "FONT"), g.label->Font());
+    EXPECT_EQ(g.label->Caption(), "Peak <1>");
+    EXPECT_EQ(g.label->ShiftX(), 10);
+    EXPECT_EQ(g.label->ShiftY(), -3);
+    EXPECT_EQ(g.label->Transparency(), tmAddColor);
+    EXPECT_EQ(g.label->Font()->Height(), -20);
+    EXPECT_EQ(g.label->Width(), 77);
+    EXPECT_EQ(g.label->Height(), f.label->Height());
+}
+
+TEST(TOrnLabelExchange, AssignCopiesCaptionFontShiftsAndSize) {
+    Form f;
+    Form g;
+    f.label->SetCaption("copy");
+    f.label->SetShiftX(4);
+    f.label->Font()->SetAlpha(0.5f);
+    f.label->SetSize(1, 30);
+    g.label->Assign(f.label);
+    EXPECT_EQ(g.label->Caption(), "copy");
+    EXPECT_EQ(g.label->ShiftX(), 4);
+    EXPECT_EQ(g.label->Font()->Alpha(), 0.5f);
+    EXPECT_EQ(g.label->Height(), 30);
+    EXPECT_EQ(g.label->Width(), f.label->Width());
+}
