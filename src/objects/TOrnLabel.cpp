@@ -76,7 +76,8 @@ void TOrnLabel::SetSize(int index, int value) {
 }
 
 void TOrnLabel::DoOnChange(TObject*) {
-    if (fTexture) {
+    // While loading, the size is the one saved: the colour and font read after it must not re-measure.
+    if (fTexture && !ComponentState().Contains(csLoading)) {
         TCanvas& canvas = fTexture->Bitmap()->Canvas();
         canvas.Font().Assign(fFont.get());
         // Straight into the fields: the bitmap is sized by Init.
