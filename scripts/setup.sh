@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 packages=(
     build-essential cmake pkg-config
     libgl-dev libglu1-mesa-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
-    libglfw3-dev xvfb xauth
+    libglfw3-dev libx11-dev xvfb xauth
     libfreetype-dev libfontconfig-dev fonts-dejavu-core
     libpng-dev
     libgtest-dev libgmock-dev libbenchmark-dev libpugixml-dev
