@@ -3,6 +3,7 @@
 #include <orn/geometry/TOrnPrimitiveObj.h>
 #include <orn/objects/TOrnFont.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,7 +11,7 @@
 namespace orn {
 
 /// Where a caption stands relative to x = 0: starting there, ending there, or centred on it.
-enum TOrnAlignment { taLeftJustify, taRightJustify, taCenter };
+enum TOrnAlignment : std::uint8_t { taLeftJustify, taRightJustify, taCenter };
 
 /// The names under which the scene file writes a TOrnAlignment.
 extern const char* const kAlignmentNames[3];
