@@ -1,8 +1,21 @@
 #include <orn/host/TControl.h>
 
 #include <algorithm>
+#include <climits>
 
 namespace orn {
+
+namespace {
+
+// A parent's point in a control's pixels; far-away points stay far away without overflowing.
+TPoint ToControl(const TControl& control, int x, int y) {
+    auto local = [](int v, int origin) {
+        return static_cast<int>(std::clamp<long long>(static_cast<long long>(v) - origin, INT_MIN, INT_MAX));
+    };
+    return Point(local(x, control.Left()), local(y, control.Top()));
+}
+
+} // namespace
 
 // --- TControlParent
 
@@ -38,20 +51,25 @@ bool TControlParent::DispatchMouseDown(TMouseButton button, TShiftState shift, i
     TControl* control = ControlAt(x, y);
     if (!control) return false;
     if (control->TabStop() && control->Enabled()) fFocused = control;
-    const bool taken = control->MouseDown(button, shift, x - control->Left(), y - control->Top());
+    const TPoint p = ToControl(*control, x, y);
+    const bool taken = control->MouseDown(button, shift, p.X, p.Y);
     if (taken) fCaptured = control;
     return taken;
 }
 
 bool TControlParent::DispatchMouseMove(TShiftState shift, int x, int y) {
     TControl* control = fCaptured ? fCaptured : ControlAt(x, y);
-    return control && control->MouseMove(shift, x - control->Left(), y - control->Top());
+    if (!control) return false;
+    const TPoint p = ToControl(*control, x, y);
+    return control->MouseMove(shift, p.X, p.Y);
 }
 
 bool TControlParent::DispatchMouseUp(TMouseButton button, TShiftState shift, int x, int y) {
     TControl* control = fCaptured ? fCaptured : ControlAt(x, y);
     fCaptured = nullptr;
-    return control && control->MouseUp(button, shift, x - control->Left(), y - control->Top());
+    if (!control) return false;
+    const TPoint p = ToControl(*control, x, y);
+    return control->MouseUp(button, shift, p.X, p.Y);
 }
 
 bool TControlParent::DispatchKeyDown(std::uint16_t& key, TShiftState shift) {
@@ -84,6 +102,8 @@ void TControl::SetParent(TControlParent* value) {
 void TControl::SetBounds(int left, int top, int width, int height) {
     width = std::clamp(width, 0, kMaxControlSize);
     height = std::clamp(height, 0, kMaxControlSize);
+    left = std::clamp(left, -kMaxPosition, kMaxPosition);
+    top = std::clamp(top, -kMaxPosition, kMaxPosition);
     const TRect bounds = Rect(left, top, left + width, top + height);
     if (bounds == fBounds) return;
     const bool resized = bounds.Width() != fBounds.Width() || bounds.Height() != fBounds.Height();

@@ -119,12 +119,10 @@ void TOrnPerformanceGraph::Paint(TCanvas& canvas) {
         for (int i = n - 1; i >= 0; --i) {
             const long long x = w - 1 - static_cast<long long>(n - 1 - i) * fStepSize;
             const int y = yOf(s.Values[static_cast<std::size_t>(i)]);
-            if (i == n - 1) {
-                canvas.MoveTo(static_cast<int>(x), y);
-                canvas.SetPixels(static_cast<int>(x), y, s.Color);
-            } else {
-                canvas.LineTo(static_cast<int>(x), y);
-            }
+            // LineTo leaves out its end point; each value's own pixel is set.
+            if (i < n - 1) canvas.LineTo(static_cast<int>(x), y);
+            canvas.MoveTo(static_cast<int>(x), y);
+            canvas.SetPixels(static_cast<int>(x), y, s.Color);
         }
     }
 }

@@ -71,10 +71,11 @@ public:
     int Width() const { return fBounds.Width(); }
     int Height() const { return fBounds.Height(); }
     TRect BoundsRect() const { return fBounds; }
-    /// Places the control in parent pixels; negative sizes count as 0 and sizes are clamped to
-    /// kMaxControlSize.
+    /// Places the control in parent pixels; negative sizes count as 0, sizes are clamped to
+    /// kMaxControlSize and positions to ±kMaxPosition.
     void SetBounds(int left, int top, int width, int height);
     static constexpr int kMaxControlSize = 16384;
+    static constexpr int kMaxPosition = 1 << 30;
 
     bool Visible() const { return fVisible; }
     void SetVisible(bool value);

@@ -45,15 +45,16 @@ void TextOutColored(TCanvas& canvas, const TFont& font, int x, int y, const std:
     const int left = std::max(x, clip.Left), top = std::max(y, clip.Top);
     const int right = std::min(x + extent.cx, clip.Right), bottom = std::min(y + extent.cy, clip.Bottom);
     if (right <= left || bottom <= top) return;
-    mask.SetSize(extent.cx, extent.cy);
+    // The mask holds only the visible part: a huge font's cell may be far larger than the control.
+    mask.SetSize(right - left, bottom - top);
     m.Brush().SetColor(clBlack);
     m.Brush().SetStyle(bsSolid);
-    m.FillRect(Rect(0, 0, extent.cx, extent.cy));
+    m.FillRect(Rect(0, 0, right - left, bottom - top));
     m.Brush().SetStyle(bsClear);
-    m.TextOut(0, 0, text);
+    m.TextOut(x - left, y - top, text);
     for (int py = top; py < bottom; ++py)
         for (int px = left; px < right; ++px) {
-            const int coverage = GetRValue(mask.Pixel(px - x, py - y));
+            const int coverage = GetRValue(mask.Pixel(px - left, py - top));
             if (coverage == 0) continue;
             canvas.SetPixels(px, py, Mix(canvas.Pixels(px, py), colorAt(px, py), coverage / 255.0));
         }
