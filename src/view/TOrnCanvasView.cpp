@@ -1,6 +1,18 @@
+#include <orn/host/TOrnClock.h>
 #include <orn/view/TOrnCanvasView.h>
 
 namespace orn {
+
+void TOrnCanvasView::RenderScene() {
+    if (!Active()) return;
+    const std::int64_t start = TOrnClock::Counter();
+    const double frequency = static_cast<double>(TOrnClock::Frequency());
+    if (fLastStart >= 0 && start > fLastStart)
+        fFrameRate = frequency / static_cast<double>(start - fLastStart);
+    fLastStart = start;
+    TOrnView::RenderScene();
+    fRenderTime = static_cast<double>(TOrnClock::Counter() - start) / frequency;
+}
 
 void TOrnCanvasView::RenderOverlay() {
     if (OnDrawCanvas) OnDrawCanvas(this);

@@ -1,3 +1,4 @@
+#include <orn/host/TOrnClock.h>
 #include <orn/samples/TOrnColorGrid.h>
 #include <orn/samples/TOrnGauge.h>
 #include <orn/samples/TOrnPerformanceGraph.h>
@@ -64,6 +65,23 @@ TEST_F(CanvasViewTest, ControlsPaintOverTheRenderedScene) {
     gauge.SetVisible(false);
     view.RenderScene();
     EXPECT_TRUE(ColorNear(ViewImage(view).At(25, 89 - 20), kRed, 0));
+}
+
+TEST_F(CanvasViewTest, TimesItsOwnRepaints) {
+    std::int64_t now = 0;
+    // Every read of the clock is 4 ms later; a repaint reads it twice.
+    TOrnClockOverride clock([&] { return now += 4; }, 1000);
+    TOrnCanvasView view(nullptr);
+    view.SetBounds(8, 8);
+    view.RenderScene(); // not active: nothing to time
+    EXPECT_EQ(view.RenderTime(), 0.0);
+    view.OpenGLConnect();
+    view.RenderScene();
+    EXPECT_DOUBLE_EQ(view.RenderTime(), 0.004);
+    EXPECT_EQ(view.FrameRate(), 0.0);
+    now += 12;
+    view.RenderScene(); // started 20 ms after the first
+    EXPECT_DOUBLE_EQ(view.FrameRate(), 50.0);
 }
 
 TEST(TOrnCanvasViewInput, ControlsTakeTheirInputBeforeTheView) {

@@ -16,6 +16,12 @@ public:
 
     TOrnViewRenderEvent OnDrawCanvas;
 
+    /// Seconds the last repaint took, from the camera to the swap (0 before the first).
+    double RenderTime() const { return fRenderTime; }
+    /// Repaints per second, from the starts of the last two repaints (0 before the second).
+    double FrameRate() const { return fFrameRate; }
+    void RenderScene() override;
+
     void KeyDown(std::uint16_t& key, TShiftState shift) override;
     void MouseDown(TMouseButton button, TShiftState shift, int x, int y) override;
     void MouseMove(TShiftState shift, int x, int y) override;
@@ -28,6 +34,9 @@ protected:
 private:
     // Reused for every control's paint, so a steady overlay allocates nothing per frame.
     TBitmap fControlImage;
+    double fRenderTime = 0.0;
+    double fFrameRate = 0.0;
+    std::int64_t fLastStart = -1;
 };
 
 } // namespace orn
