@@ -49,8 +49,9 @@ void TControlParent::Detach(TControl* control) {
 
 bool TControlParent::DispatchMouseDown(TMouseButton button, TShiftState shift, int x, int y) {
     TControl* control = ControlAt(x, y);
+    // A click elsewhere takes the keys away from the control that had them.
+    fFocused = control && control->TabStop() && control->Enabled() ? control : nullptr;
     if (!control) return false;
-    if (control->TabStop() && control->Enabled()) fFocused = control;
     const TPoint p = ToControl(*control, x, y);
     const bool taken = control->MouseDown(button, shift, p.X, p.Y);
     if (taken) fCaptured = control;

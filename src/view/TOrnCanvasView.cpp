@@ -16,6 +16,7 @@ void TOrnCanvasView::RenderScene() {
 
 void TOrnCanvasView::RenderOverlay() {
     if (OnDrawCanvas) OnDrawCanvas(this);
+    if (DrawMode() == dmSelection || DrawMode() == dmPick) return; // controls are not picked
     for (int i = 0; i < ControlCount(); ++i) {
         TControl* control = Controls(i);
         if (!control->Visible() || control->Width() == 0 || control->Height() == 0) continue;

@@ -105,8 +105,12 @@ TEST(TOrnCanvasViewInput, ControlsTakeTheirInputBeforeTheView) {
     view.KeyDown(key, {});
     EXPECT_EQ(grid.ForegroundIndex(), 7);
     EXPECT_EQ(viewKeys, 1);
-    view.MouseDown(mbLeft, {}, 10, 10);
+    view.MouseDown(mbLeft, {}, 10, 10); // the scene: the keys go back to the view
     EXPECT_EQ(viewDowns, 1);
+    key = VK_RIGHT;
+    view.KeyDown(key, {});
+    EXPECT_EQ(viewKeys, 2);
+    EXPECT_EQ(grid.ForegroundIndex(), 7);
 }
 
 } // namespace

@@ -29,7 +29,8 @@ public:
     TControl* Controls(int index) const;
     /// The topmost visible control whose rectangle holds (x, y), or nullptr.
     TControl* ControlAt(int x, int y) const;
-    /// The control that receives keys: the last one clicked while it can take them.
+    /// The control that receives keys: the one clicked last, if it takes keys (TabStop) and is
+    /// enabled; a click anywhere else clears it.
     TControl* FocusedControl() const { return fFocused; }
 
     /// Input in parent pixels; true when a control took it (the parent's own handling then stops).
