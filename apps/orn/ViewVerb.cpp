@@ -2,14 +2,17 @@
 #include "DemoScene.h"
 #include "Verb.h"
 
+#include <orn/diag/TOrnAboutBox.h>
 #include <orn/host/TApplication.h>
 #include <orn/interaction/TOrnCarController.h>
 #include <orn/interaction/TOrnMouseController.h>
 #include <orn/interaction/TOrnPersonController.h>
 #include <orn/interaction/TOrnTimer.h>
-#include <orn/view/TOrnView.h>
+#include <orn/samples/TOrnPerformanceGraph.h>
+#include <orn/view/TOrnCanvasView.h>
 #include <orn/view/TOrnWindowSurface.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
@@ -40,6 +43,8 @@ Keys:
   Page Up, Page Down  person: nod the head up or down
   Home                person: look straight ahead
   O                   print the object under the mouse
+  P                   show or hide the frame-time graph (ms per repaint) and the frame rate
+  F1                  show or hide the about box (version and OpenGL driver)
   Space               start or stop the animation
   R                   put the camera back where it started and stop the car
   H                   print this text
@@ -82,6 +87,8 @@ public:
             fMouseY = y;
         };
         fView->OnKeyDown = [this](TObject*, std::uint16_t& key, TShiftState) { Key(key); };
+        fView->OnDrawCanvas = [this](TOrnView*) { DrawFrameRate(); };
+        SetUpOverlays();
         fAnimate = !options.still;
         fTimer->SetRate(60);
         fTimer->OnTimer = [this](TObject*, int intervals) { Tick(intervals); };
@@ -128,7 +135,43 @@ private:
         if (fControllers[fCurrent] == fCar)
             for (int i = 0; i < intervals; ++i)
                 fCar->Move();
+        if (fGraph->Visible()) {
+            fGraph->DataPoint(clLime, fView->RenderTime() * 1000);
+            fGraph->Update();
+        }
         fView->InvalidateGL();
+    }
+
+    // The frame-time graph and the about box sit on the view, hidden until their keys.
+    void SetUpOverlays() {
+        fGraph->SetVisible(false);
+        fGraph->SetAutoScale(true);
+        fGraph->SetStepSize(2);
+        fGraph->SetParent(fView);
+        fAbout->SetVisible(false);
+        fAbout->SetParent(fView);
+    }
+
+    void ToggleGraph() {
+        fGraph->SetBounds(10, fView->Height() - 90, std::min(300, fView->Width() - 20), 80);
+        fGraph->Clear();
+        fGraph->SetVisible(!fGraph->Visible());
+    }
+
+    void ToggleAbout() {
+        if (!fAbout->Visible()) fAbout->LoadFromView(*fView);
+        fAbout->SetBounds((fView->Width() - fAbout->Width()) / 2, (fView->Height() - fAbout->Height()) / 2,
+                          fAbout->Width(), fAbout->Height());
+        fAbout->SetVisible(!fAbout->Visible());
+    }
+
+    void DrawFrameRate() {
+        if (!fGraph->Visible()) return;
+        char text[64];
+        std::snprintf(text, sizeof text, "%.2f ms per frame, %.0f frames/s", fView->RenderTime() * 1000,
+                      fView->FrameRate());
+        fView->Canvas().Font().SetColor(clLime);
+        fView->Canvas().TextOut(fGraph->Left(), fGraph->Top() - 16, text);
     }
 
     void PrintObjectUnderMouse() {
@@ -149,6 +192,12 @@ private:
             break;
         case 'O':
             PrintObjectUnderMouse();
+            break;
+        case 'P':
+            ToggleGraph();
+            break;
+        case VK_F1:
+            ToggleAbout();
             break;
         case VK_SPACE:
             fAnimate = !fAnimate;
@@ -177,12 +226,14 @@ private:
     // What the animation turns.
     TOrnTransformed* fSpinner = dynamic_cast<TOrnTransformed*>(fForm.FindComponent("Ring"));
     TOrnPerspectiveCamera* fCamera = new TOrnPerspectiveCamera(&fForm);
-    TOrnView* fView = new TOrnView(&fForm);
+    TOrnCanvasView* fView = new TOrnCanvasView(&fForm);
     TOrnCarController* fCar = new TOrnCarController(&fForm);
     std::array<TOrnCustomController*, 3> fControllers{new TOrnMouseController(&fForm),
                                                       new TOrnPersonController(&fForm), fCar};
     std::size_t fCurrent = 0;
     TOrnTimer* fTimer = new TOrnTimer(&fForm);
+    TOrnPerformanceGraph* fGraph = new TOrnPerformanceGraph(&fForm);
+    TOrnAboutBox* fAbout = new TOrnAboutBox(&fForm);
     bool fAnimate = true;
     int fMouseX = 0;
     int fMouseY = 0;
