@@ -228,8 +228,9 @@ private:
                         std::set<std::string>& stack, int depth) {
         const std::string key = Upper(b.name);
         const std::string variant = key + '\n' + std::to_string(byBlock) + '\n' + std::to_string(layer0);
-        if (auto it = fVariants.find(variant); it != fVariants.end()) return it->second;
+        // The loop check comes first: a variant being built is already in the map.
         if (Refuse(b, stack, depth)) return nullptr;
+        if (auto it = fVariants.find(variant); it != fVariants.end()) return it->second;
         if (!fBlocks) {
             fBlocks = new TOrnNode(fOwner);
             fBlocks->SetEnabled(false); // drawn only through the inserts that link to its items

@@ -146,7 +146,9 @@ bool Tokenizer::NextAscii(Group& g) {
             if (fProblem.empty())
                 fProblem = "line " + std::to_string(codeLine) + ": group code '" +
                            std::string(codeText.substr(0, 40)) + "' is not a number";
-            continue; // try the next line as a code: one step brings the pairs back in step
+            // A garbled code most often sits in a whole pair: skip its value too and read on.
+            if (!Line(value)) return false;
+            continue;
         }
         if (!Line(value)) {
             fProblem = "line " + std::to_string(codeLine) + ": group code " + std::to_string(code) +

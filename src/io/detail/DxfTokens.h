@@ -28,8 +28,8 @@ bool ToDouble(const Group& g, double& out);
 /// The value as an integer (a whole-numbered real is accepted); false when it is not one.
 bool ToInt(const Group& g, std::int64_t& out);
 
-/// Splits a DXF file into groups. A group code that is not a number is reported and skipped line by
-/// line until the pairs make sense again; a binary file stops at a code whose type is unknown.
+/// Splits a DXF file into groups. A group code that is not a number is reported and skipped with
+/// its value line; a binary file stops at a code whose type is unknown.
 class Tokenizer {
 public:
     Tokenizer(const char* data, std::size_t size);
