@@ -18,11 +18,17 @@ struct LoadedScene {
     TOrnNode* node = nullptr;
     std::unique_ptr<TOrnCamera> camera;
     std::string description;
+    /// For a drawing: the import report, one fact per line; empty for a scene file.
+    std::string report;
 };
+
+/// Whether file is a DXF drawing (by its extension) rather than a scene file.
+bool IsDrawing(const std::string& file);
 
 /// A progress bar on standard error when it is a terminal; an empty handler otherwise.
 TOrnProgressEvent ProgressBar(const char* what);
-/// Loads file into a new node owned by form; throws EOrnError as TOrnExchange does.
+/// Loads file (a scene, or a DXF drawing with a camera looking down on it when it is flat) into a
+/// new node owned by form; throws EOrnError as TOrnExchange does.
 LoadedScene LoadScene(const std::string& file, TComponent* form);
 /// A camera of kind ("perspective" or "orthographic") that sees every object of node.
 std::unique_ptr<TOrnCamera> FramingCamera(TOrnNode& node, const std::string& kind);
