@@ -28,7 +28,7 @@ int Run(const std::vector<std::string>& args) {
         if (a == "--extensions")
             listExtensions = true;
         else
-            throw UsageError("unexpected argument '" + a + "'");
+            throw UsageError("Cannot use the argument '" + a + "'");
     }
     TOrnView view(nullptr);
     view.SetBounds(64, 64);

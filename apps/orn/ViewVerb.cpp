@@ -1,5 +1,7 @@
-// orn view: the demo scene in a window, steered by the mouse or the keyboard and animated by a timer.
+// orn view: a scene file, or the demo scene, in a window, steered by the mouse or the keyboard;
+// the demo is animated by a timer.
 #include "DemoScene.h"
+#include "SceneFile.h"
 #include "Verb.h"
 
 #include <orn/host/TApplication.h>
@@ -10,19 +12,24 @@
 #include <orn/view/TOrnView.h>
 #include <orn/view/TOrnWindowSurface.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 namespace orn::app {
 
 namespace {
 
-constexpr const char* kUsage = R"(Usage: orn view [--still] [--size WxH]
+constexpr const char* kUsage = R"(Usage: orn view [SCENE] [--still] [--size WxH]
 
-Opens a window with the built-in demo scene. The mouse steers the camera at first; C hands the
-camera to the keyboard's walking and driving controllers. The centre cube turns while the
-animation runs; with it stopped the viewer sleeps until input comes.
+Opens a window with the scene file SCENE, or without one the built-in demo scene. A scene file
+is shown whole, in examine mode; the demo starts with the mouse controller steering the camera,
+and C hands the camera to the keyboard's walking and driving controllers. In the demo a
+ringed sphere turns while the animation runs; with it stopped the viewer sleeps until input
+comes.
 
 Options:
   --still             start with the animation stopped
@@ -32,9 +39,15 @@ Options:
 Mouse (mouse controller):
   left drag           up/down moves the camera up and down, left/right turns it
   right drag          left/right moves the camera sideways, up/down moves it forward and back
+Mouse (examine mode):
+  left drag           orbits the camera around the scene's centre
+  wheel               zooms in and out (in every mode)
 
 Keys:
   C                   next controller: mouse -> person -> car -> mouse
+  E                   examine mode: orbit around the scene's centre (C leaves it)
+  F                   frame the whole scene (and enter examine mode)
+  P                   write a screenshot as orn-view-N.png in the current folder (prints its path)
   Up, Down            person: step forward or back; car: accelerate or brake
   Left, Right         person and car: turn left or right
   Page Up, Page Down  person: nod the head up or down
@@ -47,6 +60,7 @@ Keys:
 )";
 
 struct Options {
+    std::string file;
     bool still = false;
     int width = 800;
     int height = 600;
@@ -60,32 +74,65 @@ Options ParseOptions(const std::vector<std::string>& args) {
             options.still = true;
         } else if (a == "--size") {
             const std::string& size = OptionValue(args, i);
-            if (!ParseSize(size, options.width, options.height))
-                throw UsageError("bad size '" + size + "', expected WxH such as 800x600");
+            if (!ParseSize(size, options.width, options.height)) throw UsageError(SizeError(size));
+        } else if (!a.empty() && a[0] != '-' && options.file.empty()) {
+            options.file = a;
         } else {
-            throw UsageError("unexpected argument '" + a + "'");
+            throw UsageError("Cannot use the argument '" + a + "'");
         }
     }
     return options;
 }
 
-// The window, the demo, the camera's three controllers and the animation timer.
+// Orbits the camera around the scene's centre: left drag turns, the wheel moves nearer or away.
+struct Examine {
+    SceneBounds bounds;
+    double distance = 1;
+    float angleX = kFramingAngleX;
+    float angleY = kFramingAngleY;
+    bool dragging = false;
+    int lastX = 0;
+    int lastY = 0;
+};
+
+// The window, the scene, the camera's controllers, examine mode and the demo's animation timer.
 class Viewer {
 public:
     explicit Viewer(const Options& options) {
         ResetCamera();
         fView->SetCamera(fCamera);
         fView->SetBounds(options.width, options.height);
-        ShowDemoScene(*fView, fScene);
+        if (options.file.empty()) {
+            fScene = BuildDemoScene(&fForm);
+            fSpinner = dynamic_cast<TOrnTransformed*>(fForm.FindComponent("Ring"));
+            ShowDemoScene(*fView, fScene);
+        } else {
+            fScene = LoadScene(options.file, &fForm).node;
+            fView->OnRender = [this](TOrnView* v) { fScene->Render(v); };
+        }
         fView->OnMouseMove = [this](TObject*, TShiftState, int x, int y) {
             fMouseX = x;
             fMouseY = y;
+            if (fExamining && fExamine.dragging) Orbit(x, y);
         };
+        fView->OnMouseDown = [this](TObject*, TMouseButton button, TShiftState, int x, int y) {
+            fExamine.dragging = fExamining && button == mbLeft;
+            fExamine.lastX = x;
+            fExamine.lastY = y;
+        };
+        fView->OnMouseUp = [this](TObject*, TMouseButton, TShiftState, int, int) {
+            fExamine.dragging = false;
+        };
+        fView->OnMouseWheel = [this](TObject*, TShiftState, int delta, int, int) { Zoom(delta); };
         fView->OnKeyDown = [this](TObject*, std::uint16_t& key, TShiftState) { Key(key); };
-        fAnimate = !options.still;
+        fAnimate = !options.still && fSpinner;
         fTimer->SetRate(60);
         fTimer->OnTimer = [this](TObject*, int intervals) { Tick(intervals); };
         Use(0);
+        if (!options.file.empty()) {
+            std::printf("orn view: %s, %d objects\n", options.file.c_str(), fScene->CountAllItems());
+            Frame();
+        }
     }
 
     int Run() {
@@ -102,6 +149,8 @@ private:
     // camera stands above and behind the demo and looks down at its centre.
     void ResetCamera() {
         fCamera->SetViewFar(40);
+        fCamera->SetViewNear(0.1f);
+        fCamera->SetViewAngle(45);
         TOrnTransformation* t = fCamera->Transformation();
         t->SetOrder(toRotTraSca);
         t->Rotation()->SetValues(15, 0, 0);
@@ -109,6 +158,10 @@ private:
     }
 
     void Use(std::size_t index) {
+        if (fExamining) {
+            fExamining = false;
+            ResetCamera(); // the controllers' camera order differs from examine mode's
+        }
         fCurrent = index;
         fControllers[index]->SetControlled(fCamera);
         fView->SetController(fControllers[index]);
@@ -123,12 +176,69 @@ private:
     }
 
     void Tick(int intervals) {
-        if (fAnimate)
+        if (fAnimate && fSpinner)
             fSpinner->Transformation()->Rotation()->incY(1.5f * static_cast<float>(intervals));
         if (fControllers[fCurrent] == fCar)
             for (int i = 0; i < intervals; ++i)
                 fCar->Move();
         fView->InvalidateGL();
+    }
+
+    void StartExamining() {
+        fExamining = true;
+        fView->SetController(nullptr);
+        if (fExamine.distance <= 0 || !fMeasured) Measure();
+        AimAt(*fCamera, fExamine.bounds, fExamine.distance, fExamine.angleX, fExamine.angleY);
+        fView->InvalidateGL();
+    }
+
+    void Measure() {
+        fExamine.bounds = MeasureScene(*fScene, ProgressBar("framing"));
+        fMeasured = true;
+    }
+
+    // The whole scene in sight, seen from the framing angles.
+    void Frame() {
+        Measure();
+        fExamine.distance = FramingDistance(*fCamera, fExamine.bounds.radius);
+        fExamine.angleX = kFramingAngleX;
+        fExamine.angleY = kFramingAngleY;
+        StartExamining();
+        std::printf("framed: centre %.3g,%.3g,%.3g radius %.3g\n", fExamine.bounds.centre.x,
+                    fExamine.bounds.centre.y, fExamine.bounds.centre.z, fExamine.bounds.radius);
+    }
+
+    void Orbit(int x, int y) {
+        fExamine.angleY += 0.5f * static_cast<float>(x - fExamine.lastX);
+        fExamine.angleX += 0.5f * static_cast<float>(y - fExamine.lastY);
+        fExamine.lastX = x;
+        fExamine.lastY = y;
+        AimAt(*fCamera, fExamine.bounds, fExamine.distance, fExamine.angleX, fExamine.angleY);
+        fView->InvalidateGL();
+    }
+
+    // Examine mode moves the camera nearer or away; elsewhere the lens narrows or widens.
+    void Zoom(int delta) {
+        const double factor = std::pow(0.9, delta / 120.0);
+        if (fExamining) {
+            fExamine.distance = std::max(fExamine.distance * factor, fExamine.bounds.radius * 0.05);
+            AimAt(*fCamera, fExamine.bounds, fExamine.distance, fExamine.angleX, fExamine.angleY);
+        } else {
+            fCamera->SetViewAngle(static_cast<float>(std::clamp(fCamera->ViewAngle() * factor, 2.0, 150.0)));
+        }
+        fView->InvalidateGL();
+    }
+
+    void Screenshot() {
+        std::string file;
+        for (int n = 1; file.empty() || std::filesystem::exists(file); ++n)
+            file = "orn-view-" + std::to_string(n) + ".png";
+        try {
+            fView->GetImage(std::max(fView->Width(), 1), std::max(fView->Height(), 1))->SaveToFile(file);
+            std::printf("wrote %s\n", std::filesystem::absolute(file).string().c_str());
+        } catch (const std::exception& e) {
+            std::printf("Cannot write the screenshot: %s\n", e.what());
+        }
     }
 
     void PrintObjectUnderMouse() {
@@ -150,11 +260,22 @@ private:
         case 'O':
             PrintObjectUnderMouse();
             break;
+        case 'E':
+            StartExamining();
+            std::printf("examine mode\n");
+            break;
+        case 'F':
+            Frame();
+            break;
+        case 'P':
+            Screenshot();
+            break;
         case VK_SPACE:
             fAnimate = !fAnimate;
             UpdateTimer();
             break;
         case 'R':
+            if (fExamining) Use(fCurrent);
             ResetCamera();
             fCar->Stop();
             fView->InvalidateGL();
@@ -173,9 +294,9 @@ private:
     }
 
     TComponent fForm{nullptr};
-    TOrnNode* fScene = BuildDemoScene(&fForm);
-    // What the animation turns.
-    TOrnTransformed* fSpinner = dynamic_cast<TOrnTransformed*>(fForm.FindComponent("Ring"));
+    TOrnNode* fScene = nullptr;
+    // What the animation turns (the demo's ring; nothing in a scene file).
+    TOrnTransformed* fSpinner = nullptr;
     TOrnPerspectiveCamera* fCamera = new TOrnPerspectiveCamera(&fForm);
     TOrnView* fView = new TOrnView(&fForm);
     TOrnCarController* fCar = new TOrnCarController(&fForm);
@@ -184,6 +305,9 @@ private:
     std::size_t fCurrent = 0;
     TOrnTimer* fTimer = new TOrnTimer(&fForm);
     bool fAnimate = true;
+    bool fExamining = false;
+    bool fMeasured = false;
+    Examine fExamine;
     int fMouseX = 0;
     int fMouseY = 0;
 };
@@ -191,13 +315,13 @@ private:
 int Run(const std::vector<std::string>& args) {
     const Options options = ParseOptions(args);
     std::string reason;
-    if (!WindowSystemAvailable(&reason)) throw std::runtime_error("no window can be opened: " + reason);
+    if (!WindowSystemAvailable(&reason)) throw std::runtime_error("Cannot open a window: " + reason);
     Viewer viewer(options);
     return viewer.Run();
 }
 
-const bool registered =
-    RegisterVerb({"view", "show the demo scene in a window, steered by mouse and keys", kUsage, &Run});
+const bool registered = RegisterVerb(
+    {"view", "show a scene file (or the demo) in a window, steered by mouse and keys", kUsage, &Run});
 
 } // namespace
 
