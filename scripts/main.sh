@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Builds Orn and runs the main job: render the demo scene file headless into build/demo.png.
+# The main job: builds the orn command (and the library) only, then renders the demo scene file
+# headless into build/demo.png.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh build
-cd build
-ctest --output-on-failure -L smoke
-./apps/orn/orn render ../examples/scenes/demo.orngl --size 800x600 -o demo.png
+scripts/setup.sh --target orn_app build
+build/apps/orn/orn render examples/scenes/demo.orngl --size 800x600 -o build/demo.png

@@ -1,17 +1,18 @@
 #!/usr/bin/env bash
-# Installs the Debian packages Orn needs (only those missing), then configures and builds.
-# Usage: scripts/setup.sh [build-dir] [extra cmake arguments...]
+# Installs the Debian packages of scripts/packages.txt that are missing, then configures and builds.
+# Usage: scripts/setup.sh [--target TARGET]... [build-dir] [extra cmake arguments...]
+#   --target TARGET   build only TARGET (and what it needs); may be given more than once
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(
-    build-essential cmake pkg-config
-    libgl-dev libglu1-mesa-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
-    libglfw3-dev libx11-dev xvfb xauth
-    libfreetype-dev libfontconfig-dev fonts-dejavu-core
-    libpng-dev
-    libgtest-dev libgmock-dev libbenchmark-dev libpugixml-dev
-)
+targets=()
+while [ $# -gt 0 ] && [ "$1" = "--target" ]; do
+    [ $# -ge 2 ] || { echo "setup: --target needs a target name" >&2; exit 2; }
+    targets+=(--target "$2")
+    shift 2
+done
+
+mapfile -t packages < <(grep -v -e '^#' -e '^[[:space:]]*$' scripts/packages.txt)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -27,4 +28,4 @@ fi
 build=${1:-build}
 shift || true
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
-cmake --build "$build" -j "$(nproc)"
+cmake --build "$build" -j "$(nproc)" "${targets[@]}"

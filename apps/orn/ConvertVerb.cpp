@@ -4,7 +4,9 @@
 
 #include <orn/io/TOrnExchange.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 namespace orn::app {
 
@@ -35,12 +37,18 @@ int Run(const std::vector<std::string>& args) {
             description = OptionValue(args, i);
             describe = true;
         } else if (!a.empty() && a[0] == '-') {
-            throw UsageError("unknown option '" + a + "'");
+            throw UsageError("Cannot use the option '" + a + "'");
         } else {
             files.push_back(a);
         }
     }
-    if (files.size() != 2) throw UsageError("expected an input and an output file");
+    if (files.size() != 2) throw UsageError("Cannot convert without exactly one input and one output file");
+    // Anything but a scene file would receive scene XML under a misleading name.
+    std::string extension = std::filesystem::path(files[1]).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
+    if (extension != ".orngl")
+        throw UsageError("Cannot write '" + files[1] + "': orn convert writes only .orngl scene files");
 
     TComponent form(nullptr);
     LoadedScene scene = LoadScene(files[0], &form);

@@ -35,7 +35,7 @@ int Run(const std::vector<std::string>& args) {
             std::printf("%s", LoadScene(a, &form).report.c_str());
             return 0;
         } else
-            throw UsageError("unexpected argument '" + a + "'");
+            throw UsageError("Cannot use the argument '" + a + "'");
     }
     TOrnView view(nullptr);
     view.SetBounds(64, 64);

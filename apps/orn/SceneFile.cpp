@@ -40,14 +40,25 @@ Sphere Enclose(const std::vector<Sphere>& spheres) {
     return out;
 }
 
+// Counts the items measured, for the progress bar: measuring builds every shape's geometry.
+struct Progress {
+    TOrnProgressEvent event;
+    int done = 0;
+    int total = 1;
+    void Step() {
+        if (event) event(static_cast<double>(++done) / total);
+    }
+};
+
 /// Where the item's own geometry lies, in its own coordinates.
-Sphere OwnSphere(TOrnRender& item) {
+Sphere OwnSphere(TOrnRender& item, Progress& progress) {
+    progress.Step();
     if (auto* node = dynamic_cast<TOrnNode*>(&item)) {
         std::vector<Sphere> parts;
         for (int i = 0; i < node->Count(); ++i) {
             TOrnRender* child = node->Items(i);
             if (!child) continue;
-            Sphere s = OwnSphere(*child);
+            Sphere s = OwnSphere(*child, progress);
             if (s.radius < 0) continue;
             // Placed by the child's transformation; a rotation may turn it anywhere around its origin.
             const TOrnTransformation& t = *child->Transformation();
@@ -167,37 +178,54 @@ LoadedScene LoadScene(const std::string& file, TComponent* form) {
     return scene;
 }
 
-std::unique_ptr<TOrnCamera> FramingCamera(TOrnNode& node, const std::string& kind) {
-    Sphere s = OwnSphere(node);
+SceneBounds MeasureScene(TOrnNode& node, TOrnProgressEvent progress) {
+    Progress counter{std::move(progress), -1, std::max(node.CountAllItems(), 1)};
+    Sphere s = OwnSphere(node, counter);
+    if (counter.event) counter.event(1.0);
     if (s.radius <= 0) s = {{0, 0, 0}, 1};
-    std::unique_ptr<TOrnCamera> camera;
-    double distance;
-    if (kind == "orthographic") {
-        auto ortho = std::make_unique<TOrnOrthographicCamera>(nullptr);
-        ortho->SetViewWidth(static_cast<float>(2.2 * s.radius));
-        ortho->SetViewHeight(static_cast<float>(2.2 * s.radius));
-        distance = 2 * s.radius + 1;
-        camera = std::move(ortho);
-    } else {
-        auto persp = std::make_unique<TOrnPerspectiveCamera>(nullptr);
+    return {s.centre, s.radius};
+}
+
+double FramingDistance(const TOrnCamera& camera, double radius) {
+    if (auto* persp = dynamic_cast<const TOrnPerspectiveCamera*>(&camera)) {
         const double half = persp->ViewAngle() / 2 * std::numbers::pi / 180;
-        distance = 1.1 * s.radius / std::sin(half);
-        camera = std::move(persp);
+        return 1.1 * radius / std::sin(half);
     }
-    // Turned a little for depth, about the scene's centre, then pushed back: T = (0, 0, −d) − R·c.
-    const double ax = 20 * std::numbers::pi / 180, ay = -30 * std::numbers::pi / 180;
-    const TOrnMathVector c = s.centre;
+    return 2 * radius + 1;
+}
+
+void AimAt(TOrnCamera& camera, const SceneBounds& bounds, double distance, float angleX, float angleY) {
+    // Turned about the scene's centre, then pushed back: T = (0, 0, −d) − R·c.
+    const double ax = angleX * std::numbers::pi / 180, ay = angleY * std::numbers::pi / 180;
+    const TOrnMathVector c = bounds.centre;
     const TOrnMathVector ry{c.x * std::cos(ay) + c.z * std::sin(ay), c.y,
                             -c.x * std::sin(ay) + c.z * std::cos(ay)};
     const TOrnMathVector rc{ry.x, ry.y * std::cos(ax) - ry.z * std::sin(ax),
                             ry.y * std::sin(ax) + ry.z * std::cos(ax)};
-    TOrnTransformation& t = *camera->Transformation();
+    TOrnTransformation& t = *camera.Transformation();
     t.SetOrder(toTraRotSca);
-    t.Rotation()->SetValues(20, -30, 0);
+    t.Rotation()->SetValues(angleX, angleY, 0);
     t.Translation()->SetValues(static_cast<float>(-rc.x), static_cast<float>(-rc.y),
                                static_cast<float>(-distance - rc.z));
-    camera->SetViewFar(static_cast<float>(distance + 2 * s.radius + 1));
-    camera->SetViewNear(static_cast<float>(std::max(distance - 2 * s.radius, distance / 1000)));
+    const double r = bounds.radius;
+    camera.SetViewFar(static_cast<float>(distance + 2 * r + 1));
+    camera.SetViewNear(static_cast<float>(std::max(distance - 2 * r, distance / 1000)));
+}
+
+std::unique_ptr<TOrnCamera> FramingCamera(TOrnNode& node, const std::string& kind,
+                                          TOrnProgressEvent progress) {
+    const SceneBounds bounds = MeasureScene(node, std::move(progress));
+    std::unique_ptr<TOrnCamera> camera;
+    if (kind == "orthographic") {
+        auto ortho = std::make_unique<TOrnOrthographicCamera>(nullptr);
+        ortho->SetViewWidth(static_cast<float>(2.2 * bounds.radius));
+        ortho->SetViewHeight(static_cast<float>(2.2 * bounds.radius));
+        camera = std::move(ortho);
+    } else {
+        camera = std::make_unique<TOrnPerspectiveCamera>(nullptr);
+    }
+    // Turned a little for depth.
+    AimAt(*camera, bounds, FramingDistance(*camera, bounds.radius), kFramingAngleX, kFramingAngleY);
     return camera;
 }
 

@@ -23,13 +23,20 @@ bool RegisterVerb(const Verb& verb);
 /// The verbs, sorted by name.
 std::vector<Verb> Verbs();
 
-/// Bad arguments: reported as one line with exit status 2.
+/// Bad arguments: reported as one line with exit status 2. Every message of the command starts
+/// "Cannot …" and says why.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// The largest image or window side the command accepts, in pixels.
+constexpr int kMaxSide = 16384;
 /// "WxH" with both in 1 … maxSide; false otherwise.
-bool ParseSize(const std::string& text, int& width, int& height, int maxSide = 16384);
+bool ParseSize(const std::string& text, int& width, int& height, int maxSide = kMaxSide);
+/// The message for a size ParseSize refused: the allowed form and range.
+std::string SizeError(const std::string& text);
+/// The arguments with "--option=value" and "-oFILE" split into an option and its value.
+std::vector<std::string> SplitOptionValues(const std::vector<std::string>& args);
 
 /// The value of an option that takes one (args[i] is the option): advances i, or throws a
 /// UsageError when the value is missing.

@@ -1,5 +1,7 @@
-// orn view: the demo scene in a window, steered by the mouse or the keyboard and animated by a timer.
+// orn view: a scene file, or the demo scene, in a window, steered by the mouse or the keyboard;
+// the demo is animated by a timer.
 #include "DemoScene.h"
+#include "SceneFile.h"
 #include "Verb.h"
 
 #include <orn/diag/TOrnAboutBox.h>
@@ -14,18 +16,22 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 namespace orn::app {
 
 namespace {
 
-constexpr const char* kUsage = R"(Usage: orn view [--still] [--size WxH]
+constexpr const char* kUsage = R"(Usage: orn view [SCENE] [--still] [--size WxH]
 
-Opens a window with the built-in demo scene. The mouse steers the camera at first; C hands the
-camera to the keyboard's walking and driving controllers. The centre cube turns while the
-animation runs; with it stopped the viewer sleeps until input comes.
+Opens a window with the scene file SCENE, or without one the built-in demo scene. A scene file
+is shown whole, in examine mode; the demo starts with the mouse controller steering the camera,
+and C hands the camera to the keyboard's walking and driving controllers. In the demo a
+ringed sphere turns while the animation runs; with it stopped the viewer sleeps until input
+comes.
 
 Options:
   --still             start with the animation stopped
@@ -35,9 +41,15 @@ Options:
 Mouse (mouse controller):
   left drag           up/down moves the camera up and down, left/right turns it
   right drag          left/right moves the camera sideways, up/down moves it forward and back
+Mouse (examine mode):
+  left drag           orbits the camera around the scene's centre
+  wheel               zooms in and out (in every mode)
 
 Keys:
   C                   next controller: mouse -> person -> car -> mouse
+  E                   examine mode: orbit around the scene's centre (C leaves it)
+  F                   frame the whole scene (and enter examine mode)
+  S                   write a screenshot as orn-view-N.png in the current folder (prints its path)
   Up, Down            person: step forward or back; car: accelerate or brake
   Left, Right         person and car: turn left or right
   Page Up, Page Down  person: nod the head up or down
@@ -52,6 +64,7 @@ Keys:
 )";
 
 struct Options {
+    std::string file;
     bool still = false;
     int width = 800;
     int height = 600;
@@ -65,34 +78,67 @@ Options ParseOptions(const std::vector<std::string>& args) {
             options.still = true;
         } else if (a == "--size") {
             const std::string& size = OptionValue(args, i);
-            if (!ParseSize(size, options.width, options.height))
-                throw UsageError("bad size '" + size + "', expected WxH such as 800x600");
+            if (!ParseSize(size, options.width, options.height)) throw UsageError(SizeError(size));
+        } else if (!a.empty() && a[0] != '-' && options.file.empty()) {
+            options.file = a;
         } else {
-            throw UsageError("unexpected argument '" + a + "'");
+            throw UsageError("Cannot use the argument '" + a + "'");
         }
     }
     return options;
 }
 
-// The window, the demo, the camera's three controllers and the animation timer.
+// Orbits the camera around the scene's centre: left drag turns, the wheel moves nearer or away.
+struct Examine {
+    SceneBounds bounds;
+    double distance = 1;
+    float angleX = kFramingAngleX;
+    float angleY = kFramingAngleY;
+    bool dragging = false;
+    int lastX = 0;
+    int lastY = 0;
+};
+
+// The window, the scene, the camera's controllers, examine mode and the demo's animation timer.
 class Viewer {
 public:
     explicit Viewer(const Options& options) {
         ResetCamera();
         fView->SetCamera(fCamera);
         fView->SetBounds(options.width, options.height);
-        ShowDemoScene(*fView, fScene);
+        if (options.file.empty()) {
+            fScene = BuildDemoScene(&fForm);
+            fSpinner = dynamic_cast<TOrnTransformed*>(fForm.FindComponent("Ring"));
+            ShowDemoScene(*fView, fScene);
+        } else {
+            fScene = LoadScene(options.file, &fForm).node;
+            fView->OnRender = [this](TOrnView* v) { fScene->Render(v); };
+        }
         fView->OnMouseMove = [this](TObject*, TShiftState, int x, int y) {
             fMouseX = x;
             fMouseY = y;
+            if (fExamining && fExamine.dragging) Orbit(x, y);
         };
+        fView->OnMouseDown = [this](TObject*, TMouseButton button, TShiftState, int x, int y) {
+            fExamine.dragging = fExamining && button == mbLeft;
+            fExamine.lastX = x;
+            fExamine.lastY = y;
+        };
+        fView->OnMouseUp = [this](TObject*, TMouseButton, TShiftState, int, int) {
+            fExamine.dragging = false;
+        };
+        fView->OnMouseWheel = [this](TObject*, TShiftState, int delta, int, int) { Zoom(delta); };
         fView->OnKeyDown = [this](TObject*, std::uint16_t& key, TShiftState) { Key(key); };
         fView->OnDrawCanvas = [this](TOrnView*) { DrawFrameRate(); };
         SetUpOverlays();
-        fAnimate = !options.still;
+        fAnimate = !options.still && fSpinner;
         fTimer->SetRate(60);
         fTimer->OnTimer = [this](TObject*, int intervals) { Tick(intervals); };
         Use(0);
+        if (!options.file.empty()) {
+            std::printf("orn view: %s, %d objects\n", options.file.c_str(), fScene->CountAllItems());
+            Frame();
+        }
     }
 
     int Run() {
@@ -109,6 +155,8 @@ private:
     // camera stands above and behind the demo and looks down at its centre.
     void ResetCamera() {
         fCamera->SetViewFar(40);
+        fCamera->SetViewNear(0.1f);
+        fCamera->SetViewAngle(45);
         TOrnTransformation* t = fCamera->Transformation();
         t->SetOrder(toRotTraSca);
         t->Rotation()->SetValues(15, 0, 0);
@@ -116,6 +164,10 @@ private:
     }
 
     void Use(std::size_t index) {
+        if (fExamining) {
+            fExamining = false;
+            ResetCamera(); // the controllers' camera order differs from examine mode's
+        }
         fCurrent = index;
         fControllers[index]->SetControlled(fCamera);
         fView->SetController(fControllers[index]);
@@ -124,13 +176,13 @@ private:
 
     // The timer runs while the demo animates or the car drives; otherwise the loop sleeps.
     void UpdateTimer() {
-        const bool on = fAnimate || fControllers[fCurrent] == fCar;
+        const bool on = fAnimate || fControllers[fCurrent] == fCar || fGraph->Visible();
         if (on && !fTimer->Enabled()) fTimer->Reset();
         fTimer->SetEnabled(on);
     }
 
     void Tick(int intervals) {
-        if (fAnimate)
+        if (fAnimate && fSpinner)
             fSpinner->Transformation()->Rotation()->incY(1.5f * static_cast<float>(intervals));
         if (fControllers[fCurrent] == fCar)
             for (int i = 0; i < intervals; ++i)
@@ -156,6 +208,7 @@ private:
         fGraph->SetBounds(10, fView->Height() - 90, std::min(300, fView->Width() - 20), 80);
         fGraph->Clear();
         fGraph->SetVisible(!fGraph->Visible());
+        UpdateTimer();
     }
 
     void ToggleAbout() {
@@ -172,6 +225,63 @@ private:
                       fView->FrameRate());
         fView->Canvas().Font().SetColor(clLime);
         fView->Canvas().TextOut(fGraph->Left(), fGraph->Top() - 16, text);
+    }
+
+    void StartExamining() {
+        fExamining = true;
+        fView->SetController(nullptr);
+        if (fExamine.distance <= 0 || !fMeasured) Measure();
+        AimAt(*fCamera, fExamine.bounds, fExamine.distance, fExamine.angleX, fExamine.angleY);
+        fView->InvalidateGL();
+    }
+
+    void Measure() {
+        fExamine.bounds = MeasureScene(*fScene, ProgressBar("framing"));
+        fMeasured = true;
+    }
+
+    // The whole scene in sight, seen from the framing angles.
+    void Frame() {
+        Measure();
+        fExamine.distance = FramingDistance(*fCamera, fExamine.bounds.radius);
+        fExamine.angleX = kFramingAngleX;
+        fExamine.angleY = kFramingAngleY;
+        StartExamining();
+        std::printf("framed: centre %.3g,%.3g,%.3g radius %.3g\n", fExamine.bounds.centre.x,
+                    fExamine.bounds.centre.y, fExamine.bounds.centre.z, fExamine.bounds.radius);
+    }
+
+    void Orbit(int x, int y) {
+        fExamine.angleY += 0.5f * static_cast<float>(x - fExamine.lastX);
+        fExamine.angleX += 0.5f * static_cast<float>(y - fExamine.lastY);
+        fExamine.lastX = x;
+        fExamine.lastY = y;
+        AimAt(*fCamera, fExamine.bounds, fExamine.distance, fExamine.angleX, fExamine.angleY);
+        fView->InvalidateGL();
+    }
+
+    // Examine mode moves the camera nearer or away; elsewhere the lens narrows or widens.
+    void Zoom(int delta) {
+        const double factor = std::pow(0.9, delta / 120.0);
+        if (fExamining) {
+            fExamine.distance = std::max(fExamine.distance * factor, fExamine.bounds.radius * 0.05);
+            AimAt(*fCamera, fExamine.bounds, fExamine.distance, fExamine.angleX, fExamine.angleY);
+        } else {
+            fCamera->SetViewAngle(static_cast<float>(std::clamp(fCamera->ViewAngle() * factor, 2.0, 150.0)));
+        }
+        fView->InvalidateGL();
+    }
+
+    void Screenshot() {
+        std::string file;
+        for (int n = 1; file.empty() || std::filesystem::exists(file); ++n)
+            file = "orn-view-" + std::to_string(n) + ".png";
+        try {
+            fView->GetImage(std::max(fView->Width(), 1), std::max(fView->Height(), 1))->SaveToFile(file);
+            std::printf("wrote %s\n", std::filesystem::absolute(file).string().c_str());
+        } catch (const std::exception& e) {
+            std::printf("Cannot write the screenshot: %s\n", e.what());
+        }
     }
 
     void PrintObjectUnderMouse() {
@@ -199,11 +309,22 @@ private:
         case VK_F1:
             ToggleAbout();
             break;
+        case 'E':
+            StartExamining();
+            std::printf("examine mode\n");
+            break;
+        case 'F':
+            Frame();
+            break;
+        case 'S':
+            Screenshot();
+            break;
         case VK_SPACE:
             fAnimate = !fAnimate;
             UpdateTimer();
             break;
         case 'R':
+            if (fExamining) Use(fCurrent);
             ResetCamera();
             fCar->Stop();
             fView->InvalidateGL();
@@ -222,9 +343,9 @@ private:
     }
 
     TComponent fForm{nullptr};
-    TOrnNode* fScene = BuildDemoScene(&fForm);
-    // What the animation turns.
-    TOrnTransformed* fSpinner = dynamic_cast<TOrnTransformed*>(fForm.FindComponent("Ring"));
+    TOrnNode* fScene = nullptr;
+    // What the animation turns (the demo's ring; nothing in a scene file).
+    TOrnTransformed* fSpinner = nullptr;
     TOrnPerspectiveCamera* fCamera = new TOrnPerspectiveCamera(&fForm);
     TOrnCanvasView* fView = new TOrnCanvasView(&fForm);
     TOrnCarController* fCar = new TOrnCarController(&fForm);
@@ -235,6 +356,9 @@ private:
     TOrnPerformanceGraph* fGraph = new TOrnPerformanceGraph(&fForm);
     TOrnAboutBox* fAbout = new TOrnAboutBox(&fForm);
     bool fAnimate = true;
+    bool fExamining = false;
+    bool fMeasured = false;
+    Examine fExamine;
     int fMouseX = 0;
     int fMouseY = 0;
 };
@@ -242,13 +366,13 @@ private:
 int Run(const std::vector<std::string>& args) {
     const Options options = ParseOptions(args);
     std::string reason;
-    if (!WindowSystemAvailable(&reason)) throw std::runtime_error("no window can be opened: " + reason);
+    if (!WindowSystemAvailable(&reason)) throw std::runtime_error("Cannot open a window: " + reason);
     Viewer viewer(options);
     return viewer.Run();
 }
 
-const bool registered =
-    RegisterVerb({"view", "show the demo scene in a window, steered by mouse and keys", kUsage, &Run});
+const bool registered = RegisterVerb(
+    {"view", "show a scene file (or the demo) in a window, steered by mouse and keys", kUsage, &Run});
 
 } // namespace
 

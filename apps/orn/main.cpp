@@ -21,7 +21,10 @@ void PrintUsage(std::FILE* out) {
     std::fprintf(out, "%s\n\nUsage: orn <verb> [options]\n\nVerbs:\n", OrnProductName().c_str());
     for (const Verb& v : Verbs())
         std::fprintf(out, "  %-10s %s\n", v.name, v.summary);
-    std::fprintf(out, "\n'orn <verb> --help' tells more about a verb; 'orn --version' prints the version.\n");
+    std::fprintf(
+        out, "\n'orn help VERB' (or 'orn VERB --help') tells more about a verb; 'orn --version' prints the "
+             "version.\nOptions that take a value are written '--size 800x600' or '--size=800x600', "
+             "'-o out.png' or '-oout.png'.\n");
 }
 
 // Messages are printed as one line, whatever a library put into them.
@@ -60,8 +63,30 @@ bool ParseSize(const std::string& text, int& width, int& height, int maxSide) {
     return true;
 }
 
+std::string SizeError(const std::string& text) {
+    return "Cannot use the size '" + text + "': give WxH with each side 1 ... " + std::to_string(kMaxSide) +
+           ", such as 800x600";
+}
+
+std::vector<std::string> SplitOptionValues(const std::vector<std::string>& args) {
+    std::vector<std::string> out;
+    for (const std::string& a : args) {
+        const auto equals = a.find('=');
+        if (a.rfind("--", 0) == 0 && equals != std::string::npos) {
+            out.push_back(a.substr(0, equals));
+            out.push_back(a.substr(equals + 1));
+        } else if (a.size() > 2 && a.rfind("-o", 0) == 0) {
+            out.push_back("-o");
+            out.push_back(a.substr(2));
+        } else {
+            out.push_back(a);
+        }
+    }
+    return out;
+}
+
 const std::string& OptionValue(const std::vector<std::string>& args, std::size_t& i) {
-    if (i + 1 >= args.size()) throw UsageError("option '" + args[i] + "' needs a value");
+    if (i + 1 >= args.size()) throw UsageError("Cannot use the option '" + args[i] + "' without a value");
     return args[++i];
 }
 
@@ -75,22 +100,34 @@ int main(int argc, char** argv) {
         return 2;
     }
     const std::string& first = args.front();
-    if (first == "--help" || first == "-h" || first == "help") {
+    if (first == "--help" || first == "-h" || (first == "help" && args.size() == 1)) {
         PrintUsage(stdout);
+        return 0;
+    }
+    const std::vector<Verb> verbs = Verbs();
+    auto find = [&](const std::string& name) {
+        return std::find_if(verbs.begin(), verbs.end(), [&](const Verb& v) { return name == v.name; });
+    };
+    if (first == "help") {
+        const auto verb = find(args[1]);
+        if (verb == verbs.end() || args.size() > 2) {
+            std::fprintf(stderr, "orn: Cannot tell about '%s': no such verb (see orn --help)\n",
+                         args[1].c_str());
+            return 2;
+        }
+        std::printf("%s", verb->usage);
         return 0;
     }
     if (first == "--version") {
         std::printf("orn %s\n", orn::OrnVersion().c_str());
         return 0;
     }
-    const std::vector<Verb> verbs = Verbs();
-    const auto verb =
-        std::find_if(verbs.begin(), verbs.end(), [&](const Verb& v) { return first == v.name; });
+    const auto verb = find(first);
     if (verb == verbs.end()) {
-        std::fprintf(stderr, "orn: unknown verb '%s' (see orn --help)\n", first.c_str());
+        std::fprintf(stderr, "orn: Cannot run '%s': no such verb (see orn --help)\n", first.c_str());
         return 2;
     }
-    const std::vector<std::string> rest(args.begin() + 1, args.end());
+    const std::vector<std::string> rest = SplitOptionValues({args.begin() + 1, args.end()});
     if (std::find(rest.begin(), rest.end(), "--help") != rest.end() ||
         std::find(rest.begin(), rest.end(), "-h") != rest.end()) {
         std::printf("%s", verb->usage);

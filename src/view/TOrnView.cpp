@@ -332,6 +332,10 @@ void TOrnView::MouseUp(TMouseButton button, TShiftState shift, int x, int y) {
     if (fController && fController->HandleMouseUp(button, shift, x, y)) InvalidateGL();
 }
 
+void TOrnView::MouseWheel(TShiftState shift, int wheelDelta, int x, int y) {
+    if (OnMouseWheel) OnMouseWheel(this, shift, wheelDelta, x, y);
+}
+
 // --- Components
 
 void TOrnView::Notification(TComponent* component, TOperation operation) {

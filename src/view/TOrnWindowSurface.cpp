@@ -9,6 +9,8 @@
 #include <GLFW/glfw3.h>
 
 #include <algorithm>
+#include <cmath>
+#include <map>
 #include <mutex>
 
 namespace orn {
@@ -33,9 +35,122 @@ bool EnsureGlfw(std::string* reason) {
     return ok;
 }
 
-class WindowSurface final : public TOrnSurface, public TEventSource {
+// Reads the obtained pixel format from the window's context.
+TOrnPixelFormat ReadObtained(GLFWwindow* window, const TOrnPixelFormat& request) {
+    GLFWwindow* previous = glfwGetCurrentContext();
+    glfwMakeContextCurrent(window);
+    GLint r = 0, g = 0, b = 0, a = 0, depth = 0, stencil = 0;
+    GLboolean doubleBuffer = GL_FALSE;
+    glGetIntegerv(GL_RED_BITS, &r);
+    glGetIntegerv(GL_GREEN_BITS, &g);
+    glGetIntegerv(GL_BLUE_BITS, &b);
+    glGetIntegerv(GL_ALPHA_BITS, &a);
+    glGetIntegerv(GL_DEPTH_BITS, &depth);
+    glGetIntegerv(GL_STENCIL_BITS, &stencil);
+    glGetBooleanv(GL_DOUBLEBUFFER, &doubleBuffer);
+    glfwMakeContextCurrent(previous);
+    TOrnPixelFormat obtained = request;
+    obtained.ColorBits = r + g + b;
+    obtained.AlphaBits = a;
+    obtained.DepthBits = depth;
+    obtained.StencilBits = stencil;
+    obtained.Flags &= ~(PFD_DOUBLEBUFFER | PFD_SWAP_COPY);
+    if (doubleBuffer) obtained.Flags |= PFD_DOUBLEBUFFER | PFD_SWAP_COPY;
+    return obtained;
+}
+
+// A GLFW window's context and its input turned into the view's events; what owns the window and
+// how its callbacks reach these handlers is the subclass's.
+class GlfwSurface : public TOrnSurface {
 public:
-    WindowSurface(TOrnView& view, TOrnWindowOptions options) : fView(view), fOptions(std::move(options)) {}
+    explicit GlfwSurface(TOrnView& view) : fView(view) {}
+
+    bool MakeCurrent() override {
+        if (!fWindow) return false;
+        glfwMakeContextCurrent(fWindow);
+        return glfwGetCurrentContext() == fWindow;
+    }
+    void DoneCurrent() override {
+        if (IsCurrent()) glfwMakeContextCurrent(nullptr);
+    }
+    bool IsCurrent() const override { return fWindow && glfwGetCurrentContext() == fWindow; }
+    void Swap() override {
+        if (fWindow) glfwSwapBuffers(fWindow);
+    }
+    void Invalidate() override { glfwPostEmptyEvent(); }
+    TOrnPixelFormat Obtained() const override { return fObtained; }
+    std::string Kind() const override { return "window"; }
+    void* NativeWindow() const override { return fWindow; }
+
+protected:
+    void FramebufferSize(int width, int height) { fView.SetBounds(width, height); }
+    void Refresh() { fView.InvalidateGL(); }
+
+    // Positions come from the events themselves: the pointer may not be where a sent event says.
+    void CursorPos(double x, double y) {
+        fX = static_cast<int>(x);
+        fY = static_cast<int>(y);
+        fView.MouseMove(Shift(fMods), fX, fY);
+    }
+
+    void MouseButton(int button, int action, int mods) {
+        TMouseButton b = mbLeft;
+        if (button == GLFW_MOUSE_BUTTON_RIGHT)
+            b = mbRight;
+        else if (button == GLFW_MOUSE_BUTTON_MIDDLE)
+            b = mbMiddle;
+        else if (button != GLFW_MOUSE_BUTTON_LEFT)
+            return;
+        const int bit = b == mbLeft ? 1 : b == mbRight ? 2 : 4;
+        fMods = mods;
+        if (action == GLFW_PRESS) {
+            fButtons |= bit;
+            fView.MouseDown(b, Shift(mods), fX, fY);
+        } else {
+            fButtons &= ~bit;
+            fView.MouseUp(b, Shift(mods), fX, fY);
+        }
+    }
+
+    void Key(int key, int action, int mods) {
+        fMods = mods;
+        if (action == GLFW_RELEASE) return;
+        std::uint16_t vk = GlfwKeyToVirtualKey(key);
+        if (vk != 0) fView.KeyDown(vk, Shift(mods));
+    }
+
+    void Scroll(double dy) {
+        const int delta = static_cast<int>(std::lround(dy * 120));
+        if (delta != 0) fView.MouseWheel(Shift(fMods), delta, fX, fY);
+    }
+
+    TOrnView& fView;
+    GLFWwindow* fWindow = nullptr;
+    TOrnPixelFormat fObtained;
+
+private:
+    TShiftState Shift(int mods) const {
+        TShiftState shift;
+        if (mods & GLFW_MOD_SHIFT) shift.Include(ssShift);
+        if (mods & GLFW_MOD_ALT) shift.Include(ssAlt);
+        if (mods & GLFW_MOD_CONTROL) shift.Include(ssCtrl);
+        if (fButtons & 1) shift.Include(ssLeft);
+        if (fButtons & 2) shift.Include(ssRight);
+        if (fButtons & 4) shift.Include(ssMiddle);
+        return shift;
+    }
+
+    int fX = 0;
+    int fY = 0;
+    int fButtons = 0;
+    int fMods = 0;
+};
+
+// A window of the view's own, pumped by TApplication.
+class WindowSurface final : public GlfwSurface, public TEventSource {
+public:
+    WindowSurface(TOrnView& view, TOrnWindowOptions options)
+        : GlfwSurface(view), fOptions(std::move(options)) {}
 
     ~WindowSurface() override {
         TApplication::Instance().RemoveEventSource(this);
@@ -67,22 +182,10 @@ public:
         if (!fWindow) throw EOrnError("Could not create the view's window: " + LastGlfwError());
         glfwSetWindowUserPointer(fWindow, this);
         InstallCallbacks();
-        ReadObtained(request);
+        fObtained = ReadObtained(fWindow, request);
         TApplication::Instance().AddEventSource(this);
     }
 
-    bool MakeCurrent() override {
-        if (!fWindow) return false;
-        glfwMakeContextCurrent(fWindow);
-        return glfwGetCurrentContext() == fWindow;
-    }
-    void DoneCurrent() override {
-        if (IsCurrent()) glfwMakeContextCurrent(nullptr);
-    }
-    bool IsCurrent() const override { return fWindow && glfwGetCurrentContext() == fWindow; }
-    void Swap() override {
-        if (fWindow) glfwSwapBuffers(fWindow);
-    }
     void Resize(int width, int height) override {
         if (!fWindow) return;
         int w = 0, h = 0;
@@ -91,10 +194,6 @@ public:
         if (std::max(w, 1) != std::max(width, 1) || std::max(h, 1) != std::max(height, 1))
             glfwSetWindowSize(fWindow, std::max(width, 1), std::max(height, 1));
     }
-    void Invalidate() override { glfwPostEmptyEvent(); }
-    TOrnPixelFormat Obtained() const override { return fObtained; }
-    std::string Kind() const override { return "window"; }
-    void* NativeWindow() const override { return fWindow; }
 
     void PollEvents() override {
         glfwPollEvents();
@@ -107,89 +206,111 @@ private:
         return *static_cast<WindowSurface*>(glfwGetWindowUserPointer(window));
     }
 
-    TShiftState Shift(int mods) const {
-        TShiftState shift;
-        if (mods & GLFW_MOD_SHIFT) shift.Include(ssShift);
-        if (mods & GLFW_MOD_ALT) shift.Include(ssAlt);
-        if (mods & GLFW_MOD_CONTROL) shift.Include(ssCtrl);
-        if (fButtons & 1) shift.Include(ssLeft);
-        if (fButtons & 2) shift.Include(ssRight);
-        if (fButtons & 4) shift.Include(ssMiddle);
-        return shift;
-    }
-
     void InstallCallbacks() {
         glfwSetFramebufferSizeCallback(
-            fWindow, [](GLFWwindow* w, int width, int height) { Of(w).fView.SetBounds(width, height); });
-        glfwSetWindowRefreshCallback(fWindow, [](GLFWwindow* w) { Of(w).fView.InvalidateGL(); });
+            fWindow, [](GLFWwindow* w, int width, int height) { Of(w).FramebufferSize(width, height); });
+        glfwSetWindowRefreshCallback(fWindow, [](GLFWwindow* w) { Of(w).Refresh(); });
         glfwSetWindowCloseCallback(fWindow, [](GLFWwindow* w) {
             if (Of(w).fOptions.TerminateOnClose) TApplication::Instance().Terminate();
         });
-        // Positions come from the events themselves: the pointer may not be where a sent event says.
-        glfwSetCursorPosCallback(fWindow, [](GLFWwindow* w, double x, double y) {
-            WindowSurface& s = Of(w);
-            s.fX = static_cast<int>(x);
-            s.fY = static_cast<int>(y);
-            s.fView.MouseMove(s.Shift(s.fMods), s.fX, s.fY);
-        });
+        glfwSetCursorPosCallback(fWindow, [](GLFWwindow* w, double x, double y) { Of(w).CursorPos(x, y); });
         glfwSetMouseButtonCallback(fWindow, [](GLFWwindow* w, int button, int action, int mods) {
-            WindowSurface& s = Of(w);
-            TMouseButton b = mbLeft;
-            if (button == GLFW_MOUSE_BUTTON_RIGHT)
-                b = mbRight;
-            else if (button == GLFW_MOUSE_BUTTON_MIDDLE)
-                b = mbMiddle;
-            else if (button != GLFW_MOUSE_BUTTON_LEFT)
-                return;
-            const int bit = b == mbLeft ? 1 : b == mbRight ? 2 : 4;
-            s.fMods = mods;
-            if (action == GLFW_PRESS) {
-                s.fButtons |= bit;
-                s.fView.MouseDown(b, s.Shift(mods), s.fX, s.fY);
-            } else {
-                s.fButtons &= ~bit;
-                s.fView.MouseUp(b, s.Shift(mods), s.fX, s.fY);
-            }
+            Of(w).MouseButton(button, action, mods);
         });
-        glfwSetKeyCallback(fWindow, [](GLFWwindow* w, int key, int, int action, int mods) {
-            WindowSurface& s = Of(w);
-            s.fMods = mods;
-            if (action == GLFW_RELEASE) return;
-            std::uint16_t vk = GlfwKeyToVirtualKey(key);
-            if (vk != 0) s.fView.KeyDown(vk, s.Shift(mods));
-        });
+        glfwSetKeyCallback(
+            fWindow, [](GLFWwindow* w, int key, int, int action, int mods) { Of(w).Key(key, action, mods); });
+        glfwSetScrollCallback(fWindow, [](GLFWwindow* w, double, double dy) { Of(w).Scroll(dy); });
     }
 
-    void ReadObtained(const TOrnPixelFormat& request) {
-        GLFWwindow* previous = glfwGetCurrentContext();
-        glfwMakeContextCurrent(fWindow);
-        GLint r = 0, g = 0, b = 0, a = 0, depth = 0, stencil = 0;
-        GLboolean doubleBuffer = GL_FALSE;
-        glGetIntegerv(GL_RED_BITS, &r);
-        glGetIntegerv(GL_GREEN_BITS, &g);
-        glGetIntegerv(GL_BLUE_BITS, &b);
-        glGetIntegerv(GL_ALPHA_BITS, &a);
-        glGetIntegerv(GL_DEPTH_BITS, &depth);
-        glGetIntegerv(GL_STENCIL_BITS, &stencil);
-        glGetBooleanv(GL_DOUBLEBUFFER, &doubleBuffer);
-        glfwMakeContextCurrent(previous);
-        fObtained = request;
-        fObtained.ColorBits = r + g + b;
-        fObtained.AlphaBits = a;
-        fObtained.DepthBits = depth;
-        fObtained.StencilBits = stencil;
-        fObtained.Flags &= ~(PFD_DOUBLEBUFFER | PFD_SWAP_COPY);
-        if (doubleBuffer) fObtained.Flags |= PFD_DOUBLEBUFFER | PFD_SWAP_COPY;
-    }
-
-    TOrnView& fView;
     TOrnWindowOptions fOptions;
-    GLFWwindow* fWindow = nullptr;
-    TOrnPixelFormat fObtained;
-    int fX = 0;
-    int fY = 0;
-    int fButtons = 0;
-    int fMods = 0;
+};
+
+// A window the application created and owns, with its own event loop. The window's user pointer
+// stays the application's, so the callbacks find their surface through this table, and each one
+// hands the event on to the callback the application had installed before.
+class ExistingWindowSurface;
+std::map<GLFWwindow*, ExistingWindowSurface*>& Adopted() {
+    static std::map<GLFWwindow*, ExistingWindowSurface*> surfaces;
+    return surfaces;
+}
+
+class ExistingWindowSurface final : public GlfwSurface {
+public:
+    ExistingWindowSurface(TOrnView& view, GLFWwindow* window) : GlfwSurface(view), fAdopted(window) {}
+
+    ~ExistingWindowSurface() override {
+        if (!fWindow) return;
+        // The application's own callbacks come back; its window and context stay as they are.
+        glfwSetFramebufferSizeCallback(fWindow, fPrevious.framebuffer);
+        glfwSetWindowRefreshCallback(fWindow, fPrevious.refresh);
+        glfwSetCursorPosCallback(fWindow, fPrevious.cursor);
+        glfwSetMouseButtonCallback(fWindow, fPrevious.button);
+        glfwSetKeyCallback(fWindow, fPrevious.key);
+        glfwSetScrollCallback(fWindow, fPrevious.scroll);
+        Adopted().erase(fWindow);
+    }
+
+    void Create(const TOrnPixelFormat& request, int, int, TOrnSurface*) override {
+        if (!fAdopted) throw EOrnError("Can not draw into a window: no GLFW window was given.");
+        if (Adopted().contains(fAdopted))
+            throw EOrnError("Can not draw into a window that a view already draws into.");
+        fWindow = fAdopted;
+        Adopted()[fWindow] = this;
+        // The window was made by the application: its format is what it is, and so is its size.
+        fObtained = ReadObtained(fWindow, request);
+        int width = 0, height = 0;
+        glfwGetFramebufferSize(fWindow, &width, &height);
+        fView.SetBounds(width, height);
+        fPrevious.framebuffer =
+            glfwSetFramebufferSizeCallback(fWindow, [](GLFWwindow* w, int width, int height) {
+                ExistingWindowSurface& s = Of(w);
+                s.FramebufferSize(width, height);
+                if (s.fPrevious.framebuffer) s.fPrevious.framebuffer(w, width, height);
+            });
+        fPrevious.refresh = glfwSetWindowRefreshCallback(fWindow, [](GLFWwindow* w) {
+            ExistingWindowSurface& s = Of(w);
+            s.Refresh();
+            if (s.fPrevious.refresh) s.fPrevious.refresh(w);
+        });
+        fPrevious.cursor = glfwSetCursorPosCallback(fWindow, [](GLFWwindow* w, double x, double y) {
+            ExistingWindowSurface& s = Of(w);
+            s.CursorPos(x, y);
+            if (s.fPrevious.cursor) s.fPrevious.cursor(w, x, y);
+        });
+        fPrevious.button =
+            glfwSetMouseButtonCallback(fWindow, [](GLFWwindow* w, int button, int action, int mods) {
+                ExistingWindowSurface& s = Of(w);
+                s.MouseButton(button, action, mods);
+                if (s.fPrevious.button) s.fPrevious.button(w, button, action, mods);
+            });
+        fPrevious.key =
+            glfwSetKeyCallback(fWindow, [](GLFWwindow* w, int key, int scancode, int action, int mods) {
+                ExistingWindowSurface& s = Of(w);
+                s.Key(key, action, mods);
+                if (s.fPrevious.key) s.fPrevious.key(w, key, scancode, action, mods);
+            });
+        fPrevious.scroll = glfwSetScrollCallback(fWindow, [](GLFWwindow* w, double dx, double dy) {
+            ExistingWindowSurface& s = Of(w);
+            s.Scroll(dy);
+            if (s.fPrevious.scroll) s.fPrevious.scroll(w, dx, dy);
+        });
+    }
+
+    // The window's size is the application's to set.
+    void Resize(int, int) override {}
+
+private:
+    static ExistingWindowSurface& Of(GLFWwindow* window) { return *Adopted().at(window); }
+
+    GLFWwindow* fAdopted;
+    struct {
+        GLFWframebuffersizefun framebuffer = nullptr;
+        GLFWwindowrefreshfun refresh = nullptr;
+        GLFWcursorposfun cursor = nullptr;
+        GLFWmousebuttonfun button = nullptr;
+        GLFWkeyfun key = nullptr;
+        GLFWscrollfun scroll = nullptr;
+    } fPrevious;
 };
 
 } // namespace
@@ -197,6 +318,12 @@ private:
 TOrnSurfaceFactory WindowSurfaceFactory(TOrnWindowOptions options) {
     return [options](TOrnView& view) -> std::unique_ptr<TOrnSurface> {
         return std::make_unique<WindowSurface>(view, options);
+    };
+}
+
+TOrnSurfaceFactory ExistingWindowSurfaceFactory(GLFWwindow* window) {
+    return [window](TOrnView& view) -> std::unique_ptr<TOrnSurface> {
+        return std::make_unique<ExistingWindowSurface>(view, window);
     };
 }
 

@@ -1,6 +1,8 @@
 #include <orn/host/EOrnError.h>
 #include <orn/host/TBitmap.h>
 
+#include "support/Corpora.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,7 +18,7 @@ using namespace orn;
 
 namespace {
 
-const std::string kBmpDir = std::string(ORN_CORPORA_DIR) + "/bmp/";
+const std::string kBmpDir = orn::test::CorpusPath("bmp").string() + "/";
 
 std::vector<std::filesystem::path> FilesIn(const std::string& sub) {
     std::vector<std::filesystem::path> files;
@@ -69,6 +71,7 @@ bool SamePixels(const TBitmap& a, const TBitmap& b) {
 } // namespace
 
 TEST(BmpCorpusGood, EveryFileLoadsAtItsSize) {
+    ORN_REQUIRE_CORPUS("bmp");
     const std::vector<std::pair<std::string, TPoint>> odd = {{"pal8nonsquare.bmp", {127, 32}},
                                                              {"pal8w124.bmp", {124, 61}},
                                                              {"pal8w125.bmp", {125, 62}},
@@ -88,6 +91,7 @@ TEST(BmpCorpusGood, EveryFileLoadsAtItsSize) {
 }
 
 TEST(BmpCorpusGood, HighColourFilesDepictTheRgb24Picture) {
+    ORN_REQUIRE_CORPUS("bmp");
     // Exact for 24 and 32 bit; 5- and 6-bit channels are off by at most the rounding of their scaling.
     const std::vector<std::pair<std::string, int>> table = {
         {"rgb24pal.bmp", 0}, {"rgb32.bmp", 0},      {"rgb32bf.bmp", 0},   {"rgb32bfdef.bmp", 0},
@@ -103,6 +107,7 @@ TEST(BmpCorpusGood, HighColourFilesDepictTheRgb24Picture) {
 }
 
 TEST(BmpCorpusGood, EightBitVariantsAreTheSamePicture) {
+    ORN_REQUIRE_CORPUS("bmp");
     // Every 8-bit variant (OS/2 header, RLE, top-down, V4/V5 headers, no colour count) decodes to
     // the pixels of pal8.bmp; that palette of 252 colours approximates the 24-bit picture.
     const auto pal8 = Load("good/pal8.bmp");
@@ -117,6 +122,7 @@ TEST(BmpCorpusGood, EightBitVariantsAreTheSamePicture) {
 }
 
 TEST(BmpCorpusGood, LowColourVariantsDifferOnlyInTheirPalettes) {
+    ORN_REQUIRE_CORPUS("bmp");
     EXPECT_TRUE(SamePixels(*Load("good/pal4rle.bmp"), *Load("good/pal4.bmp")));
     // pal1wb swaps both the palette and the indices, so the picture stays.
     const auto pal1 = Load("good/pal1.bmp");
@@ -139,6 +145,7 @@ TEST(BmpCorpusGood, LowColourVariantsDifferOnlyInTheirPalettes) {
 }
 
 TEST(BmpCorpusQuestionable, FilesLoadOrAreRefusedCleanly) {
+    ORN_REQUIRE_CORPUS("bmp");
     // Compressions the codec does not implement are refused; everything else loads.
     const std::vector<std::string> refused = {"pal1huffmsb.bmp", "rgb24jpeg.bmp", "rgb24png.bmp",
                                               "rgb24rle24.bmp", "rgba64.bmp"};
@@ -160,6 +167,7 @@ TEST(BmpCorpusQuestionable, FilesLoadOrAreRefusedCleanly) {
 }
 
 TEST(BmpCorpusQuestionable, OddBitFieldMasksScaleToEightBits) {
+    ORN_REQUIRE_CORPUS("bmp");
     const auto ref = Load("good/rgb24.bmp");
     for (const char* name : {"rgb32-111110.bmp", "rgb32-7187.bmp", "rgb32h52.bmp", "rgb32-xbgr.bmp"}) {
         SCOPED_TRACE(name);
@@ -178,6 +186,7 @@ TEST(BmpCorpusQuestionable, OddBitFieldMasksScaleToEightBits) {
 }
 
 TEST(BmpCorpusQuestionable, AlphaMaskGivesAnAlphaChannel) {
+    ORN_REQUIRE_CORPUS("bmp");
     const auto bmp = Load("questionable/rgba16-4444.bmp");
     EXPECT_EQ(bmp->PixelFormat(), pf32bit);
     std::vector<int> seen(256);
@@ -191,6 +200,7 @@ TEST(BmpCorpusQuestionable, AlphaMaskGivesAnAlphaChannel) {
 }
 
 TEST(BmpCorpusBad, EveryFileIsRefusedNamingTheFile) {
+    ORN_REQUIRE_CORPUS("bmp");
     const auto files = FilesIn("bad");
     ASSERT_GE(files.size(), 15u);
     for (const auto& f : files) {
@@ -207,6 +217,7 @@ TEST(BmpCorpusBad, EveryFileIsRefusedNamingTheFile) {
 }
 
 TEST(BmpCorpusBad, ReasonsNameTheFault) {
+    ORN_REQUIRE_CORPUS("bmp");
     const std::vector<std::pair<std::string, std::string>> table = {
         {"reallybig.bmp", "exceed the limit"}, {"badrle.bmp", "RLE"},
         {"rletopdown.bmp", "top-down"},        {"pal8badindex.bmp", "palette index"},
@@ -225,6 +236,7 @@ TEST(BmpCorpusBad, ReasonsNameTheFault) {
 }
 
 TEST(BmpCodecRobustness, TruncatedBuffersAreRefusedAtEveryLength) {
+    ORN_REQUIRE_CORPUS("bmp");
     for (const char* name : {"good/pal4rle.bmp", "good/rgb16-565.bmp", "good/pal8os2.bmp"}) {
         SCOPED_TRACE(name);
         std::vector<std::uint8_t> bytes = ReadBytes(kBmpDir + name);
@@ -244,7 +256,9 @@ TEST(BmpCodecRobustness, TruncatedBuffersAreRefusedAtEveryLength) {
 }
 
 TEST(BmpCodecRobustness, BrokenMasksAreRefused) {
+    ORN_REQUIRE_CORPUS("bmp");
     std::vector<std::uint8_t> bytes = ReadBytes(kBmpDir + "good/rgb16-565.bmp");
+    ASSERT_GE(bytes.size(), 66u);
     auto setMask = [&](int i, std::uint32_t m) {
         for (int b = 0; b < 4; ++b)
             bytes[54 + 4 * i + b] = static_cast<std::uint8_t>(m >> (8 * b));

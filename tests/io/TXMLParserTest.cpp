@@ -1,6 +1,8 @@
 #include <orn/host/EOrnError.h>
 #include <orn/io/TXMLParser.h>
 
+#include "support/Corpora.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -288,7 +290,8 @@ TEST(TXMLParserRecords, ParamLookupIgnoresCaseAndSplitsAtTheFirstEqualSign) {
 
 TEST(TXMLParserCorpus, ConformanceFilesParseToTheEnd) {
     namespace fs = std::filesystem;
-    const fs::path root = fs::path(ORN_CORPORA_DIR) / "xml" / "xmltest";
+    ORN_REQUIRE_CORPUS("xml/xmltest");
+    const fs::path root = orn::test::CorpusPath("xml/xmltest");
     int files = 0;
     for (const char* dir : {"valid/sa", "not-wf/sa", "invalid"}) {
         for (const auto& entry : fs::directory_iterator(root / dir)) {

@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -28,6 +29,9 @@ constexpr int kHeight = 240;
 
 class ViewVerb : public ::testing::Test {
 protected:
+    /// Arguments after the common ones.
+    virtual std::vector<std::string> ExtraArguments() const { return {}; }
+
     void SetUp() override {
         display = XOpenDisplay(nullptr);
         if (!display) GTEST_SKIP() << "no X display";
@@ -39,7 +43,14 @@ protected:
             dup2(out[1], STDOUT_FILENO);
             close(out[0]);
             close(out[1]);
-            execl(ORN_APP_PATH, ORN_APP_PATH, "view", "--still", "--size", "320x240", nullptr);
+            std::vector<std::string> args{ORN_APP_PATH, "view", "--still", "--size=320x240"};
+            for (const std::string& a : ExtraArguments())
+                args.push_back(a);
+            std::vector<char*> argv;
+            for (std::string& a : args)
+                argv.push_back(a.data());
+            argv.push_back(nullptr);
+            execv(ORN_APP_PATH, argv.data());
             _exit(127);
         }
         close(out[1]);
@@ -172,7 +183,7 @@ TEST_F(ViewVerb, DraggingMovesTheCameraAndChangesThePicture) {
     Motion(310, kHeight / 2); // turns the camera by 300 / 2000 * 133 = 19.95 degrees
     Button(false);
     EXPECT_TRUE(WaitFor([&] { return Differences(before, Picture()) > 500; }));
-    // The centre cube has left the middle of the window.
+    // The centre sphere has left the middle of the window.
     EXPECT_NE(Pick(kWidth / 2, kHeight / 2), "at 160,120: \"Centre\" (TOrnSphere)");
 }
 
@@ -191,6 +202,66 @@ TEST_F(ViewVerb, SwitchesControllersAndQuitsOnQ) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
+// A scene file, shown framed in examine mode.
+class ViewVerbFile : public ViewVerb {
+protected:
+    std::vector<std::string> ExtraArguments() const override {
+        return {ORN_SOURCE_DIR "/examples/scenes/demo.orngl"};
+    }
+
+    void Wheel(unsigned button) {
+        XEvent e{};
+        e.xbutton.type = ButtonPress;
+        e.xbutton.button = button;
+        e.xbutton.x = kWidth / 2;
+        e.xbutton.y = kHeight / 2;
+        e.xbutton.same_screen = True;
+        Send(e, ButtonPressMask);
+        e.xbutton.type = ButtonRelease;
+        Send(e, ButtonReleaseMask);
+    }
+};
+
+TEST_F(ViewVerbFile, OpensTheFileFramedAndOrbitsZoomsAndFrames) {
+    EXPECT_NE(Output().find("demo.orngl, "), std::string::npos) << Output();
+    EXPECT_NE(Output().find("framed: "), std::string::npos) << Output();
+    // Framed, the scene fills the middle of the window.
+    EXPECT_EQ(Pick(kWidth / 2, kHeight / 2).find("nothing"), std::string::npos);
+    EXPECT_EQ(Pick(5, 5), "at 5,5: nothing");
+
+    std::vector<unsigned long> framed;
+    ASSERT_TRUE(WaitFor([&] { return !(framed = Picture()).empty(); })) << "the window cannot be read";
+    Wheel(Button4); // nearer
+    Wheel(Button4);
+    std::vector<unsigned long> zoomed;
+    EXPECT_TRUE(WaitFor([&] { return Differences(framed, zoomed = Picture()) > 500; }));
+
+    Motion(100, kHeight / 2);
+    Button(true);
+    Motion(220, kHeight / 2); // orbits by 60 degrees about the centre
+    Button(false);
+    EXPECT_TRUE(WaitFor([&] { return Differences(zoomed, Picture()) > 500; }));
+    // Orbiting turns about the centre, so the scene stays in the middle.
+    EXPECT_EQ(Pick(kWidth / 2, kHeight / 2).find("nothing"), std::string::npos);
+
+    // F frames the whole scene again: the first picture comes back.
+    Key(XK_f);
+    EXPECT_TRUE(WaitFor([&] { return Differences(framed, Picture()) < 50; }));
+}
+
+TEST_F(ViewVerbFile, SWritesAScreenshotAndSaysWhere) {
+    const size_t from = Output().size();
+    Key(XK_s);
+    ASSERT_TRUE(WaitFor([&] { return Output().find(".png\n", from) != std::string::npos; })) << Output();
+    const std::string line = Output().substr(from);
+    ASSERT_EQ(line.rfind("wrote /", 0), 0u) << line;
+    const std::string file = line.substr(6, line.find('\n') - 6);
+    struct stat info {};
+    EXPECT_EQ(stat(file.c_str(), &info), 0) << file;
+    EXPECT_GT(info.st_size, 1000);
+    std::remove(file.c_str());
+}
+
 } // namespace
 
 namespace {
@@ -204,9 +275,13 @@ TEST(ViewVerbHelp, ListsEveryKey) {
     while (std::fgets(buffer, sizeof buffer, pipe))
         help += buffer;
     EXPECT_EQ(pclose(pipe), 0);
-    for (const char* entry : {"\n  C  ", "\n  Up, Down  ", "\n  Left, Right  ", "\n  Page Up, Page Down  ",
-                              "\n  Home  ", "\n  O  ", "\n  Space  ", "\n  R  ", "\n  H  ", "\n  Esc, Q  ",
-                              "\n  left drag  ", "\n  right drag  ", "\n  --still  "}) {
+    // It says what the demo shows.
+    EXPECT_NE(help.find("ringed sphere"), std::string::npos);
+    EXPECT_EQ(help.find("cube"), std::string::npos);
+    for (const char* entry :
+         {"\n  C  ", "\n  Up, Down  ", "\n  Left, Right  ", "\n  Page Up, Page Down  ", "\n  Home  ",
+          "\n  O  ", "\n  Space  ", "\n  R  ", "\n  H  ", "\n  Esc, Q  ", "\n  left drag  ",
+          "\n  right drag  ", "\n  --still  ", "\n  E  ", "\n  F  ", "\n  P  ", "\n  wheel  "}) {
         std::string squeezed = help;
         // Entries are aligned with runs of spaces; compare with two.
         for (size_t at; (at = squeezed.find("   ")) != std::string::npos;)

@@ -35,6 +35,9 @@ using TOrnMouseEvent =
     std::function<void(TObject* sender, TMouseButton button, TShiftState shift, int x, int y)>;
 using TOrnMouseMoveEvent = std::function<void(TObject* sender, TShiftState shift, int x, int y)>;
 using TOrnKeyEvent = std::function<void(TObject* sender, std::uint16_t& key, TShiftState shift)>;
+/// A turn of the mouse wheel: wheelDelta is 120 per notch, positive away from the user.
+using TOrnMouseWheelEvent =
+    std::function<void(TObject* sender, TShiftState shift, int wheelDelta, int x, int y)>;
 
 /// One hit of a pick: the object whose name was hit, its index list (−1 for the object as a
 /// whole) and the depth range of the hit in 0 … 1.
@@ -83,6 +86,7 @@ public:
     TOrnMouseMoveEvent OnMouseMove;
     TOrnMouseEvent OnMouseUp;
     TOrnKeyEvent OnKeyDown;
+    TOrnMouseWheelEvent OnMouseWheel;
     TNotifyEvent OnResize;
 
     // --- Window control
@@ -198,6 +202,7 @@ public:
     virtual void MouseDown(TMouseButton button, TShiftState shift, int x, int y);
     virtual void MouseMove(TShiftState shift, int x, int y);
     virtual void MouseUp(TMouseButton button, TShiftState shift, int x, int y);
+    virtual void MouseWheel(TShiftState shift, int wheelDelta, int x, int y);
 
     void Notification(TComponent* component, TOperation operation) override;
 

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+struct GLFWwindow;
+
 namespace orn {
 
 /// How a view's window looks and behaves.
@@ -20,6 +22,14 @@ struct TOrnWindowOptions {
 /// handles its events and repaints the view when it was invalidated. Lists are shared only with
 /// other window views.
 TOrnSurfaceFactory WindowSurfaceFactory(TOrnWindowOptions options = {});
+
+/// Surfaces that draw into a GLFW window the application created, owns and pumps itself. The view
+/// takes the window's current framebuffer size, follows its resizes and receives its mouse, wheel
+/// and key events; callbacks the application installed before connecting still get every event,
+/// and are put back when the view disconnects. The window's pixel format is what the application
+/// asked for, and its lists are shared with no other view. The application's loop repaints:
+/// `if (view->PaintPending()) view->Paint();` after processing events. One view per window.
+TOrnSurfaceFactory ExistingWindowSurfaceFactory(GLFWwindow* window);
 
 /// Whether windows can be opened (a display is reachable); on false, reason says why.
 bool WindowSystemAvailable(std::string* reason = nullptr);

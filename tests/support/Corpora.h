@@ -1,0 +1,28 @@
+#pragma once
+
+// The outside test corpora (BMP, XML conformance, DXF files) are not part of the repository; the
+// CMake cache variable ORN_CORPORA_DIR says where they lie. A test that needs one skips, naming the
+// folder it looked for, when it is absent.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace orn::test {
+
+/// relative below ORN_CORPORA_DIR.
+inline std::filesystem::path CorpusPath(const std::string& relative) {
+    return std::filesystem::path(ORN_CORPORA_DIR) / relative;
+}
+
+} // namespace orn::test
+
+/// Skips the running test unless the corpus folder `relative` exists.
+#define ORN_REQUIRE_CORPUS(relative)                                                                         \
+    do {                                                                                                     \
+        const std::filesystem::path ornCorpus = ::orn::test::CorpusPath(relative);                           \
+        if (!std::filesystem::is_directory(ornCorpus))                                                       \
+            GTEST_SKIP() << "corpus not found: " << ornCorpus.string()                                       \
+                         << " (set the CMake cache variable ORN_CORPORA_DIR)";                               \
+    } while (false)
