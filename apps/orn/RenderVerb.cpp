@@ -14,16 +14,21 @@ namespace orn::app {
 namespace {
 
 constexpr const char* kUsage =
-    R"(Usage: orn render [SCENE.orngl] [--size WxH] [--camera perspective|orthographic] -o FILE
+    R"(Usage: orn render [SCENE.orngl] [--size WxH] [--camera perspective|orthographic] [--lenient] -o FILE
 
 Renders the scene file SCENE, or without one the built-in demo scene, off-screen (no display
 needed) and writes it to FILE. A scene file is seen through the camera it holds; one without a
-camera through a camera of the chosen kind that frames all of its objects.
+camera through a camera of the chosen kind that frames all of its objects. FILE is replaced only
+once the image is completely written.
+
+When SCENE loads incomplete (a file it refers to is missing or unreadable, an element can not be
+read, the file ends early) the problems are listed and no image is written: the exit status is 3.
 
 Options:
   -o, --output FILE   the image to write: .png or .bmp
   --size WxH          image size in pixels, each side 1 ... 16384 (default 800x600)
   --camera KIND       perspective (default) or orthographic
+  --lenient           render what did load of an incomplete SCENE (exit status 0)
   -h, --help          this text
 )";
 
@@ -40,6 +45,7 @@ int Run(const std::vector<std::string>& args) {
     std::string cameraKind = "perspective";
     std::string output;
     std::string sceneFile;
+    bool lenient = false;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
         if (a == "-o" || a == "--output") {
@@ -48,6 +54,8 @@ int Run(const std::vector<std::string>& args) {
             const std::string& size = OptionValue(args, i);
             if (!ParseSize(size, width, height))
                 throw UsageError("bad size '" + size + "', expected WxH such as 800x600");
+        } else if (a == "--lenient") {
+            lenient = true;
         } else if (a == "--camera") {
             cameraKind = OptionValue(args, i);
             if (cameraKind != "perspective" && cameraKind != "orthographic")
@@ -67,6 +75,7 @@ int Run(const std::vector<std::string>& args) {
     TOrnView view(&form);
     if (!sceneFile.empty()) {
         LoadedScene scene = LoadScene(sceneFile, &form);
+        if (!AcceptWarnings("render", sceneFile, scene, lenient)) return kExitIncomplete;
         camera = scene.camera ? std::move(scene.camera) : FramingCamera(*scene.node, cameraKind);
         TOrnNode* node = scene.node;
         view.OnRender = [node](TOrnView* v) { node->Render(v); };

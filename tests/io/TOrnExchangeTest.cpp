@@ -7,6 +7,8 @@
 #include <orn/state/TOrnMaterial.h>
 #include <orn/view/TOrnCamera.h>
 
+#include "io/detail/ExchangeText.h"
+
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
@@ -219,8 +221,7 @@ TEST_F(ExchangeFixture, CompactLeavesOutDefaultsAndLoadsTheSame) {
 // --- Escaping -------------------------------------------------------------------------------------
 
 TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) {
-    const std::string nasty =
-        std::string("a \"q\" <b>/c & d\nline\r\ttab\x01\x7F end=1 é€ &#65; ") + '\0' + "z";
+    const std::string nasty = "a \"q\" <b>/c & d\nline\r\ttab\x7F end=1 é€ &#65; z";
     TExchangeProbe* p = AddProbe("P1");
     p->S = nasty;
     exchange.SetDescription("scene / \"demo\" <1>");
@@ -228,7 +229,7 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
     const std::size_t at = text.find(" S=\"");
     ASSERT_NE(at, std::string::npos);
     const std::string value = text.substr(at + 4, text.find('"', at + 4) - at - 4);
-    for (char bad : {'<', '>', '/', '\n', '\r', '\t', '\x01', '\0'})
+    for (char bad : {'<', '>', '/', '\n', '\r', '\t'})
         EXPECT_EQ(value.find(bad), std::string::npos) << int(bad);
     EXPECT_NE(value.find("&#47;"), std::string::npos);
     EXPECT_NE(value.find("&#38;#65;"), std::string::npos);
@@ -239,6 +240,27 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
     pugi::xml_document doc;
     ASSERT_TRUE(doc.load_string(text.c_str()));
     EXPECT_STREQ(doc.child("ORNGL").attribute("description").value(), "scene / \"demo\" <1>");
+}
+
+TEST_F(ExchangeFixture, WhatNoXmlDocumentHoldsIsWrittenAsTheReplacementCharacter) {
+    // Control characters (not even as references), stray and overlong bytes, a surrogate, U+FFFE.
+    const std::string bad = std::string("a\x01"
+                                        "b") +
+                            '\0' + "c\xFF d\xC0\xAF e\xED\xA0\x80 f\xEF\xBF\xBE g\xE2\x82";
+    AddProbe("P1")->S = bad;
+    const std::string text = RoundTrip();
+    EXPECT_EQ(text.find("&#1;"), std::string::npos);
+    EXPECT_EQ(text.find("&#0;"), std::string::npos);
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t n = orn::detail::Utf8Length(std::string_view(text).substr(i));
+        ASSERT_GT(n, 0u) << "not UTF-8 an XML document may hold at " << i;
+        ASSERT_TRUE(static_cast<unsigned char>(text[i]) >= 0x20 || text[i] == '\n') << i;
+        i += n;
+    }
+    ASSERT_EQ(loaded->Count(), 1);
+    EXPECT_EQ(LoadedProbe(0)->S,
+              "a\uFFFDb\uFFFDc\uFFFD d\uFFFD\uFFFD e\uFFFD\uFFFD\uFFFD f\uFFFD\uFFFD\uFFFD "
+              "g\uFFFD\uFFFD");
 }
 
 TEST_F(ExchangeFixture, ReaderDecodesNamedAndHexadecimalReferences) {
@@ -551,7 +573,7 @@ TEST_F(ExchangeFixture, RandomBytesNeverCrash) {
     }
 }
 
-TEST_F(ExchangeFixture, NestingBeyondTheLimitIsSkipped) {
+TEST_F(ExchangeFixture, NestingBeyondTheLimitIsSkippedAndSaidSo) {
     std::string deep;
     for (int k = 0; k < 1000; ++k)
         deep += "<TORNNODE>";
@@ -560,6 +582,60 @@ TEST_F(ExchangeFixture, NestingBeyondTheLimitIsSkipped) {
     for (TOrnNode* n = loaded; n->Count() > 0; n = dynamic_cast<TOrnNode*>(n->Items(0)))
         ++depth;
     EXPECT_EQ(depth, TOrnExchange::MaxDepth - 2); // below ORNGL and Objects
+    ASSERT_FALSE(exchange.Warnings().empty());
+    EXPECT_NE(exchange.Warnings()[0].find("deeper than 128"), std::string::npos);
+}
+
+TEST_F(ExchangeFixture, WriterAndReaderAgreeOnTheDepthLimit) {
+    // The deepest chain a file holds saves and loads back whole; one more level is refused.
+    auto chain = [](TOrnNode& top, int levels) {
+        TOrnNode* n = &top;
+        for (int k = 0; k < levels; ++k) {
+            auto* child = new TOrnNode(n);
+            n->Add(child);
+            n = child;
+        }
+        return n;
+    };
+    auto depthOf = [](TOrnNode* n) {
+        int d = 0;
+        for (; n->Count() > 0; n = dynamic_cast<TOrnNode*>(n->Items(0)))
+            ++d;
+        return d;
+    };
+    std::string text;
+    int levels = 1;
+    for (;; ++levels) {
+        TComponent owner(nullptr);
+        auto* top = new TOrnNode(&owner);
+        chain(*top, levels);
+        try {
+            text = exchange.SaveToString(*top);
+        } catch (const EOrnError& e) {
+            EXPECT_NE(std::string(e.what()).find("deeper than 128"), std::string::npos) << e.what();
+            break;
+        }
+    }
+    --levels;
+    ASSERT_GT(levels, 100);
+    TComponent owner(nullptr);
+    auto* top = new TOrnNode(&owner);
+    chain(*top, levels);
+    exchange.LoadFromString(*loaded, exchange.SaveToString(*top));
+    EXPECT_TRUE(exchange.Warnings().empty());
+    EXPECT_EQ(depthOf(loaded), levels);
+}
+
+TEST_F(ExchangeFixture, AValueHoldingAKeyNameDropsNoKey) {
+    TExchangeProbe* p = AddProbe("P1");
+    p->S = "see C=0 and V=\"1\" E=";
+    p->C = clBlue;
+    p->E = 2;
+    RoundTrip();
+    ASSERT_EQ(loaded->Count(), 1);
+    EXPECT_EQ(LoadedProbe(0)->S, p->S);
+    EXPECT_EQ(LoadedProbe(0)->C, clBlue);
+    EXPECT_EQ(LoadedProbe(0)->E, 2);
 }
 
 // --- Files ----------------------------------------------------------------------------------------
