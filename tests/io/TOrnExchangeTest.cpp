@@ -1,5 +1,7 @@
+#include <orn/geometry/TOrnPolygon.h>
 #include <orn/host/EOrnError.h>
 #include <orn/io/TOrnExchange.h>
+#include <orn/objects/TOrnTube.h>
 #include <orn/scene/TOrnNode.h>
 #include <orn/scene/TOrnObject.h>
 #include <orn/scene/TOrnRegistry.h>
@@ -14,9 +16,12 @@
 
 #include <cmath>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <locale>
 #include <random>
 #include <sstream>
 #include <sys/resource.h>
@@ -811,4 +816,87 @@ TEST_F(ExchangeFixture, EveryRenderClassRoundTripsByteForByte) {
     const std::string second = again.SaveToString(*loaded);
     EXPECT_TRUE(WellFormed(second));
     EXPECT_EQ(first, second);
+}
+
+namespace {
+
+/// A German locale made for the test (',' as the decimal separator), set for the whole program
+/// while it lives; false when the system can not make one.
+class GermanLocale {
+public:
+    GermanLocale() {
+        if (Use()) return;
+        // Not installed: made here, which takes a few seconds.
+        fPath = fs::temp_directory_path() / ("orn_locale_" + std::to_string(::getpid()));
+        fs::create_directories(fPath);
+        const std::string make =
+            "localedef -i de_DE -f UTF-8 " + (fPath / "de_DE.UTF-8").string() + " >/dev/null 2>&1";
+        if (std::system(make.c_str()) != 0) return;
+        const char* old = std::getenv("LOCPATH");
+        if (old) fOldPath = old;
+        fHadPath = old != nullptr;
+        fSetPath = true;
+        ::setenv("LOCPATH", fPath.c_str(), 1);
+        Use();
+    }
+    ~GermanLocale() {
+        if (fActive) std::locale::global(fOld);
+        if (fHadPath)
+            ::setenv("LOCPATH", fOldPath.c_str(), 1);
+        else if (fSetPath)
+            ::unsetenv("LOCPATH");
+        if (!fPath.empty()) fs::remove_all(fPath);
+    }
+    bool Active() const { return fActive; }
+
+private:
+    bool Use() {
+        try {
+            fOld = std::locale::global(std::locale("de_DE.UTF-8"));
+            fActive = true;
+        } catch (const std::runtime_error&) {
+        }
+        return fActive;
+    }
+
+    fs::path fPath;
+    bool fSetPath = false;
+    std::string fOldPath;
+    bool fHadPath = false;
+    bool fActive = false;
+    std::locale fOld;
+};
+
+} // namespace
+
+TEST_F(ExchangeFixture, NumbersAreWrittenAndReadTheSameUnderAnyLocale) {
+    auto* polygon = new TOrnPolygon(scene);
+    polygon->Add({0.5, 0.25, -1.5}, {0, 0, 1}, {0.75, 0.125, 0});
+    polygon->Add({2.5, 0.5, 0}, {0, 0, 1}, {1, 0.5, 0});
+    scene->Add(polygon);
+    auto* tube = new TOrnTube(scene);
+    tube->Add({0.5, 1.25, 2}, 0.75);
+    tube->Add({1.5, -0.25, 3}, 0.5);
+    scene->Add(tube);
+    AddProbe("P")->D = 0.125;
+    const std::string inC = exchange.SaveToString(*scene);
+
+    GermanLocale german;
+    if (!german.Active()) GTEST_SKIP() << "no German locale can be made here";
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "%.1f", 0.5);
+    ASSERT_STREQ(buf, "0,5") << "the locale is not in force";
+    const std::string inGerman = exchange.SaveToString(*scene);
+    EXPECT_EQ(inGerman, inC);
+    EXPECT_NE(inGerman.find("0.5,0.25,-1.5"), std::string::npos);
+    exchange.LoadFromString(*loaded, inGerman);
+    ASSERT_EQ(loaded->Count(), 3);
+    auto* polygonBack = dynamic_cast<TOrnPolygon*>(loaded->Items(0));
+    auto* tubeBack = dynamic_cast<TOrnTube*>(loaded->Items(1));
+    ASSERT_TRUE(polygonBack && tubeBack);
+    EXPECT_EQ(polygonBack->GetValues(0, daVertex).x, 0.5);
+    EXPECT_EQ(polygonBack->GetValues(1, daTexture).y, 0.5);
+    ASSERT_EQ(tubeBack->Count(), 2);
+    EXPECT_EQ(LoadedProbe(2)->D, 0.125);
+    EXPECT_EQ(exchange.SaveToString(*loaded), inC);
 }
