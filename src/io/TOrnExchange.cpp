@@ -9,6 +9,7 @@
 
 #include "host/detail/FileTransaction.h"
 #include "io/detail/ExchangeText.h"
+#include "io/detail/SceneMarkup.h"
 
 #include <algorithm>
 #include <cctype>
@@ -453,17 +454,29 @@ void TOrnExchange::LoadFromString(TOrnNode& node, std::string text) {
     }
     load.seen.insert(&node);
     std::string problem = "the file is empty";
+    std::string markup;
     if (!text.empty()) {
         // The parser stops at a zero byte; the diagnosis looks at what it reads.
         const std::string_view read(text.data(), std::strlen(text.c_str()));
         problem = describeStart(read);
         if (read.size() < text.size())
             problem += "; a zero byte at " + positionText(text, read.size()) + " ends the input";
+        // Whatever way another XML writer puts the same document, the reader gets it in the one
+        // form it takes.
+        std::vector<std::string> problems;
+        markup = detail::SceneMarkup(text, problems);
+        for (std::string& p : problems)
+            Warn(std::move(p));
+        if (read.size() < text.size())
+            Warn("a zero byte at " + positionText(text, read.size()) + " ends the input");
+        std::string().swap(text);
+    }
+    if (!markup.empty()) {
         TXMLParser parser(nullptr);
         parser.OnTag = [&load](TObject*, TXMLTag& tag) { load.OnTag(tag); };
         parser.OnEndTag = [&load](TObject*, TXMLTag& tag) { load.OnEndTag(tag); };
         parser.OnProgress = [this](double fraction) { Progress(std::min(fraction, 0.999)); };
-        parser.Stream() = std::move(text);
+        parser.Stream() = std::move(markup);
         parser.execute(this);
     }
     try {
