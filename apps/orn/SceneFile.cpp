@@ -169,6 +169,7 @@ LoadedScene LoadScene(const std::string& file, TComponent* form) {
         }
         scene.node = node;
         scene.description = exchange.Description();
+        scene.warnings = exchange.Warnings();
         if (cls == "TOrnOrthographicCamera")
             scene.camera = std::move(orthographic);
         else if (!cls.empty())
@@ -176,6 +177,17 @@ LoadedScene LoadScene(const std::string& file, TComponent* form) {
         break;
     }
     return scene;
+}
+
+bool AcceptWarnings(const char* verb, const std::string& file, const LoadedScene& scene, bool lenient) {
+    for (const std::string& w : scene.warnings)
+        std::fprintf(stderr, "orn %s: warning: %s: %s\n", verb, file.c_str(), w.c_str());
+    if (scene.warnings.empty() || lenient) return true;
+    std::fprintf(stderr,
+                 "orn %s: %s did not load completely; nothing was written (--lenient goes on without "
+                 "what is missing)\n",
+                 verb, file.c_str());
+    return false;
 }
 
 SceneBounds MeasureScene(TOrnNode& node, TOrnProgressEvent progress) {

@@ -7,6 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <sys/stat.h>
+
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -79,6 +82,20 @@ TEST_F(PointSetFixture, NumberFormsThatAreAccepted) {
     EXPECT_EQ(set->Values(), (std::vector<double>{1.5, -2000, 0.25, 7, 100}));
     EXPECT_NE(ReadError("0x1\n").find("'0x1' is not a number"), std::string::npos);
     EXPECT_NE(ReadError("+-1\n").find("'+-1' is not a number"), std::string::npos);
+}
+
+TEST_F(PointSetFixture, LineEndsByteOrderMarkAndTinyNumbersOfOtherTools) {
+    for (const char* text : {"1 2\r3 4\r", "1 2\r\n3 4\r\n",
+                             "\xEF\xBB\xBF"
+                             "1 2\n\n3 4"}) {
+        set->ReadFromText(text, "n.txt");
+        EXPECT_EQ(set->Values(), (std::vector<double>{1, 2, 3, 4})) << text;
+        EXPECT_EQ(set->Rows(), 2);
+    }
+    set->ReadFromText("1e-400 -1e-400 5e-324\n", "n.txt");
+    EXPECT_EQ(set->Values(), (std::vector<double>{0, 0, 5e-324}));
+    EXPECT_TRUE(std::signbit(set->Values()[1]));
+    EXPECT_NE(ReadError("1 2\r1e400 3\r").find("line 2: '1e400' is out of range"), std::string::npos);
 }
 
 TEST_F(PointSetFixture, XYZLinesFillTheGridRowByRow) {
@@ -169,6 +186,15 @@ TEST_F(PointSetFixture, MissingFileIsRefusedWithItsName) {
         FAIL() << "no error";
     } catch (const EOrnError& e) {
         EXPECT_NE(std::string(e.what()).find("it is a folder"), std::string::npos) << e.what();
+    }
+    // Opening a FIFO would wait for a writer for ever.
+    const std::string fifo = (dir.path / "heights.txt").string();
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    try {
+        set->LoadFromFile(fifo);
+        FAIL() << "no error";
+    } catch (const EOrnError& e) {
+        EXPECT_NE(std::string(e.what()).find("not a regular file"), std::string::npos) << e.what();
     }
 }
 
