@@ -43,6 +43,7 @@ TEST_F(FigureFixture, LineRunsFromTheOriginAlongZEvenAtLengthZero) {
     line.Init();
     EXPECT_EQ(pos(line, 1), (TOrnMathVector{0, 0, 2.5}));
     EXPECT_EQ(tex(line, 1), (TOrnMathVector{0, 1, 0}));
+    EXPECT_EQ(line.Points()->GetVector(1, daNormal), (TOrnMathVector{0, 0, 1}));
     line.SetLength(0);
     EXPECT_FALSE(line.Initialized());
     line.Init();
@@ -67,6 +68,8 @@ TEST_F(FigureFixture, TriangleApexAtOriginBaseAtHeightWithScaledTexture) {
     EXPECT_EQ(tex(t, 1), (TOrnMathVector{1, 0.5, 0}));
     EXPECT_EQ(tex(t, 2), (TOrnMathVector{3, 0.5, 0}));
     // The winding faces +y, as the stored normals say.
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(t.Points()->GetVector(i, daNormal), (TOrnMathVector{0, 1, 0})) << i;
     t.CalcNormals();
     EXPECT_EQ(t.Points()->GetVector(0, daNormal), (TOrnMathVector{0, 1, 0}));
 }
@@ -89,7 +92,8 @@ TEST_F(FigureFixture, RectangleThreeByTwoHasTwelvePointsAndTwoStripsOfEight) {
     EXPECT_EQ(pos(r, 0), (TOrnMathVector{-3, 0, 4}));
     EXPECT_EQ(pos(r, 11), (TOrnMathVector{3, 0, 0}));
     EXPECT_EQ(tex(r, 11), (TOrnMathVector{1, 1, 0}));
-    r.CalcNormals();
+    EXPECT_EQ(r.Points()->GetVector(5, daNormal), (TOrnMathVector{0, 1, 0}));
+    r.CalcNormals(); // the strips wind as the stored normals say
     EXPECT_EQ(r.Points()->GetVector(5, daNormal), (TOrnMathVector{0, 1, 0}));
 }
 

@@ -44,6 +44,18 @@ TEST_F(FogGL, ModesAndQualitiesChooseTheirEnumerants) {
     }
 }
 
+TEST_F(FogGL, EachValueReachesItsOwnParameter) {
+    fog->SetDensity(0.5f);
+    fog->SetStartDepth(2);
+    fog->SetEndDepth(5);
+    fog->Color()->SetColor(clBlue);
+    GLRecorder rec;
+    fog->Render(view);
+    EXPECT_EQ(rec.Filter({"glFogf", "glFogfv"}),
+              (Calls{"glFogf(GL_FOG_DENSITY, 0.5)", "glFogf(GL_FOG_START, 2)", "glFogf(GL_FOG_END, 5)",
+                     "glFogfv(GL_FOG_COLOR, {0, 0, 1, 1})"}));
+}
+
 TEST_F(FogGL, SentEveryTimeAndSwitchedOffWhenDisabled) {
     GLRecorder rec;
     fog->Render(view);
