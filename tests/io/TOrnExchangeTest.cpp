@@ -447,30 +447,6 @@ TEST_F(ExchangeFixture, AReferenceToAMissingNameResolvesToNothing) {
     EXPECT_EQ(LoadedProbe(1)->Ref, LoadedProbe(0)); // names ignore letter case
 }
 
-TEST_F(ExchangeFixture, ObjectKeysRoundTrip) {
-    if (!GetRenderClass("TOrnObject")) RegisterRenderClass(ClassOf<TOrnObject>());
-    auto* o = new TOrnObject(scene);
-    o->SetName("Obj");
-    o->SetObjectName("Shown <name>");
-    o->SetObjectID(17);
-    o->Color()->SetColor(clTeal);
-    o->Color()->SetAlpha(0.25f);
-    o->Transformation()->Rotation()->SetValues(10, 20.5f, -30);
-    scene->Add(o);
-    const std::string text = RoundTrip();
-    EXPECT_NE(text.find(" Attributes=\"\" Material=\"\""), std::string::npos);
-    ASSERT_EQ(loaded->Count(), 1);
-    auto* lo = dynamic_cast<TOrnObject*>(loaded->Items(0));
-    ASSERT_NE(lo, nullptr);
-    EXPECT_EQ(lo->ObjectName(), "Shown <name>");
-    EXPECT_EQ(lo->ObjectID(), 17);
-    EXPECT_EQ(lo->Color()->Color(), clTeal);
-    EXPECT_EQ(lo->Color()->Alpha(), 0.25f);
-    EXPECT_EQ(lo->Transformation()->Rotation()->AsMathVector(),
-              o->Transformation()->Rotation()->AsMathVector());
-    EXPECT_EQ(lo->Transformation()->Rotation()->Y(), 20.5f);
-}
-
 TEST_F(ExchangeFixture, ACameraTravelsWithTheScene) {
     AddProbe("A");
     TOrnPerspectiveCamera camera(nullptr);

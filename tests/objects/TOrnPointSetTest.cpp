@@ -1,8 +1,8 @@
 #include "geometry/GeometryTestSupport.h"
+#include "support/MemoryExchange.h"
 
 #include <orn/host/EOrnError.h>
 #include <orn/objects/TOrnPointSet.h>
-#include <orn/scene/TOrnRegistry.h>
 
 #include <gtest/gtest.h>
 
@@ -47,15 +47,6 @@ struct TempDir {
         std::filesystem::create_directories(path);
     }
     ~TempDir() { std::filesystem::remove_all(path); }
-};
-
-/// An exchange that keeps referenced files in a folder.
-struct FolderExchange : orn::test::TraceExchange {
-    std::filesystem::path folder;
-    std::string GetFileName(const std::string& ext) override { return "data1." + ext; }
-    std::string FilePath(const std::string& name) override {
-        return name.find('/') == std::string::npos ? (folder / name).string() : std::string();
-    }
 };
 
 } // namespace
@@ -288,16 +279,16 @@ TEST_F(PointSetFixture, SceneKeepsTheDataBesideItAndReadsItBack) {
     set->SetHeightScale(3);
     set->SetColorByHeight(true);
     set->SetColorRamp({clWhite, clBlack});
-    FolderExchange ex;
-    ex.folder = dir.path;
-    set->WriteValues(ex);
-    ASSERT_TRUE(std::filesystem::exists(dir.path / "data1.xyz"));
-    ex.TakeTopLevelKeys();
-    EXPECT_EQ(ex.keys["FileName"], "data1.xyz");
-    EXPECT_EQ(ex.keys["Format"], "XYZ");
+    test::MemoryExchange ex;
+    ex.folder = dir.path.string();
+    ex.Save(*set);
+    const std::string file = *ex.root.Find("FileName");
+    EXPECT_EQ(std::filesystem::path(file).extension(), ".xyz");
+    ASSERT_TRUE(std::filesystem::exists(dir.path / file));
+    EXPECT_EQ(*ex.root.Find("Format"), "XYZ");
 
     auto* other = new TOrnPointSet(&form);
-    other->ReadValues(ex);
+    ex.Load(*other);
     EXPECT_EQ(other->Format(), pfXYZ);
     EXPECT_EQ(other->Columns(), 2);
     EXPECT_EQ(other->Rows(), 2);
@@ -308,12 +299,10 @@ TEST_F(PointSetFixture, SceneKeepsTheDataBesideItAndReadsItBack) {
 }
 
 TEST_F(PointSetFixture, SceneReferenceLeadingOutsideItsFolderIsIgnored) {
-    FolderExchange ex;
-    ex.keys["FileName"] = "../../etc/passwd";
-    set->ReadValues(ex);
+    TempDir dir;
+    test::MemoryExchange ex;
+    ex.folder = dir.path.string();
+    ex.Set("FileName", "../../etc/passwd");
+    ex.Load(*set);
     EXPECT_TRUE(set->Values().empty());
-}
-
-TEST(PointSetRegistry, IsARenderClass) {
-    EXPECT_NE(GetRenderClass("TOrnPointSet"), nullptr);
 }
