@@ -24,8 +24,26 @@ TOrnRender* TOrnNode::Items(int index) const {
 }
 
 int TOrnNode::IndexOf(const TOrnRender* item) const {
+    if (Held(item) == 0) return -1;
     auto it = std::find(fItems.begin(), fItems.end(), item);
     return it == fItems.end() ? -1 : static_cast<int>(it - fItems.begin());
+}
+
+int TOrnNode::Held(const TComponent* item) const {
+    auto it = fHeld.find(item);
+    return it == fHeld.end() ? 0 : it->second;
+}
+
+void TOrnNode::CountHeld(const TComponent* item, int delta) {
+    if ((fHeld[item] += delta) <= 0) fHeld.erase(item);
+}
+
+int TOrnNode::IndexForRemoval(const TOrnRender* item) const {
+    // An item held once is found from the end: a node emptied or destroyed from its last item
+    // then costs no search.
+    if (Held(item) != 1) return IndexOf(item);
+    auto it = std::find(fItems.rbegin(), fItems.rend(), item);
+    return static_cast<int>(fItems.rend() - it) - 1;
 }
 
 bool TOrnNode::Indirect(int index) const {
@@ -42,6 +60,7 @@ int TOrnNode::Add(TOrnRender* item) {
 int TOrnNode::AddIndirect(TOrnRender* item) {
     fItems.push_back(item);
     fIndirect.push_back(true);
+    CountHeld(item, 1);
     if (item) FreeNotification(item); // so a destroyed item never stays in the list
     return Count() - 1;
 }
@@ -53,6 +72,7 @@ void TOrnNode::Insert(int index, TOrnRender* item) {
     index = std::clamp(index, 0, Count());
     fItems.insert(fItems.begin() + index, item);
     fIndirect.insert(fIndirect.begin() + index, false);
+    CountHeld(item, 1);
     item->OnChange = [this](TObject* sender) { SubChange(sender); };
     FreeNotification(item);
     NotifyItem(item, opInsert);
@@ -61,18 +81,19 @@ void TOrnNode::Insert(int index, TOrnRender* item) {
 int TOrnNode::Remove(TOrnRender* item) {
     // Item.SetNode(nil) below calls back into Remove; the item is told of its removal once.
     if (item && item == fRemoving) return -1;
-    const int i = IndexOf(item);
+    const int i = IndexForRemoval(item);
     if (i >= 0) {
         const bool indirect = fIndirect[static_cast<size_t>(i)];
         fItems.erase(fItems.begin() + i);
         fIndirect.erase(fIndirect.begin() + i);
+        CountHeld(item, -1);
         if (!indirect) {
             item->OnChange = nullptr;
             fRemoving = item;
             item->SetNode(nullptr);
             fRemoving = nullptr;
         }
-        if (IndexOf(item) < 0) RemoveFreeNotification(item);
+        if (Held(item) == 0) RemoveFreeNotification(item);
     }
     NotifyItem(item, opRemove);
     return i;
@@ -130,10 +151,11 @@ void TOrnNode::Notification(TComponent* component, TOperation operation) {
     TOrnCustomNode::Notification(component, operation);
     if (operation == opRemove && component) {
         // A destroyed item leaves the list without being called: it may be half gone.
-        for (int i = Count() - 1; i >= 0; --i)
+        for (int i = Count() - 1; i >= 0 && Held(component) > 0; --i)
             if (fItems[static_cast<size_t>(i)] == component) {
                 fItems.erase(fItems.begin() + i);
                 fIndirect.erase(fIndirect.begin() + i);
+                CountHeld(component, -1);
             }
     }
     NotifyItem(component, operation);

@@ -3,6 +3,7 @@
 #include <orn/scene/TOrnRender.h>
 
 #include <functional>
+#include <unordered_map>
 #include <vector>
 
 namespace orn {
@@ -55,7 +56,12 @@ protected:
 
 private:
     void NotifyItem(TComponent* item, TOperation operation);
+    int Held(const TComponent* item) const;
+    void CountHeld(const TComponent* item, int delta);
+    int IndexForRemoval(const TOrnRender* item) const;
+
     std::vector<TOrnRender*> fItems;
+    std::unordered_map<const TComponent*, int> fHeld; // how often each item is in fItems
     std::vector<bool> fIndirect;
     TOrnRender* fRemoving = nullptr;
 };
