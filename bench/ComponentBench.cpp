@@ -1,5 +1,5 @@
 // Cost of ownership: making scenes whose components all have one owner, against the same
-// components made without an owner, and tearing them down.
+// components made without an owner, and tearing them down; and the bounds that frame a scene.
 #include <orn/geometry/TOrnSphere.h>
 #include <orn/scene/TOrnNode.h>
 #include <orn/scene/TOrnObject.h>
@@ -88,6 +88,32 @@ void BM_DestroyOneOf100000(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_DestroyOneOf100000)->Unit(benchmark::kMicrosecond);
+
+/// The bounds of 100,000 spheres spread over a grid of nodes, none of them built: what framing a
+/// scene without a camera costs.
+void BM_Bounds100000(benchmark::State& state) {
+    TComponent form(nullptr);
+    auto* root = new TOrnNode(&form);
+    for (int g = 0; g < 100; ++g) {
+        auto* group = new TOrnNode(&form);
+        group->Transformation()->Rotation()->SetY(float(g));
+        root->Add(group);
+        for (int i = 0; i < 1000; ++i) {
+            auto* sphere = new TOrnSphere(&form);
+            sphere->Transformation()->Translation()->SetValues(float(i % 10), float(i / 10), float(g));
+            group->Add(sphere);
+        }
+    }
+    double radius = 0;
+    for (auto _ : state) {
+        TOrnBounds box;
+        root->GetBounds(box);
+        radius = box.Radius();
+        benchmark::DoNotOptimize(radius);
+    }
+    state.counters["radius"] = radius;
+}
+BENCHMARK(BM_Bounds100000)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

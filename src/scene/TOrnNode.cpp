@@ -161,6 +161,21 @@ void TOrnNode::Notification(TComponent* component, TOperation operation) {
     NotifyItem(component, operation);
 }
 
+bool TOrnNode::GetBounds(TOrnBounds& bounds) {
+    // Nodes that hold each other would draw for ever; their bounds stop at the second visit.
+    if (fBounding) return false;
+    fBounding = true;
+    bool any = false;
+    for (TOrnRender* item : fItems) {
+        TOrnBounds own;
+        if (!item || !item->Enabled() || !item->GetBounds(own)) continue;
+        bounds.Add(own.Transformed(*item->Transformation()));
+        any = true;
+    }
+    fBounding = false;
+    return any;
+}
+
 void TOrnNode::DoRender(TOrnCustomView* view) {
     if (OnRender) {
         OnRender(view);

@@ -69,6 +69,12 @@ void TOrnObject::Assign(const TPersistent* source) {
     SetStateRef(fMaterialRender, o->fMaterialRender);
 }
 
+bool TOrnObject::GetBounds(TOrnBounds& bounds) {
+    bounds.Add(TOrnMathVector{-0.5, -0.5, -0.5});
+    bounds.Add(TOrnMathVector{0.5, 0.5, 0.5});
+    return true;
+}
+
 void TOrnObject::Notification(TComponent* component, TOperation operation) {
     TOrnRender::Notification(component, operation);
     if (operation != opRemove || !component) return;

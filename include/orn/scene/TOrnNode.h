@@ -48,6 +48,9 @@ public:
 
     void SubChange(TObject* sender) override;
     void Notification(TComponent* component, TOperation operation) override;
+    /// Every item's bounds, placed by its transformation (an item with an OnTransform event by its
+    /// transformation too).
+    bool GetBounds(TOrnBounds& bounds) override;
     void WriteValues(TOrnCustomExchange& exchange) override;
     TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
 
@@ -64,6 +67,7 @@ private:
     std::unordered_map<const TComponent*, int> fHeld; // how often each item is in fItems
     std::vector<bool> fIndirect;
     TOrnRender* fRemoving = nullptr;
+    bool fBounding = false;
 };
 
 } // namespace orn

@@ -37,6 +37,8 @@ public:
     /// Besides the render values: colour, names and the state references.
     void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
+    /// An object drawn by its own events is taken as the unit box around its origin.
+    bool GetBounds(TOrnBounds& bounds) override;
     void WriteValues(TOrnCustomExchange& exchange) override;
     void ReadValues(TOrnCustomExchange& exchange) override;
     TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
