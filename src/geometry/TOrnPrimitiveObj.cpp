@@ -1,14 +1,12 @@
 #include <orn/geometry/TOrnPrimitiveObj.h>
 
 #include "geometry/detail/PointGrid.h"
+#include "scene/detail/ClipVolume.h"
 
 #include <orn/host/EOrnError.h>
 
-#include <GL/gl.h>
-
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <numeric>
 #include <string>
 #include <strings.h>
@@ -356,43 +354,12 @@ void TOrnPrimitiveObj::Invert() {
 // ---------------------------------------------------------------------------------------------
 // Drawing
 
-namespace {
-
-// Whether box lies wholly beyond one plane of the clip volume of the current matrices: no
-// primitive inside it can then survive clipping, so none can make a selection hit.
-bool OutsideClipVolume(const TOrnBounds& box) {
-    double mv[16], pr[16], m[16];
-    glGetDoublev(GL_MODELVIEW_MATRIX, mv);
-    glGetDoublev(GL_PROJECTION_MATRIX, pr);
-    for (int col = 0; col < 4; ++col)
-        for (int row = 0; row < 4; ++row) {
-            double s = 0;
-            for (int k = 0; k < 4; ++k)
-                s += pr[k * 4 + row] * mv[col * 4 + k];
-            m[col * 4 + row] = s;
-        }
-    int outside[6] = {};
-    for (int corner = 0; corner < 8; ++corner) {
-        const double x = corner & 1 ? box.Hi.x : box.Lo.x, y = corner & 2 ? box.Hi.y : box.Lo.y,
-                     z = corner & 4 ? box.Hi.z : box.Lo.z;
-        double c[4];
-        for (int row = 0; row < 4; ++row)
-            c[row] = m[row] * x + m[4 + row] * y + m[8 + row] * z + m[12 + row];
-        for (int axis = 0; axis < 3; ++axis) {
-            outside[2 * axis] += c[axis] < -c[3];
-            outside[2 * axis + 1] += c[axis] > c[3];
-        }
-    }
-    return std::any_of(std::begin(outside), std::end(outside), [](int n) { return n == 8; });
-}
-
-} // namespace
-
 void TOrnPrimitiveObj::DoRender(TOrnCustomView* view) {
     // Picking draws only what can meet the pick volume; the object's state still goes out, so
     // that what follows sees the same state as when everything is drawn.
     TOrnBounds box;
-    const bool culled = view && view->DrawMode() == dmSelection && GetBounds(box) && OutsideClipVolume(box);
+    const bool culled =
+        view && view->DrawMode() == dmSelection && GetBounds(box) && detail::ClipVolume().Excludes(box);
     if (!culled && !fInitialized) Init();
     TOrnObject::DoRender(view);
     if (culled) return;

@@ -70,13 +70,16 @@ void OrnTransformationMatrix(const TOrnTransformation& t, double m[16]) {
                 rotate(m, k == 0 ? r.X() : k == 1 ? r.Y() : r.Z(), k);
             }
         } else if (*step == 'T') {
-            const TOrnTranslation& p = *t.Translation();
-            const double b[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, p.X(), p.Y(), p.Z(), 1};
-            multiply(m, b);
+            // m · translation: the last column gains the others weighted by the distances.
+            const double d[3] = {t.Translation()->X(), t.Translation()->Y(), t.Translation()->Z()};
+            for (int row = 0; row < 4; ++row)
+                m[12 + row] += m[row] * d[0] + m[4 + row] * d[1] + m[8 + row] * d[2];
         } else {
-            const TOrnScale& s = *t.Scale();
-            const double b[16] = {s.X(), 0, 0, 0, 0, s.Y(), 0, 0, 0, 0, s.Z(), 0, 0, 0, 0, 1};
-            multiply(m, b);
+            // m · scale: each of the first three columns is scaled by its factor.
+            const double f[3] = {t.Scale()->X(), t.Scale()->Y(), t.Scale()->Z()};
+            for (int col = 0; col < 3; ++col)
+                for (int row = 0; row < 4; ++row)
+                    m[col * 4 + row] *= f[col];
         }
     }
 }

@@ -1,12 +1,27 @@
 #include <orn/scene/TOrnNode.h>
 
 #include <orn/host/EOrnError.h>
+#include <orn/scene/TOrnObject.h>
 #include <orn/scene/TOrnRegistry.h>
+
+#include "scene/detail/ClipVolume.h"
 
 #include <algorithm>
 #include <cctype>
+#include <optional>
 
 namespace orn {
+
+namespace {
+
+bool SkippableWhenPicking(TOrnRender& item, TOrnBounds& box) {
+    auto* object = dynamic_cast<TOrnObject*>(&item);
+    return object && object->Enabled() && !object->Attributes() && !object->OnTransform &&
+           !object->OnBeforeRender && !object->OnAfterRender && !object->ProjectionEnabled() &&
+           object->GetBounds(box);
+}
+
+} // namespace
 
 ORN_REGISTER_RENDER_CLASS(TOrnNode, "Orn")
 
@@ -99,7 +114,9 @@ int TOrnNode::Remove(TOrnRender* item) {
     return i;
 }
 
-void TOrnNode::Delete(int index) { Remove(Items(index)); }
+void TOrnNode::Delete(int index) {
+    Remove(Items(index));
+}
 
 void TOrnNode::Move(int from, int to) {
     if (fItems.empty()) return;
@@ -181,8 +198,18 @@ void TOrnNode::DoRender(TOrnCustomView* view) {
         OnRender(view);
         return;
     }
-    for (size_t i = 0; i < fItems.size(); ++i)
-        if (fItems[i]) fItems[i]->Render(view);
+    // Picking passes over items that cannot meet the pick volume, without the GL calls of their
+    // render; only items that leave no state behind for the next ones are passed over.
+    std::optional<detail::ClipVolume> clip;
+    if (view && view->DrawMode() == dmSelection) clip.emplace();
+    for (size_t i = 0; i < fItems.size(); ++i) {
+        TOrnRender* item = fItems[i];
+        if (!item) continue;
+        TOrnBounds box;
+        if (clip && SkippableWhenPicking(*item, box) && clip->Excludes(box, *item->Transformation()))
+            continue;
+        item->Render(view);
+    }
 }
 
 void TOrnNode::WriteValues(TOrnCustomExchange& exchange) {

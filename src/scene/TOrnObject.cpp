@@ -69,11 +69,7 @@ void TOrnObject::Assign(const TPersistent* source) {
     SetStateRef(fMaterialRender, o->fMaterialRender);
 }
 
-bool TOrnObject::GetBounds(TOrnBounds& bounds) {
-    bounds.Add(TOrnMathVector{-0.5, -0.5, -0.5});
-    bounds.Add(TOrnMathVector{0.5, 0.5, 0.5});
-    return true;
-}
+bool TOrnObject::GetBounds(TOrnBounds&) { return false; }
 
 void TOrnObject::Notification(TComponent* component, TOperation operation) {
     TOrnRender::Notification(component, operation);

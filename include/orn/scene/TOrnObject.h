@@ -37,7 +37,7 @@ public:
     /// Besides the render values: colour, names and the state references.
     void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
-    /// An object drawn by its own events is taken as the unit box around its origin.
+    /// False: what an object draws through its own events or descendants has no known extent.
     bool GetBounds(TOrnBounds& bounds) override;
     void WriteValues(TOrnCustomExchange& exchange) override;
     void ReadValues(TOrnCustomExchange& exchange) override;
