@@ -1,7 +1,7 @@
 #include "SceneFile.h"
 
-#include <orn/geometry/TOrnPrimitiveObj.h>
 #include <orn/io/TOrnDXFImport.h>
+#include <orn/math/TOrnBounds.h>
 
 #include <algorithm>
 #include <cctype>
@@ -20,73 +20,12 @@ struct Sphere {
     double radius = -1; // negative: empty
 };
 
-/// The smallest sphere around the box of the given spheres' extents that holds them all.
-Sphere Enclose(const std::vector<Sphere>& spheres) {
-    TOrnMathVector lo{1e300, 1e300, 1e300}, hi{-1e300, -1e300, -1e300};
-    bool any = false;
-    for (const Sphere& s : spheres) {
-        if (s.radius < 0) continue;
-        any = true;
-        lo = {std::min(lo.x, s.centre.x - s.radius), std::min(lo.y, s.centre.y - s.radius),
-              std::min(lo.z, s.centre.z - s.radius)};
-        hi = {std::max(hi.x, s.centre.x + s.radius), std::max(hi.y, s.centre.y + s.radius),
-              std::max(hi.z, s.centre.z + s.radius)};
-    }
-    if (!any) return {};
-    Sphere out{{(lo.x + hi.x) / 2, (lo.y + hi.y) / 2, (lo.z + hi.z) / 2}, 0};
-    for (const Sphere& s : spheres)
-        if (s.radius >= 0)
-            out.radius = std::max(out.radius, OrnMathVectorDist(out.centre, s.centre) + s.radius);
-    return out;
-}
-
-// Counts the items measured, for the progress bar: measuring builds every shape's geometry.
-struct Progress {
-    TOrnProgressEvent event;
-    int done = 0;
-    int total = 1;
-    void Step() {
-        if (event) event(static_cast<double>(++done) / total);
-    }
-};
-
-/// Where the item's own geometry lies, in its own coordinates.
-Sphere OwnSphere(TOrnRender& item, Progress& progress) {
-    progress.Step();
-    if (auto* node = dynamic_cast<TOrnNode*>(&item)) {
-        std::vector<Sphere> parts;
-        for (int i = 0; i < node->Count(); ++i) {
-            TOrnRender* child = node->Items(i);
-            if (!child) continue;
-            Sphere s = OwnSphere(*child, progress);
-            if (s.radius < 0) continue;
-            // Placed by the child's transformation; a rotation may turn it anywhere around its origin.
-            const TOrnTransformation& t = *child->Transformation();
-            const TOrnMathVector scale = t.Scale()->AsMathVector();
-            const double grow = std::max({std::fabs(scale.x), std::fabs(scale.y), std::fabs(scale.z)});
-            const TOrnMathVector scaled{s.centre.x * scale.x, s.centre.y * scale.y, s.centre.z * scale.z};
-            TOrnMathVector moved;
-            OrnMathVectorAddition(t.Translation()->AsMathVector(), scaled, moved);
-            if (t.Rotation()->GetEmpty())
-                parts.push_back({moved, s.radius * grow});
-            else
-                parts.push_back(
-                    {t.Translation()->AsMathVector(), OrnMathVectorLength(scaled) + s.radius * grow});
-        }
-        return Enclose(parts);
-    }
-    if (auto* shape = dynamic_cast<TOrnPrimitiveObj*>(&item)) {
-        if (!shape->Initialized()) shape->Init();
-        const TOrnPrimitivePoints& points = *shape->Points();
-        const double* v = points.Vertices();
-        if (!v || points.Count() == 0) return {};
-        std::vector<Sphere> corners;
-        for (int i = 0; i < points.Count(); ++i)
-            corners.push_back({{v[3 * i], v[3 * i + 1], v[3 * i + 2]}, 0});
-        return Enclose(corners);
-    }
-    if (dynamic_cast<TOrnObject*>(&item)) return {{0, 0, 0}, 0.5}; // a unit-sized object of its own
-    return {};
+/// Where the node's items lie, in its own coordinates, from the bounds every item keeps: no
+/// geometry is built for a shape that knows its extent.
+Sphere OwnSphere(TOrnNode& node) {
+    TOrnBounds box;
+    if (!node.GetBounds(box) || box.Empty()) return {};
+    return {box.Centre(), box.Radius()};
 }
 
 } // namespace
@@ -191,9 +130,9 @@ bool AcceptWarnings(const char* verb, const std::string& file, const LoadedScene
 }
 
 SceneBounds MeasureScene(TOrnNode& node, TOrnProgressEvent progress) {
-    Progress counter{std::move(progress), -1, std::max(node.CountAllItems(), 1)};
-    Sphere s = OwnSphere(node, counter);
-    if (counter.event) counter.event(1.0);
+    // Bounds come from what every item keeps, so this is quick; the bar still says it is done.
+    Sphere s = OwnSphere(node);
+    if (progress) progress(1.0);
     if (s.radius <= 0) s = {{0, 0, 0}, 1};
     return {s.centre, s.radius};
 }

@@ -39,7 +39,7 @@ struct SceneBounds {
     TOrnMathVector centre;
     double radius = 1;
 };
-/// Measures node (building the geometry of every shape in it), telling progress as it goes.
+/// Measures node from the bounds its items keep (no display lists are built), telling progress.
 SceneBounds MeasureScene(TOrnNode& node, TOrnProgressEvent progress = {});
 
 /// The angles a framed scene is seen from, in degrees: a little from above and from the side.

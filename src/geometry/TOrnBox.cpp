@@ -118,4 +118,11 @@ void TOrnBox::InitPrimitives() {
     }
 }
 
+bool TOrnBox::ShapeBounds(TOrnBounds& bounds) const {
+    const double x = std::fabs(fWidth) / 2, y = std::fabs(fHeight) / 2, z = std::fabs(fDepth) / 2;
+    bounds.Add(TOrnMathVector{-x, -y, -z});
+    bounds.Add(TOrnMathVector{x, y, z});
+    return true;
+}
+
 } // namespace orn

@@ -3,7 +3,10 @@
 
 #include "geometry/detail/PointGrid.h"
 
+#include <orn/host/EOrnError.h>
+
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace orn {
@@ -39,12 +42,82 @@ TOrnCustomObj::TOrnCustomObj(TComponent* owner)
 
 TOrnCustomObj::~TOrnCustomObj() = default;
 
+struct TOrnCustomObj::Mesh {
+    std::vector<double> positions, normals, texCoords;
+    std::vector<std::uint32_t> indices;
+    GLenum type = GL_TRIANGLES;
+};
+
 void TOrnCustomObj::InitPoints() {}
 
 void TOrnCustomObj::InitPrimitives() {
     fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daVertex, daNormal});
+    if (fMesh) LayMesh();
     if (OnConstruct) OnConstruct(this);
-    if (fAutoCalcNormals) CalcNormals();
+    // Normals the application gave are kept as given.
+    if (fAutoCalcNormals && !(fMesh && !fMesh->normals.empty())) CalcNormals();
+}
+
+void TOrnCustomObj::SetMesh(std::vector<double> positions, std::vector<double> normals,
+                            std::vector<double> texCoords, std::vector<std::uint32_t> indices, GLenum type) {
+    auto fail = [](const std::string& why) { throw EOrnError("CustomObj mesh: " + why); };
+    const std::size_t n = positions.size() / 3;
+    if (positions.size() % 3 != 0)
+        fail(std::to_string(positions.size()) + " position values are not 3 per point");
+    if (!normals.empty() && normals.size() != positions.size())
+        fail(std::to_string(normals.size()) + " normal values for " + std::to_string(n) + " points");
+    if (!texCoords.empty() && texCoords.size() != 2 * n && texCoords.size() != 3 * n)
+        fail(std::to_string(texCoords.size()) + " texture values for " + std::to_string(n) + " points");
+    if (type > GL_POLYGON) fail("primitive type " + std::to_string(type) + " is not a GL primitive");
+    CheckBuildSize(static_cast<std::int64_t>(n), "CustomObj");
+    CheckBuildSize(static_cast<std::int64_t>(indices.size()), "CustomObj");
+    for (std::size_t i = 0; i < indices.size(); ++i)
+        if (indices[i] >= n)
+            fail("index " + std::to_string(indices[i]) + " at " + std::to_string(i) + " is beyond the " +
+                 std::to_string(n) + " points");
+    fMesh = std::make_unique<Mesh>(
+        Mesh{std::move(positions), std::move(normals), std::move(texCoords), std::move(indices), type});
+    Invalidate();
+}
+
+void TOrnCustomObj::ClearMesh() {
+    if (!fMesh) return;
+    fMesh.reset();
+    Invalidate();
+}
+
+void TOrnCustomObj::LayMesh() {
+    const Mesh& m = *fMesh;
+    const int n = static_cast<int>(m.positions.size() / 3);
+    TOrnArrays arrays = fPoints->DefineArrays() + TOrnArrays{daVertex, daNormal};
+    if (!m.texCoords.empty()) arrays = arrays + TOrnArrays{daTexture};
+    fPoints->SetDefineArrays(arrays);
+    const int first = fPoints->Count();
+    fPoints->SetCount(first + n);
+    const auto at = static_cast<std::size_t>(first) * 3;
+    std::copy(m.positions.begin(), m.positions.end(), fPoints->Vertices() + at);
+    if (m.normals.empty())
+        std::fill_n(fPoints->Normals() + at, m.positions.size(), 0.0);
+    else
+        std::copy(m.normals.begin(), m.normals.end(), fPoints->Normals() + at);
+    if (m.texCoords.empty()) {
+        if (double* t = fPoints->TexCoords()) std::fill_n(t + at, m.positions.size(), 0.0);
+        for (int i = first; i < first + n; ++i)
+            CalcTexturePoint(i);
+    } else {
+        const std::size_t per = m.texCoords.size() / static_cast<std::size_t>(std::max(n, 1));
+        double* t = fPoints->TexCoords() + at;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
+            t[3 * i] = m.texCoords[per * i];
+            t[3 * i + 1] = m.texCoords[per * i + 1];
+            t[3 * i + 2] = per == 3 ? m.texCoords[per * i + 2] : 0.0;
+        }
+    }
+    TOrnPrimitiveArray& list = *Primitive(AddPrimitiveArray(m.type));
+    list.SetCount(static_cast<int>(m.indices.size()));
+    std::uint32_t* out = list.Data();
+    for (std::size_t i = 0; i < m.indices.size(); ++i)
+        out[i] = m.indices[i] + static_cast<std::uint32_t>(first);
 }
 
 int TOrnCustomObj::FirstList(GLenum type) {

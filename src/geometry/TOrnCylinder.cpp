@@ -3,6 +3,7 @@
 
 #include "geometry/detail/ShapeBuilder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <vector>
@@ -120,6 +121,13 @@ void TOrnCylinder::InitPrimitives() {
     };
     if (fCaps && fBaseRadius != 0) fan(false);
     if (fCaps && fTopRadius != 0) fan(true);
+}
+
+bool TOrnCylinder::ShapeBounds(TOrnBounds& bounds) const {
+    const double r = std::max(std::fabs(fBaseRadius), std::fabs(fTopRadius));
+    bounds.Add(TOrnMathVector{-r, 0, -r});
+    bounds.Add(TOrnMathVector{r, fHeight, r});
+    return true;
 }
 
 } // namespace orn

@@ -94,4 +94,11 @@ void TOrnDisc::InitPrimitives() {
     detail::AddGridStrips(*this, 0, fSlices + 1, fLoops, true, centre);
 }
 
+bool TOrnDisc::ShapeBounds(TOrnBounds& bounds) const {
+    const double r = std::max(std::fabs(fInnerRadius), std::fabs(fOuterRadius));
+    bounds.Add(TOrnMathVector{-r, 0, -r});
+    bounds.Add(TOrnMathVector{r, 0, r});
+    return true;
+}
+
 } // namespace orn

@@ -1,6 +1,7 @@
 #include <orn/geometry/TOrnPrimitiveObj.h>
 
 #include "geometry/detail/PointGrid.h"
+#include "scene/detail/ClipVolume.h"
 
 #include <orn/host/EOrnError.h>
 
@@ -75,6 +76,32 @@ void TOrnPrimitiveObj::Init() {
 
 void TOrnPrimitiveObj::InitPoints() {}
 void TOrnPrimitiveObj::InitPrimitives() {}
+
+bool TOrnPrimitiveObj::ShapeBounds(TOrnBounds&) const {
+    return false;
+}
+
+bool TOrnPrimitiveObj::GetBounds(TOrnBounds& bounds) {
+    if (!fInitialized) {
+        TOrnBounds shape;
+        if (ShapeBounds(shape)) {
+            bounds.Add(shape);
+            return !shape.Empty();
+        }
+        Init();
+    }
+    const TOrnPrimitivePoints& points = *fPoints;
+    if (fBoundsCount != points.Count() || fBoundsVersion != points.Version()) {
+        fPointBounds = {};
+        if (const double* v = points.Vertices())
+            for (int i = 0; i < points.Count(); ++i)
+                fPointBounds.Add(TOrnMathVector{v[3 * i], v[3 * i + 1], v[3 * i + 2]});
+        fBoundsCount = points.Count();
+        fBoundsVersion = points.Version();
+    }
+    bounds.Add(fPointBounds);
+    return !fPointBounds.Empty();
+}
 
 void TOrnPrimitiveObj::ClearAll() {
     ClearPoints();
@@ -328,8 +355,14 @@ void TOrnPrimitiveObj::Invert() {
 // Drawing
 
 void TOrnPrimitiveObj::DoRender(TOrnCustomView* view) {
-    if (!fInitialized) Init();
+    // Picking draws only what can meet the pick volume; the object's state still goes out, so
+    // that what follows sees the same state as when everything is drawn.
+    TOrnBounds box;
+    const bool culled =
+        view && view->DrawMode() == dmSelection && GetBounds(box) && detail::ClipVolume().Excludes(box);
+    if (!culled && !fInitialized) Init();
     TOrnObject::DoRender(view);
+    if (culled) return;
     fPoints->BeforeRender(view);
     const bool names = WantsNames(view);
     for (int i = 0; i < GetPrimitiveCount(); ++i) {

@@ -110,4 +110,11 @@ void TOrnSphere::InitPrimitives() {
     detail::AddGridStrips(*this, 0, fSlices + 1, fStacks, true, pole);
 }
 
+bool TOrnSphere::ShapeBounds(TOrnBounds& bounds) const {
+    const double r = std::fabs(fRadius);
+    bounds.Add(TOrnMathVector{-r, -r, -r});
+    bounds.Add(TOrnMathVector{r, r, r});
+    return true;
+}
+
 } // namespace orn

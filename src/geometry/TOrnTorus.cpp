@@ -75,4 +75,11 @@ void TOrnTorus::InitPrimitives() {
     detail::AddGridStrips(*this, 0, fSides + 1, fRings, true);
 }
 
+bool TOrnTorus::ShapeBounds(TOrnBounds& bounds) const {
+    const double r = std::fabs(fRingRadius) + std::fabs(fTubeRadius), t = std::fabs(fTubeRadius);
+    bounds.Add(TOrnMathVector{-r, -t, -r});
+    bounds.Add(TOrnMathVector{r, t, r});
+    return true;
+}
+
 } // namespace orn

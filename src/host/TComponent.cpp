@@ -3,15 +3,17 @@
 
 #include <algorithm>
 #include <cctype>
-#include <strings.h>
 
 namespace orn {
 
 namespace {
 
-void eraseOne(std::vector<TComponent*>& list, TComponent* c) {
-    auto it = std::find(list.begin(), list.end(), c);
-    if (it != list.end()) list.erase(it);
+// Names are identifiers, so folding ASCII letters matches strcasecmp.
+std::string nameKey(const std::string& name) {
+    std::string key = name;
+    for (char& ch : key)
+        ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    return key;
 }
 
 } // namespace
@@ -22,7 +24,15 @@ TComponent::TComponent(TComponent* owner) {
 
 TComponent::~TComponent() {
     SendRemoveNotifications();
-    while (!fComponents.empty()) delete fComponents.back(); // each child leaves the list itself
+    while (!fComponents.empty()) {
+        TComponent* last = fComponents.back();
+        if (last)
+            delete last; // each child leaves the list itself
+        else {
+            fComponents.pop_back();
+            --fHoles;
+        }
+    }
     if (fOwner) fOwner->Remove(this);
 }
 
@@ -33,8 +43,8 @@ void TComponent::SendRemoveNotifications() {
     // Those that asked to hear of our end clear their references now.
     while (!fFreeNotifies.empty()) {
         TComponent* other = fFreeNotifies.back();
-        fFreeNotifies.pop_back();
-        eraseOne(other->fFreeNotifies, this);
+        fFreeNotifies.Remove(other);
+        other->fFreeNotifies.Remove(this);
         other->Notification(this, opRemove);
     }
     // While the owner itself goes, its other components go too and hear nothing: references that
@@ -46,20 +56,29 @@ void TComponent::SendRemoveNotifications() {
 void TComponent::Destroying() {
     if (fState.Contains(csDestroying)) return;
     fState.Include(csDestroying);
-    for (TComponent* c : fComponents) c->Destroying();
+    for (TComponent* c : fComponents)
+        if (c) c->Destroying();
+}
+
+void TComponent::Compact() const {
+    if (fHoles == 0) return;
+    std::erase(fComponents, nullptr);
+    fHoles = 0;
+    for (size_t i = 0; i < fComponents.size(); ++i)
+        fComponents[i]->fOwnerIndex = i;
 }
 
 TComponent* TComponent::Components(int index) const {
     if (index < 0 || index >= ComponentCount())
         throw EOrnError("List index out of bounds (" + std::to_string(index) + ")");
+    Compact();
     return fComponents[static_cast<size_t>(index)];
 }
 
 TComponent* TComponent::FindComponent(const std::string& name) const {
-    if (name.empty()) return nullptr;
-    for (TComponent* c : fComponents)
-        if (strcasecmp(c->fName.c_str(), name.c_str()) == 0) return c;
-    return nullptr;
+    if (name.empty() || !fNames) return nullptr;
+    auto it = fNames->find(nameKey(name));
+    return it == fNames->end() ? nullptr : it->second;
 }
 
 void TComponent::InsertComponent(TComponent* component) {
@@ -79,12 +98,35 @@ void TComponent::RemoveComponent(TComponent* component) {
 }
 
 void TComponent::Insert(TComponent* component) {
+    if (fHoles > 16 && fHoles * 2 > fComponents.size()) Compact();
+    component->fOwnerIndex = fComponents.size();
     fComponents.push_back(component);
     component->fOwner = this;
+    if (!component->fName.empty()) {
+        if (!fNames) fNames = std::make_unique<std::unordered_map<std::string, TComponent*>>();
+        (*fNames)[nameKey(component->fName)] = component;
+    }
+    if (component->fListening) fListeners.Add(component);
 }
 
 void TComponent::Remove(TComponent* component) {
-    eraseOne(fComponents, component);
+    size_t i = component->fOwnerIndex;
+    if (i >= fComponents.size() || fComponents[i] != component)
+        i = static_cast<size_t>(std::find(fComponents.begin(), fComponents.end(), component) -
+                                fComponents.begin());
+    if (i < fComponents.size()) {
+        fComponents[i] = nullptr;
+        ++fHoles;
+        while (!fComponents.empty() && !fComponents.back()) {
+            fComponents.pop_back();
+            --fHoles;
+        }
+    }
+    if (fNames && !component->fName.empty()) {
+        auto it = fNames->find(nameKey(component->fName));
+        if (it != fNames->end() && it->second == component) fNames->erase(it);
+    }
+    fListeners.Remove(component);
     component->fOwner = nullptr;
 }
 
@@ -106,21 +148,34 @@ void TComponent::SetName(const std::string& name) {
         TComponent* other = fOwner->FindComponent(name);
         if (other && other != this) throw EOrnError("A component named " + name + " already exists");
     }
+    if (fOwner && fOwner->fNames && !fName.empty()) fOwner->fNames->erase(nameKey(fName));
     fName = name;
+    if (fOwner && !fName.empty()) {
+        if (!fOwner->fNames)
+            fOwner->fNames = std::make_unique<std::unordered_map<std::string, TComponent*>>();
+        (*fOwner->fNames)[nameKey(fName)] = this;
+    }
+}
+
+void TComponent::SetListening(bool value) {
+    if (value == fListening) return;
+    fListening = value;
+    if (!fOwner) return;
+    if (value)
+        fOwner->fListeners.Add(this);
+    else
+        fOwner->fListeners.Remove(this);
 }
 
 void TComponent::FreeNotification(TComponent* component) {
     if (!component || component == this) return;
-    if (std::find(fFreeNotifies.begin(), fFreeNotifies.end(), component) == fFreeNotifies.end()) {
-        fFreeNotifies.push_back(component);
-        component->fFreeNotifies.push_back(this);
-    }
+    if (fFreeNotifies.Add(component)) component->fFreeNotifies.Add(this);
 }
 
 void TComponent::RemoveFreeNotification(TComponent* component) {
     if (!component) return;
-    eraseOne(fFreeNotifies, component);
-    eraseOne(component->fFreeNotifies, this);
+    fFreeNotifies.Remove(component);
+    component->fFreeNotifies.Remove(this);
 }
 
 void TComponent::SetDesigning(bool value) {
@@ -128,7 +183,8 @@ void TComponent::SetDesigning(bool value) {
         fState.Include(csDesigning);
     else
         fState.Exclude(csDesigning);
-    for (TComponent* c : fComponents) c->SetDesigning(value);
+    for (TComponent* c : fComponents)
+        if (c) c->SetDesigning(value);
 }
 
 void TComponent::Loading() { fState.Include(csLoading); }
@@ -137,10 +193,10 @@ void TComponent::Loaded() { fState.Exclude(csLoading); }
 
 void TComponent::Notification(TComponent* component, TOperation operation) {
     if (operation == opRemove && component) RemoveFreeNotification(component);
-    // Index walk from the end: a handler may delete components or change the list.
-    for (size_t i = fComponents.size(); i-- > 0;) {
-        if (i >= fComponents.size()) continue;
-        TComponent* c = fComponents[i];
+    // Index walk from the end: a handler may delete components or change the set.
+    for (size_t i = fListeners.size(); i-- > 0;) {
+        if (i >= fListeners.size()) continue;
+        TComponent* c = fListeners[i];
         if (c != component) c->Notification(component, operation);
     }
 }

@@ -1,12 +1,27 @@
 #include <orn/scene/TOrnNode.h>
 
 #include <orn/host/EOrnError.h>
+#include <orn/scene/TOrnObject.h>
 #include <orn/scene/TOrnRegistry.h>
+
+#include "scene/detail/ClipVolume.h"
 
 #include <algorithm>
 #include <cctype>
+#include <optional>
 
 namespace orn {
+
+namespace {
+
+bool SkippableWhenPicking(TOrnRender& item, TOrnBounds& box) {
+    auto* object = dynamic_cast<TOrnObject*>(&item);
+    return object && object->Enabled() && !object->Attributes() && !object->OnTransform &&
+           !object->OnBeforeRender && !object->OnAfterRender && !object->ProjectionEnabled() &&
+           object->GetBounds(box);
+}
+
+} // namespace
 
 ORN_REGISTER_RENDER_CLASS(TOrnNode, "Orn")
 
@@ -24,8 +39,26 @@ TOrnRender* TOrnNode::Items(int index) const {
 }
 
 int TOrnNode::IndexOf(const TOrnRender* item) const {
+    if (Held(item) == 0) return -1;
     auto it = std::find(fItems.begin(), fItems.end(), item);
     return it == fItems.end() ? -1 : static_cast<int>(it - fItems.begin());
+}
+
+int TOrnNode::Held(const TComponent* item) const {
+    auto it = fHeld.find(item);
+    return it == fHeld.end() ? 0 : it->second;
+}
+
+void TOrnNode::CountHeld(const TComponent* item, int delta) {
+    if ((fHeld[item] += delta) <= 0) fHeld.erase(item);
+}
+
+int TOrnNode::IndexForRemoval(const TOrnRender* item) const {
+    // An item held once is found from the end: a node emptied or destroyed from its last item
+    // then costs no search.
+    if (Held(item) != 1) return IndexOf(item);
+    auto it = std::find(fItems.rbegin(), fItems.rend(), item);
+    return static_cast<int>(fItems.rend() - it) - 1;
 }
 
 bool TOrnNode::Indirect(int index) const {
@@ -42,6 +75,7 @@ int TOrnNode::Add(TOrnRender* item) {
 int TOrnNode::AddIndirect(TOrnRender* item) {
     fItems.push_back(item);
     fIndirect.push_back(true);
+    CountHeld(item, 1);
     if (item) FreeNotification(item); // so a destroyed item never stays in the list
     return Count() - 1;
 }
@@ -53,6 +87,7 @@ void TOrnNode::Insert(int index, TOrnRender* item) {
     index = std::clamp(index, 0, Count());
     fItems.insert(fItems.begin() + index, item);
     fIndirect.insert(fIndirect.begin() + index, false);
+    CountHeld(item, 1);
     item->OnChange = [this](TObject* sender) { SubChange(sender); };
     FreeNotification(item);
     NotifyItem(item, opInsert);
@@ -61,24 +96,27 @@ void TOrnNode::Insert(int index, TOrnRender* item) {
 int TOrnNode::Remove(TOrnRender* item) {
     // Item.SetNode(nil) below calls back into Remove; the item is told of its removal once.
     if (item && item == fRemoving) return -1;
-    const int i = IndexOf(item);
+    const int i = IndexForRemoval(item);
     if (i >= 0) {
         const bool indirect = fIndirect[static_cast<size_t>(i)];
         fItems.erase(fItems.begin() + i);
         fIndirect.erase(fIndirect.begin() + i);
+        CountHeld(item, -1);
         if (!indirect) {
             item->OnChange = nullptr;
             fRemoving = item;
             item->SetNode(nullptr);
             fRemoving = nullptr;
         }
-        if (IndexOf(item) < 0) RemoveFreeNotification(item);
+        if (Held(item) == 0) RemoveFreeNotification(item);
     }
     NotifyItem(item, opRemove);
     return i;
 }
 
-void TOrnNode::Delete(int index) { Remove(Items(index)); }
+void TOrnNode::Delete(int index) {
+    Remove(Items(index));
+}
 
 void TOrnNode::Move(int from, int to) {
     if (fItems.empty()) return;
@@ -130,13 +168,29 @@ void TOrnNode::Notification(TComponent* component, TOperation operation) {
     TOrnCustomNode::Notification(component, operation);
     if (operation == opRemove && component) {
         // A destroyed item leaves the list without being called: it may be half gone.
-        for (int i = Count() - 1; i >= 0; --i)
+        for (int i = Count() - 1; i >= 0 && Held(component) > 0; --i)
             if (fItems[static_cast<size_t>(i)] == component) {
                 fItems.erase(fItems.begin() + i);
                 fIndirect.erase(fIndirect.begin() + i);
+                CountHeld(component, -1);
             }
     }
     NotifyItem(component, operation);
+}
+
+bool TOrnNode::GetBounds(TOrnBounds& bounds) {
+    // Nodes that hold each other would draw for ever; their bounds stop at the second visit.
+    if (fBounding) return false;
+    fBounding = true;
+    bool any = false;
+    for (TOrnRender* item : fItems) {
+        TOrnBounds own;
+        if (!item || !item->Enabled() || !item->GetBounds(own)) continue;
+        bounds.Add(own.Transformed(*item->Transformation()));
+        any = true;
+    }
+    fBounding = false;
+    return any;
 }
 
 void TOrnNode::DoRender(TOrnCustomView* view) {
@@ -144,8 +198,18 @@ void TOrnNode::DoRender(TOrnCustomView* view) {
         OnRender(view);
         return;
     }
-    for (size_t i = 0; i < fItems.size(); ++i)
-        if (fItems[i]) fItems[i]->Render(view);
+    // Picking passes over items that cannot meet the pick volume, without the GL calls of their
+    // render; only items that leave no state behind for the next ones are passed over.
+    std::optional<detail::ClipVolume> clip;
+    if (view && view->DrawMode() == dmSelection) clip.emplace();
+    for (size_t i = 0; i < fItems.size(); ++i) {
+        TOrnRender* item = fItems[i];
+        if (!item) continue;
+        TOrnBounds box;
+        if (clip && SkippableWhenPicking(*item, box) && clip->Excludes(box, *item->Transformation()))
+            continue;
+        item->Render(view);
+    }
 }
 
 void TOrnNode::WriteValues(TOrnCustomExchange& exchange) {

@@ -69,6 +69,8 @@ void TOrnObject::Assign(const TPersistent* source) {
     SetStateRef(fMaterialRender, o->fMaterialRender);
 }
 
+bool TOrnObject::GetBounds(TOrnBounds&) { return false; }
+
 void TOrnObject::Notification(TComponent* component, TOperation operation) {
     TOrnRender::Notification(component, operation);
     if (operation != opRemove || !component) return;

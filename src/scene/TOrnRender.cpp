@@ -88,6 +88,8 @@ void TOrnRender::BeforeRender(TOrnCustomView* view) {
 
 void TOrnRender::DoRender(TOrnCustomView*) {}
 
+bool TOrnRender::GetBounds(TOrnBounds&) { return false; }
+
 void TOrnRender::AfterRender(TOrnCustomView* view) {
     if (OnAfterRender) OnAfterRender(view);
     glPopMatrix();

@@ -1,6 +1,7 @@
 #include "geometry/GeometryTestSupport.h"
 
 #include <orn/geometry/TOrnCustomObj.h>
+#include <orn/host/EOrnError.h>
 
 #include <gtest/gtest.h>
 
@@ -124,4 +125,51 @@ TEST_F(CustomFixture, WithoutOnConstructItBuildsEmpty) {
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 0);
     EXPECT_EQ(obj->PrimitiveCount(), 0);
+}
+
+TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitAndMeetsOnConstruct) {
+    // A unit square as two triangles, with the application's own normals and (s, t) pairs.
+    obj->SetMesh({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}, {0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1},
+                 {0, 0, 1, 0, 1, 1, 0, 1}, {0, 1, 2, 0, 2, 3});
+    obj->OnConstruct = [](TObject* sender) {
+        static_cast<TOrnCustomObj*>(sender)->AddTriangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5});
+    };
+    for (int build = 0; build < 2; ++build) {
+        obj->Init();
+        const TOrnPrimitivePoints& pool = *obj->Points();
+        ASSERT_EQ(pool.Count(), 7) << build;
+        EXPECT_EQ(pool.GetVector(2, daVertex), (TOrnMathVector{1, 1, 0}));
+        EXPECT_EQ(pool.GetVector(3, daNormal), (TOrnMathVector{0, 0, -1})); // kept, not recomputed
+        EXPECT_EQ(pool.GetVector(1, daTexture), (TOrnMathVector{1, 0, 0}));
+        ASSERT_EQ(obj->PrimitiveCount(), 1); // the event's triangle joined the mesh's list
+        EXPECT_EQ(Entries(obj->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 0, 2, 3, 4, 5, 6}));
+    }
+    // Without normals they are computed; a second mesh replaces the first.
+    obj->OnConstruct = nullptr;
+    obj->SetMesh({0, 0, 0, 0, 1, 0, 0, 0, 1}, {}, {}, {0, 1, 2}, GL_TRIANGLES);
+    obj->Init();
+    ASSERT_EQ(obj->Points()->Count(), 3);
+    EXPECT_NEAR(std::fabs(obj->Points()->GetVector(0, daNormal).x), 1.0, 1e-9);
+    obj->ClearMesh();
+    obj->Init();
+    EXPECT_EQ(obj->Points()->Count(), 0);
+}
+
+TEST_F(CustomFixture, MeshThatDoesNotAddUpIsRefusedAndTheOldOneKept) {
+    obj->SetMesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {}, {}, {0, 1, 2});
+    const struct {
+        std::vector<double> positions, normals, tex;
+        std::vector<std::uint32_t> indices;
+        GLenum type;
+    } bad[] = {
+        {{0, 0, 0, 1}, {}, {}, {}, GL_TRIANGLES},       // not 3 per point
+        {{0, 0, 0}, {0, 0}, {}, {0}, GL_POINTS},        // normals short
+        {{0, 0, 0}, {}, {0, 0, 0, 0}, {0}, GL_POINTS},  // 4 texture values for 1 point
+        {{0, 0, 0, 1, 1, 1}, {}, {}, {0, 2}, GL_LINES}, // index beyond the points
+        {{0, 0, 0}, {}, {}, {0}, 0x1234},               // no GL primitive
+    };
+    for (const auto& b : bad)
+        EXPECT_THROW(obj->SetMesh(b.positions, b.normals, b.tex, b.indices, b.type), EOrnError);
+    obj->Init();
+    EXPECT_EQ(obj->Points()->Count(), 3);
 }

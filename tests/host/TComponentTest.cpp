@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 using namespace orn;
 
@@ -13,7 +14,9 @@ namespace {
 // Keeps a raw reference to another component and clears it when told of its removal.
 class Watcher : public TComponent {
 public:
-    using TComponent::TComponent;
+    explicit Watcher(TComponent* owner, bool listening = true) : TComponent(owner) {
+        SetListening(listening);
+    }
     TComponent* target = nullptr;
     int inserts = 0;
     int removes = 0;
@@ -39,6 +42,36 @@ TEST(TComponentOwnership, OwnerDeletesWhatItOwnsAndSiblingsHearOfIt) {
     delete a;
     EXPECT_EQ(watcher->target, nullptr);
     EXPECT_EQ(form->ComponentCount(), 1);
+}
+
+TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfSiblings) {
+    TComponent form(nullptr);
+    std::vector<Watcher*> deaf;
+    for (int i = 0; i < 50; ++i)
+        deaf.push_back(new Watcher(&form, false));
+    auto* listener = new Watcher(&form);
+    auto* a = new TComponent(&form);
+    deaf[7]->target = a;
+    a->FreeNotification(deaf[7]);
+    delete a;
+    delete deaf[20]; // a hole in the middle of the owner's list
+    EXPECT_EQ(listener->inserts, 1);
+    EXPECT_EQ(listener->removes, 2);
+    EXPECT_EQ(deaf[7]->target, nullptr);
+    EXPECT_EQ(deaf[7]->removes, 1);
+    for (Watcher* w : deaf) {
+        if (w == deaf[20] || w == deaf[7]) continue;
+        EXPECT_EQ(w->inserts + w->removes, 0);
+    }
+    // Index order survives removals; a listener moved to another owner listens there.
+    ASSERT_EQ(form.ComponentCount(), 50);
+    EXPECT_EQ(form.Components(20), deaf[21]);
+    EXPECT_EQ(form.Components(49), listener);
+    TComponent other(nullptr);
+    other.InsertComponent(listener);
+    new TComponent(&other);
+    new TComponent(&form);
+    EXPECT_EQ(listener->inserts, 2);
 }
 
 TEST(TComponentOwnership, FreeNotificationReachesComponentsOfOtherOwners) {
@@ -75,6 +108,14 @@ TEST(TComponentName, ValidationAndUniqueness) {
     b->SetName("");
     EXPECT_EQ(b->Name(), "");
     EXPECT_EQ(form.FindComponent("SPHERE1"), a);
+    a->SetName("Renamed");
+    EXPECT_EQ(form.FindComponent("sphere1"), nullptr);
+    b->SetName("Sphere1"); // a former name is free again, also after its holder is gone
+    delete a;
+    EXPECT_EQ(form.FindComponent("renamed"), nullptr);
+    a = new TComponent(&form);
+    a->SetName("Renamed");
+    EXPECT_EQ(form.FindComponent("RENAMED"), a);
 }
 
 TEST(TComponentState, DesigningSpreadsToOwnedAndLoadedClearsLoading) {

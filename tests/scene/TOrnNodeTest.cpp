@@ -144,8 +144,9 @@ TEST_F(NodeFixture, DestroyedNodeReleasesItsItemsAndTellsItsListener) {
 
 TEST_F(NodeFixture, ItemNotifyHearsEveryNotificationOfTheNode) {
     Watch();
-    auto* sibling = new TOrnObject(&form); // inserted into the node's owner, not the node
+    auto* sibling = new TOrnObject(&form); // not an item: heard through free notification
     sibling->SetName("S");
+    sibling->FreeNotification(node);
     delete sibling;
     EXPECT_NE(std::find(events.begin(), events.end(), "-S"), events.end());
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace orn {
 
@@ -63,6 +64,16 @@ public:
     /// GL_QUADS, 0 otherwise.
     TOrnPrimitiveInterface* GetInterface(int face, GLenum type);
 
+    /// A mesh kept as the application gives it and laid down at every build, before OnConstruct
+    /// adds to it: positions and normals 3 per point (no normals: computed as AutoCalcNormals
+    /// says), texture coordinates 2 or 3 per point (none: as TextureFlags makes them), indices
+    /// into the points forming primitives of type. Throws EOrnError, keeping the previous mesh,
+    /// when the sizes disagree, an index is out of range or type is not a GL primitive.
+    void SetMesh(std::vector<double> positions, std::vector<double> normals, std::vector<double> texCoords,
+                 std::vector<std::uint32_t> indices, GLenum type = GL_TRIANGLES);
+    /// Drops the mesh given to SetMesh.
+    void ClearMesh();
+
 protected:
     void InitPoints() override;
     void InitPrimitives() override;
@@ -73,6 +84,10 @@ private:
     /// other change of the points.
     void SyncWeld();
 
+    struct Mesh;
+    void LayMesh();
+
+    std::unique_ptr<Mesh> fMesh;
     std::unique_ptr<TOrnPrimitiveInterface> fInterface;
     std::unique_ptr<detail::PointGrid> fWeld;
     std::uint64_t fWeldVersion = 0;

@@ -36,6 +36,7 @@ public:
 
 protected:
     void InitPoints() override;
+    bool ShapeBounds(TOrnBounds& bounds) const override;
     void InitPrimitives() override;
 
 private:

@@ -117,6 +117,9 @@ public:
     /// From another primitive object: texture, Textured, texture flags, Initialized, points and lists.
     void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
+    /// The box of the points once built; before that the shape's own box where it knows one
+    /// (ShapeBounds), so that framing a scene builds nothing; otherwise it builds the points.
+    bool GetBounds(TOrnBounds& bounds) override;
     /// The nested element "TextureFlags" only; shapes add their own keys.
     void WriteValues(TOrnCustomExchange& exchange) override;
     TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
@@ -126,6 +129,9 @@ protected:
     virtual void InitPoints();
     /// Fills the index lists; empty here.
     virtual void InitPrimitives();
+    /// A box that holds the shape the current properties would build, computed without building;
+    /// false when the shape cannot tell (the points are then built and measured).
+    virtual bool ShapeBounds(TOrnBounds& bounds) const;
     /// ClearPoints, then ClearPrimitives; Initialized stays as it is.
     virtual void ClearAll();
     /// Empties the point pool.
@@ -159,6 +165,9 @@ private:
     TOrnTexture* fTexture = nullptr;
     TOrnRender* fTextureRender = nullptr;
     std::unique_ptr<TOrnTextureFlags> fTextureFlags;
+    TOrnBounds fPointBounds; // of the points at fBoundsVersion and fBoundsCount
+    std::uint64_t fBoundsVersion = 0;
+    int fBoundsCount = -1;
 
     friend class TOrnTexture;
 };

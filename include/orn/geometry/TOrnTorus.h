@@ -31,6 +31,7 @@ public:
 
 protected:
     void InitPoints() override;
+    bool ShapeBounds(TOrnBounds& bounds) const override;
     void InitPrimitives() override;
 
 private:

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <orn/host/TComponentSet.h>
 #include <orn/host/TPersistent.h>
 #include <orn/host/TSet.h>
 
+#include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace orn {
@@ -17,9 +20,10 @@ using TComponentState = TSet<TComponentStateItem>;
 /// owner's components, and hears of components being inserted and removed.
 ///
 /// References between components are raw pointers. A component that keeps one asks the other for
-/// FreeNotification (or shares its owner) and clears the pointer in Notification(other, opRemove).
-/// Handlers of Notification must only compare and clear pointers: the component being removed may
-/// already be partly destroyed.
+/// FreeNotification and clears the pointer in Notification(other, opRemove). Handlers of
+/// Notification must only compare and clear pointers: the component being removed may already be
+/// partly destroyed. Notifications reach only those that asked for them (FreeNotification, or
+/// Listening to the owner), so inserting into or removing from a large owner visits no one else.
 class TComponent : public TPersistent {
     ORN_CLASS(TComponent)
 public:
@@ -30,7 +34,7 @@ public:
     TComponent& operator=(const TComponent&) = delete;
 
     TComponent* Owner() const { return fOwner; }
-    int ComponentCount() const { return static_cast<int>(fComponents.size()); }
+    int ComponentCount() const { return static_cast<int>(fComponents.size() - fHoles); }
     /// The owned component at index; throws EOrnError when index is out of range.
     TComponent* Components(int index) const;
     /// The owned component with this name (letter case ignored), or nullptr.
@@ -43,6 +47,11 @@ public:
     /// Renames: the empty name is always allowed; otherwise the name must be an identifier not used
     /// by another component of the same owner, or EOrnError is thrown and the name stays.
     virtual void SetName(const std::string& name);
+
+    /// A listening component hears through Notification what its owner hears: every component
+    /// inserted into or removed from the owner. It keeps listening when it moves to another owner.
+    bool Listening() const { return fListening; }
+    void SetListening(bool value);
 
     /// Asks to hear (through Notification) when component is destroyed; it hears of us too.
     void FreeNotification(TComponent* component);
@@ -71,12 +80,20 @@ private:
     void Insert(TComponent* component);
     void Remove(TComponent* component);
     void Destroying();
+    void Compact() const;
 
     TComponent* fOwner = nullptr;
+    size_t fOwnerIndex = 0; // our slot in the owner's fComponents
     std::string fName;
-    std::vector<TComponent*> fComponents;
-    std::vector<TComponent*> fFreeNotifies;
+    // A removed component leaves nullptr in its slot until the list is read by index or has
+    // more holes than members: removing one of many costs no search and no shift.
+    mutable std::vector<TComponent*> fComponents;
+    mutable size_t fHoles = 0;
+    std::unique_ptr<std::unordered_map<std::string, TComponent*>> fNames; // lower-case name
+    TComponentSet fListeners;
+    TComponentSet fFreeNotifies;
     TComponentState fState;
+    bool fListening = false;
     bool fRemoveSent = false;
 };
 

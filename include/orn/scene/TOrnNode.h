@@ -3,6 +3,7 @@
 #include <orn/scene/TOrnRender.h>
 
 #include <functional>
+#include <unordered_map>
 #include <vector>
 
 namespace orn {
@@ -47,6 +48,9 @@ public:
 
     void SubChange(TObject* sender) override;
     void Notification(TComponent* component, TOperation operation) override;
+    /// Every item's bounds, placed by its transformation (an item with an OnTransform event by its
+    /// transformation too).
+    bool GetBounds(TOrnBounds& bounds) override;
     void WriteValues(TOrnCustomExchange& exchange) override;
     TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
 
@@ -55,9 +59,15 @@ protected:
 
 private:
     void NotifyItem(TComponent* item, TOperation operation);
+    int Held(const TComponent* item) const;
+    void CountHeld(const TComponent* item, int delta);
+    int IndexForRemoval(const TOrnRender* item) const;
+
     std::vector<TOrnRender*> fItems;
+    std::unordered_map<const TComponent*, int> fHeld; // how often each item is in fItems
     std::vector<bool> fIndirect;
     TOrnRender* fRemoving = nullptr;
+    bool fBounding = false;
 };
 
 } // namespace orn

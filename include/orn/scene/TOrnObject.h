@@ -37,6 +37,8 @@ public:
     /// Besides the render values: colour, names and the state references.
     void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
+    /// False: what an object draws through its own events or descendants has no known extent.
+    bool GetBounds(TOrnBounds& bounds) override;
     void WriteValues(TOrnCustomExchange& exchange) override;
     void ReadValues(TOrnCustomExchange& exchange) override;
     TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnBounds.h>
 #include <orn/scene/TOrnComponent.h>
 #include <orn/scene/TOrnCustomView.h>
 
@@ -49,6 +50,11 @@ public:
     bool IsMyView(const TOrnCustomView* view) const { return view && view == fView; }
     /// Deletes the display list, making the view's context current for it if need be.
     void ClearCache();
+
+    /// Adds to bounds the box that holds what this component draws, in its own coordinates (its
+    /// transformation not applied), without drawing or making display lists; false when it draws
+    /// nothing that has a place. Linear in the items below a node.
+    virtual bool GetBounds(TOrnBounds& bounds);
 
     /// v from render's local coordinates into this component's (both must capture their matrix);
     /// the zero vector otherwise.

@@ -1,0 +1,120 @@
+#include <orn/geometry/TOrnBox.h>
+#include <orn/geometry/TOrnCylinder.h>
+#include <orn/geometry/TOrnDisc.h>
+#include <orn/geometry/TOrnSphere.h>
+#include <orn/geometry/TOrnTorus.h>
+#include <orn/geometry/TOrnTriangle.h>
+#include <orn/math/TOrnBounds.h>
+#include <orn/math/TOrnTransformation.h>
+#include <orn/scene/TOrnNode.h>
+
+#include <GL/gl.h>
+
+#include "support/GLTestContext.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace orn;
+
+namespace {
+
+class TransformationMatrix : public orn::test::GLTest {};
+
+void ExpectInside(const TOrnBounds& inner, const TOrnBounds& outer, const char* what) {
+    const double e = 1e-5;
+    EXPECT_GE(inner.Lo.x, outer.Lo.x - e) << what;
+    EXPECT_GE(inner.Lo.y, outer.Lo.y - e) << what;
+    EXPECT_GE(inner.Lo.z, outer.Lo.z - e) << what;
+    EXPECT_LE(inner.Hi.x, outer.Hi.x + e) << what;
+    EXPECT_LE(inner.Hi.y, outer.Hi.y + e) << what;
+    EXPECT_LE(inner.Hi.z, outer.Hi.z + e) << what;
+}
+
+} // namespace
+
+// Bounds travel through the same matrix the render chain multiplies on: every order of parts and
+// of rotation axes against what OpenGL makes of Execute.
+TEST_F(TransformationMatrix, EqualsWhatExecuteLeavesOnTheModelView) {
+    TOrnTransformation t;
+    t.Rotation()->SetValues(30, -50, 70);
+    t.Scale()->SetValues(2, 0.5f, -1);
+    t.Translation()->SetValues(1, -2, 3);
+    for (int order = toRotTraSca; order <= toScaTraRot; ++order)
+        for (int axes = roXYZ; axes <= roZYX; ++axes) {
+            t.SetOrder(static_cast<TOrnTransformationOrder>(order));
+            t.Rotation()->SetOrder(static_cast<TOrnRotationOrder>(axes));
+            glMatrixMode(GL_MODELVIEW);
+            glLoadIdentity();
+            t.Execute();
+            double gl[16], ours[16];
+            glGetDoublev(GL_MODELVIEW_MATRIX, gl);
+            OrnTransformationMatrix(t, ours);
+            for (int i = 0; i < 16; ++i)
+                EXPECT_NEAR(ours[i], gl[i], 1e-5) << order << "/" << axes << "@" << i;
+        }
+}
+
+// A shape's bounds before building must hold what the build makes, and come close to it.
+TEST(TOrnBounds, ShapesKnowTheirExtentWithoutBuilding) {
+    TComponent form(nullptr);
+    auto* sphere = new TOrnSphere(&form);
+    sphere->SetRadius(-2);
+    auto* box = new TOrnBox(&form);
+    box->SetWidth(3);
+    box->SetDepth(-0.5f);
+    auto* cone = new TOrnCylinder(&form);
+    cone->SetHeight(-2);
+    cone->SetTopRadius(0);
+    cone->SetBaseRadius(1.5f);
+    auto* disc = new TOrnDisc(&form);
+    disc->SetInnerRadius(2);
+    disc->SetOuterRadius(1);
+    auto* torus = new TOrnTorus(&form);
+    torus->SetTubeRadius(0.5f);
+    for (TOrnPrimitiveObj* shape : std::initializer_list<TOrnPrimitiveObj*>{sphere, box, cone, disc, torus}) {
+        TOrnBounds before;
+        ASSERT_TRUE(shape->GetBounds(before)) << shape->ClassName();
+        EXPECT_FALSE(shape->Initialized()) << shape->ClassName();
+        shape->Init();
+        TOrnBounds built;
+        ASSERT_TRUE(shape->GetBounds(built));
+        ExpectInside(built, before, shape->ClassName());
+        EXPECT_NEAR(built.Radius(), before.Radius(), 0.05 * before.Radius()) << shape->ClassName();
+    }
+    // Points moved after the build are seen at the next call.
+    TOrnBounds moved;
+    box->Points()->MovePoints(10, 0, 0);
+    box->GetBounds(moved);
+    EXPECT_NEAR(moved.Lo.x, 8.5, 1e-9);
+}
+
+TEST(TOrnBounds, NodePlacesItemsByTheirTransformationAndSkipsDisabledOnes) {
+    TComponent form(nullptr);
+    auto* root = new TOrnNode(&form);
+    auto* inner = new TOrnNode(&form);
+    auto* triangle = new TOrnTriangle(&form); // no extent of its own: built and measured
+    auto* far = new TOrnSphere(&form);
+    root->Add(inner);
+    inner->Add(triangle);
+    root->Add(far);
+    inner->Transformation()->Translation()->SetValues(10, 0, 0);
+    inner->Transformation()->Scale()->SetValues(2, 2, 2);
+    far->Transformation()->Translation()->SetValues(0, 0, -100);
+    far->SetEnabled(false);
+    TOrnBounds expected;
+    triangle->GetBounds(expected);
+    expected = expected.Transformed(*inner->Transformation());
+    TOrnBounds got;
+    ASSERT_TRUE(root->GetBounds(got));
+    EXPECT_EQ(got.Lo, expected.Lo);
+    EXPECT_EQ(got.Hi, expected.Hi);
+    // Nodes that hold each other end the walk instead of recursing for ever.
+    inner->AddIndirect(root);
+    TOrnBounds cycle;
+    EXPECT_TRUE(root->GetBounds(cycle));
+    TOrnBounds empty;
+    EXPECT_FALSE((new TOrnNode(&form))->GetBounds(empty));
+    EXPECT_TRUE(empty.Empty());
+}
