@@ -7,7 +7,7 @@
 namespace orn {
 
 /// How the 16 colours are laid out: columns × rows.
-enum TOrnGridOrdering { go16x1, go8x2, go4x4, go2x8, go1x16 };
+enum TOrnGridOrdering : int { go16x1, go8x2, go4x4, go2x8, go1x16 };
 
 /// The 16 standard colours in a grid, from which a foreground colour is picked with the left mouse
 /// button and a background colour with the right one; their cells are marked "FG", "BG", or "FB"

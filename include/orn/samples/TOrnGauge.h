@@ -4,7 +4,7 @@
 
 namespace orn {
 
-enum TOrnGaugeKind { gkText, gkHorizontalBar, gkVerticalBar, gkPie, gkNeedle };
+enum TOrnGaugeKind : int { gkText, gkHorizontalBar, gkVerticalBar, gkPie, gkNeedle };
 
 /// Shows how far a value has come between a minimum and a maximum: as a bar filling from the left
 /// (or the bottom), a pie filling clockwise from twelve o'clock, a needle sweeping a half dial, or as
