@@ -23,7 +23,7 @@ std::string OrnBuildDate() {
 }
 
 std::string OrnLicence() {
-    return "Licensed under the terms of the Orn distribution; see its licence file.";
+    return "Free software under the MIT licence; see the LICENSE file.";
 }
 
 int OrnVersionMajor() {
