@@ -23,7 +23,7 @@ void BM_Text3DBuild(benchmark::State& state) {
     state.counters["points"] = text->Points()->Count();
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * state.range(0));
 }
-BENCHMARK(BM_Text3DBuild)->Arg(4)->Arg(100)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Text3DBuild)->Arg(4)->Arg(100)->Arg(1000)->Arg(4000)->Unit(benchmark::kMicrosecond);
 
 void BM_Text3DDetail(benchmark::State& state) {
     TComponent form(nullptr);

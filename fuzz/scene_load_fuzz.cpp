@@ -26,8 +26,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const EOrnError&) {
         return 0;
     }
-    // Whatever was loaded saves as a file that loads back to the same scene.
-    const std::string text = exchange.SaveToString(*node);
+    // Whatever was loaded saves as a file that loads back to the same scene, or is refused with
+    // a reason (an item loaded at the deepest level keeps children that would nest deeper).
+    std::string text;
+    try {
+        text = exchange.SaveToString(*node);
+    } catch (const EOrnError&) {
+        return 0;
+    }
     TComponent again(nullptr);
     auto* copy = new TOrnNode(&again);
     exchange.LoadFromString(*copy, text);

@@ -6,7 +6,11 @@
 #include <orn/host/EOrnError.h>
 
 #include <algorithm>
+#include <atomic>
+#include <charconv>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <numeric>
 #include <string>
 #include <strings.h>
@@ -115,11 +119,41 @@ void TOrnPrimitiveObj::ClearPrimitives() {
     fPrimitives.clear();
 }
 
+namespace {
+
+constexpr std::int64_t kHardPointLimit = std::int64_t{1} << 27;
+
+std::int64_t startingPointLimit() {
+    std::int64_t limit = std::int64_t{1} << 23;
+    if (const char* text = std::getenv("ORN_MAX_POINTS")) {
+        std::int64_t v = 0;
+        const auto [end, ec] = std::from_chars(text, text + std::strlen(text), v);
+        if (ec == std::errc() && *end == '\0' && v > 0) limit = std::min(v, kHardPointLimit);
+    }
+    return limit;
+}
+
+// A setting of the program, like the memory it may use: the same for every object.
+std::atomic<std::int64_t> gPointLimit{startingPointLimit()};
+
+} // namespace
+
+std::int64_t TOrnPrimitiveObj::MaxBuildPoints() {
+    return gPointLimit.load(std::memory_order_relaxed);
+}
+
+void TOrnPrimitiveObj::SetMaxBuildPoints(std::int64_t value) {
+    gPointLimit.store(std::clamp<std::int64_t>(value, 1, kHardPointLimit), std::memory_order_relaxed);
+}
+
 void TOrnPrimitiveObj::CheckBuildSize(std::int64_t count, const char* shape) {
-    constexpr std::int64_t kMax = std::int64_t{1} << 27;
-    if (count > kMax)
+    const std::int64_t limit = MaxBuildPoints();
+    if (count > limit)
         throw EOrnError(std::string(shape) + ": a detail needing " + std::to_string(count) +
-                        " points is beyond the limit of " + std::to_string(kMax) + ".");
+                        " points is beyond the limit of " + std::to_string(limit) +
+                        " points (about 100 bytes each); the environment variable ORN_MAX_POINTS or "
+                        "TOrnPrimitiveObj::SetMaxBuildPoints raises it, up to " +
+                        std::to_string(kHardPointLimit) + ".");
 }
 
 int TOrnPrimitiveObj::AddPoint(const TOrnMathVector& p, const TOrnMathVector& n, double s, double t,

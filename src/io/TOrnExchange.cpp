@@ -464,7 +464,7 @@ void TOrnExchange::LoadFromString(TOrnNode& node, std::string text) {
         // Whatever way another XML writer puts the same document, the reader gets it in the one
         // form it takes.
         std::vector<std::string> problems;
-        markup = detail::SceneMarkup(text, problems);
+        markup = detail::SceneMarkup(text, problems, fMaxValueBytes);
         for (std::string& p : problems)
             Warn(std::move(p));
         if (read.size() < text.size())

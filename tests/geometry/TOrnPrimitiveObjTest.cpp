@@ -2,6 +2,8 @@
 #include "geometry/detail/PointGrid.h"
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/host/EOrnError.h>
+#include <orn/scene/TOrnRegistry.h>
 #include <orn/scene/TOrnRender.h>
 
 #include <gtest/gtest.h>
@@ -390,4 +392,29 @@ TEST_F(PrimitiveObjFixture, APointsNormalIsTheMeanOfItsFacesUnitNormals) {
     EXPECT_NEAR(n.z, 2 / std::sqrt(5.0), 1e-12);
     EXPECT_EQ(pts.GetVector(6, daNormal), (TOrnMathVector{1, 0, 0}));
     EXPECT_EQ(pts.GetVector(4, daNormal), (TOrnMathVector{0, 0, 1}));
+}
+
+TEST(PrimitiveObjLimit, EveryShapeRefusesADetailBeyondTheLimitNamingIt) {
+    // The default detail of every shape is a few hundred points at most: under a limit of 8 each
+    // either fits or refuses to build, saying which limit and how to raise it.
+    const std::int64_t old = TOrnPrimitiveObj::MaxBuildPoints();
+    TOrnPrimitiveObj::SetMaxBuildPoints(8);
+    int refused = 0;
+    for (TComponentClass cls : GetRenderClassList()) {
+        TComponent form(nullptr);
+        auto* shape = dynamic_cast<TOrnPrimitiveObj*>(cls->Create(&form));
+        if (!shape) continue;
+        try {
+            shape->Init();
+            EXPECT_LE(shape->Points()->Count(), 8) << cls->Name;
+        } catch (const EOrnError& e) {
+            ++refused;
+            const std::string what = e.what();
+            EXPECT_NE(what.find("limit of 8 points"), std::string::npos) << what;
+            EXPECT_NE(what.find("ORN_MAX_POINTS"), std::string::npos) << what;
+        }
+    }
+    TOrnPrimitiveObj::SetMaxBuildPoints(old);
+    EXPECT_GE(refused, 8); // sphere, cylinder, disc, torus, box, rectangle, function surfaces …
+    EXPECT_EQ(TOrnPrimitiveObj::MaxBuildPoints(), old);
 }

@@ -7,6 +7,9 @@
 #include <fstream>
 #include <random>
 #include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace orn;
 
@@ -195,6 +198,74 @@ TEST(TBitmapFiles, UnsupportedExtensionOrMissingFileNamesTheFile) {
         EXPECT_NE(std::string(e.what()).find("/nonexistent/dir/x.bmp"), std::string::npos);
     }
     EXPECT_THROW(TBitmap().SaveToMemory(), EOrnError);
+}
+
+TEST(TBitmapFiles, AFailedSaveLeavesThePreviousImageAndNoTemporaryFile) {
+    namespace fs = std::filesystem;
+    const fs::path dir = fs::temp_directory_path() / ("orn_bitmap_save_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    TBitmap small;
+    small.SetSize(4, 4);
+    for (const char* name : {"old.bmp", "old.png"}) {
+        const std::string file = (dir / name).string();
+        small.SaveToFile(file);
+        const std::uintmax_t before = fs::file_size(file);
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            // As a full disk would: the file system refuses the bigger image part-way through.
+            rlimit limit{};
+            ::getrlimit(RLIMIT_FSIZE, &limit);
+            limit.rlim_cur = 8192;
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+            TBitmap big;
+            big.SetSize(512, 512);
+            for (int y = 0; y < 512; ++y)
+                for (int x = 0; x < 512; ++x)
+                    big.SetPixel(x, y, static_cast<TColor>((x * 7919 + y * 104729) & 0xFFFFFF));
+            try {
+                big.SaveToFile(file);
+            } catch (const EOrnError&) {
+                ::_exit(0);
+            }
+            ::_exit(1);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status)) << name << ": killed by signal " << WTERMSIG(status);
+        EXPECT_EQ(WEXITSTATUS(status), 0) << name << ": the save did not fail";
+        EXPECT_EQ(fs::file_size(file), before) << name;
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2);
+    fs::remove_all(dir);
+}
+
+TEST(TBitmapFiles, AHugeFileIsJudgedByItsHeaderAndSizeBeforeItIsRead) {
+    namespace fs = std::filesystem;
+    const fs::path file =
+        fs::temp_directory_path() / ("orn_bitmap_huge_" + std::to_string(::getpid()) + ".bmp");
+    // Sparse: 3 GB that take no disk and, were they read, 3 GB of memory.
+    for (const char* start : {"MZ", "BM"}) {
+        {
+            std::ofstream out(file, std::ios::binary);
+            out << start;
+        }
+        fs::resize_file(file, std::uintmax_t{3} << 30);
+        TBitmap bmp;
+        try {
+            bmp.LoadFromFile(file.string());
+            ADD_FAILURE() << start << ": loaded";
+        } catch (const EOrnError& e) {
+            const std::string what = e.what();
+            EXPECT_NE(
+                what.find(start[0] == 'M' ? "does not start as a bmp file does" : "bytes are more than"),
+                std::string::npos)
+                << what;
+        }
+        EXPECT_TRUE(bmp.Empty());
+    }
+    fs::remove(file);
 }
 
 TEST(TBitmapPng, ImageWithoutAlphaLoadsAs24Bit) {

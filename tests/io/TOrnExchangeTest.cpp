@@ -811,6 +811,25 @@ TEST_F(ExchangeFixture, EveryRenderClassRoundTripsByteForByte) {
     EXPECT_EQ(again.SaveToString(*fromOther), first);
 }
 
+TEST_F(ExchangeFixture, AValueBeyondTheLimitIsLeftOutAndSaidSo) {
+    TExchangeProbe* p = AddProbe("P1");
+    p->S = std::string(100, 'x');
+    p->I = 5;
+    const std::string text = exchange.SaveToString(*scene);
+    exchange.SetMaxValueBytes(99);
+    exchange.LoadFromString(*loaded, text);
+    ASSERT_EQ(loaded->Count(), 1);
+    EXPECT_EQ(LoadedProbe(0)->S, "text"); // its default
+    EXPECT_EQ(LoadedProbe(0)->I, 5);
+    ASSERT_EQ(exchange.Warnings().size(), 1u);
+    EXPECT_NE(exchange.Warnings()[0].find("'S' in 'TEXCHANGEPROBE' has 100 bytes, more than the limit of 99"),
+              std::string::npos)
+        << exchange.Warnings()[0];
+    exchange.SetMaxValueBytes(100);
+    exchange.LoadFromString(*loaded, text);
+    EXPECT_TRUE(exchange.Warnings().empty());
+}
+
 TEST_F(ExchangeFixture, AFileThatEndsEarlyOrIsMalformedIsSaidToBe) {
     AddProbe("P1")->I = 3;
     const std::string text = exchange.SaveToString(*scene);

@@ -33,6 +33,13 @@ struct T2DIntPoint {
 class TOrnPrimitiveObj : public TOrnObject {
     ORN_CLASS(TOrnPrimitiveObj)
 public:
+    /// The most points one object's build may make: a point with its normal, texture coordinate,
+    /// colour and index entries takes about 100 bytes, so the default of 2^23 stays near 1 GB. The
+    /// environment variable ORN_MAX_POINTS sets it at start; SetMaxBuildPoints at any time (at
+    /// most 2^27, the most a primitive object can hold).
+    static std::int64_t MaxBuildPoints();
+    static void SetMaxBuildPoints(std::int64_t value);
+
     explicit TOrnPrimitiveObj(TComponent* owner);
     ~TOrnPrimitiveObj() override;
 
@@ -147,8 +154,8 @@ protected:
     void SetTextureRef(TOrnTexture* texture, TOrnRender* render);
     /// The texture seen as a render component (its Render binds it).
     TOrnRender* TextureRender() const { return fTextureRender; }
-    /// Throws EOrnError naming the shape when a build would need more than 2^27 points or entries:
-    /// a detail that large is a mistake, not a wish for tens of gigabytes.
+    /// Throws EOrnError naming the shape, the limit and how to raise it when a build would need
+    /// more than MaxBuildPoints points or entries; called before anything is allocated.
     static void CheckBuildSize(std::int64_t count, const char* shape);
     /// Appends a point with position, normal and texture coordinate (s, t) and flag bits.
     int AddPoint(const TOrnMathVector& p, const TOrnMathVector& n, double s, double t,

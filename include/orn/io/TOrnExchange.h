@@ -77,6 +77,11 @@ public:
     /// Reports loads (as the input is read) and saves (per object written).
     TOrnProgressEvent OnProgress;
 
+    /// The longest value a load reads (default 64 MiB); a longer one is left out with a warning,
+    /// since reading it takes several times its size.
+    std::size_t MaxValueBytes() const { return fMaxValueBytes; }
+    void SetMaxValueBytes(std::size_t value) { fMaxValueBytes = value; }
+
     /// What the last load could not take, one message each (file, element or line, and why);
     /// empty when it read everything.
     const std::vector<std::string>& Warnings() const { return fWarnings; }
@@ -153,6 +158,7 @@ private:
     std::string fFileVersion;
     std::string fFileCameraClass;
     bool fCompact = false;
+    std::size_t fMaxValueBytes = std::size_t{64} << 20;
     TOrnCamera* fCamera = nullptr;
 
     // Writing: every element written so far, and which of them are open.

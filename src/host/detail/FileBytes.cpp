@@ -32,9 +32,6 @@ std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string
     if (::fstat(::fileno(f.get()), &st) != 0) IoFail("read", fileName, errno);
     if (!S_ISREG(st.st_mode))
         throw EOrnError("Cannot read file \"" + fileName + "\": it is not a regular file");
-    if (static_cast<std::uint64_t>(st.st_size) > maxSize)
-        throw EOrnError("Cannot read file \"" + fileName + "\": its " + std::to_string(st.st_size) +
-                        " bytes are more than the " + std::to_string(maxSize) + " an image of it may have");
     if (!magic.empty()) {
         std::string start(magic.size(), '\0');
         if (std::fread(start.data(), 1, start.size(), f.get()) != start.size() || start != magic)
@@ -42,6 +39,9 @@ std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string
                             LowerExtension(fileName).substr(1) + " file does");
         std::rewind(f.get());
     }
+    if (static_cast<std::uint64_t>(st.st_size) > maxSize)
+        throw EOrnError("Cannot read file \"" + fileName + "\": its " + std::to_string(st.st_size) +
+                        " bytes are more than the " + std::to_string(maxSize) + " an image of it may have");
     std::vector<std::uint8_t> bytes;
     bytes.reserve(static_cast<std::size_t>(st.st_size));
     std::uint8_t chunk[65536];

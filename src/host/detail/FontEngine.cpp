@@ -196,6 +196,7 @@ public:
             }
             if (face.SynthBold)
                 FT_Outline_EmboldenXY(&outline, static_cast<FT_Pos>(em / 24), static_cast<FT_Pos>(em / 24));
+            text.GlyphStarts.push_back(text.Contours.size());
             OutlineFlattener(tolerance * em, pen).Decompose(outline, text.Contours);
             pen = std::min(pen + static_cast<double>(handle->glyph->metrics.horiAdvance), limit);
         }

@@ -61,6 +61,8 @@ struct OutlinePoint {
 /// each glyph placed at its pen position from x = 0. Which contours are holes follows from nesting.
 struct TextOutline {
     std::vector<std::vector<OutlinePoint>> Contours;
+    /// Where each glyph's contours start in Contours (empty: all are one glyph).
+    std::vector<std::size_t> GlyphStarts;
     double Width = 0; // the advance of the whole text
     double Ascent = 0;
     double Descent = 0; // positive, below the baseline

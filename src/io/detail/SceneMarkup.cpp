@@ -21,8 +21,8 @@ bool isNameChar(char c) {
 
 class Rewriter {
 public:
-    Rewriter(std::string_view text, std::vector<std::string>& problems)
-        : fText(text.substr(0, UpToZero(text))), fProblems(problems) {}
+    Rewriter(std::string_view text, std::vector<std::string>& problems, std::size_t maxValue)
+        : fText(text.substr(0, UpToZero(text))), fProblems(problems), fMaxValue(maxValue) {}
 
     std::string Run() {
         fOut.reserve(fText.size());
@@ -168,7 +168,7 @@ private:
                 }
                 return;
             }
-            if (fPos == before || !Attribute(tag)) {
+            if (fPos == before || !Attribute(tag, name, line)) {
                 // Its attributes up to the malformed one are kept, and the element is read.
                 std::size_t stop = fPos;
                 while (stop < fText.size() && fText[stop] != '>' && fText[stop] != '<')
@@ -190,7 +190,7 @@ private:
     }
 
     /// name S? = S? quoted value; appended to tag as ` name="value"`.
-    bool Attribute(std::string& tag) {
+    bool Attribute(std::string& tag, std::string_view element, std::size_t line) {
         const std::string_view key = Name();
         if (key.empty()) return false;
         SkipSpaces();
@@ -201,6 +201,14 @@ private:
         const char quote = fText[fPos];
         const std::size_t end = fText.find(quote, fPos + 1);
         if (end == std::string_view::npos) return false;
+        if (end - fPos - 1 > fMaxValue) {
+            Problem(line, "the value of '" + Shown(key) + "' in '" + Shown(element) + "' has " +
+                              std::to_string(end - fPos - 1) + " bytes, more than the limit of " +
+                              std::to_string(fMaxValue) +
+                              " (TOrnExchange::SetMaxValueBytes raises it): it is not read");
+            Advance(end + 1);
+            return true;
+        }
         tag += ' ';
         tag += key;
         tag += "=\"";
@@ -240,14 +248,15 @@ private:
     std::vector<std::string>& fProblems;
     std::string fOut;
     std::vector<std::string> fOpen;
+    std::size_t fMaxValue;
     std::size_t fPos = 0;
     std::size_t fLine = 1;
 };
 
 } // namespace
 
-std::string SceneMarkup(std::string_view text, std::vector<std::string>& problems) {
-    return Rewriter(text, problems).Run();
+std::string SceneMarkup(std::string_view text, std::vector<std::string>& problems, std::size_t maxValue) {
+    return Rewriter(text, problems, maxValue).Run();
 }
 
 } // namespace orn::detail

@@ -16,6 +16,8 @@ namespace orn::detail {
 /// Whatever cannot be read that way (the file ends inside a tag or with elements still open, a
 /// malformed tag) is told in problems, with its line; the rest is still rewritten. A zero byte
 /// ends the input.
-std::string SceneMarkup(std::string_view text, std::vector<std::string>& problems);
+/// A value longer than maxValue bytes is left out (and told): its copies while it is read would
+/// take many times its size.
+std::string SceneMarkup(std::string_view text, std::vector<std::string>& problems, std::size_t maxValue);
 
 } // namespace orn::detail

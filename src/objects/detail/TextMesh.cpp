@@ -63,11 +63,13 @@ bool Inside(const std::vector<OutlinePoint>& contour, const OutlinePoint& p) {
 
 // Under the odd rule the filled side of an edge is the one enclosed by an odd number of contours:
 // the contours around this one, plus this one itself on its left when it runs counter-clockwise.
-bool FilledOnLeft(const std::vector<std::vector<OutlinePoint>>& contours, std::size_t c) {
+// Only the contours of the same glyph count: a glyph's filled side does not depend on its neighbours.
+bool FilledOnLeft(const std::vector<std::vector<OutlinePoint>>& contours, std::size_t c, std::size_t first,
+                  std::size_t last) {
     const auto& contour = contours[c];
     const OutlinePoint probe{(contour[0].X + contour[1].X) / 2, (contour[0].Y + contour[1].Y) / 2};
     int around = 0;
-    for (std::size_t k = 0; k < contours.size(); ++k)
+    for (std::size_t k = first; k < last; ++k)
         if (k != c && Inside(contours[k], probe)) ++around;
     return (around + (SignedArea(contour) > 0 ? 1 : 0)) % 2 == 1;
 }
@@ -84,11 +86,26 @@ public:
           fSmoothCos(std::cos(smoothAngle * std::numbers::pi / 180)) {}
 
     TextMesh Build() {
-        /* Caps */
+        /* Caps, glyph by glyph: the work grows with the caption's length, not with its square */
+        const auto& contours = fOutline.Contours;
+        std::vector<std::size_t> starts = fOutline.GlyphStarts;
+        if (starts.empty() || starts.front() != 0) starts.insert(starts.begin(), 0);
+        starts.push_back(contours.size());
         std::vector<OutlinePoint> points;
-        for (const auto& contour : fOutline.Contours)
-            points.insert(points.end(), contour.begin(), contour.end());
-        const std::vector<std::uint32_t> triangles = TessellateOdd(fOutline.Contours, points);
+        std::vector<std::uint32_t> triangles;
+        for (std::size_t g = 0; g + 1 < starts.size(); ++g) {
+            if (starts[g] >= starts[g + 1]) continue;
+            const std::vector<std::vector<OutlinePoint>> glyph(
+                contours.begin() + static_cast<std::ptrdiff_t>(starts[g]),
+                contours.begin() + static_cast<std::ptrdiff_t>(starts[g + 1]));
+            std::vector<OutlinePoint> glyphPoints;
+            for (const auto& contour : glyph)
+                glyphPoints.insert(glyphPoints.end(), contour.begin(), contour.end());
+            const auto base = static_cast<std::uint32_t>(points.size());
+            for (const std::uint32_t i : TessellateOdd(glyph, glyphPoints))
+                triangles.push_back(base + i);
+            points.insert(points.end(), glyphPoints.begin(), glyphPoints.end());
+        }
         const auto front = AddCap(points, 0, 1);
         for (std::uint32_t i : triangles)
             fMesh.Front.push_back(front + i);
@@ -98,8 +115,9 @@ public:
             for (std::size_t k : {0, 2, 1})
                 fMesh.Back.push_back(back + triangles[t + k]);
         /* Side walls */
-        for (std::size_t c = 0; c < fOutline.Contours.size(); ++c)
-            AddWalls(c);
+        for (std::size_t g = 0; g + 1 < starts.size(); ++g)
+            for (std::size_t c = starts[g]; c < starts[g + 1]; ++c)
+                AddWalls(c, starts[g], starts[g + 1]);
         return std::move(fMesh);
     }
 
@@ -128,10 +146,11 @@ private:
         return {Add(p, 0, normal, s, 1), Add(p, -fDepth, normal, s, 0)};
     }
 
-    void AddWalls(std::size_t c) {
+    void AddWalls(std::size_t c, std::size_t first, std::size_t last) {
         const auto& contour = fOutline.Contours[c];
         const std::size_t n = contour.size();
-        const double side = FilledOnLeft(fOutline.Contours, c) ? 1 : -1; // outward is to the right when 1
+        const double side =
+            FilledOnLeft(fOutline.Contours, c, first, last) ? 1 : -1; // outward is to the right when 1
         std::vector<TOrnMathVector> normals(n);
         for (std::size_t i = 0; i < n; ++i) {
             const OutlinePoint &a = contour[i], &b = contour[(i + 1) % n];
