@@ -63,6 +63,7 @@ void TOrnDXFImport::LoadFromBuffer(const char* data, std::size_t size) {
     detail::dxf::ReadOptions options;
     options.circleSegments = fCircleSegments;
     options.splineSegments = fSplineSegments;
+    options.tolerance = fChordTolerance;
     options.paperSpace = fPaperSpace;
     options.skipHidden = fSkipHiddenLayers;
     auto progress = [this](double f) {

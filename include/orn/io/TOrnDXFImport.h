@@ -4,6 +4,7 @@
 #include <orn/io/TOrnExchange.h>
 #include <orn/math/OrnMath.h>
 
+#include <cmath>
 #include <cstdint>
 #include <istream>
 #include <map>
@@ -57,6 +58,11 @@ public:
     /// Clamped to 8 … 4096.
     int CircleSegments() const { return fCircleSegments; }
     void SetCircleSegments(int value);
+    /// How far a chord may stray from its arc, in drawing units: small circles get fewer segments
+    /// (not below 8). 0 (default): 1/4000 of the extents the drawing's header gives, if any; < 0:
+    /// CircleSegments alone decides.
+    double ChordTolerance() const { return fChordTolerance; }
+    void SetChordTolerance(double value) { fChordTolerance = std::isfinite(value) ? value : 0; }
     /// Points along each span of a spline; clamped to 1 … 256.
     int SplineSegments() const { return fSplineSegments; }
     void SetSplineSegments(int value);
@@ -92,6 +98,7 @@ private:
     TOrnNode* fNode = nullptr;
     int fCircleSegments = 72;
     int fSplineSegments = 16;
+    double fChordTolerance = 0;
     bool fPaperSpace = false;
     bool fSkipHiddenLayers = true;
     bool fUnitsToMetres = false;

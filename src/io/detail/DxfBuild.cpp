@@ -25,9 +25,10 @@ struct Box {
         lo = {std::min(lo.x, p.x), std::min(lo.y, p.y), std::min(lo.z, p.z)};
         hi = {std::max(hi.x, p.x), std::max(hi.y, p.y), std::max(hi.z, p.z)};
     }
-    void Add(const std::vector<double>& xyz) {
-        for (std::size_t i = 0; i + 2 < xyz.size(); i += 3)
-            Add(Vec{xyz[i], xyz[i + 1], xyz[i + 2]});
+    void Add(const Coords& xyz) {
+        for (const auto& c : xyz.Chunks())
+            for (std::size_t i = 0; i + 2 < c.size(); i += 3)
+                Add(Vec{c[i], c[i + 1], c[i + 2]});
     }
     void Add(const Box& b, const Affine& m) {
         if (!b.Valid()) return;
@@ -48,23 +49,23 @@ void Fill(TOrnCustomObj& obj, const ObjectData& d) {
     const std::size_t total = (b.points.size() + b.lines.size() + b.triangles.size()) / 3;
     pool.SetSize(static_cast<int>(total));
     const Vec up{0, 0, 1}, none{0, 0, 0};
-    auto list = [&](const std::vector<double>& xyz, GLenum type, bool faces) {
-        if (xyz.empty()) return;
+    auto list = [&](const Coords& coords, GLenum type, bool faces) {
+        if (coords.empty()) return;
         TOrnPrimitiveArray& l = *obj.Primitive(obj.AddPrimitiveArray(type));
         const int first = pool.Count();
-        const int n = static_cast<int>(xyz.size() / 3);
-        for (int i = 0; i < n; ++i) {
-            const Vec p{xyz[3 * i] - d.shift.x, xyz[3 * i + 1] - d.shift.y, xyz[3 * i + 2] - d.shift.z};
+        const int n = static_cast<int>(coords.size() / 3);
+        for (const auto& xyz : coords.Chunks()) {
             Vec normal = up;
-            if (faces) { // flat: the face's own normal on each of its corners
-                const int t = i - i % 3;
-                const Vec a{xyz[3 * t], xyz[3 * t + 1], xyz[3 * t + 2]};
-                const Vec e1 = Vec{xyz[3 * t + 3], xyz[3 * t + 4], xyz[3 * t + 5]} - a;
-                const Vec e2 = Vec{xyz[3 * t + 6], xyz[3 * t + 7], xyz[3 * t + 8]} - a;
-                normal = Normalized(Cross(e1, e2));
-                if (Length(normal) == 0) normal = up;
+            for (std::size_t i = 0; i + 2 < xyz.size(); i += 3) {
+                const Vec p{xyz[i] - d.shift.x, xyz[i + 1] - d.shift.y, xyz[i + 2] - d.shift.z};
+                if (faces && i % 9 == 0 && i + 8 < xyz.size()) { // flat: the face's normal on its corners
+                    const Vec a{xyz[i], xyz[i + 1], xyz[i + 2]};
+                    normal = Normalized(Cross(Vec{xyz[i + 3], xyz[i + 4], xyz[i + 5]} - a,
+                                              Vec{xyz[i + 6], xyz[i + 7], xyz[i + 8]} - a));
+                    if (Length(normal) == 0) normal = up;
+                }
+                pool.Add(p, normal, none);
             }
-            pool.Add(p, normal, none);
         }
         l.SetCount(n);
         std::uint32_t* idx = l.Data();
@@ -242,9 +243,9 @@ private:
         std::map<std::uint32_t, Batch> byColor;
         for (const auto& [k, batch] : b.space.batches) {
             Batch& into = byColor[Resolve(k.second, byBlock, layer0)];
-            into.points.insert(into.points.end(), batch.points.begin(), batch.points.end());
-            into.lines.insert(into.lines.end(), batch.lines.begin(), batch.lines.end());
-            into.triangles.insert(into.triangles.end(), batch.triangles.begin(), batch.triangles.end());
+            into.points.Append(batch.points);
+            into.lines.Append(batch.lines);
+            into.triangles.Append(batch.triangles);
         }
         for (const auto& [rgb, batch] : byColor)
             AddObject(*node, rgb, batch, {});

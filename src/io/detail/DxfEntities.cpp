@@ -50,7 +50,8 @@ void Circle(const Ent& e, EntityContext& ctx, Batch& b, bool arc) {
     if (!(r > 0)) throw Bad{e.Where(), "radius " + std::to_string(r) + " is not positive"};
     std::vector<Vec> pts;
     const double a0 = arc ? e.D(50, 0) * kDeg : 0, a1 = arc ? e.D(51, 360) * kDeg : 2 * std::numbers::pi;
-    ArcPoints(c.x, c.y, r, a0, a1, ctx.options.circleSegments, pts, c.z);
+    ArcPoints(c.x, c.y, r, a0, a1, CircleSegments(ctx.options.circleSegments, ctx.options.tolerance, r), pts,
+              c.z);
     Emit(b, pts, false, MakeOcs(e.P(210, {0, 0, 1})), e.D(39, 0));
 }
 
@@ -65,7 +66,8 @@ void Ellipse(const Ent& e, EntityContext& ctx, Batch& b) {
     double sweep = std::fmod(t1 - t0, 2 * std::numbers::pi);
     if (sweep <= 1e-12) sweep += 2 * std::numbers::pi;
     std::vector<Vec> params;
-    ArcPoints(0, 0, 1, t0, t0 + sweep, ctx.options.circleSegments, params);
+    ArcPoints(0, 0, 1, t0, t0 + sweep,
+              CircleSegments(ctx.options.circleSegments, ctx.options.tolerance, Length(major)), params);
     std::vector<Vec> pts;
     for (const Vec& u : params)
         pts.push_back(c + major * u.x + minor * u.y);
@@ -98,7 +100,8 @@ void LwPolyline(const Ent& e, EntityContext& ctx, Batch& b) {
     std::vector<Vec> pts{vs[0].p};
     const std::size_t n = vs.size();
     for (std::size_t i = 0; i + 1 < n + (closed ? 1 : 0); ++i)
-        BulgePoints(vs[i].p, vs[(i + 1) % n].p, vs[i].bulge, ctx.options.circleSegments, pts);
+        BulgePoints(vs[i].p, vs[(i + 1) % n].p, vs[i].bulge, ctx.options.circleSegments,
+                    ctx.options.tolerance, pts);
     const Ocs ocs = MakeOcs(e.P(210, {0, 0, 1}));
     const double width = e.D(43, 0);
     if (width > 0 && pts.size() > 1) {
@@ -115,7 +118,7 @@ void LwPolyline(const Ent& e, EntityContext& ctx, Batch& b) {
     }
     if (pts.size() == 1) {
         const Vec p = ocs.ToWorld(pts[0]);
-        b.points.insert(b.points.end(), {p.x, p.y, p.z});
+        b.points.Append({p.x, p.y, p.z});
         return;
     }
     Emit(b, pts, false, ocs, e.D(39, 0));
@@ -281,12 +284,12 @@ void AddPolyline(Batch& b, const std::vector<Vec>& pts, bool closed) {
     const std::size_t n = pts.size();
     for (std::size_t i = 0; i + 1 < n + (closed && n > 2 ? 1 : 0); ++i) {
         const Vec &a = pts[i], &c = pts[(i + 1) % n];
-        b.lines.insert(b.lines.end(), {a.x, a.y, a.z, c.x, c.y, c.z});
+        b.lines.Append({a.x, a.y, a.z, c.x, c.y, c.z});
     }
 }
 
 void AddTriangle(Batch& b, const Vec& a, const Vec& c, const Vec& d) {
-    b.triangles.insert(b.triangles.end(), {a.x, a.y, a.z, c.x, c.y, c.z, d.x, d.y, d.z});
+    b.triangles.Append({a.x, a.y, a.z, c.x, c.y, c.z, d.x, d.y, d.z});
 }
 
 Batch* Target(EntityContext& ctx, const Ent& e) {
@@ -325,7 +328,7 @@ bool BuildEntity(std::string_view type, const Ent& e, EntityContext& ctx) {
         Line(e, ctx, *b);
     else if (type == "POINT") {
         const Vec p = e.P(10);
-        b->points.insert(b->points.end(), {p.x, p.y, p.z});
+        b->points.Append({p.x, p.y, p.z});
     } else if (type == "CIRCLE" || type == "ARC")
         Circle(e, ctx, *b, type == "ARC");
     else if (type == "ELLIPSE")

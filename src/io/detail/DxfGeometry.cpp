@@ -75,6 +75,13 @@ std::uint32_t AciColor(int index) {
     return channel(0) << 16 | channel(240) << 8 | channel(120);
 }
 
+int CircleSegments(int most, double tolerance, double radius) {
+    if (!(tolerance > 0) || !(radius > 0)) return most;
+    if (tolerance >= radius) return std::min(most, 8);
+    const double n = std::ceil(std::numbers::pi / std::acos(1 - tolerance / radius));
+    return static_cast<int>(std::clamp(n, 8.0, static_cast<double>(std::max(most, 8))));
+}
+
 void ArcPoints(double cx, double cy, double r, double a0, double a1, int segmentsPerCircle,
                std::vector<Vec>& out, double z) {
     double sweep = std::fmod(a1 - a0, kTwoPi);
@@ -86,7 +93,8 @@ void ArcPoints(double cx, double cy, double r, double a0, double a1, int segment
     }
 }
 
-void BulgePoints(const Vec& p0, const Vec& p1, double bulge, int segmentsPerCircle, std::vector<Vec>& out) {
+void BulgePoints(const Vec& p0, const Vec& p1, double bulge, int segmentsPerCircle, double tolerance,
+                 std::vector<Vec>& out) {
     const double dx = p1.x - p0.x, dy = p1.y - p0.y;
     const double d = std::hypot(dx, dy);
     if (std::fabs(bulge) < 1e-9 || d < 1e-12 || !std::isfinite(bulge)) {
@@ -100,7 +108,7 @@ void BulgePoints(const Vec& p0, const Vec& p1, double bulge, int segmentsPerCirc
     const double cy = (p0.y + p1.y) / 2 + dx / d * h;
     const double r = std::hypot(p0.x - cx, p0.y - cy);
     const double a0 = std::atan2(p0.y - cy, p0.x - cx);
-    const int n = SegmentsFor(theta, segmentsPerCircle);
+    const int n = SegmentsFor(theta, CircleSegments(segmentsPerCircle, tolerance, r));
     for (int i = 1; i < n; ++i) {
         const double a = a0 + theta * i / n;
         out.push_back({cx + r * std::cos(a), cy + r * std::sin(a), p0.z + (p1.z - p0.z) * i / n});

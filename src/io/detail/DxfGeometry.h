@@ -39,13 +39,18 @@ Ocs MakeOcs(const Vec& extrusion);
 /// The RGB (0xRRGGBB) of an AutoCAD colour index 1 … 255; white outside.
 std::uint32_t AciColor(int index);
 
+/// Segments for a full circle of radius r: at most `most`, fewer (not below 8) where the chord
+/// may deviate from the arc by tolerance (≤ 0: always `most`).
+int CircleSegments(int most, double tolerance, double radius);
+
 /// Points of an arc of centre c and radius r from angle a0 to a1 (radians, counter-clockwise),
 /// both ends included; segmentsPerCircle is the count for a full turn, at least 2 for any arc.
 void ArcPoints(double cx, double cy, double r, double a0, double a1, int segmentsPerCircle,
                std::vector<Vec>& out, double z = 0);
 /// Appends the points after p0 up to p1 of a polyline segment with bulge b (tan of a quarter of
 /// the included angle; negative turns clockwise).
-void BulgePoints(const Vec& p0, const Vec& p1, double bulge, int segmentsPerCircle, std::vector<Vec>& out);
+void BulgePoints(const Vec& p0, const Vec& p1, double bulge, int segmentsPerCircle, double tolerance,
+                 std::vector<Vec>& out);
 
 /// A non-uniform rational B-spline evaluated by de Boor's algorithm at samplesPerSpan points per
 /// non-empty knot span. False (out untouched) when degree, knots and weights disagree.

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -21,9 +22,34 @@ using ColorKey = std::uint32_t;
 inline constexpr ColorKey kByBlock = 0x01000000;  ///< takes the colour of the INSERT
 inline constexpr ColorKey kByLayer0 = 0x02000000; ///< BYLAYER on layer 0 inside a block: the INSERT's layer
 
+/// Coordinates in chunks that never move once written: a growing drawing of a gigabyte is not
+/// copied at every doubling. Appends of 3, 6 or 9 values never straddle two chunks.
+class Coords {
+public:
+    static constexpr std::size_t kChunk = 9 * 6 * 1024;
+    void Append(std::initializer_list<double> v) {
+        if (fChunks.empty() || fChunks.back().size() + v.size() > kChunk)
+            fChunks.emplace_back().reserve(kChunk);
+        fChunks.back().insert(fChunks.back().end(), v);
+        fSize += v.size();
+    }
+    void Append(const Coords& other) {
+        for (const auto& c : other.fChunks)
+            for (std::size_t i = 0; i + 2 < c.size(); i += 3)
+                Append({c[i], c[i + 1], c[i + 2]});
+    }
+    std::size_t size() const { return fSize; }
+    bool empty() const { return fSize == 0; }
+    const std::vector<std::vector<double>>& Chunks() const { return fChunks; }
+
+private:
+    std::vector<std::vector<double>> fChunks;
+    std::size_t fSize = 0;
+};
+
 /// Coordinates as x, y, z triples: loose points, segment ends in pairs, triangle corners in threes.
 struct Batch {
-    std::vector<double> points, lines, triangles;
+    Coords points, lines, triangles;
     bool Empty() const { return points.empty() && lines.empty() && triangles.empty(); }
 };
 
@@ -79,6 +105,8 @@ std::string Upper(std::string_view s);
 /// Options the reader needs.
 struct ReadOptions {
     int circleSegments = 72;
+    /// Chord deviation allowed to curves, in drawing units (≤ 0: circleSegments decides alone).
+    double tolerance = 0;
     int splineSegments = 16;
     bool paperSpace = false;
     bool skipHidden = true;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 
 namespace orn::detail::dxf {
 
@@ -26,9 +27,10 @@ public:
                 if (!fHave || fGroup.code != 2) continue;
                 const std::string name = Upper(fGroup.text);
                 Advance();
-                if (name == "HEADER")
+                if (name == "HEADER") {
                     Header();
-                else if (name == "TABLES")
+                    AutoTolerance();
+                } else if (name == "TABLES")
                     Tables();
                 else if (name == "BLOCKS")
                     Blocks();
@@ -94,6 +96,16 @@ private:
             }
             Advance();
         }
+    }
+
+    /// Without a tolerance of its own, a drawing whose header gives its extents is drawn to within
+    /// 1/4000 of their diagonal: what can be seen when the whole drawing fills a screen.
+    void AutoTolerance() {
+        if (fOptions.tolerance != 0 || !fModel.haveHeaderExtents) return;
+        const Vec d = fModel.headerMax - fModel.headerMin;
+        const double diagonal = Length(d);
+        if (std::isfinite(diagonal) && diagonal > 0 && d.x >= 0 && d.y >= 0 && d.z >= 0)
+            fOptions.tolerance = diagonal / 4000;
     }
 
     void Tables() {
@@ -218,7 +230,7 @@ private:
     }
 
     Tokenizer fTok;
-    const ReadOptions& fOptions;
+    ReadOptions fOptions;
     Model& fModel;
     TOrnDXFReport& fReport;
     const std::function<void(double)>& fProgress;

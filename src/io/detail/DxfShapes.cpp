@@ -87,7 +87,7 @@ void BuildPolyline(const Ent& header, const std::vector<Ent>& vertices, EntityCo
     pts.push_back(v[0]);
     const std::size_t n = v.size();
     for (std::size_t i = 0; i + 1 < n + (closed ? 1 : 0); ++i)
-        BulgePoints(v[i], v[(i + 1) % n], bulge[i], ctx.options.circleSegments, pts);
+        BulgePoints(v[i], v[(i + 1) % n], bulge[i], ctx.options.circleSegments, ctx.options.tolerance, pts);
     const Ocs ocs = MakeOcs(header.P(210, {0, 0, 1}));
     for (Vec& p : pts)
         p = ocs.ToWorld(p);
@@ -131,7 +131,8 @@ private:
     std::int64_t fLast = 0;
 };
 
-void Edge(Cursor& c, int type, int segments, std::vector<Vec>& loop) {
+void Edge(Cursor& c, int type, const ReadOptions& options, std::vector<Vec>& loop) {
+    int segments = options.circleSegments;
     std::vector<Vec> pts;
     if (type == 1) {
         pts.push_back({c.D(10), c.D(20), 0});
@@ -147,6 +148,7 @@ void Edge(Cursor& c, int type, int segments, std::vector<Vec>& loop) {
         }
         const double a0 = c.D(50) * kDeg, a1 = c.D(51) * kDeg;
         const bool ccw = c.I(73) != 0;
+        segments = CircleSegments(segments, options.tolerance, type == 2 ? r : std::hypot(mx, my));
         std::vector<Vec> unit;
         // Clockwise arcs give their angles mirrored: the path runs from −a0 down to −a1.
         ArcPoints(0, 0, 1, a0, a1, segments, unit);
@@ -204,11 +206,12 @@ void BuildHatch(const Ent& e, EntityContext& ctx) {
                 if (v.empty()) continue;
                 loop.push_back(v[0]);
                 for (std::size_t i = 0; i < v.size(); ++i)
-                    BulgePoints(v[i], v[(i + 1) % v.size()], bulge[i], ctx.options.circleSegments, loop);
+                    BulgePoints(v[i], v[(i + 1) % v.size()], bulge[i], ctx.options.circleSegments,
+                                ctx.options.tolerance, loop);
             } else {
                 const std::int64_t edges = c.I(93);
                 for (std::int64_t i = 0; i < edges && c.Code() == 72; ++i)
-                    Edge(c, static_cast<int>(c.I(72)), ctx.options.circleSegments, loop);
+                    Edge(c, static_cast<int>(c.I(72)), ctx.options, loop);
             }
         }
     } catch (Bad& bad) {
