@@ -184,9 +184,11 @@ TEST(TOrnObject, AssignCopiesColourAndNamesButKeepsColourOwner) {
 }
 
 TEST(TOrnRegistry, NamesAreUniqueIgnoringCase) {
+    // It stays registered for the rest of the run, so it names itself like a real class: the
+    // scene file tests that go through every render class meet it in any test order.
     struct TOrnRegistryProbe : TOrnObject {
         using TOrnObject::TOrnObject;
-        static constexpr const char* StaticClassName() { return "TOrnRegistryProbe"; }
+        ORN_CLASS(TOrnRegistryProbe)
     };
     RegisterRenderClass(ClassOf<TOrnRegistryProbe>());
     EXPECT_EQ(GetRenderClass("tornregistryprobe"), ClassOf<TOrnRegistryProbe>());
