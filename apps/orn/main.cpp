@@ -129,8 +129,12 @@ int main(int argc, char** argv) {
         return std::find_if(verbs.begin(), verbs.end(), [&](const Verb& v) { return name == v.name; });
     };
     if (first == "help") {
+        if (args.size() > 2) {
+            std::fprintf(stderr, "orn: Cannot tell about more than one verb at a time (orn help VERB)\n");
+            return 2;
+        }
         const auto verb = find(args[1]);
-        if (verb == verbs.end() || args.size() > 2) {
+        if (verb == verbs.end()) {
             std::fprintf(stderr, "orn: Cannot tell about '%s': no such verb (see orn --help)\n",
                          args[1].c_str());
             return 2;
