@@ -19,8 +19,8 @@ namespace orn::app {
 namespace {
 
 constexpr const char* kUsage =
-    R"(Usage: orn render [SCENE] [--size WxH] [--camera perspective|orthographic] [--background COLOR]
-                  [--lenient] -o FILE
+    R"(Usage: orn render [SCENE] [--size WxH] [--camera perspective|orthographic] [--samples N]
+                  [--background COLOR] [--lenient] -o FILE
 
 Renders the scene file SCENE, or without one the built-in demo scene, off-screen (no display
 needed) and writes it to FILE. A scene file is seen through the camera it holds; one without a
@@ -35,6 +35,8 @@ Options:
   --size WxH          image size in pixels, each side 1 ... 16384 and 67108864 pixels in all
                       at most (such as 8192x8192: the image's 256 MiB) (default 800x600)
   --camera KIND       perspective (default) or orthographic
+  --samples N         multisampled anti-aliasing, N = 0 ... 16 samples per pixel (default 0);
+                      where the driver has none, says so and renders without
   --background COLOR  #RRGGBB (red first, as on the web; scene files write BBGGRR), or black,
                       white, gray, red, green, blue (default: the demo's, or black for a file)
   --lenient           render what did load of an incomplete SCENE (exit status 0)
@@ -77,6 +79,7 @@ int Run(const std::vector<std::string>& args) {
     std::string cameraKind = "perspective";
     std::string output;
     std::string sceneFile;
+    int samples = 0;
     bool background = false;
     TColor backgroundColour = clBlack;
     bool lenient = false;
@@ -98,6 +101,8 @@ int Run(const std::vector<std::string>& args) {
             if (cameraKind != "perspective" && cameraKind != "orthographic")
                 throw UsageError("Cannot use the camera '" + cameraKind +
                                  "': give perspective or orthographic");
+        } else if (a == "--samples") {
+            samples = ParseSamples(OptionValue(args, i));
         } else if (a == "--background") {
             const std::string& colour = OptionValue(args, i);
             if (!ParseBackground(colour, backgroundColour))
@@ -136,6 +141,13 @@ int Run(const std::vector<std::string>& args) {
         ShowDemoScene(view, BuildDemoScene(&form));
     }
     if (background) view.SetBackgroundColor(backgroundColour);
+    if (samples > 0) {
+        // Connected, the view's surface tells what the driver gave; the image's surface asks alike.
+        view.SetSamples(samples);
+        view.SetBounds(1, 1);
+        view.OpenGLConnect();
+        ReportSamples("render", samples, view.PixelFormat().Samples);
+    }
     view.SetCamera(camera.get());
     // One pass of the application loop: whatever animates the scene gets its tick.
     TApplication::Instance().Step(0);

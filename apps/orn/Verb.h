@@ -39,6 +39,11 @@ inline constexpr int kExitIncomplete = 3;
 bool ParseSize(const std::string& text, int& width, int& height, int maxSide = kMaxSide);
 /// The message for a size ParseSize refused: the allowed form and range.
 std::string SizeError(const std::string& text);
+/// The value of --samples: 0 … 16 samples per pixel; throws a UsageError otherwise.
+int ParseSamples(const std::string& text);
+/// Tells on standard error, once, when the driver gave fewer samples per pixel than asked for.
+void ReportSamples(const char* verb, int asked, int obtained);
+
 /// The arguments with "--option=value" and "-oFILE" split into an option and its value.
 std::vector<std::string> SplitOptionValues(const std::vector<std::string>& args);
 

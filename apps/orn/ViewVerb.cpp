@@ -25,7 +25,7 @@ namespace orn::app {
 
 namespace {
 
-constexpr const char* kUsage = R"(Usage: orn view [SCENE] [--still] [--size WxH]
+constexpr const char* kUsage = R"(Usage: orn view [SCENE] [--still] [--size WxH] [--samples N]
 
 Opens a window with the scene file SCENE, or without one the built-in demo scene. A scene file
 is shown whole, in examine mode; the demo starts with the mouse controller steering the camera,
@@ -36,6 +36,8 @@ comes.
 Options:
   --still             start with the animation stopped
   --size WxH          window size in pixels, each side 1 ... 16384 (default 800x600)
+  --samples N         multisampled anti-aliasing, N = 0 ... 16 samples per pixel (default 0);
+                      where the driver has none, says so and draws without
   -h, --help          this text
 
 Mouse (mouse controller):
@@ -66,6 +68,7 @@ Keys:
 struct Options {
     std::string file;
     bool still = false;
+    int samples = 0;
     int width = 800;
     int height = 600;
 };
@@ -79,6 +82,8 @@ Options ParseOptions(const std::vector<std::string>& args) {
         } else if (a == "--size") {
             const std::string& size = OptionValue(args, i);
             if (!ParseSize(size, options.width, options.height)) throw UsageError(SizeError(size));
+        } else if (a == "--samples") {
+            options.samples = ParseSamples(OptionValue(args, i));
         } else if (!a.empty() && a[0] != '-' && options.file.empty()) {
             options.file = a;
         } else {
@@ -106,6 +111,7 @@ public:
         ResetCamera();
         fView->SetCamera(fCamera);
         fView->SetBounds(options.width, options.height);
+        fView->SetSamples(options.samples);
         if (options.file.empty()) {
             fScene = BuildDemoScene(&fForm);
             fSpinner = dynamic_cast<TOrnTransformed*>(fForm.FindComponent("Ring"));
@@ -144,6 +150,7 @@ public:
     int Run() {
         fView->SetSurfaceFactory(WindowSurfaceFactory({"orn view"}));
         fView->OpenGLConnect();
+        ReportSamples("view", fView->Samples(), fView->PixelFormat().Samples);
         std::printf("orn view: press H for the keys\n");
         std::fflush(stdout);
         TApplication::Instance().Run();

@@ -68,6 +68,26 @@ std::string SizeError(const std::string& text) {
            ", such as 800x600";
 }
 
+int ParseSamples(const std::string& text) {
+    int samples = -1;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), samples);
+    if (error != std::errc() || end != text.data() + text.size() || samples < 0 || samples > 16)
+        throw UsageError("Cannot use '" + text + "' samples per pixel: give 0 ... 16, such as 4");
+    return samples;
+}
+
+void ReportSamples(const char* verb, int asked, int obtained) {
+    if (obtained >= asked) return;
+    if (obtained == 0)
+        std::fprintf(stderr,
+                     "orn %s: Cannot get %d samples per pixel: the driver has no multisampled format; "
+                     "drawing without anti-aliasing\n",
+                     verb, asked);
+    else
+        std::fprintf(stderr, "orn %s: Cannot get %d samples per pixel: the driver gave %d\n", verb, asked,
+                     obtained);
+}
+
 std::vector<std::string> SplitOptionValues(const std::vector<std::string>& args) {
     std::vector<std::string> out;
     for (const std::string& a : args) {
@@ -109,8 +129,12 @@ int main(int argc, char** argv) {
         return std::find_if(verbs.begin(), verbs.end(), [&](const Verb& v) { return name == v.name; });
     };
     if (first == "help") {
+        if (args.size() > 2) {
+            std::fprintf(stderr, "orn: Cannot tell about more than one verb at a time (orn help VERB)\n");
+            return 2;
+        }
         const auto verb = find(args[1]);
-        if (verb == verbs.end() || args.size() > 2) {
+        if (verb == verbs.end()) {
             std::fprintf(stderr, "orn: Cannot tell about '%s': no such verb (see orn --help)\n",
                          args[1].c_str());
             return 2;

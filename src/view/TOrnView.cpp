@@ -157,6 +157,7 @@ bool TOrnView::OpenGLConnect() {
     if (ComponentState().Contains(csDesigning)) return false;
     if (fSurface) return true;
     fPixelFormatRequest = ChoosePixelFormat(fDrawMode, fDoubleBuffer, kDescribedFormat);
+    fPixelFormatRequest.Samples = fSamples;
     std::unique_ptr<TOrnSurface> surface = fSurfaceFactory ? fSurfaceFactory(*this) : CreateHeadlessSurface();
     if (!surface) throw EOrnError("Call to OpenGL function GetDC() failed.");
     const auto& views = ViewList();

@@ -21,7 +21,8 @@ std::unique_ptr<TBitmap> TOrnView::GetImage(int width, int height) {
         static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4 > kMaxBitmapBytes)
         throw EOrnError("Can not render an image of " + std::to_string(width) + " x " +
                         std::to_string(height) + " pixels.");
-    const TOrnPixelFormat request = ChoosePixelFormat(dmBitmap, fDoubleBuffer, kBitmapDescribed);
+    TOrnPixelFormat request = ChoosePixelFormat(dmBitmap, fDoubleBuffer, kBitmapDescribed);
+    request.Samples = fSamples;
     const auto& views = ViewList();
     std::unique_ptr<TOrnSurface> surface;
     if (!views.empty() && views.front()->fSurface) {

@@ -35,11 +35,16 @@ bool EnsureGlfw(std::string* reason) {
     return ok;
 }
 
+// GL 1.3's multisample queries; the 1.1 headers lack them.
+constexpr GLenum kGlSampleBuffers = 0x80A8;
+constexpr GLenum kGlSamples = 0x80A9;
+
 // Reads the obtained pixel format from the window's context.
 TOrnPixelFormat ReadObtained(GLFWwindow* window, const TOrnPixelFormat& request) {
     GLFWwindow* previous = glfwGetCurrentContext();
     glfwMakeContextCurrent(window);
     GLint r = 0, g = 0, b = 0, a = 0, depth = 0, stencil = 0;
+    GLint sampleBuffers = 0, samples = 0;
     GLboolean doubleBuffer = GL_FALSE;
     glGetIntegerv(GL_RED_BITS, &r);
     glGetIntegerv(GL_GREEN_BITS, &g);
@@ -48,12 +53,15 @@ TOrnPixelFormat ReadObtained(GLFWwindow* window, const TOrnPixelFormat& request)
     glGetIntegerv(GL_DEPTH_BITS, &depth);
     glGetIntegerv(GL_STENCIL_BITS, &stencil);
     glGetBooleanv(GL_DOUBLEBUFFER, &doubleBuffer);
+    glGetIntegerv(kGlSampleBuffers, &sampleBuffers);
+    glGetIntegerv(kGlSamples, &samples);
     glfwMakeContextCurrent(previous);
     TOrnPixelFormat obtained = request;
     obtained.ColorBits = r + g + b;
     obtained.AlphaBits = a;
     obtained.DepthBits = depth;
     obtained.StencilBits = stencil;
+    obtained.Samples = sampleBuffers > 0 ? samples : 0;
     obtained.Flags &= ~(PFD_DOUBLEBUFFER | PFD_SWAP_COPY);
     if (doubleBuffer) obtained.Flags |= PFD_DOUBLEBUFFER | PFD_SWAP_COPY;
     return obtained;
@@ -176,9 +184,17 @@ public:
         glfwWindowHint(GLFW_STENCIL_BITS, request.StencilBits);
         glfwWindowHint(GLFW_RESIZABLE, GLFW_TRUE);
         glfwWindowHint(GLFW_VISIBLE, fOptions.Visible ? GLFW_TRUE : GLFW_FALSE);
+        glfwWindowHint(GLFW_SAMPLES, std::max(request.Samples, 0));
         LastGlfwError().clear();
         fWindow = glfwCreateWindow(std::max(width, 1), std::max(height, 1), fOptions.Title.c_str(), nullptr,
                                    share ? share->fWindow : nullptr);
+        if (!fWindow && request.Samples > 0) {
+            // No multisampled visual: the same without (Obtained() says so).
+            glfwWindowHint(GLFW_SAMPLES, 0);
+            LastGlfwError().clear();
+            fWindow = glfwCreateWindow(std::max(width, 1), std::max(height, 1), fOptions.Title.c_str(), nullptr,
+                                       share ? share->fWindow : nullptr);
+        }
         if (!fWindow) throw EOrnError("Could not create the view's window: " + LastGlfwError());
         glfwSetWindowUserPointer(fWindow, this);
         InstallCallbacks();

@@ -134,3 +134,39 @@ TEST_F(ViewTest, GetImageRestoresTheViewWhenOnRenderThrows) {
 
 } // namespace
 } // namespace orn
+
+namespace orn {
+namespace {
+
+// The samples a view asks for reach the context it renders into, connected and in GetImage.
+TEST_F(ViewTest, SamplesReachTheContextsWhereTheDriverHasThem) {
+    TOrnView clamped(nullptr);
+    clamped.SetSamples(99);
+    EXPECT_EQ(clamped.Samples(), 16);
+    clamped.SetSamples(-3);
+    EXPECT_EQ(clamped.Samples(), 0);
+
+    for (int asked : {0, 4}) {
+        SCOPED_TRACE(asked);
+        TOrnView v(nullptr);
+        v.SetSamples(asked);
+        v.SetBounds(8, 8);
+        v.OpenGLConnect();
+        const int obtained = v.PixelFormat().Samples;
+        if (asked == 0) {
+            EXPECT_EQ(obtained, 0);
+        }
+        if (asked > 0 && obtained == 0) GTEST_SKIP() << "the driver has no multisampled EGL configuration";
+        GLint buffers = -1, samples = -1;
+        v.OnRender = [&](TOrnView*) {
+            glGetIntegerv(0x80A8 /* GL_SAMPLE_BUFFERS */, &buffers);
+            glGetIntegerv(0x80A9 /* GL_SAMPLES */, &samples);
+        };
+        v.GetImage(16, 16);
+        EXPECT_EQ(buffers, obtained > 0 ? 1 : 0);
+        EXPECT_EQ(samples, obtained);
+    }
+}
+
+} // namespace
+} // namespace orn

@@ -34,6 +34,9 @@ struct TOrnPixelFormat {
     int StencilBits = 0;
     /// 0 = main plane.
     int LayerType = 0;
+    /// Multisampled anti-aliasing: samples per pixel, 0 for none. A surface that cannot have the
+    /// samples asked for gives fewer or none, and says so in Obtained().
+    int Samples = 0;
 
     bool DoubleBuffer() const { return (Flags & PFD_DOUBLEBUFFER) != 0; }
     bool operator==(const TOrnPixelFormat&) const = default;

@@ -12,6 +12,7 @@
 #include <orn/view/TOrnSurface.h>
 #include <orn/view/TOrnViewCanvas.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -72,6 +73,11 @@ public:
     /// Asks for a double-buffered format at the next connection.
     bool DoubleBuffer() const { return fDoubleBuffer; }
     void SetDoubleBuffer(bool value);
+    /// Multisampled anti-aliasing for the view and its bitmaps: samples per pixel, 0 (none) … 16,
+    /// clamped. Asked for when the view connects and for each GetImage; PixelFormat() tells what
+    /// the driver gave.
+    int Samples() const { return fSamples; }
+    void SetSamples(int value) { fSamples = std::clamp(value, 0, 16); }
     /// The pick region in pixels; values below 1 count as 1.
     int SelectWidth() const { return fSelectWidth; }
     void SetSelectWidth(int value);
@@ -224,6 +230,7 @@ private:
     std::unique_ptr<TOrnViewCanvas> fCanvas;
     TOrnCamera* fCamera = nullptr;
     bool fDoubleBuffer = true;
+    int fSamples = 0;
     int fSelectWidth = 5;
     int fSelectHeight = 5;
     TOrnCustomController* fController = nullptr;

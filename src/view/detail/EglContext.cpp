@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -150,25 +151,35 @@ void EglContext::Create(int width, int height, const EglContext* shareWith, cons
     fDisplay = shared.display;
     if (!eglBindAPI(EGL_OPENGL_API)) ThrowEgl("eglBindAPI(EGL_OPENGL_API)");
 
-    const EGLint attribs[] = {EGL_SURFACE_TYPE,
-                              EGL_PBUFFER_BIT,
-                              EGL_RENDERABLE_TYPE,
-                              EGL_OPENGL_BIT,
-                              EGL_RED_SIZE,
-                              std::max(0, request.redBits),
-                              EGL_GREEN_SIZE,
-                              std::max(0, request.greenBits),
-                              EGL_BLUE_SIZE,
-                              std::max(0, request.blueBits),
-                              EGL_ALPHA_SIZE,
-                              std::max(0, request.alphaBits),
-                              EGL_DEPTH_SIZE,
-                              std::max(0, request.depthBits),
-                              EGL_STENCIL_SIZE,
-                              std::max(0, request.stencilBits),
-                              EGL_NONE};
+    EGLint attribs[] = {EGL_SURFACE_TYPE,
+                        EGL_PBUFFER_BIT,
+                        EGL_RENDERABLE_TYPE,
+                        EGL_OPENGL_BIT,
+                        EGL_RED_SIZE,
+                        std::max(0, request.redBits),
+                        EGL_GREEN_SIZE,
+                        std::max(0, request.greenBits),
+                        EGL_BLUE_SIZE,
+                        std::max(0, request.blueBits),
+                        EGL_ALPHA_SIZE,
+                        std::max(0, request.alphaBits),
+                        EGL_DEPTH_SIZE,
+                        std::max(0, request.depthBits),
+                        EGL_STENCIL_SIZE,
+                        std::max(0, request.stencilBits),
+                        EGL_SAMPLE_BUFFERS,
+                        request.samples > 0 ? 1 : 0,
+                        EGL_SAMPLES,
+                        std::max(0, request.samples),
+                        EGL_NONE};
     EGLint count = 0;
     if (!eglChooseConfig(fDisplay, attribs, &fConfig, 1, &count)) ThrowEgl("eglChooseConfig");
+    if (count < 1 && request.samples > 0) {
+        // No multisampled configuration: the same without (the caller sees it in Obtained()).
+        attribs[std::size(attribs) - 4] = 0;
+        attribs[std::size(attribs) - 2] = 0;
+        if (!eglChooseConfig(fDisplay, attribs, &fConfig, 1, &count)) ThrowEgl("eglChooseConfig");
+    }
     if (count < 1) {
         fDisplay = EGL_NO_DISPLAY;
         throw EOrnError("EGL: no pbuffer configuration with OpenGL and RGBA " +
@@ -195,6 +206,9 @@ void EglContext::Create(int width, int height, const EglContext* shareWith, cons
     fObtained.alphaBits = ConfigAttrib(fDisplay, fConfig, EGL_ALPHA_SIZE);
     fObtained.depthBits = ConfigAttrib(fDisplay, fConfig, EGL_DEPTH_SIZE);
     fObtained.stencilBits = ConfigAttrib(fDisplay, fConfig, EGL_STENCIL_SIZE);
+    fObtained.samples = ConfigAttrib(fDisplay, fConfig, EGL_SAMPLE_BUFFERS) > 0
+                            ? ConfigAttrib(fDisplay, fConfig, EGL_SAMPLES)
+                            : 0;
     EGLint renderBuffer = EGL_SINGLE_BUFFER;
     eglQuerySurface(fDisplay, fSurface, EGL_RENDER_BUFFER, &renderBuffer);
     fObtained.doubleBuffer = renderBuffer == EGL_BACK_BUFFER;

@@ -15,6 +15,9 @@ struct EglFormat {
     int depthBits = 24;
     int stencilBits = 8;
     bool doubleBuffer = false; // ignored when asking: the surface's EGL_RENDER_BUFFER decides
+    /// Multisampling: samples per pixel, 0 for none. Asked for where the driver has such a
+    /// configuration, otherwise none.
+    int samples = 0;
 };
 
 /// A headless desktop OpenGL compatibility context on an EGL pbuffer (surfaceless platform, so no

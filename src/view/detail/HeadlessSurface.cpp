@@ -22,6 +22,7 @@ public:
         // readers of the pixels expect.
         format.alphaBits = std::max(request.AlphaBits, 8);
         format.stencilBits = request.StencilBits;
+        format.samples = request.Samples;
         // A deeper depth buffer than the renderer has is asked for again at the depths it offers.
         const int depths[] = {request.DepthBits, 24, 16, 0};
         for (int depth : depths) {
@@ -40,6 +41,7 @@ public:
         fObtained.AlphaBits = got.alphaBits;
         fObtained.DepthBits = got.depthBits;
         fObtained.StencilBits = got.stencilBits;
+        fObtained.Samples = got.samples;
         fObtained.Flags &= ~(PFD_DOUBLEBUFFER | PFD_SWAP_COPY);
         if (got.doubleBuffer) fObtained.Flags |= PFD_DOUBLEBUFFER;
     }
