@@ -12,20 +12,27 @@ namespace orn::app {
 
 namespace {
 
-constexpr const char* kUsage = R"(Usage: orn convert [--compact] [--description TEXT] IN.orngl OUT.orngl
+constexpr const char* kUsage =
+    R"(Usage: orn convert [--compact] [--lenient] [--description TEXT] IN.orngl OUT.orngl
 
 Reads the scene file IN and writes it as OUT in this version's ORNGL form, with the camera IN
-holds. Files the scene refers to (texture bitmaps) are written beside OUT. OUT is replaced only
-once it is completely written.
+holds. Files the scene refers to (texture bitmaps, point data) are written beside OUT. OUT and
+those files are replaced only once all of them are completely written; an OUT that is a symbolic
+link has the file it points to replaced, a device or a FIFO is written to.
+
+When IN loads incomplete (a file it refers to is missing or unreadable, an element can not be
+read, the file ends early) the problems are listed and nothing is written: the exit status is 3.
 
 Options:
   --compact            leave out keys that hold their default value
+  --lenient            write what did load of an incomplete IN (exit status 0)
   --description TEXT   the description written into OUT (default: the one IN holds)
   -h, --help           this text
 )";
 
 int Run(const std::vector<std::string>& args) {
     bool compact = false;
+    bool lenient = false;
     bool describe = false;
     std::string description;
     std::vector<std::string> files;
@@ -33,6 +40,8 @@ int Run(const std::vector<std::string>& args) {
         const std::string& a = args[i];
         if (a == "--compact") {
             compact = true;
+        } else if (a == "--lenient") {
+            lenient = true;
         } else if (a == "--description") {
             description = OptionValue(args, i);
             describe = true;
@@ -52,6 +61,7 @@ int Run(const std::vector<std::string>& args) {
 
     TComponent form(nullptr);
     LoadedScene scene = LoadScene(files[0], &form);
+    if (!AcceptWarnings("convert", files[0], scene, lenient)) return kExitIncomplete;
     TOrnExchange exchange(nullptr);
     exchange.SetCompact(compact);
     exchange.SetDescription(describe ? description : scene.description);

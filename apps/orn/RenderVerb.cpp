@@ -19,11 +19,16 @@ namespace orn::app {
 namespace {
 
 constexpr const char* kUsage =
-    R"(Usage: orn render [SCENE] [--size WxH] [--camera perspective|orthographic] [--samples N] [--background COLOR] -o FILE
+    R"(Usage: orn render [SCENE] [--size WxH] [--camera perspective|orthographic] [--samples N]
+                  [--background COLOR] [--lenient] -o FILE
 
 Renders the scene file SCENE, or without one the built-in demo scene, off-screen (no display
 needed) and writes it to FILE. A scene file is seen through the camera it holds; one without a
-camera through a camera of the chosen kind that frames all of its objects.
+camera through a camera of the chosen kind that frames all of its objects. FILE is replaced only
+once the image is completely written.
+
+When SCENE loads incomplete (a file it refers to is missing or unreadable, an element can not be
+read, the file ends early) the problems are listed and no image is written: the exit status is 3.
 
 Options:
   -o, --output FILE   the image to write: .png or .bmp
@@ -34,6 +39,7 @@ Options:
                       where the driver has none, says so and renders without
   --background COLOR  #RRGGBB (red first, as on the web; scene files write BBGGRR), or black,
                       white, gray, red, green, blue (default: the demo's, or black for a file)
+  --lenient           render what did load of an incomplete SCENE (exit status 0)
   -h, --help          this text
 
 Options that take a value may also be written --size=800x600 and -oFILE.
@@ -76,6 +82,7 @@ int Run(const std::vector<std::string>& args) {
     int samples = 0;
     bool background = false;
     TColor backgroundColour = clBlack;
+    bool lenient = false;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
         if (a == "-o" || a == "--output") {
@@ -87,6 +94,8 @@ int Run(const std::vector<std::string>& args) {
                 throw UsageError("Cannot render " + size +
                                  ": that is more than 67108864 pixels (256 MiB), the "
                                  "most an image may hold");
+        } else if (a == "--lenient") {
+            lenient = true;
         } else if (a == "--camera") {
             cameraKind = OptionValue(args, i);
             if (cameraKind != "perspective" && cameraKind != "orthographic")
@@ -118,6 +127,7 @@ int Run(const std::vector<std::string>& args) {
     TOrnView view(&form);
     if (!sceneFile.empty()) {
         LoadedScene scene = LoadScene(sceneFile, &form);
+        if (!AcceptWarnings("render", sceneFile, scene, lenient)) return kExitIncomplete;
         camera = scene.camera ? std::move(scene.camera)
                               : FramingCamera(*scene.node, cameraKind, ProgressBar("framing"));
         TOrnNode* node = scene.node;

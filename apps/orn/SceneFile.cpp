@@ -1,8 +1,10 @@
 #include "SceneFile.h"
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/io/TOrnDXFImport.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <numbers>
@@ -102,7 +104,53 @@ TOrnProgressEvent ProgressBar(const char* what) {
     };
 }
 
+bool IsDrawing(const std::string& file) {
+    if (file.size() < 4) return false;
+    std::string ext = file.substr(file.size() - 4);
+    for (char& c : ext)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return ext == ".dxf";
+}
+
+namespace {
+
+/// A drawing's node, and for a flat drawing an orthographic camera straight down on its extents.
+LoadedScene LoadDrawing(const std::string& file, TComponent* form) {
+    LoadedScene scene;
+    scene.node = new TOrnNode(form);
+    TOrnDXFImport importer(nullptr);
+    importer.SetNode(scene.node);
+    importer.SetFileName(file);
+    importer.OnProgress = ProgressBar("loading");
+    importer.Execute();
+    const TOrnDXFReport& r = importer.Report();
+    scene.report = r.Text();
+    scene.description = "DXF drawing " + file;
+    const double k = r.unitScale;
+    const double w = (r.extMax.x - r.extMin.x) * k, h = (r.extMax.y - r.extMin.y) * k;
+    const double depth = (r.extMax.z - r.extMin.z) * k;
+    if (!r.hasExtents || depth > 1e-6 * std::max(w, h)) return scene; // 3D: the usual framing
+    const double radius = std::max(std::hypot(w, h) / 2, 1e-6);
+    auto camera = std::make_unique<TOrnOrthographicCamera>(nullptr);
+    camera->SetViewWidth(static_cast<float>(2.2 * radius));
+    camera->SetViewHeight(static_cast<float>(2.2 * radius));
+    const double distance = 2 * radius + 1;
+    const double z = r.extMax.z * k;
+    TOrnTransformation& t = *camera->Transformation();
+    t.SetOrder(toTraRotSca);
+    t.Translation()->SetValues(static_cast<float>(-(r.extMin.x * k + w / 2)),
+                               static_cast<float>(-(r.extMin.y * k + h / 2)),
+                               static_cast<float>(-distance - z));
+    camera->SetViewFar(static_cast<float>(2 * distance));
+    camera->SetViewNear(static_cast<float>(distance / 1000));
+    scene.camera = std::move(camera);
+    return scene;
+}
+
+} // namespace
+
 LoadedScene LoadScene(const std::string& file, TComponent* form) {
+    if (IsDrawing(file)) return LoadDrawing(file, form);
     LoadedScene scene;
     // The camera's class is known only once the file is read; a second read takes the other kind.
     for (int pass = 0; pass < 2; ++pass) {
@@ -121,6 +169,7 @@ LoadedScene LoadScene(const std::string& file, TComponent* form) {
         }
         scene.node = node;
         scene.description = exchange.Description();
+        scene.warnings = exchange.Warnings();
         if (cls == "TOrnOrthographicCamera")
             scene.camera = std::move(orthographic);
         else if (!cls.empty())
@@ -128,6 +177,17 @@ LoadedScene LoadScene(const std::string& file, TComponent* form) {
         break;
     }
     return scene;
+}
+
+bool AcceptWarnings(const char* verb, const std::string& file, const LoadedScene& scene, bool lenient) {
+    for (const std::string& w : scene.warnings)
+        std::fprintf(stderr, "orn %s: warning: %s: %s\n", verb, file.c_str(), w.c_str());
+    if (scene.warnings.empty() || lenient) return true;
+    std::fprintf(stderr,
+                 "orn %s: %s did not load completely; nothing was written (--lenient goes on without "
+                 "what is missing)\n",
+                 verb, file.c_str());
+    return false;
 }
 
 SceneBounds MeasureScene(TOrnNode& node, TOrnProgressEvent progress) {

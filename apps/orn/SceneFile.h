@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace orn::app {
 
@@ -18,12 +19,20 @@ struct LoadedScene {
     TOrnNode* node = nullptr;
     std::unique_ptr<TOrnCamera> camera;
     std::string description;
+    /// For a drawing: the import report, one fact per line; empty for a scene file.
+    std::string report;
+    /// What the load could not take (TOrnExchange::Warnings).
+    std::vector<std::string> warnings;
 };
+
+/// Whether file is a DXF drawing (by its extension) rather than a scene file.
+bool IsDrawing(const std::string& file);
 
 /// A progress bar on standard error when it is a terminal; an empty handler otherwise.
 TOrnProgressEvent ProgressBar(const char* what);
-/// Loads file into a new node owned by form; throws EOrnError as TOrnExchange does. Every verb
-/// reads scene files through here, so a new format needs only a branch in this one function.
+/// Loads file (a scene, or a DXF drawing with a camera looking down on it when it is flat) into a
+/// new node owned by form; throws EOrnError as TOrnExchange does. Every verb reads files through
+/// here, so a new format needs only a branch in this one function.
 LoadedScene LoadScene(const std::string& file, TComponent* form);
 /// A sphere that holds every object of a scene.
 struct SceneBounds {
@@ -41,6 +50,9 @@ double FramingDistance(const TOrnCamera& camera, double radius);
 /// Points camera at the bounds' centre from distance, turned by the angles (degrees) about the
 /// centre, with near and far planes around the bounds.
 void AimAt(TOrnCamera& camera, const SceneBounds& bounds, double distance, float angleX, float angleY);
+/// Prints the scene's warnings on standard error for verb; true when the verb may go on: there were
+/// none, or lenient says an incomplete scene is to be used anyway.
+bool AcceptWarnings(const char* verb, const std::string& file, const LoadedScene& scene, bool lenient);
 /// A camera of kind ("perspective" or "orthographic") that sees every object of node.
 std::unique_ptr<TOrnCamera> FramingCamera(TOrnNode& node, const std::string& kind,
                                           TOrnProgressEvent progress = {});

@@ -31,6 +31,10 @@ struct UsageError : std::runtime_error {
 
 /// The largest image or window side the command accepts, in pixels.
 constexpr int kMaxSide = 16384;
+/// The exit status of a verb whose scene file loaded incomplete (a referenced file missing, an
+/// element not read, the file cut short) and that was not told to be lenient.
+inline constexpr int kExitIncomplete = 3;
+
 /// "WxH" with both in 1 … maxSide; false otherwise.
 bool ParseSize(const std::string& text, int& width, int& height, int maxSide = kMaxSide);
 /// The message for a size ParseSize refused: the allowed form and range.

@@ -4,12 +4,14 @@
 #include "SceneFile.h"
 #include "Verb.h"
 
+#include <orn/diag/TOrnAboutBox.h>
 #include <orn/host/TApplication.h>
 #include <orn/interaction/TOrnCarController.h>
 #include <orn/interaction/TOrnMouseController.h>
 #include <orn/interaction/TOrnPersonController.h>
 #include <orn/interaction/TOrnTimer.h>
-#include <orn/view/TOrnView.h>
+#include <orn/samples/TOrnPerformanceGraph.h>
+#include <orn/view/TOrnCanvasView.h>
 #include <orn/view/TOrnWindowSurface.h>
 
 #include <algorithm>
@@ -49,12 +51,14 @@ Keys:
   C                   next controller: mouse -> person -> car -> mouse
   E                   examine mode: orbit around the scene's centre (C leaves it)
   F                   frame the whole scene (and enter examine mode)
-  P                   write a screenshot as orn-view-N.png in the current folder (prints its path)
+  S                   write a screenshot as orn-view-N.png in the current folder (prints its path)
   Up, Down            person: step forward or back; car: accelerate or brake
   Left, Right         person and car: turn left or right
   Page Up, Page Down  person: nod the head up or down
   Home                person: look straight ahead
   O                   print the object under the mouse
+  P                   show or hide the frame-time graph (ms per repaint) and the frame rate
+  F1                  show or hide the about box (version and OpenGL driver)
   Space               start or stop the animation
   R                   put the camera back where it started and stop the car
   H                   print this text
@@ -131,6 +135,8 @@ public:
         };
         fView->OnMouseWheel = [this](TObject*, TShiftState, int delta, int, int) { Zoom(delta); };
         fView->OnKeyDown = [this](TObject*, std::uint16_t& key, TShiftState) { Key(key); };
+        fView->OnDrawCanvas = [this](TOrnView*) { DrawFrameRate(); };
+        SetUpOverlays();
         fAnimate = !options.still && fSpinner;
         fTimer->SetRate(60);
         fTimer->OnTimer = [this](TObject*, int intervals) { Tick(intervals); };
@@ -177,7 +183,7 @@ private:
 
     // The timer runs while the demo animates or the car drives; otherwise the loop sleeps.
     void UpdateTimer() {
-        const bool on = fAnimate || fControllers[fCurrent] == fCar;
+        const bool on = fAnimate || fControllers[fCurrent] == fCar || fGraph->Visible();
         if (on && !fTimer->Enabled()) fTimer->Reset();
         fTimer->SetEnabled(on);
     }
@@ -188,7 +194,44 @@ private:
         if (fControllers[fCurrent] == fCar)
             for (int i = 0; i < intervals; ++i)
                 fCar->Move();
+        if (fGraph->Visible()) {
+            fGraph->DataPoint(clLime, fView->RenderTime() * 1000);
+            fGraph->Update();
+        }
         fView->InvalidateGL();
+    }
+
+    // The frame-time graph and the about box sit on the view, hidden until their keys.
+    void SetUpOverlays() {
+        fGraph->SetVisible(false);
+        fGraph->SetAutoScale(true);
+        fGraph->SetStepSize(2);
+        fGraph->SetParent(fView);
+        fAbout->SetVisible(false);
+        fAbout->SetParent(fView);
+    }
+
+    void ToggleGraph() {
+        fGraph->SetBounds(10, fView->Height() - 90, std::min(300, fView->Width() - 20), 80);
+        fGraph->Clear();
+        fGraph->SetVisible(!fGraph->Visible());
+        UpdateTimer();
+    }
+
+    void ToggleAbout() {
+        if (!fAbout->Visible()) fAbout->LoadFromView(*fView);
+        fAbout->SetBounds((fView->Width() - fAbout->Width()) / 2, (fView->Height() - fAbout->Height()) / 2,
+                          fAbout->Width(), fAbout->Height());
+        fAbout->SetVisible(!fAbout->Visible());
+    }
+
+    void DrawFrameRate() {
+        if (!fGraph->Visible()) return;
+        char text[64];
+        std::snprintf(text, sizeof text, "%.2f ms per frame, %.0f frames/s", fView->RenderTime() * 1000,
+                      fView->FrameRate());
+        fView->Canvas().Font().SetColor(clLime);
+        fView->Canvas().TextOut(fGraph->Left(), fGraph->Top() - 16, text);
     }
 
     void StartExamining() {
@@ -267,6 +310,12 @@ private:
         case 'O':
             PrintObjectUnderMouse();
             break;
+        case 'P':
+            ToggleGraph();
+            break;
+        case VK_F1:
+            ToggleAbout();
+            break;
         case 'E':
             StartExamining();
             std::printf("examine mode\n");
@@ -274,7 +323,7 @@ private:
         case 'F':
             Frame();
             break;
-        case 'P':
+        case 'S':
             Screenshot();
             break;
         case VK_SPACE:
@@ -305,12 +354,14 @@ private:
     // What the animation turns (the demo's ring; nothing in a scene file).
     TOrnTransformed* fSpinner = nullptr;
     TOrnPerspectiveCamera* fCamera = new TOrnPerspectiveCamera(&fForm);
-    TOrnView* fView = new TOrnView(&fForm);
+    TOrnCanvasView* fView = new TOrnCanvasView(&fForm);
     TOrnCarController* fCar = new TOrnCarController(&fForm);
     std::array<TOrnCustomController*, 3> fControllers{new TOrnMouseController(&fForm),
                                                       new TOrnPersonController(&fForm), fCar};
     std::size_t fCurrent = 0;
     TOrnTimer* fTimer = new TOrnTimer(&fForm);
+    TOrnPerformanceGraph* fGraph = new TOrnPerformanceGraph(&fForm);
+    TOrnAboutBox* fAbout = new TOrnAboutBox(&fForm);
     bool fAnimate = true;
     bool fExamining = false;
     bool fMeasured = false;

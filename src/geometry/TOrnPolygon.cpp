@@ -1,6 +1,8 @@
 #include <orn/geometry/TOrnPolygon.h>
 #include <orn/scene/TOrnRegistry.h>
 
+#include "math/detail/NumberText.h"
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -113,33 +115,26 @@ namespace {
 
 std::string pointsText(const TOrnPrimitivePoints& pool) {
     std::string out;
-    char buf[512];
     for (int i = 0; i < pool.Count(); ++i) {
         const TOrnMathVector p = pool.GetVector(i, daVertex), n = pool.GetVector(i, daNormal),
                              t = pool.GetVector(i, daTexture);
-        std::snprintf(buf, sizeof buf, "%s%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g", i ? ";" : "", p.x,
-                      p.y, p.z, n.x, n.y, n.z, t.x, t.y);
-        out += buf;
+        const double parts[8] = {p.x, p.y, p.z, n.x, n.y, n.z, t.x, t.y};
+        for (int k = 0; k < 8; ++k) {
+            if (i > 0 || k > 0) out += k == 0 ? ';' : ',';
+            detail::AppendNumber(out, parts[k]);
+        }
     }
     return out;
 }
 
 /// The points of a "Points" value; false when any part of it is not eight numbers.
 bool parsePoints(const std::string& text, std::vector<std::array<double, 8>>& points) {
-    const char* s = text.c_str();
-    while (*s) {
-        std::array<double, 8> v{};
-        for (int k = 0; k < 8; ++k) {
-            char* end = nullptr;
-            v[k] = std::strtod(s, &end);
-            if (end == s) return false;
-            s = end;
-            const char want = k < 7 ? ',' : ';';
-            if (*s == want)
-                ++s;
-            else if (!(k == 7 && *s == '\0'))
-                return false;
-        }
+    std::vector<double> values;
+    if (!detail::ParseNumberGroups(text, 8, values)) return false;
+    for (std::size_t i = 0; i < values.size(); i += 8) {
+        std::array<double, 8> v;
+        std::copy(values.begin() + static_cast<std::ptrdiff_t>(i),
+                  values.begin() + static_cast<std::ptrdiff_t>(i + 8), v.begin());
         points.push_back(v);
     }
     return true;

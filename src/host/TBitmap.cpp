@@ -160,7 +160,11 @@ void TBitmap::LoadFromFile(const std::string& fileName) {
     const std::string ext = detail::LowerExtension(fileName);
     if (ext != ".bmp" && ext != ".png")
         throw EOrnError("Cannot load \"" + fileName + "\": unsupported format \"" + ext + "\"");
-    const std::vector<std::uint8_t> bytes = detail::ReadFileBytes(fileName);
+    // A file far larger than the largest image it could hold is not read at all: RLE and PNG
+    // compression only ever shrink pixels, and headers and palettes add little.
+    const std::vector<std::uint8_t> bytes =
+        detail::ReadFileBytes(fileName, ext == ".bmp" ? std::string_view("BM") : std::string_view("\x89PNG"),
+                              2 * static_cast<std::uint64_t>(kMaxBitmapBytes) + (1u << 20));
     if (ext == ".bmp")
         LoadBmp(bytes.data(), bytes.size(), fileName);
     else

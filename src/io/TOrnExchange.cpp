@@ -7,12 +7,15 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/view/TOrnCamera.h>
 
+#include "host/detail/FileTransaction.h"
 #include "io/detail/ExchangeText.h"
+#include "io/detail/SceneMarkup.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -44,59 +47,6 @@ std::size_t countItems(const TOrnNode& node) {
     for (int i = 0; i < node.Count(); ++i)
         if (auto* sub = dynamic_cast<const TOrnNode*>(node.Items(i))) n += countItems(*sub);
     return n;
-}
-
-/// Whether keys (as written, ` key="value"` each) already hold key, letter case ignored.
-bool hasKey(std::string_view keys, std::string_view key) {
-    for (std::size_t at = 0; (at = keys.find(' ', at)) != std::string_view::npos; ++at) {
-        const std::string_view rest = keys.substr(at + 1);
-        if (rest.size() > key.size() && rest[key.size()] == '=' &&
-            strncasecmp(rest.data(), key.data(), key.size()) == 0)
-            return true;
-    }
-    return false;
-}
-
-[[noreturn]] void failSave(const std::string& fileName, int err) {
-    throw EOrnError("Can not save " + fileName + ": " + std::strerror(err));
-}
-
-/// Writes text as fileName through a temporary file in the same folder renamed over it.
-void writeAtomically(const std::string& fileName, std::string_view text) {
-    std::string temp;
-    int fd = -1;
-    for (int attempt = 0; fd < 0; ++attempt) {
-        temp = fileName + ".tmp" + std::to_string(::getpid()) + "-" + std::to_string(attempt);
-        fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0 && (errno != EEXIST || attempt >= 100)) failSave(fileName, errno);
-    }
-    auto abandon = [&](int err) {
-        ::close(fd);
-        ::unlink(temp.c_str());
-        failSave(fileName, err);
-    };
-    struct stat previous;
-    if (::stat(fileName.c_str(), &previous) == 0) ::fchmod(fd, previous.st_mode & 07777);
-    const char* p = text.data();
-    std::size_t left = text.size();
-    while (left > 0) {
-        const ssize_t n = ::write(fd, p, left);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) abandon(n < 0 ? errno : EIO);
-        p += n;
-        left -= static_cast<std::size_t>(n);
-    }
-    if (::fsync(fd) != 0) abandon(errno);
-    if (::close(fd) != 0) {
-        const int err = errno;
-        ::unlink(temp.c_str());
-        failSave(fileName, err);
-    }
-    if (::rename(temp.c_str(), fileName.c_str()) != 0) {
-        const int err = errno;
-        ::unlink(temp.c_str());
-        failSave(fileName, err);
-    }
 }
 
 /// Line and column (from 1) of offset in text.
@@ -187,14 +137,23 @@ struct TOrnExchange::Load {
         while (stack.size() > 1 && stack.back().depth >= depth)
             stack.pop_back();
         TOrnExchangeItem* parent = stack.back().item;
-        if (!parent || depth > MaxDepth) return;
+        if (!parent) return;
+        if (depth > MaxDepth) {
+            if (!tooDeep)
+                ex.Warn("elements nested deeper than " + std::to_string(MaxDepth) + " are not read");
+            tooDeep = true;
+            return;
+        }
         tag = &element;
         TOrnExchangeItem* item = nullptr;
         try {
             item = parent->ReadComp(ex, element.Name);
             Took(item);
-        } catch (const std::exception&) {
+        } catch (const std::exception& e) {
             // A component that cannot take this element: the rest of the file still loads.
+            std::string shown;
+            detail::AppendEscaped(shown, element.Name);
+            ex.Warn("the element '" + shown + "' is not read: " + e.what());
             item = nullptr;
         }
         tag = nullptr;
@@ -244,6 +203,7 @@ struct TOrnExchange::Load {
     std::vector<Pending> pending;
     std::string decoded;
     bool foundRoot = false;
+    bool tooDeep = false;
 };
 
 // --- Construction ---------------------------------------------------------------------------------
@@ -275,14 +235,27 @@ void TOrnExchange::Notification(TComponent* component, TOperation operation) {
 
 // --- Saving ---------------------------------------------------------------------------------------
 
-std::string TOrnExchange::Render(TOrnNode& node) {
-    if (fElements.empty()) fElements.emplace_back();
+std::string TOrnExchange::Render(TOrnNode& node, detail::FileTransaction& transaction) {
+    fElements.clear();
+    fOpen.clear();
     fDepth = 0;
-    fElements[0].body.clear();
     fSteps = 0;
     fTotalSteps = countItems(node);
     fLastProgress = -1.0;
     fFileCounter = 0;
+    fWarnings.clear();
+    fTransaction = &transaction;
+    struct Reset {
+        TOrnExchange& ex;
+        ~Reset() {
+            ex.fTransaction = nullptr;
+            ex.fDepth = 0;
+            ex.fOpen.clear();
+            // Big buffers are not kept between saves.
+            if (ex.fElements.capacity() > 4096) std::vector<Element>().swap(ex.fElements);
+            ex.fElements.clear();
+        }
+    } reset{*this};
 
     StartTag("ORNGL");
     // The header is written whatever Compact says.
@@ -296,76 +269,100 @@ std::string TOrnExchange::Render(TOrnNode& node) {
         fCamera->WriteValues(*this);
         EndTag();
     }
-    while (fDepth > 0)
-        EndTag();
 
-    std::string& body = fElements[0].body;
+    // Elements are kept in document order with their depths, and each is written once: the
+    // text grows linearly with the scene, however deep it nests.
+    std::size_t size = std::strlen(kDeclaration) + 1;
+    for (const Element& e : fElements)
+        size += 2 * (e.name.size() + static_cast<std::size_t>(e.depth)) + e.keys.size() + 8;
     std::string text;
-    text.reserve(std::strlen(kDeclaration) + body.size() + 1);
+    text.reserve(size);
     text += kDeclaration;
-    text += body;
+    std::vector<const Element*> open;
+    auto close = [&text](const Element& e, bool ownLine) {
+        if (ownLine) {
+            text += '\n';
+            text.append(2 * static_cast<std::size_t>(e.depth - 1), ' ');
+        }
+        text += "</";
+        text += e.name;
+        text += '>';
+    };
+    for (std::size_t i = 0; i < fElements.size(); ++i) {
+        const Element& e = fElements[i];
+        while (!open.empty() && open.back()->depth >= e.depth) {
+            close(*open.back(), true);
+            open.pop_back();
+        }
+        text += '\n';
+        text.append(2 * static_cast<std::size_t>(e.depth - 1), ' ');
+        text += '<';
+        text += e.name;
+        text += e.keys;
+        text += '>';
+        if (i + 1 < fElements.size() && fElements[i + 1].depth > e.depth)
+            open.push_back(&e);
+        else
+            close(e, false);
+    }
+    while (!open.empty()) {
+        close(*open.back(), true);
+        open.pop_back();
+    }
     text += '\n';
-    // Big buffers are not kept between saves.
-    for (Element& e : fElements)
-        if (e.body.capacity() > (1u << 20)) std::string().swap(e.body);
     Progress(1.0);
     return text;
 }
 
 std::string TOrnExchange::SaveToString(TOrnNode& node) {
-    return Render(node);
+    detail::FileTransaction transaction;
+    std::string text = Render(node, transaction);
+    transaction.Commit();
+    return text;
 }
 
 void TOrnExchange::SaveToFile(TOrnNode& node, const std::string& fileName) {
     fFileName = fileName;
-    const std::string text = Render(node);
-    writeAtomically(fileName, text);
+    detail::FileTransaction transaction;
+    const std::string text = Render(node, transaction);
+    // The scene comes last: renamed before its side files, it would refer to files not yet there.
+    transaction.Write(fileName, text);
+    transaction.Commit();
 }
 
 void TOrnExchange::StartTag(const std::string& name) {
     if (!detail::IsName(name)) throw EOrnError("Can not write the element '" + name + "': not a valid name");
+    if (fDepth >= MaxDepth)
+        throw EOrnError("Can not save " + (fFileName.empty() ? std::string("the scene") : fFileName) +
+                        ": the element '" + name + "' would nest deeper than " + std::to_string(MaxDepth) +
+                        " elements, more than a scene file holds");
     ++fDepth;
-    if (fElements.size() <= static_cast<std::size_t>(fDepth)) fElements.emplace_back();
-    Element& e = fElements[static_cast<std::size_t>(fDepth)];
-    e.name = name;
-    e.keys.clear();
-    e.body.clear();
+    fOpen.push_back(fElements.size());
+    fElements.push_back({name, {}, {}, fDepth});
 }
 
 void TOrnExchange::EndTag() {
     if (fDepth <= 0) return;
-    const Element& e = fElements[static_cast<std::size_t>(fDepth)];
-    std::string& out = fElements[static_cast<std::size_t>(fDepth - 1)].body;
-    const std::size_t indent = 2 * static_cast<std::size_t>(fDepth - 1);
-    out += '\n';
-    out.append(indent, ' ');
-    out += '<';
-    out += e.name;
-    out += e.keys;
-    out += '>';
-    if (!e.body.empty()) {
-        out += e.body;
-        out += '\n';
-        out.append(indent, ' ');
-    }
-    out += "</";
-    out += e.name;
-    out += '>';
+    fOpen.pop_back();
     --fDepth;
 }
 
 void TOrnExchange::PutKey(const std::string& key, std::string_view text) {
     if (fDepth <= 0) return;
     if (!detail::IsName(key)) throw EOrnError("Can not write the key '" + key + "': not a valid name");
-    std::string& keys = fElements[static_cast<std::size_t>(fDepth)].keys;
+    Element& e = fElements[fOpen.back()];
     // A second key of the same name would make the file unreadable to XML tools, and the
-    // reader takes the first anyway.
-    if (hasKey(keys, key)) return;
-    keys += ' ';
-    keys += key;
-    keys += "=\"";
-    keys += text;
-    keys += '"';
+    // reader takes the first anyway. Only names are compared: a value may hold anything.
+    for (const std::uint32_t start : e.keyStarts)
+        if (e.keys.size() > start + key.size() && e.keys[start + key.size()] == '=' &&
+            strncasecmp(e.keys.data() + start, key.data(), key.size()) == 0)
+            return;
+    e.keys += ' ';
+    e.keyStarts.push_back(static_cast<std::uint32_t>(e.keys.size()));
+    e.keys += key;
+    e.keys += "=\"";
+    e.keys += text;
+    e.keys += '"';
 }
 
 void TOrnExchange::PutEscapedKey(const std::string& key, std::string_view value) {
@@ -448,6 +445,7 @@ void TOrnExchange::LoadFromString(TOrnNode& node, std::string text) {
     fLastProgress = -1.0;
     fFileVersion.clear();
     fFileCameraClass.clear();
+    fWarnings.clear();
 
     // A node that its caller put into the loading state is left for the caller to finish.
     if (!node.ComponentState().Contains(csLoading)) {
@@ -456,17 +454,29 @@ void TOrnExchange::LoadFromString(TOrnNode& node, std::string text) {
     }
     load.seen.insert(&node);
     std::string problem = "the file is empty";
+    std::string markup;
     if (!text.empty()) {
         // The parser stops at a zero byte; the diagnosis looks at what it reads.
         const std::string_view read(text.data(), std::strlen(text.c_str()));
         problem = describeStart(read);
         if (read.size() < text.size())
             problem += "; a zero byte at " + positionText(text, read.size()) + " ends the input";
+        // Whatever way another XML writer puts the same document, the reader gets it in the one
+        // form it takes.
+        std::vector<std::string> problems;
+        markup = detail::SceneMarkup(text, problems);
+        for (std::string& p : problems)
+            Warn(std::move(p));
+        if (read.size() < text.size())
+            Warn("a zero byte at " + positionText(text, read.size()) + " ends the input");
+        std::string().swap(text);
+    }
+    if (!markup.empty()) {
         TXMLParser parser(nullptr);
         parser.OnTag = [&load](TObject*, TXMLTag& tag) { load.OnTag(tag); };
         parser.OnEndTag = [&load](TObject*, TXMLTag& tag) { load.OnEndTag(tag); };
         parser.OnProgress = [this](double fraction) { Progress(std::min(fraction, 0.999)); };
-        parser.Stream() = std::move(text);
+        parser.Stream() = std::move(markup);
         parser.execute(this);
     }
     try {
@@ -545,10 +555,49 @@ std::string TOrnExchange::GetFileName(const std::string& extension) {
 }
 
 std::string TOrnExchange::FilePath(const std::string& name) {
-    if (fFileName.empty() || name.empty() || name == "." || name == "..") return {};
-    if (name.find_first_of(std::string_view("/\\\0", 3)) != std::string::npos) return {};
+    if (fFileName.empty() || name.empty()) return {};
+    std::string shown;
+    detail::AppendEscaped(shown, name);
+    if (name == "." || name == ".." ||
+        name.find_first_of(std::string_view("/\\\0", 3)) != std::string::npos) {
+        if (fLoad) Warn("the file '" + shown + "' is not in the scene file's folder: it is not read");
+        return {};
+    }
     const std::filesystem::path folder = std::filesystem::path(fFileName).parent_path();
-    return folder.empty() ? name : (folder / name).string();
+    const std::string path = folder.empty() ? name : (folder / name).string();
+    if (!fLoad) return fTransaction ? fTransaction->Stage(path) : path;
+
+    // A link in the folder may lead anywhere: the file is confined where it really is.
+    auto cannot = [&](const std::string& why) {
+        Warn("the file '" + shown + "' can not be read: " + why);
+        return std::string();
+    };
+    char* real = ::realpath(path.c_str(), nullptr);
+    if (!real) return cannot(std::strerror(errno));
+    const std::string realPath = real;
+    std::free(real);
+    real = ::realpath(folder.empty() ? "." : folder.c_str(), nullptr);
+    if (!real) return cannot(std::strerror(errno));
+    std::string realFolder = real;
+    std::free(real);
+    if (realFolder.back() != '/') realFolder += '/';
+    if (realPath.compare(0, realFolder.size(), realFolder) != 0 ||
+        realPath.find('/', realFolder.size()) != std::string::npos)
+        return cannot("it leads outside the scene file's folder");
+    struct stat st;
+    if (::stat(realPath.c_str(), &st) != 0) return cannot(std::strerror(errno));
+    if (!S_ISREG(st.st_mode)) return cannot("it is not a regular file");
+    if (::access(realPath.c_str(), R_OK) != 0) return cannot(std::strerror(errno));
+    return realPath;
+}
+
+void TOrnExchange::Warn(std::string message) {
+    // A hostile file could ask for millions; the first ones say what is wrong.
+    constexpr std::size_t kMaxWarnings = 100;
+    if (fWarnings.size() < kMaxWarnings)
+        fWarnings.push_back(std::move(message));
+    else if (fWarnings.size() == kMaxWarnings)
+        fWarnings.push_back("more problems were not listed");
 }
 
 // --- Hexadecimal ----------------------------------------------------------------------------------

@@ -122,11 +122,15 @@ TOrnMathVector TOrnPointSet::GridPoint(int row, int column) const {
 }
 
 void TOrnPointSet::LoadFromFile(const std::string& path) {
+    // Checked before opening: opening a FIFO waits for a writer that may never come.
+    std::error_code ec;
+    const auto status = std::filesystem::status(path, ec);
+    if (std::filesystem::is_directory(status))
+        throw EOrnError("Point set file \"" + path + "\": it is a folder.");
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw EOrnError("Point set file \"" + path + "\": it is not a regular file.");
     std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in) throw EOrnError("Point set file \"" + path + "\": " + std::strerror(errno) + ".");
-    std::error_code ec;
-    if (std::filesystem::is_directory(path, ec))
-        throw EOrnError("Point set file \"" + path + "\": it is a folder.");
     const std::streamoff size = in.tellg();
     // Even with long comments a file far beyond what its points need is a mistake, not data.
     const std::streamoff limit = std::max<std::streamoff>(std::streamoff{1} << 26, fMaxPoints * 256);

@@ -1,6 +1,8 @@
 #include <orn/objects/TOrnTube.h>
 #include <orn/scene/TOrnRegistry.h>
 
+#include "math/detail/NumberText.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -293,11 +295,12 @@ void TOrnTube::WriteValues(TOrnCustomExchange& exchange) {
     exchange.WriteBool("ClosedPath", fClosedPath, false);
     exchange.WriteInt("PathSteps", fPathSteps, 32);
     std::string points;
-    char buf[128];
     for (const auto& p : fPath) {
-        std::snprintf(buf, sizeof buf, "%s%.17g,%.17g,%.17g,%.17g", points.empty() ? "" : ";", p.p.x, p.p.y,
-                      p.p.z, p.radius);
-        points += buf;
+        const double parts[4] = {p.p.x, p.p.y, p.p.z, p.radius};
+        for (int k = 0; k < 4; ++k) {
+            if (!points.empty()) points += k == 0 ? ';' : ',';
+            detail::AppendNumber(points, parts[k]);
+        }
     }
     exchange.WriteString("Points", points, "");
     TOrnPrimitiveObj::WriteValues(exchange);
@@ -314,22 +317,11 @@ void TOrnTube::ReadValues(TOrnCustomExchange& exchange) {
     const std::string text = exchange.ReadString("Points", "");
     if (text.empty()) return;
     // Points come as x,y,z,radius groups split by ';'; a value that is not four numbers is ignored.
+    std::vector<double> v;
+    if (!detail::ParseNumberGroups(text, 4, v)) return;
     std::vector<PathPointData> path;
-    const char* s = text.c_str();
-    while (*s) {
-        double v[4];
-        for (int k = 0; k < 4; ++k) {
-            char* end = nullptr;
-            v[k] = std::strtod(s, &end);
-            if (end == s) return;
-            s = end;
-            if (*s == (k < 3 ? ',' : ';'))
-                ++s;
-            else if (!(k == 3 && *s == '\0'))
-                return;
-        }
-        path.push_back({{v[0], v[1], v[2]}, v[3]});
-    }
+    for (std::size_t i = 0; i < v.size(); i += 4)
+        path.push_back({{v[i], v[i + 1], v[i + 2]}, v[i + 3]});
     fPath = std::move(path);
     Invalidate();
 }

@@ -347,11 +347,3 @@ void TOrnView::Notification(TComponent* component, TOperation operation) {
 }
 
 } // namespace orn
-
-namespace orn {
-
-void TOrnCanvasView::RenderOverlay() {
-    if (OnDrawCanvas) OnDrawCanvas(this);
-}
-
-} // namespace orn

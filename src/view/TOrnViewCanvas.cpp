@@ -208,4 +208,24 @@ void TOrnViewCanvas::TextOut(int x, int y, const std::string& text) {
     glDeleteTextures(1, &name);
 }
 
+void TOrnViewCanvas::Draw(int x, int y, const TBitmap& bitmap) {
+    if (bitmap.Empty() || !Begin(0, 0)) return;
+    if (fView.DrawMode() == dmSelection || fView.DrawMode() == dmPick) { // pixels carry no names
+        End();
+        return;
+    }
+    const std::vector<std::uint8_t> rgba = bitmap.ToRGBA(false);
+    glLoadIdentity();
+    // A raster position outside the window would drop the whole image, so it starts at the
+    // window's corner and moves to (x, y) by a bitmap of no pixels.
+    glRasterPos2i(0, 0);
+    glBitmap(0, 0, 0, 0, static_cast<GLfloat>(x), static_cast<GLfloat>(-y), nullptr);
+    glPixelZoom(1.0f, -1.0f);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+    glDrawPixels(bitmap.Width(), bitmap.Height(), GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+    glPixelZoom(1.0f, 1.0f);
+    End();
+}
+
 } // namespace orn

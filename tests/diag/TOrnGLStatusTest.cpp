@@ -32,6 +32,34 @@ TEST(GetGLStatus, InactiveViewIsAnError) {
     EXPECT_THROW(GetGLStatus(view), EOrnError);
 }
 
+TEST(FormatGLStatus, WritesEveryFieldInItsPlace) {
+    TOrnGLStatus s;
+    s.Vendor = "V";
+    s.Renderer = "R";
+    s.Version = "2.1 Mesa";
+    s.GLUVersion = "1.3";
+    s.EGLVersion = "Mesa 1.5";
+    s.Surface = "headless";
+    s.Extensions = {"GL_a", "GL_b"};
+    s.PixelFormat = TOrnPixelFormat{40, 1, 0x425, 0, 24, 8, 32, 1, 0};
+    s.Libraries = {{"libGLU.so.1", "/usr/lib/libGLU.so.1.3.1", "1.3.1"},
+                   {"swrast_dri.so", "/d/swrast_dri.so", ""}};
+    const std::string tail =
+        "Libraries:\n  libGLU.so.1 1.3.1 /usr/lib/libGLU.so.1.3.1\n  swrast_dri.so - /d/swrast_dri.so\n";
+    EXPECT_EQ(FormatGLStatus(s),
+              "Vendor: V\nRenderer: R\nVersion: 2.1 Mesa\nGLU: 1.3\nEGL: Mesa 1.5\nSurface: headless\n"
+              "Pixel format: RGBA, colour 24 bits, alpha 8, depth 32, stencil 1, double buffered, "
+              "flags 0x425\nExtensions: 2\n" +
+                  tail);
+    s.EGLVersion.clear();
+    s.PixelFormat = TOrnPixelFormat{40, 1, 0x24, 1, 16, 0, 24, 0, 0};
+    EXPECT_EQ(FormatGLStatus(s, true),
+              "Vendor: V\nRenderer: R\nVersion: 2.1 Mesa\nGLU: 1.3\nSurface: headless\n"
+              "Pixel format: colour index, colour 16 bits, alpha 0, depth 24, stencil 0, "
+              "single buffered, flags 0x24\nExtensions:\n  GL_a\n  GL_b\n" +
+                  tail);
+}
+
 using GLStatusTest = test::ViewTest;
 
 TEST_F(GLStatusTest, ReportsTheDriverThePixelFormatAndTheLibraries) {

@@ -124,7 +124,4 @@ TEST_F(CustomFixture, WithoutOnConstructItBuildsEmpty) {
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 0);
     EXPECT_EQ(obj->PrimitiveCount(), 0);
-    test::TraceExchange ex;
-    obj->WriteValues(ex);
-    EXPECT_EQ(ex.trace.front(), "<TextureFlags");
 }

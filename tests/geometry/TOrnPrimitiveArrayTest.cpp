@@ -192,15 +192,3 @@ TEST(TOrnPrimitiveArray, InvertOfQuadsStripsPolygonsAndLines) {
     lines->Invert();
     EXPECT_EQ(entries(*lines), (std::vector<std::uint32_t>{0, 1, 2}));
 }
-
-TEST(TOrnPrimitiveArray, AssignCopiesTypeFlagsAndIndices) {
-    auto a = make(GL_QUADS, {0, 1, 2, 3});
-    a->SetEnabled(false);
-    a->SetTextured(true);
-    auto b = make(GL_POINTS, {});
-    b->Assign(a.get());
-    EXPECT_EQ(b->Type(), static_cast<GLenum>(GL_QUADS));
-    EXPECT_FALSE(b->Enabled());
-    EXPECT_TRUE(b->Textured());
-    EXPECT_EQ(entries(*b), entries(*a));
-}

@@ -115,41 +115,16 @@ TEST_F(PrimitiveObjFixture, FreePointsRenumbersAndDisablesListsThatUsedThem) {
     EXPECT_EQ(obj->Points()->Count(), 4);
 }
 
-TEST_F(PrimitiveObjFixture, FreeUnusedPointsMatchesDeletingPointByPoint) {
-    std::mt19937 rng(7);
-    for (int round = 0; round < 40; ++round) {
-        TComponent form2{nullptr};
-        auto* a = new Probe(&form2);
-        auto* b = new Probe(&form2);
-        const int n = 1 + static_cast<int>(rng() % 30);
-        for (int i = 0; i < n; ++i)
-            a->Points()->Add({double(i), double(round), 0}, {}, {});
-        const int lists = static_cast<int>(rng() % 4);
-        for (int l = 0; l < lists; ++l) {
-            const int pos = a->AddPrimitiveArray(GL_TRIANGLES);
-            const int entries = static_cast<int>(rng() % 8);
-            for (int k = 0; k < entries; ++k)
-                a->AddIndex(static_cast<std::uint32_t>(rng() % (n + 2)), pos);
-            a->Primitive(pos)->SetEnabled(rng() % 3 != 0);
-        }
-        b->Assign(a);
-        a->FreeUnusedPoints();
-        // The definition: from the top down, FreePoints(i, 1) for each point no enabled list uses.
-        for (int i = b->Points()->Count() - 1; i >= 0; --i) {
-            bool used = false;
-            for (int l = 0; l < b->PrimitiveCount(); ++l)
-                for (auto e : Entries(b->Primitive(l)))
-                    used = used || (b->Primitive(l)->Enabled() && e == static_cast<std::uint32_t>(i));
-            if (!used) b->FreePoints(i, 1);
-        }
-        ASSERT_EQ(a->Points()->Count(), b->Points()->Count()) << round;
-        for (int i = 0; i < a->Points()->Count(); ++i)
-            EXPECT_EQ(a->Points()->GetVector(i, daVertex), b->Points()->GetVector(i, daVertex)) << round;
-        for (int l = 0; l < a->PrimitiveCount(); ++l) {
-            EXPECT_EQ(Entries(a->Primitive(l)), Entries(b->Primitive(l))) << round;
-            EXPECT_EQ(a->Primitive(l)->Enabled(), b->Primitive(l)->Enabled()) << round;
-        }
-    }
+TEST_F(PrimitiveObjFixture, FreeUnusedPointsKeepsWhatEnabledListsUseAndRenumbers) {
+    Fill(6, {{GL_TRIANGLES, {4, 0, 2}}, {GL_LINES, {1, 5}}});
+    obj->Primitive(1)->SetEnabled(false); // its points count as unused
+    obj->FreeUnusedPoints();
+    ASSERT_EQ(obj->Points()->Count(), 3);
+    EXPECT_EQ(obj->Points()->GetVector(0, daVertex).x, 0);
+    EXPECT_EQ(obj->Points()->GetVector(1, daVertex).x, 2);
+    EXPECT_EQ(obj->Points()->GetVector(2, daVertex).x, 4);
+    EXPECT_EQ(Entries(obj->Primitive(0)), (std::vector<std::uint32_t>{2, 0, 1}));
+    EXPECT_TRUE(obj->Primitive(0)->Enabled());
 }
 
 TEST_F(PrimitiveObjFixture, TexturedLivesInThePoolAndReachesEveryList) {
@@ -202,36 +177,6 @@ TEST_F(PrimitiveObjFixture, AddPrimitiveObjBuildsTheOtherAndShiftsItsIndices) {
     EXPECT_EQ(obj->Primitive(1)->Type(), static_cast<GLenum>(GL_LINES));
     EXPECT_EQ(Entries(obj->Primitive(1)), (std::vector<std::uint32_t>{3, 4}));
     EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{6, 6, 6}));
-}
-
-TEST_F(PrimitiveObjFixture, AssignCopiesGeometryFlagsAndInitialized) {
-    Fill(3, {{GL_TRIANGLES, {0, 1, 2}}});
-    obj->TextureFlags()->SetScaleX(3);
-    obj->SetTextured(true);
-    obj->Init(); // the probe builds nothing
-    Fill(2, {{GL_LINES, {0, 1}}});
-    auto* copy = new Probe(&form);
-    copy->Assign(obj);
-    EXPECT_TRUE(copy->Initialized());
-    EXPECT_TRUE(copy->Textured());
-    EXPECT_EQ(copy->TextureFlags()->ScaleX(), 3);
-    EXPECT_EQ(copy->Points()->Count(), 2);
-    ASSERT_EQ(copy->PrimitiveCount(), 1);
-    EXPECT_EQ(Entries(copy->Primitive(0)), (std::vector<std::uint32_t>{0, 1}));
-}
-
-TEST_F(PrimitiveObjFixture, WritesOnlyTheTextureFlagsElement) {
-    obj->TextureFlags()->SetMode(txLinearXY);
-    test::TraceExchange ex;
-    obj->WriteValues(ex);
-    EXPECT_EQ(ex.trace,
-              (std::vector<std::string>{"<TextureFlags", "ShiftY=0", "ScaleY=1", "ShiftX=0", "ScaleX=1",
-                                        "Mode=txLinearXY", "<ParamVector", "P=0 0 0", ">", ">"}));
-    test::TraceExchange in;
-    in.keys = {{"mode", "txSphereZ"}, {"ScaleX", "2.5"}};
-    EXPECT_EQ(obj->ReadComp(in, "texturefLAGS"), obj->TextureFlags());
-    EXPECT_EQ(obj->TextureFlags()->Mode(), txSphereZ);
-    EXPECT_EQ(obj->TextureFlags()->ScaleX(), 2.5);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -428,68 +373,21 @@ TEST(PointGrid, FarAndNonFinitePointsMatchAsAScanWould) {
               scanFirstSamePlace(pos, flags, 1));
 }
 
-TEST_F(PrimitiveObjFixture, CalcNormalsEqualsAPlainSeamScan) {
-    std::mt19937 rng(3);
+TEST_F(PrimitiveObjFixture, APointsNormalIsTheMeanOfItsFacesUnitNormals) {
+    // Point 0 is a corner of two small faces facing +z and one three times larger facing +x:
+    // unit normals averaged give (1, 0, 2)/sqrt 5; weighting by area would give (3, 0, 2).
     auto& pts = *obj->Points();
-    const int n = 600;
-    for (int i = 0; i < n; ++i) {
-        pts.Add({trickyCoordinate(rng) * 50, trickyCoordinate(rng), trickyCoordinate(rng) * 50}, {}, {});
-        pts.SetFlag(i, 0, rng() % 3 != 0);
-    }
+    for (TOrnMathVector p :
+         {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 1, 0}, {-1, 0, 0}, {0, 1, 0}, {0, 0, 3}})
+        pts.Add(p, {}, {});
     const int l = obj->AddPrimitiveArray(GL_TRIANGLES);
-    for (int k = 0; k < 3 * n; ++k)
-        obj->AddIndex(static_cast<std::uint32_t>(rng() % n), l);
+    for (std::uint32_t i : {0, 1, 2, 0, 3, 4, 0, 5, 6})
+        obj->AddIndex(i, l);
     obj->CalcNormals();
-
-    std::vector<double> pos;
-    std::vector<std::uint8_t> flags;
-    for (int i = 0; i < n; ++i) {
-        const auto p = pts.GetVector(i, daVertex);
-        pos.insert(pos.end(), {p.x, p.y, p.z});
-        flags.push_back(pts.GetFlag(i, 0) ? 1 : 0);
-    }
-    const std::vector<int> recv = scanFirstSamePlace(pos, flags, 1);
-    std::vector<TOrnMathVector> sum(n);
-    std::vector<int> count(n);
-    const auto* idx = obj->Primitive(l)->Data();
-    for (int t = 0; t < n; ++t) {
-        TOrnMathVector f;
-        OrnMathNormalVector(pts.GetVector(idx[3 * t], daVertex), pts.GetVector(idx[3 * t + 1], daVertex),
-                            pts.GetVector(idx[3 * t + 2], daVertex), true, f);
-        for (int c = 0; c < 3; ++c) {
-            const int r = recv[idx[3 * t + c]];
-            sum[r] = {sum[r].x + f.x, sum[r].y + f.y, sum[r].z + f.z};
-            ++count[r];
-        }
-    }
-    for (int i = 0; i < n; ++i) {
-        const int r = recv[i];
-        if (count[r] == 0) continue;
-        TOrnMathVector v{sum[r].x / count[r], sum[r].y / count[r], sum[r].z / count[r]};
-        OrnMathNormalize(v);
-        EXPECT_EQ(pts.GetVector(i, daNormal), v) << i;
-    }
-}
-
-TEST(TOrnTextureFlags, AssignCopiesAllSixAndTheVectorIsReadAsItsElement) {
-    TOrnTextureFlags a, b;
-    int changes = 0;
-    b.OnChange = [&](TObject*) { ++changes; };
-    a.SetMode(txLinearZX);
-    a.SetShiftX(1);
-    a.SetShiftY(2);
-    a.SetScaleX(3);
-    a.SetScaleY(4);
-    a.ParamVector()->SetValues(5, 6, 7);
-    b.Assign(&a);
-    EXPECT_EQ(b.Mode(), txLinearZX);
-    EXPECT_EQ(b.ShiftY(), 2);
-    EXPECT_EQ(b.ScaleY(), 4);
-    EXPECT_EQ(b.ParamVector()->AsMathVector(), (TOrnMathVector{5, 6, 7}));
-    EXPECT_GE(changes, 1);
-    test::TraceExchange in;
-    EXPECT_EQ(b.ReadComp(in, "paramvector"), b.ParamVector());
-    EXPECT_EQ(b.ReadComp(in, "Other"), nullptr);
-    b.SetMode(static_cast<TOrnTextureMode>(12)); // not a mode: ignored
-    EXPECT_EQ(b.Mode(), txLinearZX);
+    const TOrnMathVector n = pts.GetVector(0, daNormal);
+    EXPECT_NEAR(n.x, 1 / std::sqrt(5.0), 1e-12);
+    EXPECT_NEAR(n.y, 0, 1e-12);
+    EXPECT_NEAR(n.z, 2 / std::sqrt(5.0), 1e-12);
+    EXPECT_EQ(pts.GetVector(6, daNormal), (TOrnMathVector{1, 0, 0}));
+    EXPECT_EQ(pts.GetVector(4, daNormal), (TOrnMathVector{0, 0, 1}));
 }

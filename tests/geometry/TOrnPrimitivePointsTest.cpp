@@ -7,15 +7,6 @@
 
 using namespace orn;
 
-TEST(TOrnPrimitivePoints, NewPoolIsEmptyWithDefaultArrays) {
-    TOrnPrimitivePoints pool;
-    EXPECT_EQ(pool.Size(), 0);
-    EXPECT_EQ(pool.Count(), 0);
-    EXPECT_EQ(pool.DefineArrays(), (TOrnArrays{daVertex, daNormal, daTexture, daFlag}));
-    EXPECT_EQ(pool.EnabledArrays(), (TOrnArrays{daVertex, daNormal}));
-    EXPECT_EQ(pool.AllocatedBytes(), 0u);
-}
-
 TEST(TOrnPrimitivePoints, AddGrowsSizeInStepsOfTwelve) {
     TOrnPrimitivePoints pool;
     EXPECT_EQ(pool.Add(1, 2, 3), 0);
@@ -208,19 +199,6 @@ TEST(TOrnPrimitivePoints, ScaleAndMoveTouchEveryPosition) {
     EXPECT_EQ(pool.GetVector(1, daVertex), (TOrnMathVector{-1, 1, 5}));
 }
 
-TEST(TOrnPrimitivePoints, AssignCopiesSetsCountersAndArrays) {
-    TOrnPrimitivePoints a, b;
-    a.SetEnabledArrays({daVertex});
-    a.Add({1, 2, 3}, {0, 0, 1}, {0.5, 0, 0});
-    a.SetFlag(0, 4, true);
-    b.Assign(&a);
-    EXPECT_EQ(b.Count(), 1);
-    EXPECT_EQ(b.Size(), a.Size());
-    EXPECT_EQ(b.EnabledArrays(), (TOrnArrays{daVertex}));
-    EXPECT_EQ(b.GetVector(0, daTexture), (TOrnMathVector{0.5, 0, 0}));
-    EXPECT_TRUE(b.GetFlag(0, 4));
-}
-
 TEST(TOrnPrimitivePoints, VersionMovesOnChangesButNotOnAppends) {
     TOrnPrimitivePoints pool;
     pool.Add(0, 0, 0);
@@ -238,24 +216,4 @@ TEST(TOrnPrimitivePoints, AbsurdSizesFailWithAMessageAndChangeNothing) {
     EXPECT_THROW(pool.SetCount(2000000000), EOrnError);
     EXPECT_EQ(pool.Count(), 1);
     EXPECT_EQ(pool.GetVector(0, daVertex), (TOrnMathVector{1, 2, 3}));
-}
-
-TEST(TOrnPointItem, WritesItsAttributesUnderTheirNames) {
-    TOrnPointItem item;
-    item.SetFlag(3);
-    item.SetEdgeFlag(false);
-    item.Point()->SetValues(1, 2, 3);
-    test::TraceExchange ex;
-    item.WriteValues(ex);
-    EXPECT_EQ(ex.trace, (std::vector<std::string>{"Flag=3", "EdgeFlag=false", "<Point", "P=1 2 3", ">",
-                                                  "<Normal", "P=0 0 0", ">", "<Texture", "P=0 0 0", ">",
-                                                  "<Color", "Color=0", "Alpha=1", ">"}));
-    test::TraceExchange in;
-    in.keys = {{"flag", "9"}, {"EdgeFlag", "true"}};
-    TOrnPointItem back;
-    back.ReadValues(in);
-    EXPECT_EQ(back.Flag(), 9);
-    EXPECT_TRUE(back.EdgeFlag());
-    EXPECT_EQ(back.ReadComp(in, "NORMAL"), back.Normal());
-    EXPECT_EQ(back.ReadComp(in, "Other"), nullptr);
 }

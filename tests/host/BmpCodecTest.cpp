@@ -290,24 +290,60 @@ TEST(BmpCodecRoundTrip, SaveThenLoadIsExactFor24And32Bit) {
 
 namespace {
 
+void Put32(std::vector<std::uint8_t>& v, std::uint32_t x) {
+    for (int i = 0; i < 4; ++i)
+        v.push_back(static_cast<std::uint8_t>(x >> (8 * i)));
+}
+
+// A bottom-up file with the 40-byte header: masks (bit fields only), palette (as 0xBBGGRR), pixels.
+std::vector<std::uint8_t> BmpFile(int width, int height, int bits, int compression,
+                                  const std::vector<std::uint32_t>& palette,
+                                  const std::vector<std::uint8_t>& pixels,
+                                  const std::vector<std::uint32_t>& masks = {}) {
+    const auto offset = static_cast<std::uint32_t>(14 + 40 + 4 * masks.size() + 4 * palette.size());
+    std::vector<std::uint8_t> f = {'B', 'M'};
+    Put32(f, offset + static_cast<std::uint32_t>(pixels.size()));
+    Put32(f, 0);
+    Put32(f, offset);
+    for (std::uint32_t v : {40u, std::uint32_t(width), std::uint32_t(height), 1u | std::uint32_t(bits) << 16,
+                            std::uint32_t(compression), std::uint32_t(pixels.size()), 0u, 0u,
+                            std::uint32_t(palette.size()), 0u})
+        Put32(f, v);
+    for (std::uint32_t m : masks)
+        Put32(f, m);
+    for (std::uint32_t bgr : palette)
+        Put32(f, bgr);
+    f.insert(f.end(), pixels.begin(), pixels.end());
+    return f;
+}
+
 // A 4 x 3 RLE8 file with the palette black, red, green around the given stream.
 std::vector<std::uint8_t> Rle8File(const std::vector<std::uint8_t>& stream) {
-    auto put32 = [](std::vector<std::uint8_t>& v, std::uint32_t x) {
-        for (int i = 0; i < 4; ++i)
-            v.push_back(static_cast<std::uint8_t>(x >> (8 * i)));
-    };
-    const std::uint32_t offset = 14 + 40 + 3 * 4;
-    std::vector<std::uint8_t> f = {'B', 'M'};
-    put32(f, offset + static_cast<std::uint32_t>(stream.size()));
-    put32(f, 0);
-    put32(f, offset);
-    for (std::uint32_t v :
-         {40u, 4u, 3u, 0x00080001u, 1u, static_cast<std::uint32_t>(stream.size()), 0u, 0u, 3u, 0u})
-        put32(f, v);
-    for (std::uint32_t bgr : {0x000000u, 0xFF0000u, 0x00FF00u})
-        put32(f, bgr);
-    f.insert(f.end(), stream.begin(), stream.end());
-    return f;
+    return BmpFile(4, 3, 8, 1, {0x000000u, 0xFF0000u, 0x00FF00u}, stream);
+}
+
+// Sixteen palette entries told apart by their red: entry i reads as the colour 16 i + 1.
+std::vector<std::uint32_t> RedRamp() {
+    std::vector<std::uint32_t> palette;
+    for (std::uint32_t i = 0; i < 16; ++i)
+        palette.push_back((16 * i + 1) << 16);
+    return palette;
+}
+
+std::vector<TColor> Row(const std::vector<std::uint8_t>& file, int width) {
+    TBitmap bmp;
+    bmp.LoadFromMemory(file.data(), file.size());
+    std::vector<TColor> row;
+    for (int x = 0; x < width; ++x)
+        row.push_back(bmp.Pixel(x, 0));
+    return row;
+}
+
+std::vector<TColor> Indices(std::initializer_list<int> indices) {
+    std::vector<TColor> colours;
+    for (int i : indices)
+        colours.push_back(static_cast<TColor>(16 * i + 1));
+    return colours;
 }
 
 } // namespace
@@ -350,4 +386,30 @@ TEST(BmpCodecRle, StreamsThatLeaveTheBitmapOrThePaletteAreRefused) {
             EXPECT_NE(std::string(e.what()).find(reason), std::string::npos) << e.what();
         }
     }
+}
+
+TEST(BmpCodecHandMade, PaletteIndicesReadLeftmostPixelFromTheHighBits) {
+    const auto palette = RedRamp();
+    EXPECT_EQ(Row(BmpFile(8, 1, 1, 0, {palette.begin(), palette.begin() + 2}, {0b10110001, 0, 0, 0}), 8),
+              Indices({1, 0, 1, 1, 0, 0, 0, 1}));
+    EXPECT_EQ(Row(BmpFile(4, 1, 2, 0, {palette.begin(), palette.begin() + 4}, {0b00011011, 0, 0, 0}), 4),
+              Indices({0, 1, 2, 3}));
+    EXPECT_EQ(Row(BmpFile(3, 1, 4, 0, palette, {0x1F, 0x30, 0, 0}), 3), Indices({1, 15, 3}));
+}
+
+TEST(BmpCodecHandMade, Rle4RunsAndLiteralsTakeTheHighNibbleFirst) {
+    const std::vector<std::uint8_t> stream = {
+        3, 0x12,             // run of three alternating: 1 2 1
+        0, 3,    0x34, 0x50, // literal of three: 3 4 5
+        0, 1,                // end of bitmap
+    };
+    EXPECT_EQ(Row(BmpFile(6, 1, 4, 2, RedRamp(), stream), 6), Indices({1, 2, 1, 3, 4, 5}));
+}
+
+TEST(BmpCodecHandMade, BitFieldChannelsScaleToEightBitsRounded) {
+    // 5-6-5: red 16/31, green 32/63, blue 3/31 round to 132, 130, 25 (truncating gives 131, 129, 24).
+    constexpr std::uint16_t mid = 16 << 11 | 32 << 5 | 3, full = 0xFFFF;
+    const std::vector<std::uint8_t> pixels = {mid & 0xFF, mid >> 8, full & 0xFF, full >> 8};
+    const auto file = BmpFile(2, 1, 16, 3, {}, pixels, {0xF800, 0x07E0, 0x001F});
+    EXPECT_EQ(Row(file, 2), (std::vector<TColor>{RGB(132, 130, 25), RGB(255, 255, 255)}));
 }

@@ -4,15 +4,6 @@
 
 using namespace orn;
 
-TEST(TFontProperties, DefaultsAreEightPointDejaVuSansInBlack) {
-    TFont font;
-    EXPECT_EQ(font.Name(), "DejaVu Sans");
-    EXPECT_EQ(font.Height(), -11);
-    EXPECT_EQ(font.Size(), 8);
-    EXPECT_TRUE(font.Style().Empty());
-    EXPECT_EQ(font.Color(), clBlack);
-}
-
 TEST(TFontProperties, SizeAndHeightConvertAtNinetySixDpi) {
     const std::vector<std::pair<int, int>> sizeToHeight = {
         {8, -11}, {9, -12}, {10, -13}, {12, -16}, {72, -96}};

@@ -1,7 +1,5 @@
 #include "ControlledFixture.h"
 
-#include "support/KeyValueExchange.h"
-
 #include <orn/interaction/TOrnPersonController.h>
 
 #include <gtest/gtest.h>
@@ -19,13 +17,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(PersonControllerTest, StartsWithDefaultStepAndAngle) {
-    TOrnPersonController fresh(nullptr);
-    EXPECT_EQ(fresh.StepLength(), 0.1f);
-    EXPECT_EQ(fresh.TurnAngle(), 1.0f);
-    EXPECT_EQ(fresh.EyeHeight(), 0.0f);
-}
 
 TEST_F(PersonControllerTest, SetControlledPutsRotationBeforeTranslation) {
     auto* other = new TOrnTransformed(form.get());
@@ -95,23 +86,4 @@ TEST_F(PersonControllerTest, RemovingTheControlledComponentClearsControlled) {
     ctl->HeadForward();
     ctl->SetEyeHeight(1);
     EXPECT_EQ(ctl->EyeHeight(), 0.0f);
-}
-
-TEST_F(PersonControllerTest, ExchangeKeysRoundTrip) {
-    ctl->SetStepLength(0.25f);
-    ctl->SetTurnAngle(3);
-    test::KeyValueExchange file;
-    ctl->WriteValues(file);
-    EXPECT_EQ(file.keys["StepLength"], "0.25");
-    EXPECT_EQ(file.keys["TurnAngle"], "3");
-    EXPECT_EQ(file.keys.count("EyeHeight"), 0u);
-    TOrnPersonController back(nullptr);
-    back.ReadValues(file);
-    EXPECT_EQ(back.StepLength(), 0.25f);
-    EXPECT_EQ(back.TurnAngle(), 3.0f);
-    file.keys["StepLength"] = "-1";
-    file.keys["TurnAngle"] = "x";
-    back.ReadValues(file);
-    EXPECT_EQ(back.StepLength(), 0.25f);
-    EXPECT_EQ(back.TurnAngle(), 3.0f);
 }

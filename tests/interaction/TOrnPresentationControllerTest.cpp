@@ -1,7 +1,5 @@
 #include "ControlledFixture.h"
 
-#include "support/KeyValueExchange.h"
-
 #include <orn/interaction/TOrnPresentationController.h>
 
 #include <gtest/gtest.h>
@@ -16,15 +14,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(PresentationControllerTest, StartsStoppedWithDefaultSteps) {
-    TOrnPresentationController fresh(nullptr);
-    EXPECT_EQ(fresh.TurnAngle(), 1.0f);
-    EXPECT_EQ(fresh.DistanceStep(), 0.1f);
-    EXPECT_EQ(fresh.Mode(), pmStop);
-    EXPECT_EQ(fresh.Distance(), 0.0f);
-    EXPECT_EQ(fresh.EyeHeight(), 0.0f);
-}
 
 TEST_F(PresentationControllerTest, SetControlledPutsRotationBeforeTranslation) {
     auto* other = new TOrnTransformed(form.get());
@@ -94,22 +83,4 @@ TEST_F(PresentationControllerTest, RemovingTheControlledComponentClearsControlle
     ctl->SetDistance(2);
     EXPECT_EQ(ctl->Distance(), 0.0f);
     EXPECT_FALSE(ctl->HandleKey(VK_RIGHT, {}));
-}
-
-TEST_F(PresentationControllerTest, ExchangeKeysRoundTrip) {
-    ctl->SetTurnAngle(2);
-    ctl->SetDistanceStep(0.5f);
-    ctl->SetMode(pmRight);
-    test::KeyValueExchange file;
-    ctl->WriteValues(file);
-    EXPECT_EQ(file.keys["Mode"], "pmRight");
-    EXPECT_EQ(file.keys.count("Distance"), 0u);
-    TOrnPresentationController back(nullptr);
-    back.ReadValues(file);
-    EXPECT_EQ(back.TurnAngle(), 2.0f);
-    EXPECT_EQ(back.DistanceStep(), 0.5f);
-    EXPECT_EQ(back.Mode(), pmRight);
-    file.keys["Mode"] = "pmSideways";
-    back.ReadValues(file);
-    EXPECT_EQ(back.Mode(), pmRight);
 }

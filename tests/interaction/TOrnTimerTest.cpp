@@ -553,17 +553,3 @@ TEST_F(TOrnTimerTest, StepPollsAgainWhileATimerRunsAndWaitsOtherwise) {
     app.Step(0.5);
     EXPECT_EQ(source.waits, 2);
 }
-
-// ---- Palette -------------------------------------------------------------------------------------
-
-TEST(TOrnTimerPalette, RegisteredOnTheOrnPage) {
-    TComponentClass cls = FindComponentClass("TOrnTimer");
-    ASSERT_NE(cls, nullptr);
-    const auto page = GetPaletteClasses("Orn");
-    EXPECT_NE(std::find(page.begin(), page.end(), cls), page.end());
-    TComponent form(nullptr);
-    TComponent* made = cls->Create(&form);
-    EXPECT_STREQ(made->ClassName(), "TOrnTimer");
-    EXPECT_EQ(made->Owner(), &form);
-    EXPECT_NE(dynamic_cast<TOrnTimer*>(made), nullptr);
-}

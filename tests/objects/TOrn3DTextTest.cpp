@@ -1,7 +1,6 @@
 #include <orn/host/EOrnError.h>
 #include <orn/host/TComponentClass.h>
 #include <orn/objects/TOrn3DText.h>
-#include <orn/scene/TOrnRegistry.h>
 
 #include "geometry/GeometryTestSupport.h"
 #include "host/detail/FontEngine.h"
@@ -18,7 +17,6 @@
 #include <tuple>
 
 using namespace orn;
-using orn::test::TraceExchange;
 
 namespace {
 
@@ -162,20 +160,52 @@ TEST(TOrn3DTextMesh, TheOddRuleLeavesTheCountersOfOAndBOpen) {
     }
 }
 
-TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
-    Built b("O");
+namespace {
+
+// Wall vertices on the front cap grouped by place, and whether each wall quad bends along its length.
+struct Walls {
+    std::map<std::pair<double, double>, std::vector<TOrnMathVector>> normalsAt;
+    int bent = 0, quads = 0;
+};
+
+Walls WallsOf(const Built& b) {
+    Walls w;
     const TOrnPrimitiveArray* walls = b.text->Primitive(2);
-    // Around a round letter the wall normals change a little from vertex to vertex.
     for (int i = 0; i + 4 <= walls->Count(); i += 4) {
-        const TOrnMathVector n0 = b.N(walls->Data()[i]), n1 = b.N(walls->Data()[i + 3]);
-        EXPECT_GT(Dot(n0, n1), std::cos(40 * std::numbers::pi / 180)) << i;
-        EXPECT_NEAR(n0.z, 0, 1e-12);
+        std::vector<TOrnMathVector> front;
+        for (const std::uint32_t v : std::span(walls->Data() + i, 4))
+            if (b.P(v).z == 0) {
+                front.push_back(b.N(v));
+                w.normalsAt[{b.P(v).x, b.P(v).y}].push_back(b.N(v));
+            }
+        EXPECT_EQ(front.size(), 2u);
+        ++w.quads;
+        if (front.size() == 2 && Dot(front[0], front[1]) < 1 - 1e-9) ++w.bent;
     }
-    Built h("H");
-    const TOrnPrimitiveArray* hw = h.text->Primitive(2);
-    // The H has only straight walls: each quad is flat, its two edges' normals the same.
-    for (int i = 0; i + 4 <= hw->Count(); i += 4)
-        EXPECT_NEAR(Dot(h.N(hw->Data()[i]), h.N(hw->Data()[i + 3])), 1, 1e-12) << i;
+    return w;
+}
+
+} // namespace
+
+TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
+    // Round: the normals turn along every wall quad and agree where two quads meet.
+    const Walls o = WallsOf(Built("O"));
+    ASSERT_GT(o.quads, 16);
+    EXPECT_GT(o.bent, o.quads * 9 / 10);
+    for (const auto& [place, normals] : o.normalsAt)
+        for (const TOrnMathVector& n : normals) {
+            EXPECT_NEAR(n.z, 0, 1e-12);
+            EXPECT_GT(Dot(n, normals[0]), 1 - 1e-9) << "seam at " << place.first << ", " << place.second;
+        }
+    // Straight: every quad is flat, and the two quads at each corner keep their own normals.
+    const Walls h = WallsOf(Built("H"));
+    EXPECT_EQ(h.quads, 12);
+    EXPECT_EQ(h.bent, 0);
+    EXPECT_EQ(h.normalsAt.size(), 12u);
+    for (const auto& [place, normals] : h.normalsAt) {
+        ASSERT_EQ(normals.size(), 2u) << place.first << ", " << place.second;
+        EXPECT_NEAR(Dot(normals[0], normals[1]), 0, 1e-9) << "a right angle at " << place.first;
+    }
 }
 
 TEST(TOrn3DTextMesh, TextureCoordinatesSpanTheCapsAndRunAlongTheWalls) {
@@ -318,67 +348,6 @@ TEST(TOrn3DTextProperties, BoldIsWiderThanRegular) {
         return CapArea(b, 0);
     };
     EXPECT_GT(width({fsBold}), width({}) * 1.1);
-}
-
-TEST(TOrn3DTextProperties, AssignCopiesTextAndFont) {
-    TComponent form(nullptr);
-    auto* a = new TOrn3DText(&form);
-    auto* b = new TOrn3DText(&form);
-    a->SetCaption("abc");
-    a->SetDepth(0.5);
-    a->SetDetail(0.02);
-    a->SetAlignment(taRightJustify);
-    a->Font()->SetStyle({fsItalic});
-    b->Assign(a);
-    EXPECT_EQ(b->Caption(), "abc");
-    EXPECT_DOUBLE_EQ(b->Depth(), 0.5);
-    EXPECT_DOUBLE_EQ(b->Detail(), 0.02);
-    EXPECT_EQ(b->Alignment(), taRightJustify);
-    EXPECT_TRUE(b->Font()->Style().Contains(fsItalic));
-}
-
-TEST(TOrn3DTextProperties, ExchangeKeysRoundTrip) {
-    TComponent form(nullptr);
-    auto* a = new TOrn3DText(&form);
-    a->SetCaption("Zoë");
-    a->SetDepth(0.75);
-    a->SetDetail(0.125);
-    a->SetAlignment(taCenter);
-    a->Font()->SetName("DejaVu Serif");
-    a->Font()->SetStyle({fsBold, fsUnderline});
-    TraceExchange out;
-    a->WriteValues(out);
-    const auto keys = out.KeyNames();
-    ASSERT_GE(keys.size(), 9u);
-    EXPECT_EQ(std::vector<std::string>(keys.begin(), keys.begin() + 9),
-              (std::vector<std::string>{"Caption", "Depth", "Detail", "Alignment", "Name", "Height", "Style",
-                                        "Color", "Alpha"}));
-    EXPECT_NE(std::find(out.trace.begin(), out.trace.end(), "<Font"), out.trace.end());
-    EXPECT_NE(std::find(out.trace.begin(), out.trace.end(), "<TextureFlags"), out.trace.end());
-    EXPECT_NE(std::find(out.trace.begin(), out.trace.end(), "Alignment=taCenter"), out.trace.end());
-    EXPECT_NE(std::find(out.trace.begin(), out.trace.end(), "Style=fsBold,fsUnderline"), out.trace.end());
-
-    auto* b = new TOrn3DText(&form);
-    TraceExchange in;
-    in.trace = out.trace;
-    in.TakeTopLevelKeys();
-    b->ReadValues(in);
-    TraceExchange font;
-    font.keys = {{"Name", "DejaVu Serif"}, {"Style", "fsBold,fsUnderline"}, {"Height", "-20"}};
-    EXPECT_EQ(b->ReadComp(font, "font"), b->Font());
-    EXPECT_EQ(b->Caption(), "Zoë");
-    EXPECT_DOUBLE_EQ(b->Depth(), 0.75);
-    EXPECT_DOUBLE_EQ(b->Detail(), 0.125);
-    EXPECT_EQ(b->Alignment(), taCenter);
-    EXPECT_EQ(b->Font()->Name(), "DejaVu Serif");
-    EXPECT_EQ(b->Font()->Height(), -20);
-    EXPECT_EQ(b->Font()->Style(), (TFontStyles{fsBold, fsUnderline}));
-}
-
-TEST(TOrn3DTextProperties, RegisteredAsARenderClassOnTheObjectPage) {
-    EXPECT_EQ(GetRenderClass("torn3dtext"), ClassOf<TOrn3DText>());
-    const auto page = GetPaletteClasses("Orn Obj");
-    EXPECT_NE(std::find(page.begin(), page.end(), ClassOf<TOrn3DText>()), page.end());
 }
 
 // ---------------------------------------------------------------------------------------------

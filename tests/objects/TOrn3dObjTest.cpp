@@ -2,7 +2,6 @@
 
 #include <orn/objects/TOrn3dObj.h>
 #include <orn/objects/TOrnRotObj.h>
-#include <orn/scene/TOrnRegistry.h>
 
 #include <gtest/gtest.h>
 
@@ -281,37 +280,4 @@ TEST_F(RotFixture, SetRadiusByIndex) {
     obj->SetRadius(2, 9);
     EXPECT_EQ(obj->TopRadius(), 2);
     EXPECT_EQ(obj->Radius(), 3);
-}
-
-// --- scene file ------------------------------------------------------------------------------
-
-TEST_F(RotFixture, WritesItsKeysAfterTheRotationsAndReadsThemWhateverTheCase) {
-    obj->SetObjArt(TOrn3dObjects::Torus);
-    obj->SetTopRadius(0.5f);
-    obj->SetClosed(TOrnClosed::Bottom);
-    obj->SetRotSweepAngle(90);
-    orn::test::TraceExchange ex;
-    obj->WriteValues(ex);
-    std::vector<std::string> keys = ex.KeyNames();
-    ASSERT_GE(keys.size(), 10u);
-    keys.resize(10);
-    EXPECT_EQ(keys, (std::vector<std::string>{"overdraw", "FuncStartAngle", "FuncSweepAngle", "RotStartAngle",
-                                              "RotSweepAngle", "ObjArt", "Height", "TopRadius", "Radius",
-                                              "Closed"}));
-    EXPECT_EQ(ex.trace[10], "<TextureFlags");
-    ex.TakeTopLevelKeys();
-    EXPECT_EQ(ex.keys["ObjArt"], "Torus");
-    EXPECT_EQ(ex.keys["Closed"], "Bottom");
-    auto* other = new TOrn3dObj(&form);
-    other->ReadValues(ex);
-    EXPECT_EQ(other->ObjArt(), TOrn3dObjects::Torus);
-    EXPECT_EQ(other->TopRadius(), 0.5f);
-    EXPECT_EQ(other->Closed(), TOrnClosed::Bottom);
-    EXPECT_EQ(other->OverDraw(), 2);
-    EXPECT_EQ(other->RotSweepAngle(), 90);
-}
-
-TEST(RotRegistry, RotationClassesAreRenderClasses) {
-    for (const char* name : {"TOrnRotObj", "TOrn3dObj"})
-        EXPECT_NE(GetRenderClass(name), nullptr) << name;
 }

@@ -4,7 +4,6 @@
 
 #include <orn/host/EOrnError.h>
 #include <orn/objects/TOrnFuncObj.h>
-#include <orn/scene/TOrnRegistry.h>
 
 #include <gtest/gtest.h>
 
@@ -258,26 +257,6 @@ TEST(FuncConnect, ConnectModesWrapRowAndColumnIndices) {
     obj->CalcNormal(9, 10, 9, 10);
     EXPECT_EQ(rows, (std::vector<double>{0.8, 0.9})); // rows stay open
     EXPECT_EQ(cols, (std::vector<double>{0.0, 0.9, 0.0}));
-}
-
-// --- scene file and registry -----------------------------------------------------------------
-
-TEST_F(FuncFixture, WritesOverdrawBeforeTheTextureFlagsAndReadsItBack) {
-    obj->SetOverDraw(4);
-    orn::test::TraceExchange ex;
-    obj->WriteValues(ex);
-    ASSERT_GE(ex.trace.size(), 2u);
-    EXPECT_EQ(ex.trace[0], "overdraw=4");
-    EXPECT_EQ(ex.trace[1], "<TextureFlags");
-    auto* other = new TOrnFuncObj(&form);
-    ex.keys["OverDraw"] = "2";
-    other->ReadValues(ex);
-    EXPECT_EQ(other->OverDraw(), 2);
-}
-
-TEST(FuncRegistry, BothClassesAreRenderClasses) {
-    EXPECT_NE(GetRenderClass("TOrnFuncObj"), nullptr);
-    EXPECT_NE(GetRenderClass("TOrnCustomFuncObj"), nullptr);
 }
 
 // --- rendering -------------------------------------------------------------------------------

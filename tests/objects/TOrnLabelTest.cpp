@@ -11,7 +11,6 @@
 #include <algorithm>
 
 using namespace orn;
-using orn::test::TraceExchange;
 
 namespace {
 
@@ -61,12 +60,6 @@ TEST(TOrnLabelNew, ShowsItsClassNameAtTheTextExtentOnATransparentBackground) {
     EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Height(), 16);
 }
 
-TEST(TOrnLabelNew, RegisteredAsARenderClassOnTheObjectPage) {
-    EXPECT_EQ(GetRenderClass("TORNLABEL"), ClassOf<TOrnLabel>());
-    const auto page = GetPaletteClasses("Orn Obj");
-    EXPECT_NE(std::find(page.begin(), page.end(), ClassOf<TOrnLabel>()), page.end());
-}
-
 // ---------------------------------------------------------------------------------------------
 // The caption in the bitmap
 
@@ -96,15 +89,6 @@ TEST(TOrnLabelInit, TextPixelsTakeTheFontAlphaAndTheBackgroundTheColourAlpha) {
     EXPECT_GT(background, text);
     // Outside the text cell the background is one step off the (white) label colour.
     EXPECT_EQ(canvas.Pixels(texture.Bitmap()->Width() - 1, texture.Bitmap()->Height() - 1), TColor(0xFFFFFE));
-}
-
-TEST(TOrnLabelInit, ABlackLabelPaintsItsBackgroundWithColourValueOne) {
-    Form f;
-    f.label->Color()->SetColor(clBlack);
-    f.label->Init();
-    const TOrnTexture& texture = *f.label->LabelTexture();
-    EXPECT_EQ(texture.Bitmap()->Canvas().Pixels(63, 15), TColor(1));
-    EXPECT_EQ(AlphaAt(texture, 63, 15), 0); // invisible: the colour's alpha is 0
 }
 
 TEST(TOrnLabelInit, TheBitmapIsThePowerOfTwoAboveTheTextExtent) {
@@ -152,18 +136,6 @@ TEST(TOrnLabelInit, DesignStateDrawsNothing) {
 
 // ---------------------------------------------------------------------------------------------
 // Size
-
-TEST(TOrnLabelSize, TextWidthAndHeightGrowWithTheFontSize) {
-    Form f;
-    int lastWidth = 0, lastHeight = 0;
-    for (int points : {6, 8, 12, 24, 48}) {
-        f.label->Font()->SetSize(points);
-        EXPECT_GT(f.label->Width(), lastWidth) << points;
-        EXPECT_GT(f.label->Height(), lastHeight) << points;
-        lastWidth = f.label->Width();
-        lastHeight = f.label->Height();
-    }
-}
 
 TEST(TOrnLabelSize, AChangedFontResetsWidthAndHeightToTheTextExtent) {
     Form f;
@@ -221,55 +193,4 @@ TEST(TOrnLabelSize, ALabelWhoseTextureIsGoneStaysQuiet) {
     f.label->SetSize(0, 20);
     f.label->Init();
     EXPECT_FALSE(f.label->Initialized());
-}
-
-// ---------------------------------------------------------------------------------------------
-// Scene file
-
-TEST(TOrnLabelExchange, KeysRoundTripWithTheSavedSize) {
-    Form f;
-    f.label->SetCaption("Peak <1>");
-    f.label->SetShiftX(10);
-    f.label->SetShiftY(-3);
-    f.label->SetTransparency(tmAddColor);
-    f.label->Font()->SetHeight(-20);
-    f.label->SetSize(0, 77);
-    TraceExchange out;
-    f.label->WriteValues(out);
-    const auto keys = out.KeyNames();
-    for (const char* key : {"Caption", "Width", "Height", "Transparency", "ShiftX", "ShiftY"})
-        EXPECT_NE(std::find(keys.begin(), keys.end(), key), keys.end()) << key;
-    EXPECT_NE(std::find(out.trace.begin(), out.trace.end(), "<Font"), out.trace.end());
-    EXPECT_NE(std::find(out.trace.begin(), out.trace.end(), "Transparency=tmAddColor"), out.trace.end());
-
-    Form g;
-    TraceExchange in;
-    in.trace = out.trace;
-    in.TakeTopLevelKeys();
-    g.label->ReadValues(in);
-    TraceExchange font;
-    font.keys = {{"Height", "-20"}};
-    EXPECT_EQ(g.label->ReadComp(font, "FONT"), g.label->Font());
-    EXPECT_EQ(g.label->Caption(), "Peak <1>");
-    EXPECT_EQ(g.label->ShiftX(), 10);
-    EXPECT_EQ(g.label->ShiftY(), -3);
-    EXPECT_EQ(g.label->Transparency(), tmAddColor);
-    EXPECT_EQ(g.label->Font()->Height(), -20);
-    EXPECT_EQ(g.label->Width(), 77);
-    EXPECT_EQ(g.label->Height(), f.label->Height());
-}
-
-TEST(TOrnLabelExchange, AssignCopiesCaptionFontShiftsAndSize) {
-    Form f;
-    Form g;
-    f.label->SetCaption("copy");
-    f.label->SetShiftX(4);
-    f.label->Font()->SetAlpha(0.5f);
-    f.label->SetSize(1, 30);
-    g.label->Assign(f.label);
-    EXPECT_EQ(g.label->Caption(), "copy");
-    EXPECT_EQ(g.label->ShiftX(), 4);
-    EXPECT_EQ(g.label->Font()->Alpha(), 0.5f);
-    EXPECT_EQ(g.label->Height(), 30);
-    EXPECT_EQ(g.label->Width(), f.label->Width());
 }

@@ -1,10 +1,13 @@
 #include "geometry/GeometryTestSupport.h"
+#include "support/MemoryExchange.h"
 
 #include <orn/host/EOrnError.h>
 #include <orn/objects/TOrnPointSet.h>
-#include <orn/scene/TOrnRegistry.h>
 
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <sys/stat.h>
 
 #include <cmath>
 #include <cstdio>
@@ -46,15 +49,6 @@ struct TempDir {
     ~TempDir() { std::filesystem::remove_all(path); }
 };
 
-/// An exchange that keeps referenced files in a folder.
-struct FolderExchange : orn::test::TraceExchange {
-    std::filesystem::path folder;
-    std::string GetFileName(const std::string& ext) override { return "data1." + ext; }
-    std::string FilePath(const std::string& name) override {
-        return name.find('/') == std::string::npos ? (folder / name).string() : std::string();
-    }
-};
-
 } // namespace
 
 // --- reading ---------------------------------------------------------------------------------
@@ -79,6 +73,20 @@ TEST_F(PointSetFixture, NumberFormsThatAreAccepted) {
     EXPECT_EQ(set->Values(), (std::vector<double>{1.5, -2000, 0.25, 7, 100}));
     EXPECT_NE(ReadError("0x1\n").find("'0x1' is not a number"), std::string::npos);
     EXPECT_NE(ReadError("+-1\n").find("'+-1' is not a number"), std::string::npos);
+}
+
+TEST_F(PointSetFixture, LineEndsByteOrderMarkAndTinyNumbersOfOtherTools) {
+    for (const char* text : {"1 2\r3 4\r", "1 2\r\n3 4\r\n",
+                             "\xEF\xBB\xBF"
+                             "1 2\n\n3 4"}) {
+        set->ReadFromText(text, "n.txt");
+        EXPECT_EQ(set->Values(), (std::vector<double>{1, 2, 3, 4})) << text;
+        EXPECT_EQ(set->Rows(), 2);
+    }
+    set->ReadFromText("1e-400 -1e-400 5e-324\n", "n.txt");
+    EXPECT_EQ(set->Values(), (std::vector<double>{0, 0, 5e-324}));
+    EXPECT_TRUE(std::signbit(set->Values()[1]));
+    EXPECT_NE(ReadError("1 2\r1e400 3\r").find("line 2: '1e400' is out of range"), std::string::npos);
 }
 
 TEST_F(PointSetFixture, XYZLinesFillTheGridRowByRow) {
@@ -169,6 +177,15 @@ TEST_F(PointSetFixture, MissingFileIsRefusedWithItsName) {
         FAIL() << "no error";
     } catch (const EOrnError& e) {
         EXPECT_NE(std::string(e.what()).find("it is a folder"), std::string::npos) << e.what();
+    }
+    // Opening a FIFO would wait for a writer for ever.
+    const std::string fifo = (dir.path / "heights.txt").string();
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    try {
+        set->LoadFromFile(fifo);
+        FAIL() << "no error";
+    } catch (const EOrnError& e) {
+        EXPECT_NE(std::string(e.what()).find("not a regular file"), std::string::npos) << e.what();
     }
 }
 
@@ -262,16 +279,16 @@ TEST_F(PointSetFixture, SceneKeepsTheDataBesideItAndReadsItBack) {
     set->SetHeightScale(3);
     set->SetColorByHeight(true);
     set->SetColorRamp({clWhite, clBlack});
-    FolderExchange ex;
-    ex.folder = dir.path;
-    set->WriteValues(ex);
-    ASSERT_TRUE(std::filesystem::exists(dir.path / "data1.xyz"));
-    ex.TakeTopLevelKeys();
-    EXPECT_EQ(ex.keys["FileName"], "data1.xyz");
-    EXPECT_EQ(ex.keys["Format"], "XYZ");
+    test::MemoryExchange ex;
+    ex.folder = dir.path.string();
+    ex.Save(*set);
+    const std::string file = *ex.root.Find("FileName");
+    EXPECT_EQ(std::filesystem::path(file).extension(), ".xyz");
+    ASSERT_TRUE(std::filesystem::exists(dir.path / file));
+    EXPECT_EQ(*ex.root.Find("Format"), "XYZ");
 
     auto* other = new TOrnPointSet(&form);
-    other->ReadValues(ex);
+    ex.Load(*other);
     EXPECT_EQ(other->Format(), pfXYZ);
     EXPECT_EQ(other->Columns(), 2);
     EXPECT_EQ(other->Rows(), 2);
@@ -282,12 +299,10 @@ TEST_F(PointSetFixture, SceneKeepsTheDataBesideItAndReadsItBack) {
 }
 
 TEST_F(PointSetFixture, SceneReferenceLeadingOutsideItsFolderIsIgnored) {
-    FolderExchange ex;
-    ex.keys["FileName"] = "../../etc/passwd";
-    set->ReadValues(ex);
+    TempDir dir;
+    test::MemoryExchange ex;
+    ex.folder = dir.path.string();
+    ex.Set("FileName", "../../etc/passwd");
+    ex.Load(*set);
     EXPECT_TRUE(set->Values().empty());
-}
-
-TEST(PointSetRegistry, IsARenderClass) {
-    EXPECT_NE(GetRenderClass("TOrnPointSet"), nullptr);
 }

@@ -2,9 +2,9 @@
 #include <orn/scene/TOrnRegistry.h>
 #include <orn/state/TOrnAttributes.h>
 
-#include "state/MemoryExchange.h"
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
+#include "support/MemoryExchange.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
@@ -43,38 +43,6 @@ protected:
 
 } // namespace
 
-TEST(TOrnAttributes, ConstructorValuesKeepTheOddities) {
-    TOrnAttributes a(nullptr);
-    EXPECT_FALSE(a.Antialiasing());
-    EXPECT_EQ(a.ColorAmbient()->Color(), 0x333333);
-    EXPECT_EQ(a.ColorAmbient()->Alpha(), 1.0f);
-    EXPECT_EQ(a.CullFace(), cfNone);
-    EXPECT_FALSE(a.Dithering());
-    EXPECT_FALSE(a.Lighting());
-    EXPECT_EQ(a.PolygonMode(), pmFill);
-    EXPECT_EQ(a.PerspectiveCorrection(), quDontCare);
-    EXPECT_EQ(a.ShadeModel(), smSmooth);
-    EXPECT_EQ(a.Transparency(), tmNone);
-    EXPECT_EQ(a.LineStipple(), lsSolid);
-    EXPECT_EQ(a.StippleShift, 0);
-    EXPECT_EQ(a.StippleFactor, 1);
-    EXPECT_EQ(a.PointSize(), 1.0f);
-    EXPECT_EQ(a.LineWidth(), 0.0f);
-}
-
-TEST(TOrnAttributes, SettersNotifyOnlyOnRealChange) {
-    TOrnAttributes a(nullptr);
-    int changes = 0;
-    a.OnChange = [&](TObject*) { ++changes; };
-    a.SetLighting(true);
-    a.SetLighting(true);
-    a.SetCullFace(cfBack);
-    a.SetCullFace(cfBack);
-    a.SetPointSize(1.0f);
-    a.SetLineWidth(2.0f);
-    EXPECT_EQ(changes, 3);
-}
-
 TEST(TOrnAttributes, AmbientColourNotifiesThroughItsSetterOnly) {
     TOrnAttributes a(nullptr);
     int changes = 0;
@@ -91,42 +59,6 @@ TEST(TOrnAttributes, AmbientColourNotifiesThroughItsSetterOnly) {
     blue.SetColor(clGreen); // the source did not take over the owned colour
     EXPECT_EQ(a.ColorAmbient()->Color(), clBlue);
     EXPECT_EQ(changes, 2);
-}
-
-TEST(TOrnAttributes, AssignLeavesDitheringCorrectionStippleAndSizes) {
-    TOrnAttributes src(nullptr), dst(nullptr);
-    src.SetAntialiasing(true);
-    src.ColorAmbient()->SetColor(clRed);
-    src.SetCullFace(cfFront);
-    src.SetDithering(true);
-    src.SetLighting(true);
-    src.SetLightTwoSide(true);
-    src.SetPolygonMode(pmLine);
-    src.SetPerspectiveCorrection(quNicest);
-    src.SetShadeModel(smFlat);
-    src.SetTransparency(tmAddColor);
-    src.SetLineStipple(lsDot);
-    src.StippleShift = 3;
-    src.StippleFactor = 2;
-    src.SetPointSize(5);
-    src.SetLineWidth(4);
-    dst.Assign(&src);
-    EXPECT_TRUE(dst.Antialiasing());
-    EXPECT_EQ(dst.ColorAmbient()->Color(), clRed);
-    EXPECT_EQ(dst.CullFace(), cfFront);
-    EXPECT_TRUE(dst.Lighting());
-    EXPECT_TRUE(dst.LightTwoSide());
-    EXPECT_EQ(dst.PolygonMode(), pmLine);
-    EXPECT_EQ(dst.ShadeModel(), smFlat);
-    EXPECT_EQ(dst.Transparency(), tmAddColor);
-    EXPECT_EQ(dst.LineStipple(), lsDot);
-    // Not copied, on purpose.
-    EXPECT_FALSE(dst.Dithering());
-    EXPECT_EQ(dst.PerspectiveCorrection(), quDontCare);
-    EXPECT_EQ(dst.StippleShift, 0);
-    EXPECT_EQ(dst.StippleFactor, 1);
-    EXPECT_EQ(dst.PointSize(), 1.0f);
-    EXPECT_EQ(dst.LineWidth(), 0.0f);
 }
 
 TEST(TOrnAttributes, DestroyingTheLastRenderedForgetsIt) {
@@ -152,50 +84,6 @@ TEST(TOrnAttributes, ObjectForgetsDestroyedAttributes) {
     EXPECT_EQ(object->Attributes(), nullptr);
 }
 
-TEST(TOrnAttributes, ExchangeKeysInOrderAndBack) {
-    TOrnAttributes src(nullptr);
-    src.SetName("Look");
-    src.SetAntialiasing(true);
-    src.SetCullFace(cfBack);
-    src.SetDithering(true);
-    src.SetLightTwoSide(true);
-    src.SetLineStipple(lsDashDot);
-    src.SetLineWidth(2.5f);
-    src.SetPerspectiveCorrection(quFastest);
-    src.SetPointSize(3);
-    src.SetPolygonMode(pmPoint);
-    src.SetShadeModel(smFlat);
-    src.SetTransparency(tmSubColor);
-    src.ColorAmbient()->SetColor(0x102030);
-    orn::test::MemoryExchange ex;
-    ex.Save(src);
-    EXPECT_EQ(ex.root.KeyNames(),
-              (std::vector<std::string>{"name", "Enabled", "Cached", "Antialiasing", "CullFace", "Dithering",
-                                        "Lighting", "LightTwoSide", "LineStipple", "LineWidth",
-                                        "PerspectiveCorrection", "PointSize", "PolygonMode", "ShadeModel",
-                                        "Transparency"}));
-    EXPECT_EQ(ex.root.ChildTags(), (std::vector<std::string>{"Transformation", "ColorAmbient"}));
-    EXPECT_EQ(*ex.root.Find("CullFace"), "cfBack");
-    EXPECT_EQ(*ex.root.Find("LineStipple"), "lsDashDot");
-
-    TOrnAttributes dst(nullptr);
-    ex.Load(dst);
-    EXPECT_EQ(dst.Name(), "Look");
-    EXPECT_TRUE(dst.Antialiasing());
-    EXPECT_EQ(dst.CullFace(), cfBack);
-    EXPECT_TRUE(dst.Dithering());
-    EXPECT_FALSE(dst.Lighting());
-    EXPECT_TRUE(dst.LightTwoSide());
-    EXPECT_EQ(dst.LineStipple(), lsDashDot);
-    EXPECT_EQ(dst.LineWidth(), 2.5f);
-    EXPECT_EQ(dst.PerspectiveCorrection(), quFastest);
-    EXPECT_EQ(dst.PointSize(), 3.0f);
-    EXPECT_EQ(dst.PolygonMode(), pmPoint);
-    EXPECT_EQ(dst.ShadeModel(), smFlat);
-    EXPECT_EQ(dst.Transparency(), tmSubColor);
-    EXPECT_EQ(dst.ColorAmbient()->Color(), 0x102030);
-}
-
 TEST(TOrnAttributes, UnknownEnumerationNameKeepsTheValue) {
     TOrnAttributes a(nullptr);
     a.SetCullFace(cfFront);
@@ -206,30 +94,6 @@ TEST(TOrnAttributes, UnknownEnumerationNameKeepsTheValue) {
     b.SetCullFace(cfBack);
     ex.Load(b);
     EXPECT_EQ(b.CullFace(), cfBack);
-}
-
-TEST(TOrnStateRegistry, StateClassesAreRenderClassesOnThePageOrn) {
-    const auto page = GetPaletteClasses("Orn");
-    for (const char* name :
-         {"TOrnAttributes", "TOrnFog", "TOrnMaterial", "TOrnLight", "TOrnClip", "TOrnTexture"}) {
-        TComponentClass cls = GetRenderClass(name);
-        ASSERT_NE(cls, nullptr) << name;
-        EXPECT_NE(std::find(page.begin(), page.end(), cls), page.end()) << name;
-        std::unique_ptr<TComponent> made(cls->Create(nullptr));
-        EXPECT_STREQ(made->ClassName(), name);
-    }
-}
-
-TEST_F(AttributesGL, FreshComponentSendsTheWholeBlockInOrder) {
-    EXPECT_EQ(
-        RenderCalls(),
-        (Calls{"glPushMatrix()", "glDisable(GL_POINT_SMOOTH)", "glDisable(GL_LINE_SMOOTH)",
-               "glDisable(GL_POLYGON_SMOOTH)", "glLightModelfv(GL_LIGHT_MODEL_AMBIENT, {0.2, 0.2, 0.2, 1})",
-               "glDisable(GL_CULL_FACE)", "glDisable(GL_DITHER)", "glDisable(GL_LIGHTING)",
-               "glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, 0)", "glPolygonMode(GL_FRONT_AND_BACK, GL_FILL)",
-               "glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_DONT_CARE)", "glShadeModel(GL_SMOOTH)",
-               "glDisable(GL_BLEND)", "glDisable(GL_LINE_STIPPLE)", "glLineWidth(0)", "glPointSize(1)",
-               "glPopMatrix()"}));
 }
 
 TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
@@ -412,5 +276,35 @@ TEST_F(BlendPixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
         Quad(-0.5f, -0.5f, 1, 1);
         EXPECT_TRUE(orn::test::ColorNear(ReadPixel(32, 32), c.overlap, 2)) << kTransparencyModeNames[c.mode];
         EXPECT_TRUE(orn::test::ColorNear(ReadPixel(4, 4), {255, 0, 0, 255}, 1));
+    }
+}
+
+namespace {
+
+class CullPixels : public orn::test::GLTest {};
+
+} // namespace
+
+TEST_F(CullPixels, CullFaceHidesTheFacesItNames) {
+    struct Case {
+        TOrnCullFace cull;
+        bool frontShows;
+        bool backShows;
+    };
+    const Case cases[] = {{cfNone, true, true}, {cfBack, true, false}, {cfFront, false, true}};
+    TComponent form(nullptr);
+    TestView view(&form);
+    for (const Case& c : cases) {
+        NotifyFrameStart(false);
+        ClearTo(0, 0, 0);
+        TOrnAttributes attr(nullptr);
+        attr.SetCullFace(c.cull);
+        attr.Render(&view);
+        glDisable(GL_DEPTH_TEST);
+        glColor3f(1, 1, 1);
+        Quad(-1, -1, 0, 1); // counter-clockwise: the front face, on the left
+        Quad(1, -1, 0, 1);  // clockwise: the back face, on the right
+        EXPECT_EQ(ReadPixel(16, 32)[0] > 128, c.frontShows) << kCullFaceNames[c.cull];
+        EXPECT_EQ(ReadPixel(48, 32)[0] > 128, c.backShows) << kCullFaceNames[c.cull];
     }
 }

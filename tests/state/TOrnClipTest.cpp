@@ -1,6 +1,5 @@
 #include <orn/state/TOrnClip.h>
 
-#include "state/MemoryExchange.h"
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
 #include "support/TestView.h"
@@ -26,39 +25,6 @@ TEST(TOrnClip, FreshClipKeepsXPlusOneAndOutOfRangeIndicesAreSafe) {
     c.SetPlane(4, 9.0);
     c.SetPlane(-1, 9.0);
     EXPECT_EQ(c.GetPlane(3), 1.0);
-}
-
-TEST(TOrnClip, PlaneSettersDoNotNotify) {
-    TOrnClip c(nullptr);
-    int changes = 0;
-    c.OnChange = [&](TObject*) { ++changes; };
-    c.SetPlane(2, 0.5);
-    c.Setw(-3);
-    c.SetID(idClipPlane4);
-    EXPECT_EQ(c.z(), 0.5);
-    EXPECT_EQ(c.w(), -3.0);
-    EXPECT_EQ(changes, 0);
-}
-
-TEST(TOrnClip, ExchangeKeysInOrderAndBack) {
-    TOrnClip src(nullptr);
-    src.SetID(idClipPlane3);
-    src.Setx(0.25);
-    src.Sety(-1);
-    src.Setz(2);
-    src.Setw(0.125);
-    orn::test::MemoryExchange ex;
-    ex.Save(src);
-    EXPECT_EQ(ex.root.KeyNames(),
-              (std::vector<std::string>{"name", "Enabled", "Cached", "ID", "x", "y", "z", "w"}));
-    EXPECT_EQ(*ex.root.Find("ID"), "idClipPlane3");
-    TOrnClip dst(nullptr);
-    ex.Load(dst);
-    EXPECT_EQ(dst.ID(), idClipPlane3);
-    EXPECT_EQ(dst.x(), 0.25);
-    EXPECT_EQ(dst.y(), -1.0);
-    EXPECT_EQ(dst.z(), 2.0);
-    EXPECT_EQ(dst.w(), 0.125);
 }
 
 namespace {

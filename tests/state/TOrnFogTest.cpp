@@ -1,6 +1,5 @@
 #include <orn/state/TOrnFog.h>
 
-#include "state/MemoryExchange.h"
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
 #include "support/TestView.h"
@@ -25,86 +24,6 @@ protected:
 
 } // namespace
 
-TEST(TOrnFog, ConstructorValues) {
-    TOrnFog f(nullptr);
-    EXPECT_EQ(f.Mode(), fmExp);
-    EXPECT_EQ(f.Density(), 0.2f);
-    EXPECT_EQ(f.StartDepth(), 0.0f);
-    EXPECT_EQ(f.EndDepth(), 1.0f);
-    EXPECT_EQ(f.Color()->GetParams(), (std::array<float, 4>{0, 0, 0, 1}));
-    EXPECT_EQ(f.Quality(), quDontCare);
-}
-
-TEST(TOrnFog, AssignCopiesAllButQualityAndTakesTheChangeHandler) {
-    TOrnFog src(nullptr), dst(nullptr);
-    int srcChanges = 0, dstChanges = 0;
-    src.OnChange = [&](TObject*) { ++srcChanges; };
-    dst.OnChange = [&](TObject*) { ++dstChanges; };
-    src.SetMode(fmLinear);
-    src.SetDensity(0.7f);
-    src.SetStartDepth(2);
-    src.SetEndDepth(9);
-    src.Color()->SetColor(clRed);
-    src.SetQuality(quNicest);
-    srcChanges = 0;
-    dst.Assign(&src);
-    EXPECT_EQ(dst.Mode(), fmLinear);
-    EXPECT_EQ(dst.Density(), 0.7f);
-    EXPECT_EQ(dst.StartDepth(), 2.0f);
-    EXPECT_EQ(dst.EndDepth(), 9.0f);
-    EXPECT_EQ(dst.Color()->Color(), clRed);
-    EXPECT_EQ(dst.Quality(), quDontCare);
-    EXPECT_GE(srcChanges, 1) << "the assigned fog reports to the source's handler";
-    srcChanges = 0;
-    dst.SetDensity(0.1f);
-    EXPECT_EQ(srcChanges, 1);
-}
-
-TEST(TOrnFog, SettersNotifyOnChangeOnly) {
-    TOrnFog f(nullptr);
-    int changes = 0;
-    f.OnChange = [&](TObject*) { ++changes; };
-    f.SetMode(fmExp);
-    f.SetDensity(0.2f);
-    f.SetEndDepth(1.0f);
-    EXPECT_EQ(changes, 0);
-    f.SetStartDepth(0.5f);
-    f.SetQuality(quFastest);
-    EXPECT_EQ(changes, 2);
-}
-
-TEST(TOrnFog, ExchangeKeysInOrderAndBack) {
-    TOrnFog src(nullptr);
-    src.SetMode(fmExp2);
-    src.SetDensity(0.5f);
-    src.SetStartDepth(1);
-    src.SetEndDepth(7);
-    src.SetQuality(quNicest);
-    src.Color()->SetColor(0x00FF00);
-    orn::test::MemoryExchange ex;
-    ex.Save(src);
-    EXPECT_EQ(ex.root.KeyNames(), (std::vector<std::string>{"name", "Enabled", "Cached", "Density",
-                                                            "EndDepth", "Mode", "Quality", "StartDepth"}));
-    EXPECT_EQ(ex.root.ChildTags(), (std::vector<std::string>{"Transformation", "Color"}));
-    TOrnFog dst(nullptr);
-    ex.Load(dst);
-    EXPECT_EQ(dst.Mode(), fmExp2);
-    EXPECT_EQ(dst.Density(), 0.5f);
-    EXPECT_EQ(dst.StartDepth(), 1.0f);
-    EXPECT_EQ(dst.EndDepth(), 7.0f);
-    EXPECT_EQ(dst.Quality(), quNicest);
-    EXPECT_EQ(dst.Color()->Color(), 0x00FF00);
-}
-
-TEST_F(FogGL, RenderSendsEveryParameterWhateverTheMode) {
-    GLRecorder rec;
-    fog->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glPushMatrix()", "glEnable(GL_FOG)", "glFogi(GL_FOG_MODE, GL_EXP)",
-                                  "glFogf(GL_FOG_DENSITY, 0.2)", "glFogf(GL_FOG_START, 0)",
-                                  "glFogf(GL_FOG_END, 1)", "glFogfv(GL_FOG_COLOR, {0, 0, 0, 1})",
-                                  "glHint(GL_FOG_HINT, GL_DONT_CARE)", "glPopMatrix()"}));
-}
-
 TEST_F(FogGL, ModesAndQualitiesChooseTheirEnumerants) {
     const std::pair<TOrnFogMode, std::string> modes[] = {{fmLinear, "glFogi(GL_FOG_MODE, GL_LINEAR)"},
                                                          {fmExp, "glFogi(GL_FOG_MODE, GL_EXP)"},
@@ -123,6 +42,18 @@ TEST_F(FogGL, ModesAndQualitiesChooseTheirEnumerants) {
         fog->Render(view);
         EXPECT_EQ(rec.Filter({"glHint"}), (Calls{call}));
     }
+}
+
+TEST_F(FogGL, EachValueReachesItsOwnParameter) {
+    fog->SetDensity(0.5f);
+    fog->SetStartDepth(2);
+    fog->SetEndDepth(5);
+    fog->Color()->SetColor(clBlue);
+    GLRecorder rec;
+    fog->Render(view);
+    EXPECT_EQ(rec.Filter({"glFogf", "glFogfv"}),
+              (Calls{"glFogf(GL_FOG_DENSITY, 0.5)", "glFogf(GL_FOG_START, 2)", "glFogf(GL_FOG_END, 5)",
+                     "glFogfv(GL_FOG_COLOR, {0, 0, 1, 1})"}));
 }
 
 TEST_F(FogGL, SentEveryTimeAndSwitchedOffWhenDisabled) {

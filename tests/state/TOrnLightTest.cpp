@@ -2,7 +2,6 @@
 #include <orn/state/TOrnLight.h>
 #include <orn/state/TOrnMaterial.h>
 
-#include "state/MemoryExchange.h"
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
 #include "support/TestView.h"
@@ -18,18 +17,6 @@ using namespace orn;
 using orn::test::GLRecorder;
 using orn::test::TestView;
 using Calls = std::vector<std::string>;
-
-TEST(TOrnLight, ConstructorValues) {
-    TOrnLight l(nullptr);
-    EXPECT_EQ(l.ID(), idLight0);
-    EXPECT_EQ(l.GetLightID(), GLenum(GL_LIGHT0));
-    EXPECT_EQ(l.ColorAmbient()->GetParams(), (std::array<float, 4>{0, 0, 0, 1}));
-    EXPECT_EQ(l.ColorDiffuse()->GetParams(), (std::array<float, 4>{1, 1, 1, 1}));
-    EXPECT_EQ(l.ColorSpecular()->GetParams(), (std::array<float, 4>{1, 1, 1, 1}));
-    EXPECT_EQ(l.Kind(), lkPoint);
-    EXPECT_EQ(l.CutOff(), 180.0f);
-    EXPECT_EQ(l.Direction()->Z(), 1.0f);
-}
 
 TEST(TOrnLight, CutOffFollowsTheKind) {
     struct Case {
@@ -85,44 +72,6 @@ TEST(TOrnLight, OwnedValuesReportToTheLight) {
     EXPECT_EQ(changes, 4);
 }
 
-TEST(TOrnLight, AssignCopiesEverything) {
-    TOrnLight src(nullptr), dst(nullptr);
-    src.SetID(idLight6);
-    src.ColorAmbient()->SetColor(0x010203);
-    src.SetKind(lkSpot);
-    src.SetCutOff(33);
-    src.Direction()->SetValues(0, 1, 0);
-    dst.Assign(&src);
-    EXPECT_EQ(dst.ID(), idLight6);
-    EXPECT_EQ(dst.ColorAmbient()->Color(), 0x010203);
-    EXPECT_EQ(dst.Kind(), lkSpot);
-    EXPECT_EQ(dst.CutOff(), 33.0f);
-    EXPECT_EQ(dst.Direction()->Y(), 1.0f);
-}
-
-TEST(TOrnLight, ExchangeKeysAndASpotCutOffSurvive) {
-    TOrnLight src(nullptr);
-    src.SetID(idLight2);
-    src.SetKind(lkSpot);
-    src.SetCutOff(45);
-    src.Direction()->SetValues(0, -1, 0);
-    src.ColorDiffuse()->SetColor(0x112233);
-    orn::test::MemoryExchange ex;
-    ex.Save(src);
-    EXPECT_EQ(ex.root.KeyNames(),
-              (std::vector<std::string>{"name", "Enabled", "Cached", "CutOff", "ID", "Kind"}));
-    EXPECT_EQ(ex.root.ChildTags(),
-              (std::vector<std::string>{"Transformation", "Ambient", "Diffuse", "Specular", "Direction"}));
-    TOrnLight dst(nullptr);
-    ex.Load(dst);
-    EXPECT_EQ(dst.ID(), idLight2);
-    EXPECT_EQ(dst.Kind(), lkSpot);
-    EXPECT_EQ(dst.CutOff(), 45.0f);
-    EXPECT_EQ(dst.Direction()->Y(), -1.0f);
-    EXPECT_EQ(dst.Direction()->Z(), 0.0f);
-    EXPECT_EQ(dst.ColorDiffuse()->Color(), 0x112233);
-}
-
 namespace {
 
 class LightGL : public orn::test::GLTest {
@@ -133,19 +82,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(LightGL, PointLightSitsAtTheOriginOfItsFrame) {
-    light->SetID(idLight3);
-    light->Transformation()->Translation()->SetY(2);
-    GLRecorder rec;
-    light->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glPushMatrix()", "glTranslatef(0, 2, 0)", "glEnable(GL_LIGHT3)",
-                                  "glLightfv(GL_LIGHT3, GL_AMBIENT, {0, 0, 0, 1})",
-                                  "glLightfv(GL_LIGHT3, GL_DIFFUSE, {1, 1, 1, 1})",
-                                  "glLightfv(GL_LIGHT3, GL_SPECULAR, {1, 1, 1, 1})",
-                                  "glLightfv(GL_LIGHT3, GL_POSITION, {0, 0, 0, 1})",
-                                  "glLightf(GL_LIGHT3, GL_SPOT_CUTOFF, 180)", "glPopMatrix()"}));
-}
 
 TEST_F(LightGL, DirectionLightSendsItsDirectionAsPosition) {
     light->SetKind(lkDirection);

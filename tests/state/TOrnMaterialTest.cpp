@@ -1,7 +1,6 @@
 #include <orn/scene/TOrnObject.h>
 #include <orn/state/TOrnMaterial.h>
 
-#include "state/MemoryExchange.h"
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
 #include "support/TestView.h"
@@ -14,16 +13,6 @@ using namespace orn;
 using orn::test::GLRecorder;
 using orn::test::TestView;
 using Calls = std::vector<std::string>;
-
-TEST(TOrnMaterial, ConstructorValues) {
-    TOrnMaterial m(nullptr);
-    EXPECT_EQ(m.Face(), mfFrontBack);
-    EXPECT_EQ(m.ColorAmbient()->Color(), 0x333333);
-    EXPECT_EQ(m.ColorDiffuse()->Color(), 0xCCCCCC);
-    EXPECT_EQ(m.ColorSpecular()->GetParams(), (std::array<float, 4>{0, 0, 0, 1}));
-    EXPECT_EQ(m.ColorEmission()->GetParams(), (std::array<float, 4>{0, 0, 0, 1}));
-    EXPECT_EQ(m.Shininess(), 0);
-}
 
 TEST(TOrnMaterial, ShininessOutsideZeroTo128IsIgnored) {
     TOrnMaterial m(nullptr);
@@ -59,44 +48,6 @@ TEST(TOrnMaterial, ColoursReportToTheMaterialAndKeepDoingSoAfterBeingSet) {
     m.SetPartColor(2, nullptr);
     EXPECT_EQ(changes, 3);
     EXPECT_EQ(m.ColorAmbient()->Color(), 0x333333);
-}
-
-TEST(TOrnMaterial, AssignCopiesFaceColoursAndShininess) {
-    TOrnMaterial src(nullptr), dst(nullptr);
-    src.SetFace(mfBack);
-    src.ColorDiffuse()->SetColor(clBlue);
-    src.ColorDiffuse()->SetAlpha(0.25f);
-    src.SetShininess(90);
-    dst.Assign(&src);
-    EXPECT_EQ(dst.Face(), mfBack);
-    EXPECT_EQ(dst.ColorDiffuse()->Color(), clBlue);
-    EXPECT_EQ(dst.ColorDiffuse()->Alpha(), 0.25f);
-    EXPECT_EQ(dst.Shininess(), 90);
-}
-
-TEST(TOrnMaterial, ExchangeKeysAndColoursBack) {
-    TOrnMaterial src(nullptr);
-    src.SetFace(mfFront);
-    src.SetShininess(12);
-    src.ColorSpecular()->SetColor(0x0A0B0C);
-    orn::test::MemoryExchange ex;
-    ex.Save(src);
-    EXPECT_EQ(ex.root.KeyNames(),
-              (std::vector<std::string>{"name", "Enabled", "Cached", "Face", "Shininess"}));
-    EXPECT_EQ(ex.root.ChildTags(),
-              (std::vector<std::string>{"Transformation", "Ambient", "Diffuse", "Specular", "Emission"}));
-    TOrnMaterial dst(nullptr);
-    ex.Load(dst);
-    EXPECT_EQ(dst.Face(), mfFront);
-    EXPECT_EQ(dst.Shininess(), 12);
-    EXPECT_EQ(dst.ColorSpecular()->Color(), 0x0A0B0C);
-    EXPECT_EQ(dst.ColorDiffuse()->Color(), 0xCCCCCC);
-
-    ex.root.keys[4].second = "300"; // out of range in the file: ignored
-    TOrnMaterial third(nullptr);
-    third.SetShininess(7);
-    ex.Load(third);
-    EXPECT_EQ(third.Shininess(), 7);
 }
 
 TEST(TOrnMaterial, DestroyingTheLastRenderedForgetsItAndObjectsLetGo) {

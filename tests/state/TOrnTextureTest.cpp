@@ -2,9 +2,9 @@
 #include <orn/state/TOrnAttributes.h>
 #include <orn/state/TOrnTexture.h>
 
-#include "state/MemoryExchange.h"
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
+#include "support/MemoryExchange.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
@@ -47,16 +47,6 @@ TEST(TOrnTexture, ValidSizesArePowersOfTwo) {
         EXPECT_FALSE(TOrnTexture::IsValidSize(n)) << n;
 }
 
-TEST(TOrnTexture, ConstructorValues) {
-    TOrnTexture t(nullptr);
-    EXPECT_EQ(t.Alpha(), 1.0f);
-    EXPECT_EQ(t.Mode(), tmModulate);
-    EXPECT_EQ(t.TextureName(), 0u);
-    EXPECT_TRUE(t.Bitmap()->Empty());
-    EXPECT_TRUE(t.Pixels().empty());
-    EXPECT_FALSE(t.Valid());
-}
-
 TEST(TOrnTexture, PixelsAreRgbaRowsBottomUp) {
     TOrnTexture t(nullptr);
     FourColours(*t.Bitmap());
@@ -86,17 +76,6 @@ TEST(TOrnTexture, SidesThatAreNotPowersOfTwoBuildNoPixelsYet) {
     t.Bitmap()->SetSize(3, 4);
     EXPECT_FALSE(t.Valid());
     EXPECT_TRUE(t.Pixels().empty());
-}
-
-TEST(TOrnTexture, DesignStateBuildsNoPixels) {
-    TComponent form(nullptr);
-    form.SetDesigning(true);
-    auto* t = new TOrnTexture(&form);
-    FourColours(*t->Bitmap());
-    EXPECT_TRUE(t->Valid());
-    EXPECT_TRUE(t->Pixels().empty());
-    t->SetAlpha(0.5f);
-    EXPECT_TRUE(t->Pixels().empty());
 }
 
 TEST(TOrnTexture, MaskAlphaGivesTheMatchingColourTheLastArgument) {
@@ -135,15 +114,6 @@ TEST(TOrnTexture, ChangesStayInsideTheTexture) {
     t.SetAlpha(0.3f);
     t.Transformation()->Scale()->SetX(2);
     EXPECT_EQ(changes, 0);
-}
-
-TEST(TOrnTexture, AssignCopiesTheBitmap) {
-    TOrnTexture src(nullptr), dst(nullptr);
-    FourColours(*src.Bitmap());
-    dst.Assign(&src);
-    EXPECT_EQ(dst.Bitmap()->Width(), 2);
-    EXPECT_EQ(dst.Bitmap()->Pixel(1, 0), clLime);
-    EXPECT_EQ(dst.Pixels().size(), 16u);
 }
 
 TEST(TOrnTexture, ExchangeKeysAndTheBitmapFileBesideTheScene) {
@@ -209,30 +179,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(TextureGL, FirstRenderUploadsAndSetsEveryParameter) {
-    TOrnTexture* t = NewTexture();
-    GLRecorder rec;
-    t->Render(view);
-    const std::string name = std::to_string(t->TextureName());
-    ASSERT_NE(t->TextureName(), 0u);
-    EXPECT_EQ(
-        rec.Calls(),
-        (Calls{"glPushMatrix()", "glGenTextures(1, ptr)", "glEnable(GL_TEXTURE_2D)",
-               "glBindTexture(GL_TEXTURE_2D, " + name + ")",
-               "glTexImage2D(GL_TEXTURE_2D, 0, 4, 2, 2, 0, GL_RGBA, GL_UNSIGNED_BYTE, ptr)",
-               "glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE)",
-               "glTexEnviv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_COLOR, {0, 0, 0, 2147483647})",
-               "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST)",
-               "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST)",
-               "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_REPEAT)",
-               "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_REPEAT)", "glMatrixMode(GL_TEXTURE)",
-               "glLoadIdentity()", "glMatrixMode(GL_MODELVIEW)", "glPopMatrix()"}));
-    rec.Clear();
-    t->SetEnabled(false);
-    t->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glDisable(GL_TEXTURE_2D)"}));
-}
 
 TEST_F(TextureGL, ModesBlendColourAndTransformationReachGL) {
     TOrnTexture* t = NewTexture();
@@ -409,19 +355,6 @@ TEST_F(TextureGL, FiveTexturesEvictTheFirstWhichUploadsAgain) {
     EXPECT_NE(textures[2]->TextureName(), 0u);
 }
 
-TEST_F(TextureGL, RecentRenderProtectsFromEviction) {
-    std::vector<TOrnTexture*> textures;
-    for (int i = 0; i < 5; ++i)
-        textures.push_back(NewTexture());
-    for (int i = 0; i < 4; ++i)
-        textures[i]->Render(view);
-    NotifyFrameStart(false);
-    textures[0]->Render(view); // most recent now
-    textures[4]->Render(view);
-    EXPECT_NE(textures[0]->TextureName(), 0u);
-    EXPECT_EQ(textures[1]->TextureName(), 0u);
-}
-
 TEST_F(TextureGL, MaximumTextureCount) {
     std::vector<TOrnTexture*> textures;
     for (int i = 0; i < 4; ++i) {
@@ -461,6 +394,9 @@ TEST_F(TextureGL, EmptyBitmapIssuesNothingAndDesignStateUploadsNothing) {
     designForm.SetDesigning(true);
     auto* designed = new TOrnTexture(&designForm);
     FourColours(*designed->Bitmap());
+    designed->SetAlpha(0.5f);
+    EXPECT_TRUE(designed->Valid());
+    EXPECT_TRUE(designed->Pixels().empty()) << "no pixels are built at design time";
     rec.Clear();
     designed->Render(view);
     EXPECT_EQ(rec.Count("glTexImage2D"), 0u);
@@ -581,4 +517,45 @@ TEST_F(TexturePixels, TextureAlphaBlendsWithAlphaTransparency) {
     EXPECT_NEAR(c[0], 64, 2);
     EXPECT_NEAR(c[1], 64, 2);
     EXPECT_NEAR(c[2], 255, 2);
+}
+
+TEST_F(TexturePixels, ModesCombineTexelAndFragmentAsNamed) {
+    struct Case {
+        TOrnTexMode mode;
+        orn::test::Rgba colour;
+    };
+    // A white texel of alpha 0.5 over a blue fragment; the blend colour is green.
+    const Case cases[] = {
+        {tmModulate, {0, 0, 255, 128}},
+        {tmDecal, {128, 128, 255, 255}},
+        {tmBlend, {0, 255, 0, 128}},
+        {tmReplace, {255, 255, 255, 128}},
+    };
+    auto* t = new TOrnTexture(&form);
+    TBitmap white(1, 1);
+    white.SetPixel(0, 0, clWhite);
+    t->SetBitmap(&white);
+    t->SetAlpha(0.5f);
+    t->BlendColor()->SetColor(clLime);
+    for (const Case& c : cases) {
+        NotifyFrameStart(false);
+        ClearTo(0, 0, 0);
+        t->SetMode(c.mode);
+        t->Render(view);
+        glColor3f(0, 0, 1);
+        glBegin(GL_QUADS);
+        glTexCoord2f(0, 0);
+        glVertex2f(-1, -1);
+        glTexCoord2f(1, 0);
+        glVertex2f(1, -1);
+        glTexCoord2f(1, 1);
+        glVertex2f(1, 1);
+        glTexCoord2f(0, 1);
+        glVertex2f(-1, 1);
+        glEnd();
+        EXPECT_TRUE(orn::test::ColorNear(ReadPixel(32, 32), c.colour, 2))
+            << static_cast<int>(c.mode) << " gave " << int(ReadPixel(32, 32)[0]) << ","
+            << int(ReadPixel(32, 32)[1]) << "," << int(ReadPixel(32, 32)[2]) << ","
+            << int(ReadPixel(32, 32)[3]);
+    }
 }

@@ -12,14 +12,8 @@ ORN_GL(void, glTranslated, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, 
 ORN_GL(void, glRotatef, (GLfloat a, GLfloat x, GLfloat y, GLfloat z), (a, x, y, z), (a, x, y, z))
 ORN_GL(void, glRotated, (GLdouble a, GLdouble x, GLdouble y, GLdouble z), (a, x, y, z), (a, x, y, z))
 ORN_GL(void, glScalef, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
-ORN_GL(void, glScaled, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
 ORN_GL(void, glMultMatrixd, (const GLdouble* m), (m), (Vector(m, 16)))
-ORN_GL(void, glMultMatrixf, (const GLfloat* m), (m), (Vector(m, 16)))
-ORN_GL(void, glLoadMatrixd, (const GLdouble* m), (m), (Vector(m, 16)))
-ORN_GL(void, glLoadMatrixf, (const GLfloat* m), (m), (Vector(m, 16)))
 ORN_GL(void, glOrtho, (GLdouble l, GLdouble r, GLdouble b, GLdouble t, GLdouble n, GLdouble f),
-       (l, r, b, t, n, f), (l, r, b, t, n, f))
-ORN_GL(void, glFrustum, (GLdouble l, GLdouble r, GLdouble b, GLdouble t, GLdouble n, GLdouble f),
        (l, r, b, t, n, f), (l, r, b, t, n, f))
 ORN_GL(void, glViewport, (GLint x, GLint y, GLsizei w, GLsizei h), (x, y, w, h), (x, y, w, h))
 
@@ -55,24 +49,15 @@ ORN_GL(void, glDrawElements, (GLenum mode, GLsizei count, GLenum type, const GLv
        (mode, count, type, indices), (Prim{mode}, count, En{type}, indices))
 ORN_GL(void, glDrawArrays, (GLenum mode, GLint first, GLsizei count), (mode, first, count),
        (Prim{mode}, first, count))
-ORN_GL(void, glArrayElement, (GLint i), (i), (i))
-ORN_GL(void, glInterleavedArrays, (GLenum format, GLsizei stride, const GLvoid* p), (format, stride, p),
-       (En{format}, stride, p))
 
 // Immediate mode
 ORN_GL(void, glBegin, (GLenum mode), (mode), (Prim{mode}))
 ORN_GL(void, glEnd, (void), (), ())
 ORN_GL(void, glVertex2f, (GLfloat x, GLfloat y), (x, y), (x, y))
-ORN_GL(void, glVertex2d, (GLdouble x, GLdouble y), (x, y), (x, y))
 ORN_GL(void, glVertex3f, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
 ORN_GL(void, glVertex3d, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
-ORN_GL(void, glVertex2fv, (const GLfloat* v), (v), (Vector(v, 2)))
-ORN_GL(void, glVertex2dv, (const GLdouble* v), (v), (Vector(v, 2)))
 ORN_GL(void, glVertex3fv, (const GLfloat* v), (v), (Vector(v, 3)))
 ORN_GL(void, glVertex3dv, (const GLdouble* v), (v), (Vector(v, 3)))
-ORN_GL(void, glNormal3f, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
-ORN_GL(void, glNormal3d, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
-ORN_GL(void, glNormal3fv, (const GLfloat* v), (v), (Vector(v, 3)))
 ORN_GL(void, glColor3f, (GLfloat r, GLfloat g, GLfloat b), (r, g, b), (r, g, b))
 ORN_GL(void, glColor4f, (GLfloat r, GLfloat g, GLfloat b, GLfloat a), (r, g, b, a), (r, g, b, a))
 ORN_GL(void, glColor3ub, (GLubyte r, GLubyte g, GLubyte b), (r, g, b), (r, g, b))
@@ -80,17 +65,12 @@ ORN_GL(void, glColor4ub, (GLubyte r, GLubyte g, GLubyte b, GLubyte a), (r, g, b,
 ORN_GL(void, glColor3fv, (const GLfloat* v), (v), (Vector(v, 3)))
 ORN_GL(void, glColor4fv, (const GLfloat* v), (v), (Vector(v, 4)))
 ORN_GL(void, glTexCoord2f, (GLfloat s, GLfloat t), (s, t), (s, t))
-ORN_GL(void, glTexCoord2d, (GLdouble s, GLdouble t), (s, t), (s, t))
-ORN_GL(void, glTexCoord2fv, (const GLfloat* v), (v), (Vector(v, 2)))
 
 // Display lists
 ORN_GL(GLuint, glGenLists, (GLsizei range), (range), (range))
 ORN_GL(void, glNewList, (GLuint list, GLenum mode), (list, mode), (list, En{mode}))
 ORN_GL(void, glEndList, (void), (), ())
 ORN_GL(void, glCallList, (GLuint list), (list), (list))
-ORN_GL(void, glCallLists, (GLsizei n, GLenum type, const GLvoid* lists), (n, type, lists),
-       (n, En{type}, lists))
-ORN_GL(void, glListBase, (GLuint base), (base), (base))
 ORN_GL(void, glDeleteLists, (GLuint list, GLsizei range), (list, range), (list, range))
 ORN_GL(GLboolean, glIsList, (GLuint list), (list), (list))
 
@@ -98,27 +78,19 @@ ORN_GL(GLboolean, glIsList, (GLuint list), (list), (list))
 ORN_GL(void, glInitNames, (void), (), ())
 ORN_GL(void, glPushName, (GLuint name), (name), (name))
 ORN_GL(void, glPopName, (void), (), ())
-ORN_GL(void, glLoadName, (GLuint name), (name), (name))
 ORN_GL(GLint, glRenderMode, (GLenum mode), (mode), (En{mode}))
 ORN_GL(void, glSelectBuffer, (GLsizei size, GLuint* buffer), (size, buffer), (size, buffer))
 
 // Rasterisation state
 ORN_GL(void, glPolygonMode, (GLenum face, GLenum mode), (face, mode), (En{face}, En{mode}))
-ORN_GL(void, glPolygonOffset, (GLfloat factor, GLfloat units), (factor, units), (factor, units))
 ORN_GL(void, glCullFace, (GLenum mode), (mode), (En{mode}))
-ORN_GL(void, glFrontFace, (GLenum mode), (mode), (En{mode}))
 ORN_GL(void, glShadeModel, (GLenum mode), (mode), (En{mode}))
 ORN_GL(void, glBlendFunc, (GLenum s, GLenum d), (s, d), (Blend{s}, Blend{d}))
-ORN_GL(void, glAlphaFunc, (GLenum func, GLclampf ref), (func, ref), (En{func}, ref))
 ORN_GL(void, glDepthFunc, (GLenum func), (func), (En{func}))
 ORN_GL(void, glDepthMask, (GLboolean flag), (flag), (Bool{flag}))
 ORN_GL(void, glColorMask, (GLboolean r, GLboolean g, GLboolean b, GLboolean a), (r, g, b, a),
        (Bool{r}, Bool{g}, Bool{b}, Bool{a}))
-ORN_GL(void, glStencilFunc, (GLenum func, GLint ref, GLuint mask), (func, ref, mask), (En{func}, ref, mask))
-ORN_GL(void, glStencilOp, (GLenum fail, GLenum zfail, GLenum zpass), (fail, zfail, zpass),
-       (En{fail}, En{zfail}, En{zpass}))
 ORN_GL(void, glLineStipple, (GLint factor, GLushort pattern), (factor, pattern), (factor, pattern))
-ORN_GL(void, glPolygonStipple, (const GLubyte* mask), (mask), (mask))
 ORN_GL(void, glLineWidth, (GLfloat width), (width), (width))
 ORN_GL(void, glPointSize, (GLfloat size), (size), (size))
 ORN_GL(void, glHint, (GLenum target, GLenum mode), (target, mode), (En{target}, En{mode}))
@@ -131,12 +103,8 @@ ORN_GL(void, glFlush, (void), (), ())
 ORN_GL(void, glFinish, (void), (), ())
 
 // Lighting, material, fog, clip planes
-ORN_GL(void, glLightModelf, (GLenum pname, GLfloat param), (pname, param), (En{pname}, IEn{param}))
 ORN_GL(void, glLightModelfv, (GLenum pname, const GLfloat* p), (pname, p), (En{pname}, PVec(pname, p)))
 ORN_GL(void, glLightModeli, (GLenum pname, GLint param), (pname, param), (En{pname}, IEn{double(param)}))
-ORN_GL(void, glLightModeliv, (GLenum pname, const GLint* p), (pname, p), (En{pname}, PVec(pname, p)))
-ORN_GL(void, glMaterialf, (GLenum face, GLenum pname, GLfloat param), (face, pname, param),
-       (En{face}, En{pname}, param))
 ORN_GL(void, glMaterialfv, (GLenum face, GLenum pname, const GLfloat* p), (face, pname, p),
        (En{face}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glMateriali, (GLenum face, GLenum pname, GLint param), (face, pname, param),
@@ -146,16 +114,10 @@ ORN_GL(void, glLightf, (GLenum light, GLenum pname, GLfloat param), (light, pnam
        (En{light}, En{pname}, param))
 ORN_GL(void, glLightfv, (GLenum light, GLenum pname, const GLfloat* p), (light, pname, p),
        (En{light}, En{pname}, PVec(pname, p)))
-ORN_GL(void, glLighti, (GLenum light, GLenum pname, GLint param), (light, pname, param),
-       (En{light}, En{pname}, param))
-ORN_GL(void, glLightiv, (GLenum light, GLenum pname, const GLint* p), (light, pname, p),
-       (En{light}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glFogf, (GLenum pname, GLfloat param), (pname, param), (En{pname}, IEn{param}))
 ORN_GL(void, glFogfv, (GLenum pname, const GLfloat* p), (pname, p), (En{pname}, PVec(pname, p)))
 ORN_GL(void, glFogi, (GLenum pname, GLint param), (pname, param), (En{pname}, IEn{double(param)}))
-ORN_GL(void, glFogiv, (GLenum pname, const GLint* p), (pname, p), (En{pname}, PVec(pname, p)))
 ORN_GL(void, glClipPlane, (GLenum plane, const GLdouble* eq), (plane, eq), (En{plane}, Vector(eq, 4)))
-ORN_GL(void, glGetClipPlane, (GLenum plane, GLdouble* eq), (plane, eq), (En{plane}, eq))
 
 // Textures
 ORN_GL(void, glGenTextures, (GLsizei n, GLuint* textures), (n, textures), (n, textures))
@@ -166,51 +128,18 @@ ORN_GL(void, glTexImage2D,
         GLenum type, const GLvoid* pixels),
        (target, level, internal, w, h, border, format, type, pixels),
        (En{target}, level, IEn{double(internal)}, w, h, border, En{format}, En{type}, pixels))
-ORN_GL(void, glTexSubImage2D,
-       (GLenum target, GLint level, GLint x, GLint y, GLsizei w, GLsizei h, GLenum format, GLenum type,
-        const GLvoid* pixels),
-       (target, level, x, y, w, h, format, type, pixels),
-       (En{target}, level, x, y, w, h, En{format}, En{type}, pixels))
 ORN_GL(void, glTexParameteri, (GLenum target, GLenum pname, GLint param), (target, pname, param),
        (En{target}, En{pname}, IEn{double(param)}))
-ORN_GL(void, glTexParameterf, (GLenum target, GLenum pname, GLfloat param), (target, pname, param),
-       (En{target}, En{pname}, IEn{param}))
-ORN_GL(void, glTexParameterfv, (GLenum target, GLenum pname, const GLfloat* p), (target, pname, p),
-       (En{target}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glTexEnvi, (GLenum target, GLenum pname, GLint param), (target, pname, param),
        (En{target}, En{pname}, IEn{double(param)}))
-ORN_GL(void, glTexEnvf, (GLenum target, GLenum pname, GLfloat param), (target, pname, param),
-       (En{target}, En{pname}, IEn{param}))
 ORN_GL(void, glTexEnviv, (GLenum target, GLenum pname, const GLint* p), (target, pname, p),
        (En{target}, En{pname}, PVec(pname, p)))
-ORN_GL(void, glTexEnvfv, (GLenum target, GLenum pname, const GLfloat* p), (target, pname, p),
-       (En{target}, En{pname}, PVec(pname, p)))
-ORN_GL(void, glTexGeni, (GLenum coord, GLenum pname, GLint param), (coord, pname, param),
-       (En{coord}, En{pname}, IEn{double(param)}))
-ORN_GL(void, glTexGenfv, (GLenum coord, GLenum pname, const GLfloat* p), (coord, pname, p),
-       (En{coord}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glPixelStorei, (GLenum pname, GLint param), (pname, param), (En{pname}, param))
 ORN_GL(GLboolean, glIsTexture, (GLuint texture), (texture), (texture))
-ORN_GL(GLboolean, glAreTexturesResident, (GLsizei n, const GLuint* textures, GLboolean* resident),
-       (n, textures, resident), (n, Vector(textures, n), resident))
-ORN_GL(void, glPrioritizeTextures, (GLsizei n, const GLuint* textures, const GLclampf* priorities),
-       (n, textures, priorities), (n, Vector(textures, n), Vector(priorities, n)))
 
 // Pixels
 ORN_GL(void, glReadPixels, (GLint x, GLint y, GLsizei w, GLsizei h, GLenum format, GLenum type, GLvoid* p),
        (x, y, w, h, format, type, p), (x, y, w, h, En{format}, En{type}, p))
-ORN_GL(void, glDrawPixels, (GLsizei w, GLsizei h, GLenum format, GLenum type, const GLvoid* p),
-       (w, h, format, type, p), (w, h, En{format}, En{type}, p))
-ORN_GL(void, glRasterPos2f, (GLfloat x, GLfloat y), (x, y), (x, y))
-ORN_GL(void, glRasterPos2i, (GLint x, GLint y), (x, y), (x, y))
-ORN_GL(void, glRasterPos3f, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
-ORN_GL(void, glBitmap,
-       (GLsizei w, GLsizei h, GLfloat xorig, GLfloat yorig, GLfloat xmove, GLfloat ymove,
-        const GLubyte* bits),
-       (w, h, xorig, yorig, xmove, ymove, bits), (w, h, xorig, yorig, xmove, ymove, bits))
-ORN_GL(void, glPixelZoom, (GLfloat x, GLfloat y), (x, y), (x, y))
-ORN_GL(void, glReadBuffer, (GLenum mode), (mode), (En{mode}))
-ORN_GL(void, glDrawBuffer, (GLenum mode), (mode), (En{mode}))
 
 // GLU: matrices and projection
 ORN_GLU(void, gluPerspective, (GLdouble fovy, GLdouble aspect, GLdouble n, GLdouble f), (fovy, aspect, n, f),
@@ -237,11 +166,6 @@ ORN_GLU(GLint, gluScaleImage,
          GLenum typeOut, GLvoid* out),
         (format, wIn, hIn, typeIn, in, wOut, hOut, typeOut, out),
         (En{format}, wIn, hIn, En{typeIn}, in, wOut, hOut, En{typeOut}, out))
-ORN_GLU(GLint, gluBuild2DMipmaps,
-        (GLenum target, GLint internal, GLsizei w, GLsizei h, GLenum format, GLenum type, const void* data),
-        (target, internal, w, h, format, type, data),
-        (En{target}, IEn{double(internal)}, w, h, En{format}, En{type}, data))
-ORN_GLU(const GLubyte*, gluErrorString, (GLenum error), (error), (En{error}))
 
 // GLU: tessellation
 ORN_GLU(GLUtesselator*, gluNewTess, (void), (), ())
@@ -262,16 +186,6 @@ ORN_GLU(void, gluTessEndPolygon, (GLUtesselator * tess), (tess), (tess))
 // GLU: quadrics
 ORN_GLU(GLUquadric*, gluNewQuadric, (void), (), ())
 ORN_GLU(void, gluDeleteQuadric, (GLUquadric * quad), (quad), (quad))
-ORN_GLU(void, gluQuadricDrawStyle, (GLUquadric * quad, GLenum style), (quad, style), (quad, En{style}))
 ORN_GLU(void, gluQuadricNormals, (GLUquadric * quad, GLenum normals), (quad, normals), (quad, En{normals}))
-ORN_GLU(void, gluQuadricOrientation, (GLUquadric * quad, GLenum orientation), (quad, orientation),
-        (quad, En{orientation}))
-ORN_GLU(void, gluQuadricTexture, (GLUquadric * quad, GLboolean texture), (quad, texture),
-        (quad, Bool{texture}))
 ORN_GLU(void, gluSphere, (GLUquadric * quad, GLdouble radius, GLint slices, GLint stacks),
         (quad, radius, slices, stacks), (quad, radius, slices, stacks))
-ORN_GLU(void, gluCylinder,
-        (GLUquadric * quad, GLdouble base, GLdouble top, GLdouble height, GLint slices, GLint stacks),
-        (quad, base, top, height, slices, stacks), (quad, base, top, height, slices, stacks))
-ORN_GLU(void, gluDisk, (GLUquadric * quad, GLdouble inner, GLdouble outer, GLint slices, GLint loops),
-        (quad, inner, outer, slices, loops), (quad, inner, outer, slices, loops))

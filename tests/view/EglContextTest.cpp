@@ -152,12 +152,6 @@ TEST(EglErrorName, NamesKnownCodesAndHexesUnknownOnes) {
 
 using GLTestFixture = GLTest;
 
-TEST_F(GLTestFixture, ClearToAndReadPixelAgree) {
-    ClearTo(0, 0, 1);
-    EXPECT_EQ(ReadPixel(0, 0), (orn::test::Rgba{0, 0, 255, 255}));
-    EXPECT_EQ(ReadImage().pixels.size(), 64u * 64u * 4u);
-}
-
 TEST_F(GLTestFixture, SetUpRestoresTheDefaultStateLeftDirty) {
     glEnable(GL_LIGHTING);
     glMatrixMode(GL_PROJECTION);
@@ -182,21 +176,6 @@ TEST_F(GLTestFixture, SetUpRestoresTheDefaultStateLeftDirty) {
     glGetDoublev(GL_PROJECTION_MATRIX, m);
     EXPECT_EQ(m[12], 0.0);
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-}
-
-class GLTestTopRow : public GLTest {
-protected:
-    GLTestTopRow() : GLTest(20, 10) {}
-};
-
-TEST_F(GLTestTopRow, ReadPixelTopCountsRowsFromTheTop) {
-    ClearTo(0, 0, 0);
-    glEnable(GL_SCISSOR_TEST);
-    glScissor(0, 9, 20, 1); // the top row in GL's bottom-up rows
-    ClearTo(1, 1, 1);
-    EXPECT_EQ(ReadPixelTop(3, 0), (orn::test::Rgba{255, 255, 255, 255}));
-    EXPECT_EQ(ReadPixel(3, 9), (orn::test::Rgba{255, 255, 255, 255}));
-    EXPECT_EQ(ReadPixel(3, 0), (orn::test::Rgba{0, 0, 0, 255}));
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
-#include "view/KeyExchange.h"
+#include "support/MemoryExchange.h"
 
 #include <GL/gl.h>
 #include <gtest/gtest.h>
@@ -14,36 +14,6 @@
 
 namespace orn {
 namespace {
-
-TEST(TOrnCameraDefaults, NewCameraStandsTwoUnitsBeforeTheOrigin) {
-    TOrnPerspectiveCamera p(nullptr);
-    EXPECT_FLOAT_EQ(p.ViewNear(), 0.1f);
-    EXPECT_FLOAT_EQ(p.ViewFar(), 10.0f);
-    EXPECT_FLOAT_EQ(p.ViewAngle(), 45.0f);
-    const TOrnTranslation* t = p.Transformation()->Translation();
-    EXPECT_EQ(t->AsMathVector(), (TOrnMathVector{0, 0, -2}));
-    ASSERT_NE(p.Matrix(), nullptr);
-
-    TOrnOrthographicCamera o(nullptr);
-    EXPECT_FLOAT_EQ(o.ViewWidth(), 2.0f);
-    EXPECT_FLOAT_EQ(o.ViewHeight(), 2.0f);
-    EXPECT_EQ(o.Transformation()->Translation()->AsMathVector(), (TOrnMathVector{0, 0, -2}));
-}
-
-TEST(TOrnCameraRegistration, BothCamerasAreOnTheOrnPage) {
-    const auto classes = GetPaletteClasses("Orn");
-    auto has = [&](const char* name) {
-        for (TComponentClass c : classes)
-            if (std::string(c->Name) == name) return true;
-        return false;
-    };
-    EXPECT_TRUE(has("TOrnPerspectiveCamera"));
-    EXPECT_TRUE(has("TOrnOrthographicCamera"));
-    TComponentClass cls = FindComponentClass("tornorthographiccamera");
-    ASSERT_NE(cls, nullptr);
-    std::unique_ptr<TComponent> made(cls->Create(nullptr));
-    EXPECT_NE(dynamic_cast<TOrnOrthographicCamera*>(made.get()), nullptr);
-}
 
 struct ChangeCounter {
     int count = 0;
@@ -104,78 +74,31 @@ TEST(TOrnCameraChange, TransformationChangesReachTheOwner) {
     EXPECT_EQ(changes.count, 1);
 }
 
-TEST(TOrnCameraAssign, CopiesTheValuesOfItsOwnClass) {
-    TOrnPerspectiveCamera src(nullptr);
-    src.SetViewFar(50.0f);
-    src.SetViewNear(2.0f);
-    src.SetViewAngle(60.0f);
-    src.Transformation()->Translation()->SetZ(-7.0f);
-
-    TOrnPerspectiveCamera p(nullptr);
-    p.Assign(&src);
-    EXPECT_FLOAT_EQ(p.ViewNear(), 2.0f);
-    EXPECT_FLOAT_EQ(p.ViewFar(), 50.0f);
-    EXPECT_FLOAT_EQ(p.ViewAngle(), 60.0f);
-    EXPECT_FLOAT_EQ(p.Transformation()->Translation()->Z(), -7.0f);
-
-    // Across the family only the common camera values travel.
-    TOrnOrthographicCamera o(nullptr);
-    o.SetViewWidth(4.0f);
-    o.Assign(&src);
-    EXPECT_FLOAT_EQ(o.ViewNear(), 2.0f);
-    EXPECT_FLOAT_EQ(o.ViewFar(), 50.0f);
-    EXPECT_FLOAT_EQ(o.ViewWidth(), 4.0f);
-
-    TOrnOrthographicCamera o2(nullptr);
-    o2.SetViewWidth(3.0f);
-    o2.SetViewHeight(1.0f);
-    TOrnOrthographicCamera o3(nullptr);
-    o3.Assign(&o2);
-    EXPECT_FLOAT_EQ(o3.ViewWidth(), 3.0f);
-    EXPECT_FLOAT_EQ(o3.ViewHeight(), 1.0f);
-
-    TOrnColor notACamera;
-    p.Assign(&notACamera);
-    EXPECT_FLOAT_EQ(p.ViewAngle(), 60.0f);
-}
-
-TEST(TOrnCameraExchange, KeysAreNamedAfterTheProperties) {
-    TOrnOrthographicCamera o(nullptr);
-    o.SetViewFar(20.0f);
-    o.SetViewHeight(3.0f);
-    test::KeyExchange ex;
-    o.WriteValues(ex);
-    EXPECT_EQ(ex.keys.at("ViewNear"), std::to_string(double(0.1f)));
-    EXPECT_EQ(ex.keys.at("ViewFar"), "20.000000");
-    EXPECT_EQ(ex.keys.at("ViewWidth"), "2.000000");
-    EXPECT_EQ(ex.keys.at("ViewHeight"), "3.000000");
-    EXPECT_EQ(ex.keys.at("Transformation.Translation.P"), "0.000000 0.000000 -2.000000");
-
-    TOrnPerspectiveCamera p(nullptr);
-    test::KeyExchange pex;
-    p.WriteValues(pex);
-    EXPECT_EQ(pex.keys.at("ViewAngle"), "45.000000");
-}
-
 TEST(TOrnCameraExchange, ReadingMovesBothPlanesWhateverTheOrder) {
     TOrnPerspectiveCamera p(nullptr);
-    test::KeyExchange ex;
+    test::MemoryExchange ex;
     // Both beyond the present far plane: near must wait for far.
-    ex.keys = {{"ViewNear", "20"}, {"ViewFar", "30"}, {"ViewAngle", "90"}};
-    p.ReadValues(ex);
+    ex.Set("ViewNear", "20");
+    ex.Set("ViewFar", "30");
+    ex.Set("ViewAngle", "90");
+    ex.Load(p);
     EXPECT_FLOAT_EQ(p.ViewNear(), 20.0f);
     EXPECT_FLOAT_EQ(p.ViewFar(), 30.0f);
     EXPECT_FLOAT_EQ(p.ViewAngle(), 90.0f);
 
-    ex.keys = {{"ViewNear", "0.5"}, {"ViewFar", "1"}, {"ViewAngle", "400"}};
-    p.ReadValues(ex);
+    ex.Set("ViewNear", "0.5");
+    ex.Set("ViewFar", "1");
+    ex.Set("ViewAngle", "400");
+    ex.Load(p);
     EXPECT_FLOAT_EQ(p.ViewNear(), 0.5f);
     EXPECT_FLOAT_EQ(p.ViewFar(), 1.0f);
     EXPECT_FLOAT_EQ(p.ViewAngle(), 90.0f); // out of range: kept
 
     TOrnOrthographicCamera o(nullptr);
-    ex.keys = {{"ViewWidth", "6"}, {"ViewHeight", "-1"}};
-    o.ReadValues(ex);
+    test::MemoryExchange ox;
+    ox.Set("ViewWidth", "6");
+    ox.Set("ViewHeight", "-1");
+    ox.Load(o);
     EXPECT_FLOAT_EQ(o.ViewWidth(), 6.0f);
     EXPECT_FLOAT_EQ(o.ViewHeight(), 2.0f);
 }

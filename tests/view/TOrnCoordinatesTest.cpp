@@ -2,7 +2,6 @@
 
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
-#include "view/KeyExchange.h"
 
 #include <gtest/gtest.h>
 
@@ -25,39 +24,6 @@ TEST(TOrnCoordinates, DefaultsAndRefusedLengths) {
     c.SetLength(2.5f);
     c.SetColorZ(clWhite);
     EXPECT_EQ(changes, 2);
-}
-
-TEST(TOrnCoordinates, AssignCopiesAllAndNotifiesOnce) {
-    TOrnCoordinates src;
-    src.SetVisible(false);
-    src.SetLength(3);
-    src.SetColorX(clYellow);
-    TOrnCoordinates dst;
-    int changes = 0;
-    dst.OnChange = [&](TObject*) { ++changes; };
-    dst.Assign(&src);
-    EXPECT_FALSE(dst.Visible());
-    EXPECT_FLOAT_EQ(dst.Length(), 3.0f);
-    EXPECT_EQ(dst.ColorX(), clYellow);
-    EXPECT_EQ(changes, 1);
-    EXPECT_TRUE(dst.OnChange); // keeps its own handler
-}
-
-TEST(TOrnCoordinates, KeysRoundTrip) {
-    TOrnCoordinates src;
-    src.SetLength(4);
-    src.SetColorY(clGray);
-    test::KeyExchange ex;
-    src.WriteValues(ex);
-    EXPECT_EQ(ex.keys.size(), 5u);
-    EXPECT_EQ(ex.keys.at("Visible"), "1");
-    TOrnCoordinates dst;
-    dst.ReadValues(ex);
-    EXPECT_FLOAT_EQ(dst.Length(), 4.0f);
-    EXPECT_EQ(dst.ColorY(), clGray);
-    ex.keys["Length"] = "-1";
-    dst.ReadValues(ex);
-    EXPECT_FLOAT_EQ(dst.Length(), 4.0f);
 }
 
 class TOrnCoordinatesRender : public test::GLTest {};

@@ -27,28 +27,6 @@ constexpr Rgba kBlack{0, 0, 0, 255};
 
 // --- Without a context
 
-TEST(TOrnViewDefaults, PublishedAndHiddenState) {
-    TOrnView v(nullptr);
-    EXPECT_FALSE(v.Active());
-    EXPECT_EQ(v.BackgroundColor(), clBlack);
-    ASSERT_NE(v.Coordinates(), nullptr);
-    EXPECT_EQ(v.Camera(), nullptr);
-    EXPECT_TRUE(v.DoubleBuffer());
-    EXPECT_EQ(v.SelectWidth(), 5);
-    EXPECT_EQ(v.SelectHeight(), 5);
-    EXPECT_EQ(v.Controller(), nullptr);
-    EXPECT_FALSE(v.OnRender);
-    EXPECT_EQ(v.Width(), 400);
-    EXPECT_EQ(v.Height(), 250);
-    EXPECT_EQ(v.BufferTypes(), (TOrnBufferTypes{btColor, btDepth}));
-    EXPECT_EQ(v.DrawValues(), (TOrnDrawValues{dvRed, dvBlue, dvGreen, dvAlpha, dvDepth}));
-    EXPECT_TRUE(v.DepthTest());
-    EXPECT_EQ(v.DrawMode(), dmWindow);
-    EXPECT_FALSE(v.OnNextID);
-    EXPECT_FALSE(v.CreateRGBPalette());
-    EXPECT_NE(FindComponentClass("TOrnView"), nullptr);
-}
-
 TEST(TOrnViewDefaults, SizesAndPickRegionAreClamped) {
     TOrnView v(nullptr);
     v.SetSelectWidth(0);

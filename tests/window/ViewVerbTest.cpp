@@ -249,9 +249,9 @@ TEST_F(ViewVerbFile, OpensTheFileFramedAndOrbitsZoomsAndFrames) {
     EXPECT_TRUE(WaitFor([&] { return Differences(framed, Picture()) < 50; }));
 }
 
-TEST_F(ViewVerbFile, PWritesAScreenshotAndSaysWhere) {
+TEST_F(ViewVerbFile, SWritesAScreenshotAndSaysWhere) {
     const size_t from = Output().size();
-    Key(XK_p);
+    Key(XK_s);
     ASSERT_TRUE(WaitFor([&] { return Output().find(".png\n", from) != std::string::npos; })) << Output();
     const std::string line = Output().substr(from);
     ASSERT_EQ(line.rfind("wrote /", 0), 0u) << line;

@@ -13,6 +13,9 @@ namespace orn {
 
 class TOrnCamera;
 class TOrnNode;
+namespace detail {
+class FileTransaction;
+}
 
 /// value as upper-case hexadecimal with at least digits digits (at most 16); a negative value is
 /// written as its 32-bit two's complement when it fits 32 bits.
@@ -31,13 +34,18 @@ using TOrnProgressEvent = std::function<void(double fraction)>;
 /// Values read from a file are taken only in the form the writer uses; a value of another form, a
 /// number out of range (integers beyond 64 bits, reals that are not finite or beyond single
 /// precision) counts as missing and the component keeps its present value. Unknown elements and
-/// keys are skipped. Elements nested deeper than MaxDepth are skipped.
+/// keys are skipped. Elements nested deeper than MaxDepth are skipped, and a save that would
+/// write them fails.
+///
+/// What a load had to leave out (a referenced file that is missing, unreadable or outside the
+/// scene's folder, an element a component refused, elements nested too deep, a file that ends
+/// early) is told in Warnings: the scene that did load is incomplete.
 class TOrnExchange : public TComponent, public TOrnCustomExchange {
     ORN_CLASS(TOrnExchange)
 public:
     /// The format version written into every file.
     static constexpr const char* FormatVersion = "1.0";
-    /// Elements below this depth (ORNGL is depth 1) are skipped on reading.
+    /// Elements below this depth (ORNGL is depth 1) are skipped on reading and refused on saving.
     static constexpr int MaxDepth = 128;
 
     explicit TOrnExchange(TComponent* owner);
@@ -69,10 +77,17 @@ public:
     /// Reports loads (as the input is read) and saves (per object written).
     TOrnProgressEvent OnProgress;
 
+    /// What the last load could not take, one message each (file, element or line, and why);
+    /// empty when it read everything.
+    const std::vector<std::string>& Warnings() const { return fWarnings; }
+
     /// Saves node (its keys, items and everything they hold) as fileName, which becomes FileName.
-    /// The text goes to a temporary file in the same folder that is then renamed over fileName, so
-    /// a failed save leaves the previous file as it was; the failure throws EOrnError naming the
-    /// file and the system's reason.
+    /// The scene and the files it refers to are one transaction: each is written under a temporary
+    /// name in its folder, and only when every write succeeded are they renamed over their real
+    /// names. A failed save leaves every previous file as it was and no temporary file behind; the
+    /// failure throws EOrnError naming the file and the system's reason. A fileName that is a
+    /// symbolic link has the file it points to replaced; a character device or a FIFO is written
+    /// through; anything else that is not a regular file is refused.
     void SaveToFile(TOrnNode& node, const std::string& fileName);
     /// The scene file text of node (referenced files are written beside FileName).
     std::string SaveToString(TOrnNode& node);
@@ -115,13 +130,16 @@ public:
 private:
     struct Load;
     friend struct Load;
+    /// One element as written, in document order.
     struct Element {
         std::string name;
-        std::string keys; // ` key="value"` each
-        std::string body; // child elements, indented
+        std::string keys;                     // ` key="value"` each
+        std::vector<std::uint32_t> keyStarts; // where each key's name starts in keys
+        int depth;
     };
 
-    std::string Render(TOrnNode& node);
+    std::string Render(TOrnNode& node, detail::FileTransaction& transaction);
+    void Warn(std::string message);
     void PutKey(const std::string& key, std::string_view text);
     void PutEscapedKey(const std::string& key, std::string_view value);
     void Progress(double fraction);
@@ -137,9 +155,11 @@ private:
     bool fCompact = false;
     TOrnCamera* fCamera = nullptr;
 
-    // Writing: the open elements, reused from save to save.
+    // Writing: every element written so far, and which of them are open.
     std::vector<Element> fElements;
+    std::vector<std::size_t> fOpen;
     int fDepth = 0;
+    detail::FileTransaction* fTransaction = nullptr;
     std::size_t fSteps = 0;
     std::size_t fTotalSteps = 0;
     double fLastProgress = -1.0;
@@ -147,6 +167,7 @@ private:
 
     // Reading: set while a load runs.
     Load* fLoad = nullptr;
+    std::vector<std::string> fWarnings;
 };
 
 } // namespace orn

@@ -204,11 +204,11 @@ public:
     bool IsRendering() const { return fRendering; }
 
     // --- Input: the view's events, then the controller; a controller's change repaints.
-    void KeyDown(std::uint16_t& key, TShiftState shift);
-    void MouseDown(TMouseButton button, TShiftState shift, int x, int y);
-    void MouseMove(TShiftState shift, int x, int y);
-    void MouseUp(TMouseButton button, TShiftState shift, int x, int y);
-    void MouseWheel(TShiftState shift, int wheelDelta, int x, int y);
+    virtual void KeyDown(std::uint16_t& key, TShiftState shift);
+    virtual void MouseDown(TMouseButton button, TShiftState shift, int x, int y);
+    virtual void MouseMove(TShiftState shift, int x, int y);
+    virtual void MouseUp(TMouseButton button, TShiftState shift, int x, int y);
+    virtual void MouseWheel(TShiftState shift, int wheelDelta, int x, int y);
 
     void Notification(TComponent* component, TOperation operation) override;
 

@@ -11,6 +11,7 @@
 
 namespace orn {
 
+class TBitmap;
 class TOrnView;
 
 /// Blending of canvas drawing; the ordinals are those of the attributes' transparency modes.
@@ -89,6 +90,9 @@ public:
     /// UTF-8 text with its cell's top-left corner at (x, y), anti-aliased in the font colour and
     /// blended over the scene whatever Transparency says (Alpha scales its opacity).
     void TextOut(int x, int y, const std::string& text);
+    /// The bitmap's pixels one to one with its top-left corner at (x, y), blended by Transparency
+    /// (a pf32bit bitmap's alpha counts there); the transformation does not apply.
+    void Draw(int x, int y, const TBitmap& bitmap);
 
 private:
     /// Sets up window-pixel drawing around (x, y); false (and nothing set up) when not rendering.

@@ -1,4 +1,5 @@
 #include "FileBytes.h"
+#include "FileTransaction.h"
 
 #include <orn/host/EOrnError.h>
 
@@ -7,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <sys/stat.h>
 
 namespace orn::detail {
 namespace {
@@ -22,10 +24,26 @@ using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 
 } // namespace
 
-std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName) {
+std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string_view magic,
+                                        std::uint64_t maxSize) {
     FilePtr f(std::fopen(fileName.c_str(), "rb"));
     if (!f) IoFail("open", fileName, errno);
+    struct stat st;
+    if (::fstat(::fileno(f.get()), &st) != 0) IoFail("read", fileName, errno);
+    if (!S_ISREG(st.st_mode))
+        throw EOrnError("Cannot read file \"" + fileName + "\": it is not a regular file");
+    if (static_cast<std::uint64_t>(st.st_size) > maxSize)
+        throw EOrnError("Cannot read file \"" + fileName + "\": its " + std::to_string(st.st_size) +
+                        " bytes are more than the " + std::to_string(maxSize) + " an image of it may have");
+    if (!magic.empty()) {
+        std::string start(magic.size(), '\0');
+        if (std::fread(start.data(), 1, start.size(), f.get()) != start.size() || start != magic)
+            throw EOrnError("Cannot read file \"" + fileName + "\": it does not start as a " +
+                            LowerExtension(fileName).substr(1) + " file does");
+        std::rewind(f.get());
+    }
     std::vector<std::uint8_t> bytes;
+    bytes.reserve(static_cast<std::size_t>(st.st_size));
     std::uint8_t chunk[65536];
     for (;;) {
         const std::size_t n = std::fread(chunk, 1, sizeof chunk, f.get());
@@ -37,10 +55,9 @@ std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName) {
 }
 
 void WriteFileBytes(const std::string& fileName, const std::vector<std::uint8_t>& bytes) {
-    FilePtr f(std::fopen(fileName.c_str(), "wb"));
-    if (!f) IoFail("create", fileName, errno);
-    if (std::fwrite(bytes.data(), 1, bytes.size(), f.get()) != bytes.size()) IoFail("write", fileName, errno);
-    if (std::fclose(f.release()) != 0) IoFail("write", fileName, errno);
+    FileTransaction transaction;
+    transaction.Write(fileName, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+    transaction.Commit();
 }
 
 std::string LowerExtension(const std::string& fileName) {

@@ -2,13 +2,17 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orn::detail {
 
-/// The whole content of a file; throws EOrnError with the file's name and the system's reason.
-std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName);
-/// Writes bytes to a file, replacing it; throws EOrnError with the file's name and the reason.
+/// The whole content of a regular file that starts with magic and holds at most maxSize bytes
+/// (both checked before anything is read); throws EOrnError with the file's name and the reason.
+std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string_view magic = {},
+                                        std::uint64_t maxSize = UINT64_MAX);
+/// Writes bytes as fileName, which is replaced only once they are all written (FileTransaction);
+/// throws EOrnError with the file's name and the reason.
 void WriteFileBytes(const std::string& fileName, const std::vector<std::uint8_t>& bytes);
 
 /// The lower-case extension of a file name with its dot (".bmp"), or "" when it has none.

@@ -9,6 +9,8 @@ namespace orn::detail {
 
 namespace {
 
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD"; // U+FFFD
+
 bool mustEscape(unsigned char c) {
     return c < 0x20 || c == 0x7F || c == '"' || c == '<' || c == '>' || c == '/' || c == '&';
 }
@@ -70,16 +72,65 @@ std::string_view trimSpaces(std::string_view s) {
 
 void AppendEscaped(std::string& out, std::string_view value) {
     std::size_t run = 0;
-    for (std::size_t i = 0; i < value.size(); ++i) {
+    for (std::size_t i = 0; i < value.size();) {
         const auto c = static_cast<unsigned char>(value[i]);
-        if (!mustEscape(c)) continue;
+        if (c >= 0x80) {
+            const std::size_t n = Utf8Length(value.substr(i));
+            if (n > 0) {
+                i += n;
+                continue;
+            }
+            // Not UTF-8, or a character no XML document may hold.
+            out.append(value.data() + run, i - run);
+            out += kReplacement;
+            run = ++i;
+            continue;
+        }
+        if (!mustEscape(c)) {
+            ++i;
+            continue;
+        }
         out.append(value.data() + run, i - run);
-        out += "&#";
-        AppendInt(out, c);
-        out += ';';
-        run = i + 1;
+        if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') {
+            out += kReplacement;
+        } else {
+            out += "&#";
+            AppendInt(out, c);
+            out += ';';
+        }
+        run = ++i;
     }
     out.append(value.data() + run, value.size() - run);
+}
+
+std::size_t Utf8Length(std::string_view text) {
+    if (text.empty()) return 0;
+    const auto b0 = static_cast<unsigned char>(text[0]);
+    std::size_t n;
+    std::uint32_t cp;
+    if (b0 < 0x80) return 1;
+    if (b0 >= 0xC2 && b0 <= 0xDF) {
+        n = 2;
+        cp = b0 & 0x1F;
+    } else if (b0 >= 0xE0 && b0 <= 0xEF) {
+        n = 3;
+        cp = b0 & 0x0F;
+    } else if (b0 >= 0xF0 && b0 <= 0xF4) {
+        n = 4;
+        cp = b0 & 0x07;
+    } else {
+        return 0;
+    }
+    if (text.size() < n) return 0;
+    for (std::size_t k = 1; k < n; ++k) {
+        const auto b = static_cast<unsigned char>(text[k]);
+        if ((b & 0xC0) != 0x80) return 0;
+        cp = (cp << 6) | (b & 0x3F);
+    }
+    static constexpr std::uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (cp < kLeast[n] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF) || cp == 0xFFFE || cp == 0xFFFF)
+        return 0;
+    return n;
 }
 
 void AppendDecoded(std::string& out, std::string_view text) {

@@ -9,9 +9,13 @@
 namespace orn::detail {
 
 /// Appends value with every character that the scene reader cannot carry inside a quoted key
-/// (quote, angle brackets, slash, ampersand, line breaks, other control characters) written as a
-/// decimal character reference.
+/// (quote, angle brackets, slash, ampersand, tab and line breaks) written as a decimal character
+/// reference. What no XML document can hold at all (other control characters, bytes that are not
+/// UTF-8, U+FFFE and U+FFFF) becomes U+FFFD, the replacement character.
 void AppendEscaped(std::string& out, std::string_view value);
+/// The length of the UTF-8 character at the start of text that an XML document may hold; 0 when
+/// text starts with something else (a stray byte, an overlong form, a surrogate, U+FFFE/U+FFFF).
+std::size_t Utf8Length(std::string_view text);
 /// Whether text holds a character reference to decode.
 inline bool NeedsDecoding(std::string_view text) {
     return text.find('&') != std::string_view::npos;

@@ -27,14 +27,16 @@ public:
         // One value per 2 bytes at most: reserving from the size keeps appends from reallocating often.
         fGrid.values.reserve(std::min<std::size_t>(fText.size() / 2 + 1, 1u << 20));
         std::int64_t line = 0, lastDataLine = 0;
-        std::size_t pos = 0;
+        // Editors may start the file with a byte-order mark.
+        std::size_t pos = fText.starts_with("\xEF\xBB\xBF") ? 3 : 0;
         while (pos < fText.size()) {
             ++line;
             const char* start = fText.data() + pos;
-            const void* nl = std::memchr(start, '\n', fText.size() - pos);
-            const std::size_t len =
-                nl ? static_cast<std::size_t>(static_cast<const char*>(nl) - start) : fText.size() - pos;
-            pos += len + 1;
+            // Lines end in LF, CR LF or a lone CR.
+            const std::size_t stop = fText.find_first_of("\r\n", pos);
+            const std::size_t len = (stop == std::string_view::npos ? fText.size() : stop) - pos;
+            pos += len;
+            if (pos < fText.size()) pos += fText.compare(pos, 2, "\r\n") == 0 ? 2 : 1;
             const std::size_t before = fGrid.values.size();
             if (!ParseLine(start, start + len, line, stride)) continue;
             lastDataLine = line;
@@ -73,8 +75,13 @@ private:
             const char* tokenStart = p;
             if (*p == '+' && p + 1 < end && *(p + 1) != '-') ++p; // from_chars takes no plus sign
             double v = 0;
-            const auto [next, ec] = std::from_chars(p, end, v, std::chars_format::general);
+            auto [next, ec] = std::from_chars(p, end, v, std::chars_format::general);
             const bool endsWell = next == end || isBlank(*next) || *next == ',' || *next == '#';
+            if (ec == std::errc::result_out_of_range && endsWell && Underflows(p, next)) {
+                // Too small for a double: as near to it as a double comes.
+                v = *p == '-' ? -0.0 : 0.0;
+                ec = std::errc();
+            }
             if (ec == std::errc::result_out_of_range && endsWell)
                 Fail(line, "'" + Token(tokenStart, end) + "' is out of range");
             if (ec != std::errc() || !endsWell)
@@ -94,6 +101,13 @@ private:
             }
             if (p == end || *p == '#') return true;
         }
+    }
+
+    /// Whether the number in [p, end) is out of range for being too small (its exponent is negative).
+    static bool Underflows(const char* p, const char* end) {
+        const std::string_view t(p, static_cast<std::size_t>(end - p));
+        const std::size_t e = t.find_first_of("eE");
+        return e != std::string_view::npos && e + 1 < t.size() && t[e + 1] == '-';
     }
 
     static std::string Token(const char* p, const char* end) {

@@ -3,7 +3,7 @@
 #include <orn/math/TOrnCustomExchange.h>
 
 #include <cstdio>
-#include <map>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <strings.h>
@@ -11,9 +11,10 @@
 
 namespace orn::test {
 
-/// A scene-file stand-in that keeps elements in memory: items write keys and child elements into
-/// it, and Load reads them back into another item the way the scene file does (keys, then each
-/// child through ReadComp). Keys are kept in the order written, values as text.
+/// The scene-file stand-in of every test: items write keys and child elements into it, and Load reads
+/// them back into another item the way the scene file does (keys, then each child through ReadComp).
+/// Keys are kept in the order written, values as text; a test edits them to play a damaged file, and
+/// text that is no number reads as the default, as the file reader does.
 class MemoryExchange : public TOrnCustomExchange {
 public:
     struct Element {
@@ -89,30 +90,41 @@ public:
 
     bool ReadBool(const std::string& key, bool def) override {
         const std::string* v = fCurrent->Find(key);
-        return v ? *v == "true" : def;
+        return v && (*v == "true" || *v == "false") ? *v == "true" : def;
     }
     std::int64_t ReadInt(const std::string& key, std::int64_t def) override {
         const std::string* v = fCurrent->Find(key);
-        return v ? std::stoll(*v) : def;
+        char* end = nullptr;
+        const long long r = v ? std::strtoll(v->c_str(), &end, 10) : 0;
+        return v && !v->empty() && *end == 0 ? r : def;
     }
     double ReadFloat(const std::string& key, double def) override {
         const std::string* v = fCurrent->Find(key);
-        return v ? std::stod(*v) : def;
+        char* end = nullptr;
+        const double r = v ? std::strtod(v->c_str(), &end) : 0;
+        return v && !v->empty() && *end == 0 ? r : def;
     }
     std::string ReadString(const std::string& key, const std::string& def) override {
         const std::string* v = fCurrent->Find(key);
         return v ? *v : def;
     }
     TColor ReadColor(const std::string& key, TColor def) override {
-        const std::string* v = fCurrent->Find(key);
-        return v ? static_cast<TColor>(std::stol(*v)) : def;
+        return static_cast<TColor>(ReadInt(key, def));
     }
     TOrnMathVector ReadVector(const std::string& key, const TOrnMathVector& def) override {
         const std::string* v = fCurrent->Find(key);
-        if (!v) return def;
         TOrnMathVector r{};
-        std::sscanf(v->c_str(), "%lf %lf %lf", &r.x, &r.y, &r.z);
-        return r;
+        return v && std::sscanf(v->c_str(), "%lf %lf %lf", &r.x, &r.y, &r.z) == 3 ? r : def;
+    }
+
+    /// Sets a key of the root element as a file would hold it, replacing an earlier one.
+    void Set(const std::string& key, const std::string& value) {
+        for (auto& [k, v] : root.keys)
+            if (strcasecmp(k.c_str(), key.c_str()) == 0) {
+                v = value;
+                return;
+            }
+        root.keys.emplace_back(key, value);
     }
 
     std::string GetFileName(const std::string& extension) override {

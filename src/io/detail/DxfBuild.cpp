@@ -1,0 +1,342 @@
+#include "io/detail/DxfBuild.h"
+
+#include "io/detail/DxfGeometry.h"
+
+#include <orn/geometry/TOrnCustomObj.h>
+#include <orn/scene/TOrnNode.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <set>
+
+namespace orn::detail::dxf {
+
+namespace {
+
+/// Blocks inside blocks deeper than this are cut, with a message.
+constexpr int kMaxNesting = 16;
+
+struct Box {
+    Vec lo{1e300, 1e300, 1e300}, hi{-1e300, -1e300, -1e300};
+    bool Valid() const { return lo.x <= hi.x; }
+    void Add(const Vec& p) {
+        lo = {std::min(lo.x, p.x), std::min(lo.y, p.y), std::min(lo.z, p.z)};
+        hi = {std::max(hi.x, p.x), std::max(hi.y, p.y), std::max(hi.z, p.z)};
+    }
+    void Add(const std::vector<double>& xyz) {
+        for (std::size_t i = 0; i + 2 < xyz.size(); i += 3)
+            Add(Vec{xyz[i], xyz[i + 1], xyz[i + 2]});
+    }
+    void Add(const Box& b, const Affine& m) {
+        if (!b.Valid()) return;
+        for (int c = 0; c < 8; ++c)
+            Add(Apply(m, {c & 1 ? b.hi.x : b.lo.x, c & 2 ? b.hi.y : b.lo.y, c & 4 ? b.hi.z : b.lo.z}));
+    }
+};
+
+/// The geometry of one object: its colour and the coordinates it draws, shared with its build event.
+struct ObjectData {
+    Batch batch;
+    Vec shift;
+};
+
+void Fill(TOrnCustomObj& obj, const ObjectData& d) {
+    TOrnPrimitivePoints& pool = *obj.Points();
+    const Batch& b = d.batch;
+    const std::size_t total = (b.points.size() + b.lines.size() + b.triangles.size()) / 3;
+    pool.SetSize(static_cast<int>(total));
+    const Vec up{0, 0, 1}, none{0, 0, 0};
+    auto list = [&](const std::vector<double>& xyz, GLenum type, bool faces) {
+        if (xyz.empty()) return;
+        TOrnPrimitiveArray& l = *obj.Primitive(obj.AddPrimitiveArray(type));
+        const int first = pool.Count();
+        const int n = static_cast<int>(xyz.size() / 3);
+        for (int i = 0; i < n; ++i) {
+            const Vec p{xyz[3 * i] - d.shift.x, xyz[3 * i + 1] - d.shift.y, xyz[3 * i + 2] - d.shift.z};
+            Vec normal = up;
+            if (faces) { // flat: the face's own normal on each of its corners
+                const int t = i - i % 3;
+                const Vec a{xyz[3 * t], xyz[3 * t + 1], xyz[3 * t + 2]};
+                const Vec e1 = Vec{xyz[3 * t + 3], xyz[3 * t + 4], xyz[3 * t + 5]} - a;
+                const Vec e2 = Vec{xyz[3 * t + 6], xyz[3 * t + 7], xyz[3 * t + 8]} - a;
+                normal = Normalized(Cross(e1, e2));
+                if (Length(normal) == 0) normal = up;
+            }
+            pool.Add(p, normal, none);
+        }
+        l.SetCount(n);
+        std::uint32_t* idx = l.Data();
+        for (int i = 0; i < n; ++i)
+            idx[i] = static_cast<std::uint32_t>(first + i);
+    };
+    list(b.points, GL_POINTS, false);
+    list(b.lines, GL_LINES, false);
+    list(b.triangles, GL_TRIANGLES, true);
+}
+
+class Builder {
+public:
+    Builder(const Model& model, TOrnDXFReport& report, TOrnNode& target)
+        : fModel(model), fReport(report), fOwner(target.Owner()), fTarget(target) {}
+
+    void Run(double scale) {
+        Box box;
+        for (const auto& [key, batch] : fModel.model.batches)
+            for (const auto* xyz : {&batch.points, &batch.lines, &batch.triangles})
+                box.Add(*xyz);
+        std::set<std::string> stack;
+        for (const InsertRef& ins : fModel.model.inserts)
+            if (const Block* b = Find(ins.block)) box.Add(BlockBox(*b, stack, 1), WithBase(ins.matrix, *b));
+        fReport.hasExtents = box.Valid();
+        if (box.Valid()) {
+            fReport.extMin = box.lo;
+            fReport.extMax = box.hi;
+            const Vec centre = (box.lo + box.hi) * 0.5;
+            // Single-precision GL coordinates lose millimetres beyond about 1e5 units from the origin.
+            if (std::max({std::fabs(centre.x), std::fabs(centre.y), std::fabs(centre.z)}) > 1e5) {
+                fReport.shifted = true;
+                fReport.shift = fShift = centre;
+            }
+        }
+        fReport.layers = static_cast<int>(fModel.layers.size());
+        fReport.blocks = static_cast<int>(fModel.blocks.size());
+
+        fDrawing = new TOrnNode(fOwner);
+        fTarget.Add(fDrawing);
+        TOrnTransformation& t = *fDrawing->Transformation();
+        t.SetOrder(toTraRotSca);
+        t.Scale()->SetValues(static_cast<float>(scale), static_cast<float>(scale), static_cast<float>(scale));
+        t.Translation()->SetValues(static_cast<float>(fShift.x * scale), static_cast<float>(fShift.y * scale),
+                                   static_cast<float>(fShift.z * scale));
+        fLayerNodes.assign(fModel.layers.size(), nullptr);
+        for (const auto& [key, batch] : fModel.model.batches)
+            AddObject(*LayerNode(key.first), key.second, batch, fShift);
+        for (const InsertRef& ins : fModel.model.inserts)
+            AddInsert(*LayerNode(ins.layer), ins, 0xFFFFFF, 0xFFFFFF, fShift, stack, 1);
+    }
+
+private:
+    const Block* Find(const std::string& name) {
+        auto it = fModel.blocks.find(name);
+        if (it != fModel.blocks.end()) return &it->second;
+        if (fMissing.insert(name).second)
+            Note(fReport, "INSERT of a block " + name + " that the drawing lacks");
+        return nullptr;
+    }
+
+    static Affine WithBase(const Affine& m, const Block& b) {
+        return Multiply(m, {1, 0, 0, -b.base.x, 0, 1, 0, -b.base.y, 0, 0, 1, -b.base.z});
+    }
+
+    /// Whether inserting b here would loop or nest too deep; reported once per block.
+    bool Refuse(const Block& b, const std::set<std::string>& stack, int depth) {
+        const std::string key = Upper(b.name);
+        if (stack.contains(key)) {
+            if (fLooping.insert(key).second)
+                Note(fReport,
+                     "line " + std::to_string(b.where) + ": block " + b.name +
+                         " inserts itself (directly or through other blocks); that insert is left out");
+            return true;
+        }
+        if (depth > kMaxNesting) {
+            if (fDeep.insert(key).second)
+                Note(fReport, "line " + std::to_string(b.where) + ": block " + b.name +
+                                  " nested deeper than " + std::to_string(kMaxNesting) +
+                                  " levels is left out there");
+            return true;
+        }
+        return false;
+    }
+
+    Box BlockBox(const Block& b, std::set<std::string>& stack, int depth) {
+        const std::string key = Upper(b.name);
+        if (auto it = fBoxes.find(key); it != fBoxes.end()) return it->second;
+        Box box;
+        if (Refuse(b, stack, depth)) return box;
+        stack.insert(key);
+        for (const auto& [k, batch] : b.space.batches)
+            for (const auto* xyz : {&batch.points, &batch.lines, &batch.triangles})
+                box.Add(*xyz);
+        for (const InsertRef& ins : b.space.inserts)
+            if (const Block* inner = Find(ins.block))
+                box.Add(BlockBox(*inner, stack, depth + 1), WithBase(ins.matrix, *inner));
+        stack.erase(key);
+        fBoxes[key] = box;
+        return box;
+    }
+
+    TOrnNode* LayerNode(int layer) {
+        TOrnNode*& node = fLayerNodes[static_cast<std::size_t>(layer)];
+        if (node) return node;
+        node = new TOrnNode(fOwner);
+        node->SetName(UniqueName(fModel.layers[static_cast<std::size_t>(layer)].name));
+        fDrawing->Add(node);
+        return node;
+    }
+
+    std::string UniqueName(const std::string& layer) {
+        std::string name;
+        for (char c : layer)
+            name += std::isalnum(static_cast<unsigned char>(c)) || c == '_' ? c : '_';
+        if (name.empty() || std::isdigit(static_cast<unsigned char>(name[0]))) name = "Layer_" + name;
+        std::string candidate = name;
+        for (int i = 2; (fOwner && fOwner->FindComponent(candidate)) || fNames.contains(Upper(candidate));
+             ++i)
+            candidate = name + "_" + std::to_string(i);
+        fNames.insert(Upper(candidate));
+        return candidate;
+    }
+
+    void AddObject(TOrnNode& parent, std::uint32_t rgb, const Batch& batch, const Vec& shift) {
+        if (batch.Empty()) return;
+        auto data = std::make_shared<ObjectData>(ObjectData{batch, shift});
+        fReport.points += static_cast<std::int64_t>(batch.points.size() / 3);
+        fReport.segments += static_cast<std::int64_t>(batch.lines.size() / 6);
+        fReport.triangles += static_cast<std::int64_t>(batch.triangles.size() / 9);
+        auto* obj = new TOrnCustomObj(fOwner);
+        obj->SetAutoCalcNormals(false);
+        // TColor keeps red in its low byte.
+        const TColor color = static_cast<TColor>((rgb >> 16 & 0xFF) | (rgb & 0xFF00) | (rgb & 0xFF) << 16);
+        obj->Color()->SetColor(color);
+        obj->OnConstruct = [data](TObject* sender) { Fill(*static_cast<TOrnCustomObj*>(sender), *data); };
+        parent.Add(obj);
+    }
+
+    static std::uint32_t Resolve(ColorKey key, std::uint32_t byBlock, std::uint32_t layer0) {
+        return key == kByBlock ? byBlock : key == kByLayer0 ? layer0 : key;
+    }
+
+    void AddInsert(TOrnNode& parent, const InsertRef& ins, std::uint32_t byBlock, std::uint32_t layer0,
+                   const Vec& shift, std::set<std::string>& stack, int depth) {
+        const Block* b = Find(ins.block);
+        if (!b) return;
+        const std::uint32_t color = Resolve(ins.color, byBlock, layer0);
+        const Layer& layer = fModel.layers[static_cast<std::size_t>(ins.layer)];
+        const std::uint32_t innerLayer0 = Upper(layer.name) == "0" ? layer0 : layer.rgb;
+        TOrnNode* block = BlockNode(*b, color, innerLayer0, stack, depth);
+        if (!block) return;
+        auto* node = new TOrnNode(fOwner);
+        Place(*node, WithBase(ins.matrix, *b), shift);
+        parent.Add(node);
+        node->AddIndirect(block);
+        ++fReport.inserts;
+    }
+
+    TOrnNode* BlockNode(const Block& b, std::uint32_t byBlock, std::uint32_t layer0,
+                        std::set<std::string>& stack, int depth) {
+        const std::string key = Upper(b.name);
+        const std::string variant = key + '\n' + std::to_string(byBlock) + '\n' + std::to_string(layer0);
+        // The loop check comes first: a variant being built is already in the map.
+        if (Refuse(b, stack, depth)) return nullptr;
+        if (auto it = fVariants.find(variant); it != fVariants.end()) return it->second;
+        if (!fBlocks) {
+            fBlocks = new TOrnNode(fOwner);
+            fBlocks->SetEnabled(false); // drawn only through the inserts that link to its items
+            fDrawing->Add(fBlocks);
+        }
+        auto* node = new TOrnNode(fOwner);
+        fBlocks->Add(node);
+        fVariants[variant] = node;
+        std::map<std::uint32_t, Batch> byColor;
+        for (const auto& [k, batch] : b.space.batches) {
+            Batch& into = byColor[Resolve(k.second, byBlock, layer0)];
+            into.points.insert(into.points.end(), batch.points.begin(), batch.points.end());
+            into.lines.insert(into.lines.end(), batch.lines.begin(), batch.lines.end());
+            into.triangles.insert(into.triangles.end(), batch.triangles.begin(), batch.triangles.end());
+        }
+        for (const auto& [rgb, batch] : byColor)
+            AddObject(*node, rgb, batch, {});
+        stack.insert(key);
+        for (const InsertRef& ins : b.space.inserts)
+            AddInsert(*node, ins, byBlock, layer0, {}, stack, depth + 1);
+        stack.erase(key);
+        return node;
+    }
+
+    /// The node's transformation from m: translation · rotation (x, y, z Euler angles) · scale.
+    static void Place(TOrnNode& node, const Affine& m, const Vec& shift) {
+        Vec col[3] = {{m[0], m[4], m[8]}, {m[1], m[5], m[9]}, {m[2], m[6], m[10]}};
+        double s[3];
+        for (int i = 0; i < 3; ++i) {
+            s[i] = Length(col[i]);
+            col[i] =
+                s[i] > 1e-300 ? col[i] * (1 / s[i]) : Vec{double(i == 0), double(i == 1), double(i == 2)};
+        }
+        const Vec c = Cross(col[0], col[1]);
+        if (c.x * col[2].x + c.y * col[2].y + c.z * col[2].z < 0) { // mirrored: a negative z scale
+            s[2] = -s[2];
+            col[2] = col[2] * -1;
+        }
+        // R = Rx(a)·Ry(b)·Rz(c), with R[row][column] = col[column].row.
+        const double r02 = std::clamp(col[2].x, -1.0, 1.0);
+        double a, bb, cc;
+        bb = std::asin(r02);
+        if (std::fabs(r02) < 1 - 1e-12) {
+            a = std::atan2(-col[2].y, col[2].z);
+            cc = std::atan2(-col[1].x, col[0].x);
+        } else {
+            a = 0;
+            cc = std::atan2(col[0].y, col[1].y);
+        }
+        constexpr double kToDeg = 180 / std::numbers::pi;
+        TOrnTransformation& t = *node.Transformation();
+        t.SetOrder(toTraRotSca);
+        t.Rotation()->SetOrder(roXYZ);
+        t.Rotation()->SetValues(static_cast<float>(a * kToDeg), static_cast<float>(bb * kToDeg),
+                                static_cast<float>(cc * kToDeg));
+        t.Scale()->SetValues(static_cast<float>(s[0]), static_cast<float>(s[1]), static_cast<float>(s[2]));
+        t.Translation()->SetValues(static_cast<float>(m[3] - shift.x), static_cast<float>(m[7] - shift.y),
+                                   static_cast<float>(m[11] - shift.z));
+    }
+
+    const Model& fModel;
+    TOrnDXFReport& fReport;
+    TComponent* fOwner;
+    TOrnNode& fTarget;
+    TOrnNode* fDrawing = nullptr;
+    TOrnNode* fBlocks = nullptr;
+    Vec fShift;
+    std::vector<TOrnNode*> fLayerNodes;
+    std::map<std::string, TOrnNode*> fVariants;
+    std::map<std::string, Box> fBoxes;
+    std::set<std::string> fMissing, fLooping, fDeep, fNames;
+};
+
+} // namespace
+
+double UnitToMetres(int units) {
+    static constexpr double kMetres[25] = {1,
+                                           0.0254,
+                                           0.3048,
+                                           1609.344,
+                                           0.001,
+                                           0.01,
+                                           1,
+                                           1000,
+                                           2.54e-8,
+                                           2.54e-5,
+                                           0.9144,
+                                           1e-10,
+                                           1e-9,
+                                           1e-6,
+                                           0.1,
+                                           10,
+                                           100,
+                                           1e9,
+                                           1.495978707e11,
+                                           9.4607304725808e15,
+                                           3.0856775814913673e16,
+                                           1200.0 / 3937,
+                                           100.0 / 3937,
+                                           3600.0 / 3937,
+                                           6336000.0 / 3937};
+    return units >= 0 && units < 25 ? kMetres[units] : 1;
+}
+
+void BuildNodes(const Model& model, TOrnDXFReport& report, TOrnNode& target, double scale) {
+    Builder(model, report, target).Run(scale);
+}
+
+} // namespace orn::detail::dxf

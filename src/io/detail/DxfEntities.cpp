@@ -1,0 +1,344 @@
+#include "io/detail/DxfEntities.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace orn::detail::dxf {
+
+namespace {
+constexpr double kDeg = std::numbers::pi / 180;
+
+std::string Describe(const Group& g) {
+    return "group " + std::to_string(g.code) + " value '" + std::string(g.text.substr(0, 40)) + "'";
+}
+
+/// Quads between pts and pts moved by t (the thickness along the extrusion direction).
+void Extrude(Batch& b, const std::vector<Vec>& pts, const Vec& t) {
+    for (std::size_t i = 1; i < pts.size(); ++i) {
+        const Vec &a = pts[i - 1], &c = pts[i];
+        AddTriangle(b, a, c, c + t);
+        AddTriangle(b, a, c + t, a + t);
+    }
+}
+
+/// Draws a path in the entity's coordinate system, with its thickness.
+void Emit(Batch& b, std::vector<Vec>& pts, bool closed, const Ocs& ocs, double thickness) {
+    for (Vec& p : pts)
+        p = ocs.ToWorld(p);
+    if (thickness != 0 && pts.size() > 1) {
+        if (closed) pts.push_back(pts.front());
+        Extrude(b, pts, ocs.az * thickness);
+        return;
+    }
+    AddPolyline(b, pts, closed);
+}
+
+void Line(const Ent& e, EntityContext& ctx, Batch& b) {
+    std::vector<Vec> pts{e.P(10), e.P(11)};
+    const double t = e.D(39, 0);
+    if (t != 0)
+        Extrude(b, pts, MakeOcs(e.P(210, {0, 0, 1})).az * t);
+    else
+        AddPolyline(b, pts, false);
+    (void)ctx;
+}
+
+void Circle(const Ent& e, EntityContext& ctx, Batch& b, bool arc) {
+    const Vec c = e.P(10);
+    const double r = e.D(40, 0);
+    if (!(r > 0)) throw Bad{e.Where(), "radius " + std::to_string(r) + " is not positive"};
+    std::vector<Vec> pts;
+    const double a0 = arc ? e.D(50, 0) * kDeg : 0, a1 = arc ? e.D(51, 360) * kDeg : 2 * std::numbers::pi;
+    ArcPoints(c.x, c.y, r, a0, a1, ctx.options.circleSegments, pts, c.z);
+    Emit(b, pts, false, MakeOcs(e.P(210, {0, 0, 1})), e.D(39, 0));
+}
+
+void Ellipse(const Ent& e, EntityContext& ctx, Batch& b) {
+    const Vec c = e.P(10), major = e.P(11);
+    const double ratio = e.D(40, 1);
+    const Vec n = Normalized(e.P(210, {0, 0, 1}));
+    if (Length(major) <= 0 || !(ratio > 0) || Length(n) == 0)
+        throw Bad{e.Where(), "ELLIPSE with a zero axis or extrusion"};
+    const Vec minor = Normalized(Cross(n, major)) * (Length(major) * ratio);
+    double t0 = e.D(41, 0), t1 = e.D(42, 2 * std::numbers::pi);
+    double sweep = std::fmod(t1 - t0, 2 * std::numbers::pi);
+    if (sweep <= 1e-12) sweep += 2 * std::numbers::pi;
+    std::vector<Vec> params;
+    ArcPoints(0, 0, 1, t0, t0 + sweep, ctx.options.circleSegments, params);
+    std::vector<Vec> pts;
+    for (const Vec& u : params)
+        pts.push_back(c + major * u.x + minor * u.y);
+    AddPolyline(b, pts, false);
+}
+
+void LwPolyline(const Ent& e, EntityContext& ctx, Batch& b) {
+    const double elevation = e.D(38, 0);
+    struct V {
+        Vec p;
+        double bulge = 0;
+    };
+    std::vector<V> vs;
+    for (const Group& g : e) {
+        if (g.code == 10)
+            vs.push_back({{Num(g), 0, elevation}, 0});
+        else if (vs.empty())
+            continue;
+        else if (g.code == 20)
+            vs.back().p.y = Num(g);
+        else if (g.code == 42)
+            vs.back().bulge = Num(g);
+    }
+    const std::int64_t declared = e.I(90, -1);
+    if (declared >= 0 && declared != static_cast<std::int64_t>(vs.size()))
+        Note(ctx.report, "line " + std::to_string(e.Where()) + ": LWPOLYLINE with " +
+                             std::to_string(vs.size()) + " vertices declared " + std::to_string(declared));
+    if (vs.empty()) throw Bad{e.Where(), "LWPOLYLINE without vertices"};
+    const bool closed = (e.I(70, 0) & 1) != 0;
+    std::vector<Vec> pts{vs[0].p};
+    const std::size_t n = vs.size();
+    for (std::size_t i = 0; i + 1 < n + (closed ? 1 : 0); ++i)
+        BulgePoints(vs[i].p, vs[(i + 1) % n].p, vs[i].bulge, ctx.options.circleSegments, pts);
+    const Ocs ocs = MakeOcs(e.P(210, {0, 0, 1}));
+    const double width = e.D(43, 0);
+    if (width > 0 && pts.size() > 1) {
+        // A wide polyline as a band of quads, one per drawn segment.
+        for (Vec& p : pts)
+            p = ocs.ToWorld(p);
+        for (std::size_t i = 1; i < pts.size(); ++i) {
+            const Vec d = Normalized(pts[i] - pts[i - 1]);
+            const Vec side = Cross(ocs.az, d) * (width / 2);
+            AddTriangle(b, pts[i - 1] - side, pts[i] - side, pts[i] + side);
+            AddTriangle(b, pts[i - 1] - side, pts[i] + side, pts[i - 1] + side);
+        }
+        return;
+    }
+    if (pts.size() == 1) {
+        const Vec p = ocs.ToWorld(pts[0]);
+        b.points.insert(b.points.end(), {p.x, p.y, p.z});
+        return;
+    }
+    Emit(b, pts, false, ocs, e.D(39, 0));
+}
+
+void Face(const Ent& e, Batch& b, bool solid) {
+    Vec p[4] = {e.P(10), e.P(11), e.P(12), e.P(13, e.P(12))};
+    if (solid) { // corners in the order 1-2-4-3, in the entity's coordinate system
+        const Ocs ocs = MakeOcs(e.P(210, {0, 0, 1}));
+        for (Vec& v : p)
+            v = ocs.ToWorld(v);
+        AddTriangle(b, p[0], p[1], p[2]);
+        if (!(p[3] == p[2])) AddTriangle(b, p[1], p[3], p[2]);
+        return;
+    }
+    AddTriangle(b, p[0], p[1], p[2]);
+    if (!(p[3] == p[2])) AddTriangle(b, p[0], p[2], p[3]);
+}
+
+void Spline(const Ent& e, EntityContext& ctx, Batch& b) {
+    const int degree = static_cast<int>(e.I(71, 3));
+    std::vector<double> knots, weights;
+    std::vector<Vec> control, fit;
+    for (const Group& g : e) {
+        switch (g.code) {
+        case 40:
+            knots.push_back(Num(g));
+            break;
+        case 41:
+            weights.push_back(Num(g));
+            break;
+        case 10:
+            control.push_back({Num(g), 0, 0});
+            break;
+        case 20:
+            if (!control.empty()) control.back().y = Num(g);
+            break;
+        case 30:
+            if (!control.empty()) control.back().z = Num(g);
+            break;
+        case 11:
+            fit.push_back({Num(g), 0, 0});
+            break;
+        case 21:
+            if (!fit.empty()) fit.back().y = Num(g);
+            break;
+        case 31:
+            if (!fit.empty()) fit.back().z = Num(g);
+            break;
+        default:
+            break;
+        }
+    }
+    std::vector<Vec> pts;
+    if (!control.empty()) {
+        if (!SplinePoints(degree, knots, control, weights, ctx.options.splineSegments, pts))
+            throw Bad{e.Where(), "SPLINE of degree " + std::to_string(degree) + " with " +
+                                     std::to_string(control.size()) + " control points, " +
+                                     std::to_string(knots.size()) + " knots and " +
+                                     std::to_string(weights.size()) + " weights does not fit together"};
+    } else if (fit.size() >= 2) {
+        pts = fit; // no control points: the curve through its fit points, drawn straight between them
+    } else {
+        throw Bad{e.Where(), "SPLINE without control or fit points"};
+    }
+    AddPolyline(b, pts, false);
+}
+
+/// Arrays of inserts: a cap so that a claimed 32767 × 32767 grid costs a message, not the machine.
+constexpr std::int64_t kMaxCells = 10000;
+
+void Insert(const Ent& e, EntityContext& ctx, bool dimension) {
+    const std::string_view name = e.S(2);
+    if (name.empty()) throw Bad{e.Where(), "INSERT without a block name"};
+    InsertRef ref;
+    ref.block = Upper(name);
+    ref.where = e.Where();
+    ref.layer = ctx.model.LayerOf(e.S(8).empty() ? std::string_view("0") : e.S(8));
+    if (ctx.model.layers[static_cast<std::size_t>(ref.layer)].hidden && ctx.options.skipHidden) return;
+    std::int64_t color = e.I(62, 256);
+    if (const Group* tc = e.Find(420))
+        ref.color = static_cast<ColorKey>(Int(*tc)) & 0xFFFFFF;
+    else if (color == 0)
+        ref.color = ctx.inBlock ? kByBlock : 0xFFFFFF;
+    else if (color == 256 || color < -255 || color > 256)
+        ref.color = ctx.inBlock && ctx.model.layers[ref.layer].name == "0"
+                        ? kByLayer0
+                        : ctx.model.layers[static_cast<std::size_t>(ref.layer)].rgb;
+    else
+        ref.color = AciColor(static_cast<int>(std::abs(color)));
+    if (dimension) {
+        ctx.space->inserts.push_back(std::move(ref));
+        return;
+    }
+    const Ocs ocs = MakeOcs(e.P(210, {0, 0, 1}));
+    const Vec at = e.P(10);
+    const double sx = e.D(41, 1), sy = e.D(42, 1), sz = e.D(43, 1);
+    const double rot = e.D(50, 0) * kDeg;
+    std::int64_t cols = std::max<std::int64_t>(1, e.I(70, 1)), rows = std::max<std::int64_t>(1, e.I(71, 1));
+    const double dx = e.D(44, 0), dy = e.D(45, 0);
+    if (cols * rows > kMaxCells) {
+        Note(ctx.report, "line " + std::to_string(e.Where()) + ": INSERT array of " + std::to_string(cols) +
+                             " × " + std::to_string(rows) + " cut to its first " + std::to_string(kMaxCells) +
+                             " cells");
+        rows = std::max<std::int64_t>(1, kMaxCells / cols);
+        cols = std::min(cols, kMaxCells);
+    }
+    const double c = std::cos(rot), s = std::sin(rot);
+    for (std::int64_t r = 0; r < rows; ++r)
+        for (std::int64_t k = 0; k < cols; ++k) {
+            // OCS · T(at + Rz·cell offset) · Rz · S
+            const Vec o{at.x + c * k * dx - s * r * dy, at.y + s * k * dx + c * r * dy, at.z};
+            const Affine local{c * sx, -s * sy, 0, o.x, s * sx, c * sy, 0, o.y, 0, 0, sz, o.z};
+            const Affine toWorld{ocs.ax.x, ocs.ay.x, ocs.az.x, 0,        ocs.ax.y, ocs.ay.y,
+                                 ocs.az.y, 0,        ocs.ax.z, ocs.ay.z, ocs.az.z, 0};
+            ref.matrix = Multiply(toWorld, local);
+            ctx.space->inserts.push_back(ref);
+        }
+}
+
+} // namespace
+
+const Group* Ent::Find(int code) const {
+    for (const Group* g = fBegin; g != fEnd; ++g)
+        if (g->code == code) return g;
+    return nullptr;
+}
+
+double Num(const Group& g) {
+    double v;
+    if (!ToDouble(g, v)) throw Bad{g.where, Describe(g) + " is not a finite number"};
+    return v;
+}
+
+std::int64_t Int(const Group& g) {
+    std::int64_t v;
+    if (!ToInt(g, v)) throw Bad{g.where, Describe(g) + " is not an integer"};
+    return v;
+}
+
+double Ent::D(int code, double fallback) const {
+    const Group* g = Find(code);
+    return g ? Num(*g) : fallback;
+}
+
+std::int64_t Ent::I(int code, std::int64_t fallback) const {
+    const Group* g = Find(code);
+    return g ? Int(*g) : fallback;
+}
+
+std::string_view Ent::S(int code) const {
+    const Group* g = Find(code);
+    return g ? g->text : std::string_view();
+}
+
+Vec Ent::P(int code, const Vec& fallback) const {
+    const Group* x = Find(code);
+    if (!x) return fallback;
+    return {Num(*x), D(code + 10, 0), D(code + 20, 0)};
+}
+
+void AddPolyline(Batch& b, const std::vector<Vec>& pts, bool closed) {
+    const std::size_t n = pts.size();
+    for (std::size_t i = 0; i + 1 < n + (closed && n > 2 ? 1 : 0); ++i) {
+        const Vec &a = pts[i], &c = pts[(i + 1) % n];
+        b.lines.insert(b.lines.end(), {a.x, a.y, a.z, c.x, c.y, c.z});
+    }
+}
+
+void AddTriangle(Batch& b, const Vec& a, const Vec& c, const Vec& d) {
+    b.triangles.insert(b.triangles.end(), {a.x, a.y, a.z, c.x, c.y, c.z, d.x, d.y, d.z});
+}
+
+Batch* Target(EntityContext& ctx, const Ent& e) {
+    const std::string_view layerName = e.S(8).empty() ? std::string_view("0") : e.S(8);
+    const int layer = ctx.model.LayerOf(layerName);
+    const Layer& l = ctx.model.layers[static_cast<std::size_t>(layer)];
+    if (l.hidden && ctx.options.skipHidden) return nullptr;
+    ColorKey key;
+    const std::int64_t aci = e.I(62, 256);
+    if (const Group* tc = e.Find(420))
+        key = static_cast<ColorKey>(Int(*tc)) & 0xFFFFFF;
+    else if (aci == 0)
+        key = ctx.inBlock ? kByBlock : 0xFFFFFF;
+    else if (aci == 256 || aci < -255 || aci > 256)
+        key = ctx.inBlock && l.name == "0" ? kByLayer0 : l.rgb;
+    else
+        key = AciColor(static_cast<int>(std::abs(aci)));
+    return &ctx.space->batches[{layer, key}];
+}
+
+bool BuildEntity(std::string_view type, const Ent& e, EntityContext& ctx) {
+    if (type == "INSERT" || type == "DIMENSION") {
+        Insert(e, ctx, type == "DIMENSION");
+        return true;
+    }
+    if (type == "HATCH") {
+        BuildHatch(e, ctx);
+        return true;
+    }
+    static constexpr std::string_view kDrawn[] = {"LINE",       "POINT",  "CIRCLE", "ARC",   "ELLIPSE",
+                                                  "LWPOLYLINE", "3DFACE", "SOLID",  "TRACE", "SPLINE"};
+    if (std::find(std::begin(kDrawn), std::end(kDrawn), type) == std::end(kDrawn)) return false;
+    Batch* b = Target(ctx, e);
+    if (!b) return true;
+    if (type == "LINE")
+        Line(e, ctx, *b);
+    else if (type == "POINT") {
+        const Vec p = e.P(10);
+        b->points.insert(b->points.end(), {p.x, p.y, p.z});
+    } else if (type == "CIRCLE" || type == "ARC")
+        Circle(e, ctx, *b, type == "ARC");
+    else if (type == "ELLIPSE")
+        Ellipse(e, ctx, *b);
+    else if (type == "LWPOLYLINE")
+        LwPolyline(e, ctx, *b);
+    else if (type == "3DFACE")
+        Face(e, *b, false);
+    else if (type == "SOLID" || type == "TRACE")
+        Face(e, *b, true);
+    else
+        Spline(e, ctx, *b);
+    return true;
+}
+
+} // namespace orn::detail::dxf

@@ -1,0 +1,96 @@
+#pragma once
+
+// The drawing as read, before it becomes components: geometry batched per layer and colour, and
+// the inserts of blocks with their matrices.
+
+#include <orn/io/TOrnDXFImport.h>
+#include <orn/math/OrnMath.h>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace orn::detail::dxf {
+
+/// 0x00RRGGBB for a colour of its own; the two tags below for colours that an INSERT decides.
+using ColorKey = std::uint32_t;
+inline constexpr ColorKey kByBlock = 0x01000000;  ///< takes the colour of the INSERT
+inline constexpr ColorKey kByLayer0 = 0x02000000; ///< BYLAYER on layer 0 inside a block: the INSERT's layer
+
+/// Coordinates as x, y, z triples: loose points, segment ends in pairs, triangle corners in threes.
+struct Batch {
+    std::vector<double> points, lines, triangles;
+    bool Empty() const { return points.empty() && lines.empty() && triangles.empty(); }
+};
+
+/// Row-major 3 × 4 affine matrix: the block's coordinates into its parent's.
+using Affine = std::array<double, 12>;
+inline constexpr Affine kIdentity{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
+
+TOrnMathVector Apply(const Affine& m, const TOrnMathVector& p);
+Affine Multiply(const Affine& a, const Affine& b);
+
+struct InsertRef {
+    std::string block; ///< upper case
+    int layer = 0;
+    ColorKey color = 0;
+    Affine matrix = kIdentity;
+    std::int64_t where = 0;
+};
+
+/// Model space, paper space or one block.
+struct Space {
+    std::map<std::pair<int, ColorKey>, Batch> batches; ///< by layer index and colour
+    std::vector<InsertRef> inserts;
+};
+
+struct Layer {
+    std::string name;
+    std::uint32_t rgb = 0xFFFFFF;
+    bool hidden = false; ///< off or frozen
+};
+
+struct Block {
+    Space space;
+    std::string name;
+    TOrnMathVector base;
+    std::int64_t where = 0;
+};
+
+struct Model {
+    std::vector<Layer> layers;
+    std::unordered_map<std::string, int> layerIndex; ///< by upper-case name
+    Space model;
+    std::map<std::string, Block> blocks; ///< by upper-case name
+    std::string codepage;
+    bool haveHeaderExtents = false;
+    TOrnMathVector headerMin, headerMax;
+
+    /// The layer's index, made (white, visible) when the drawing never declared it.
+    int LayerOf(std::string_view name);
+};
+
+std::string Upper(std::string_view s);
+
+/// Options the reader needs.
+struct ReadOptions {
+    int circleSegments = 72;
+    int splineSegments = 16;
+    bool paperSpace = false;
+    bool skipHidden = true;
+    double scale = 1;
+};
+
+/// Notes for the report, capped so that a file of a million bad entities does not make a million
+/// strings.
+void Note(TOrnDXFReport& report, std::string message);
+
+/// Reads the whole file into model; problems go into report. Never throws for bad content.
+void ReadDrawing(const char* data, std::size_t size, const ReadOptions& options, Model& model,
+                 TOrnDXFReport& report, const std::function<void(double)>& progress);
+
+} // namespace orn::detail::dxf

@@ -1,0 +1,75 @@
+#include <orn/samples/TOrnPerformanceGraph.h>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace orn {
+namespace {
+
+class GraphTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        graph.SetBounds(0, 0, 41, 21);
+        graph.SetGridSize(0);
+        graph.SetAutoScale(false);
+        graph.SetScale(20);
+    }
+    int RowOf(int x, TColor color) {
+        graph.PaintTo(bitmap);
+        for (int y = 0; y < bitmap.Height(); ++y)
+            if (bitmap.Pixel(x, y) == color) return y;
+        return -1;
+    }
+    TOrnPerformanceGraph graph{nullptr};
+    TBitmap bitmap;
+};
+
+TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSize) {
+    graph.DataPoint(clRed, 5);
+    graph.DataPoint(clLime, 15);
+    graph.Update();
+    graph.DataPoint(clRed, 10);
+    graph.Update(); // lime repeats 15
+    EXPECT_EQ(graph.SeriesCount(), 2);
+    EXPECT_EQ(RowOf(40, clRed), 10); // 10 of 20 at half height
+    EXPECT_EQ(RowOf(36, clRed), 15); // one step of 4 pixels back: 5
+    EXPECT_EQ(RowOf(40, clLime), 5);
+    EXPECT_EQ(RowOf(36, clLime), 5);
+    EXPECT_EQ(RowOf(20, clRed), -1); // nothing before the first step
+    graph.Clear();
+    EXPECT_EQ(graph.SeriesCount(), 0);
+    EXPECT_EQ(RowOf(40, clRed), -1);
+}
+
+TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
+    graph.SetAutoScale(true);
+    graph.DataPoint(clRed, 1000);
+    graph.Update();
+    for (int i = 0; i < 20; ++i) {
+        graph.DataPoint(clRed, std::numeric_limits<double>::quiet_NaN()); // counts as 0
+        graph.Update();
+    }
+    EXPECT_LE(graph.StepCount(), 41 / 4 + 2);
+    EXPECT_DOUBLE_EQ(graph.TopValue(), 1.0); // the 1000 has scrolled out
+    graph.DataPoint(clRed, 4);
+    graph.Update();
+    EXPECT_DOUBLE_EQ(graph.TopValue(), 4.0);
+    EXPECT_EQ(RowOf(40, clRed), 0);
+}
+
+TEST_F(GraphTest, GridScrollsWithTheData) {
+    graph.SetGridSize(10);
+    graph.SetStepSize(3);
+    graph.PaintTo(bitmap);
+    EXPECT_EQ(bitmap.Pixel(40, 5), clGreen);
+    EXPECT_EQ(bitmap.Pixel(30, 5), clGreen);
+    graph.Update();
+    graph.PaintTo(bitmap);
+    EXPECT_EQ(bitmap.Pixel(37, 5), clGreen);
+    EXPECT_EQ(bitmap.Pixel(40, 5), clBlack);
+    EXPECT_EQ(bitmap.Pixel(5, 20), clGreen); // the horizontal lines stay
+}
+
+} // namespace
+} // namespace orn
