@@ -185,6 +185,12 @@ TOrnSurface* TOrnView::DrawingSurface() const {
     return fBitmapSurface ? fBitmapSurface : fSurface.get();
 }
 
+TOrnRenderState* TOrnView::RenderState() {
+    TOrnSurface* surface = DrawingSurface();
+    if (surface && surface->RenderState()) return surface->RenderState();
+    return TOrnCustomView::RenderState();
+}
+
 bool TOrnView::GetCurrent() const {
     TOrnSurface* surface = DrawingSurface();
     if (!surface) return false;
@@ -252,7 +258,7 @@ void TOrnView::RenderScene() {
         try {
             if (fCamera) InitCamera(ClientWidth(), ClientHeight());
             fNextID = 0;
-            NotifyFrameStart(false);
+            RenderState()->BeginFrame();
             RenderSceneGL();
             if (fDrawMode != dmSelection) fSurface->Swap();
         } catch (...) {

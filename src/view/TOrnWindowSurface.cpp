@@ -65,6 +65,7 @@ public:
         fWindow = glfwCreateWindow(std::max(width, 1), std::max(height, 1), fOptions.Title.c_str(), nullptr,
                                    share ? share->fWindow : nullptr);
         if (!fWindow) throw EOrnError("Could not create the view's window: " + LastGlfwError());
+        StartRenderState(share);
         glfwSetWindowUserPointer(fWindow, this);
         InstallCallbacks();
         ReadObtained(request);

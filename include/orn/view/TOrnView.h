@@ -144,6 +144,9 @@ public:
     void SetCurrent(bool value) override;
     int GetNextID(TObject* object, int index) override;
     const TOrnMatrix* CameraMatrix() const override { return fCamera ? fCamera->Matrix() : nullptr; }
+    /// The render state of the context drawn in now: the bitmap's during GetImage, else the
+    /// view's own surface's (the view's own state while it has none).
+    TOrnRenderState* RenderState() override;
 
     /// Viewport, projection (with the pick matrix in dmSelection and dmPick) and the camera's
     /// placement; nothing without a camera.
