@@ -327,6 +327,10 @@ void TOrnPrimitiveObj::Invert() {
 // ---------------------------------------------------------------------------------------------
 // Drawing
 
+std::uint64_t TOrnPrimitiveObj::ContentStamp() const {
+    return TOrnObject::ContentStamp() + (fTextureRender ? fTextureRender->Stamp() : 0);
+}
+
 void TOrnPrimitiveObj::DoRender(TOrnCustomView* view) {
     if (!fInitialized) Init();
     TOrnObject::DoRender(view);

@@ -51,16 +51,15 @@ void TOrnRender::SetProjectionEnabled(bool value) {
 }
 
 void TOrnRender::Changed() {
-    ClearCache();
+    if (!fKeepList) ClearCache();
     TOrnTransformed::Changed();
 }
 
 void TOrnRender::SubChange(TObject* sender) {
     // The transformation runs outside the list, so the list stays.
-    if (sender == Transformation())
-        TOrnComponent::Changed();
-    else
-        TOrnTransformed::SubChange(sender);
+    fKeepList = sender == Transformation();
+    TOrnTransformed::SubChange(sender);
+    fKeepList = false;
 }
 
 void TOrnRender::Render(TOrnCustomView* view) {
@@ -135,7 +134,9 @@ void TOrnRender::CompileList(TOrnCustomView* view, TOrnRenderState& state) {
     if (fChangedWhileCompiling) ClearCache();
 }
 
-void TOrnRender::Disable(TOrnCustomView* view) { DoDisable(view); }
+void TOrnRender::Disable(TOrnCustomView* view) {
+    DoDisable(view);
+}
 
 void TOrnRender::BeforeRender(TOrnCustomView* view) {
     glPushMatrix();

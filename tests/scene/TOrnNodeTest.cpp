@@ -69,6 +69,14 @@ TEST_F(NodeFixture, IndirectItemKeepsItsOwnNodeAndHandler) {
     ASSERT_TRUE(static_cast<bool>(a->OnChange));
 }
 
+TEST_F(NodeFixture, AddingNothingChangesNoBit) {
+    auto* shared = new TOrnObject(&form);
+    node->AddIndirect(shared);
+    EXPECT_EQ(node->Add(nullptr), -1);
+    EXPECT_EQ(node->Count(), 1);
+    EXPECT_TRUE(node->Indirect(0));
+}
+
 TEST_F(NodeFixture, LinkToItselfIsRefused) {
     node->Add(NewObject("A"));
     try {
@@ -82,8 +90,10 @@ TEST_F(NodeFixture, LinkToItselfIsRefused) {
 
 TEST_F(NodeFixture, MoveClampsBothIndexesAndCarriesTheIndirectBit) {
     TOrnObject* items[5];
-    for (int i = 0; i < 5; ++i) items[i] = NewObject("O" + std::to_string(i));
-    for (int i = 0; i < 4; ++i) node->Add(items[i]);
+    for (int i = 0; i < 5; ++i)
+        items[i] = NewObject("O" + std::to_string(i));
+    for (int i = 0; i < 4; ++i)
+        node->Add(items[i]);
     node->AddIndirect(items[4]);
     node->Move(7, -3);
     EXPECT_EQ(node->Items(0), items[4]);
@@ -98,7 +108,8 @@ TEST_F(NodeFixture, MoveClampsBothIndexesAndCarriesTheIndirectBit) {
 
 TEST_F(NodeFixture, CountAllItemsCountsLeavesOfNestedNodes) {
     auto* inner = new TOrnNode(&form);
-    for (int i = 0; i < 3; ++i) inner->Add(NewObject("I" + std::to_string(i)));
+    for (int i = 0; i < 3; ++i)
+        inner->Add(NewObject("I" + std::to_string(i)));
     node->Add(NewObject("A"));
     node->Add(NewObject("B"));
     node->Add(inner);

@@ -22,7 +22,7 @@ class AttributesGL : public orn::test::GLTest {
 protected:
     void SetUp() override {
         GLTest::SetUp();
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
     }
     TComponent form{nullptr};
     TestView* view = new TestView(&form);
@@ -127,14 +127,6 @@ TEST(TOrnAttributes, AssignLeavesDitheringCorrectionStippleAndSizes) {
     EXPECT_EQ(dst.StippleFactor, 1);
     EXPECT_EQ(dst.PointSize(), 1.0f);
     EXPECT_EQ(dst.LineWidth(), 0.0f);
-}
-
-TEST(TOrnAttributes, DestroyingTheLastRenderedForgetsIt) {
-    auto* a = new TOrnAttributes(nullptr);
-    SetLastRenderedAttributes(a);
-    EXPECT_TRUE(IsLastRenderedAttributes(a));
-    delete a;
-    EXPECT_TRUE(IsLastRenderedAttributes(nullptr));
 }
 
 TEST(TOrnAttributes, ObjectForgetsDestroyedAttributes) {
@@ -344,14 +336,14 @@ TEST_F(AttributesGL, SharedAttributesAreSentOncePerFrameAndAgainAfterAChange) {
     EXPECT_EQ(rec.Filter({"glLineWidth"}), (Calls{"glLineWidth(3)"}));
 
     rec.Clear();
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     first->Render(view);
     second->Render(view);
     EXPECT_EQ(rec.Count("glLineWidth"), 1u);
 
     rec.Clear();
-    NotifyFrameStart(true); // a render into a bitmap resets as well
-    first->Render(view);
+    auto* bitmapContext = new TestView(&form); // another context knows nothing of the first's state
+    first->Render(bitmapContext);
     EXPECT_EQ(rec.Count("glLineWidth"), 1u);
 }
 
@@ -400,7 +392,7 @@ TEST_F(BlendPixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
     TComponent form(nullptr);
     TestView view(&form);
     for (const Case& c : cases) {
-        NotifyFrameStart(false);
+        view.RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
         TOrnAttributes attr(nullptr);
         attr.SetTransparency(c.mode);

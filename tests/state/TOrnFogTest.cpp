@@ -1,4 +1,5 @@
 #include <orn/state/TOrnFog.h>
+#include <orn/state/TOrnMaterial.h>
 
 #include "state/MemoryExchange.h"
 #include "support/GLRecorder.h"
@@ -58,6 +59,19 @@ TEST(TOrnFog, AssignCopiesAllButQualityAndTakesTheChangeHandler) {
     srcChanges = 0;
     dst.SetDensity(0.1f);
     EXPECT_EQ(srcChanges, 1);
+}
+
+TEST(TOrnFog, AssignFromAnotherFamilyChangesNothing) {
+    TOrnFog fog(nullptr);
+    TOrnMaterial other(nullptr); // a render component, with render values of its own
+    other.SetEnabled(false);
+    int changes = 0;
+    fog.OnChange = [&](TObject*) { ++changes; };
+    fog.Assign(&other);
+    EXPECT_TRUE(fog.Enabled());
+    EXPECT_EQ(changes, 0);
+    fog.SetDensity(0.3f);
+    EXPECT_EQ(changes, 1) << "the handler stays";
 }
 
 TEST(TOrnFog, SettersNotifyOnChangeOnly) {

@@ -194,9 +194,10 @@ class TextureGL : public orn::test::GLTest {
 protected:
     void SetUp() override {
         GLTest::SetUp();
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
     }
-    void TearDown() override { SetMaxTexture(4); }
+    int TextureListCount() { return view->RenderState()->Group()->TextureCount(); }
+    int SetMaxTexture(int count) { return view->RenderState()->Group()->SetMaxTexture(count); }
 
     TOrnTexture* NewTexture() {
         auto* t = new TOrnTexture(&form);
@@ -271,7 +272,7 @@ TEST_F(TextureGL, ModesBlendColourAndTransformationReachGL) {
 TEST_F(TextureGL, BoundForSeveralObjectsInOneFrameIssuesItsCommandsOnce) {
     TOrnTexture* t = NewTexture();
     t->Render(view); // uploads
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     GLRecorder rec;
     for (int object = 0; object < 3; ++object)
         t->Render(view);
@@ -279,22 +280,21 @@ TEST_F(TextureGL, BoundForSeveralObjectsInOneFrameIssuesItsCommandsOnce) {
     EXPECT_EQ(rec.Count("glTexImage2D"), 0u) << "uploaded already";
 
     rec.Clear();
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     t->Render(view);
     t->SetMode(tmDecal); // changed in between
     t->Render(view);
     t->Render(view);
     EXPECT_EQ(rec.Count("glBindTexture"), 2u);
 
-    // Changed before its first render of a frame: that render issues everything, and the check
-    // that skips the later ones arms itself only on the next.
+    // Changed before its first render of a frame: that render issues everything, the later skip.
     rec.Clear();
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     TOrnColor c;
     t->SetBlendColor(&c);
     for (int object = 0; object < 3; ++object)
         t->Render(view);
-    EXPECT_EQ(rec.Count("glBindTexture"), 2u);
+    EXPECT_EQ(rec.Count("glBindTexture"), 1u);
 }
 
 TEST_F(TextureGL, ObjectsSharingATextureBindItOncePerFrameAndForgetItWhenItGoes) {
@@ -306,7 +306,7 @@ TEST_F(TextureGL, ObjectsSharingATextureBindItOncePerFrameAndForgetItWhenItGoes)
         r->SetTextured(true);
         r->Render(view);
     }
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     GLRecorder rec;
     a->Render(view);
     b->Render(view);
@@ -325,7 +325,7 @@ TEST_F(TextureGL, AnotherTextureInBetweenRebindsTheFirst) {
     TOrnTexture* b = NewTexture();
     a->Render(view);
     b->Render(view);
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     GLRecorder rec;
     a->Render(view);
     b->Render(view);
@@ -335,19 +335,6 @@ TEST_F(TextureGL, AnotherTextureInBetweenRebindsTheFirst) {
               (Calls{"glBindTexture(GL_TEXTURE_2D, " + std::to_string(a->TextureName()) + ")",
                      "glBindTexture(GL_TEXTURE_2D, " + std::to_string(b->TextureName()) + ")",
                      "glBindTexture(GL_TEXTURE_2D, " + std::to_string(a->TextureName()) + ")"}));
-}
-
-TEST_F(TextureGL, CachedTextureIssuesEveryCommandEachTime) {
-    TOrnTexture* t = NewTexture();
-    auto* elsewhere = new TestView(&form);
-    t->SetCached(true);
-    t->SetView(elsewhere); // its list belongs to another view: rendered live here
-    t->Render(view);
-    NotifyFrameStart(false);
-    GLRecorder rec;
-    t->Render(view);
-    t->Render(view);
-    EXPECT_EQ(rec.Count("glBindTexture"), 2u);
 }
 
 TEST_F(TextureGL, CachedTextureCompilesAllItsCommandsIntoTheList) {
@@ -367,7 +354,7 @@ TEST_F(TextureGL, UploadsOnlyWhenNeeded) {
     TOrnTexture* t = NewTexture();
     GLRecorder rec;
     t->Render(view);
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     t->Render(view);
     EXPECT_EQ(rec.Count("glTexImage2D"), 1u);
     EXPECT_EQ(rec.Count("glIsTexture"), 1u) << "the second render asks whether the name is still alive";
@@ -378,8 +365,8 @@ TEST_F(TextureGL, UploadsOnlyWhenNeeded) {
     EXPECT_EQ(rec.Count("glTexImage2D"), 1u);
 
     rec.Clear();
-    NotifyFrameStart(true); // a render into a bitmap invalidates every listed texture
-    t->Render(view);
+    auto* bitmapContext = new TestView(&form); // a context of another share group holds no image
+    t->Render(bitmapContext);
     EXPECT_EQ(rec.Filter({"glIsTexture", "glTexImage2D"}),
               (Calls{"glTexImage2D(GL_TEXTURE_2D, 0, 4, 2, 2, 0, GL_RGBA, GL_UNSIGNED_BYTE, ptr)"}));
 }
@@ -415,7 +402,7 @@ TEST_F(TextureGL, RecentRenderProtectsFromEviction) {
         textures.push_back(NewTexture());
     for (int i = 0; i < 4; ++i)
         textures[i]->Render(view);
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     textures[0]->Render(view); // most recent now
     textures[4]->Render(view);
     EXPECT_NE(textures[0]->TextureName(), 0u);
@@ -491,7 +478,7 @@ class TexturePixels : public orn::test::GLTest {
 protected:
     void SetUp() override {
         GLTest::SetUp();
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
     }
     // The whole viewport, texture coordinates 0 … s on both axes.

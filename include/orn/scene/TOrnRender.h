@@ -104,6 +104,7 @@ private:
     std::uint64_t fListContent = 0;
     bool fCompiling = false;
     bool fChangedWhileCompiling = false;
+    bool fKeepList = false; // while the transformation reports a change
     bool fCached = false;
     TOrnCustomNode* fNode = nullptr;
     std::unique_ptr<TOrnMatrix> fProjectionMatrix;

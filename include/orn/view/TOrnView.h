@@ -209,6 +209,11 @@ protected:
     virtual void RenderOverlay() {}
 
 private:
+    /// The camera's change handler while this view holds it: a type of its own, so that the view
+    /// can tell its own handler from the one of another view that took the camera since.
+    struct CameraHook;
+    /// Clears the camera's change handler if it is still this view's.
+    void UnhookCamera();
     static std::vector<TOrnView*>& MutableViewList();
     void AddViewToList();
     void RemoveViewFromList();
