@@ -47,7 +47,7 @@ void BM_SharedStateFrame(benchmark::State& state) {
     TOrnAttributes attributes(nullptr);
     TOrnMaterial material(nullptr);
     for (auto _ : state) {
-        NotifyFrameStart(false);
+        view.RenderState()->BeginFrame();
         for (int i = 0; i < kObjects; ++i) {
             attributes.Render(&view);
             material.Render(&view);
@@ -65,7 +65,7 @@ void BM_AttributesBlock(benchmark::State& state) {
     TOrnAttributes attributes(nullptr);
     attributes.SetLineStipple(lsDashDot);
     for (auto _ : state) {
-        SetLastRenderedAttributes(nullptr);
+        view.RenderState()->ForgetApplied(ssAttributes);
         attributes.Render(&view);
     }
     glFinish();
@@ -79,7 +79,7 @@ void BM_SharedTextureFrame(benchmark::State& state) {
     TOrnTexture texture(nullptr);
     texture.Bitmap()->SetSize(64, 64);
     for (auto _ : state) {
-        NotifyFrameStart(false);
+        view.RenderState()->BeginFrame();
         for (int i = 0; i < kObjects; ++i)
             texture.Render(&view);
     }

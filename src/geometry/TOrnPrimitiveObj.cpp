@@ -388,6 +388,10 @@ void TOrnPrimitiveObj::Invert() {
 // ---------------------------------------------------------------------------------------------
 // Drawing
 
+std::uint64_t TOrnPrimitiveObj::ContentStamp() const {
+    return TOrnObject::ContentStamp() + (fTextureRender ? fTextureRender->Stamp() : 0);
+}
+
 void TOrnPrimitiveObj::DoRender(TOrnCustomView* view) {
     // Picking draws only what can meet the pick volume; the object's state still goes out, so
     // that what follows sees the same state as when everything is drawn.

@@ -53,16 +53,20 @@ TOrnTimer::TOrnTimer(TComponent* owner)
 TOrnTimer::~TOrnTimer() {
     DelIdle();
     Detach();
-    // The timers below become roots of their own; the first of them takes the hook over, so a
-    // tree does not stop ticking because its root went away.
+    // The timers below lose their parent; the first of them takes the hook over and drives the
+    // others, so a tree does not stop ticking because its root went away.
     const std::vector<TOrnTimer*> children = std::move(fChildren);
     fChildren.clear();
-    for (TOrnTimer* child : children) {
-        child->fHolder = nullptr;
-        child->fParent = nullptr;
+    if (children.empty()) return;
+    TOrnTimer* first = children.front();
+    first->fHolder = nullptr;
+    first->fParent = nullptr;
+    for (std::size_t i = 1; i < children.size(); ++i) {
+        children[i]->fHolder = first;
+        children[i]->fParent = nullptr;
+        first->fChildren.push_back(children[i]);
     }
-    for (TOrnTimer* child : children)
-        child->SetIdle();
+    first->SetIdle();
 }
 
 void TOrnTimer::SetIntervall(int ms) {

@@ -66,6 +66,7 @@ bool TOrnNode::Indirect(int index) const {
 }
 
 int TOrnNode::Add(TOrnRender* item) {
+    if (!item) return -1; // nothing is inserted, so no bit may change
     Insert(Count(), item);
     const int last = Count() - 1;
     if (last >= 0) fIndirect[static_cast<size_t>(last)] = false;

@@ -95,11 +95,18 @@ void TOrnObject::DoRender(TOrnCustomView* view) {
     glColor4fv(rgba);
     if (fAttributesRender) fAttributesRender->Render(view);
     if (fMaterialRender) fMaterialRender->Render(view);
-    static constexpr GLenum kModes[] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION, GL_AMBIENT_AND_DIFFUSE};
+    static constexpr GLenum kModes[] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION,
+                                        GL_AMBIENT_AND_DIFFUSE};
     if (fColorMaterial >= 1 && fColorMaterial <= 5) {
         glEnable(GL_COLOR_MATERIAL);
         glColorMaterial(GL_FRONT_AND_BACK, kModes[fColorMaterial - 1]);
     }
+}
+
+std::uint64_t TOrnObject::ContentStamp() const {
+    // Stamps only ever grow, so a changed component never gives an earlier sum back.
+    return (fAttributesRender ? fAttributesRender->Stamp() : 0) +
+           (fMaterialRender ? fMaterialRender->Stamp() : 0);
 }
 
 void TOrnObject::AfterRender(TOrnCustomView* view) {

@@ -50,31 +50,93 @@ void TOrnRender::SetProjectionEnabled(bool value) {
     fProjectionEnabled = value;
 }
 
+void TOrnRender::Changed() {
+    if (!fKeepList) ClearCache();
+    TOrnTransformed::Changed();
+}
+
+void TOrnRender::SubChange(TObject* sender) {
+    // The transformation runs outside the list, so the list stays.
+    fKeepList = sender == Transformation();
+    TOrnTransformed::SubChange(sender);
+    fKeepList = false;
+}
+
 void TOrnRender::Render(TOrnCustomView* view) {
     if (!fEnabled) {
         DoDisable(view);
         return;
     }
     BeforeRender(view);
-    if (!fView && fCached) {
-        SetView(view); // the first view that renders a cached component owns its list
-        fListId = 0;
-    }
-    if (IsMyView(view)) {
-        if (fListId != 0) {
-            CallCache();
-        } else {
-            if (fCached) OpenCache();
-            DoRender(view);
-            if (fCached) CloseCache();
-        }
-    } else {
+    TOrnRenderState* state = fCached && view ? view->RenderState() : nullptr;
+    // Inside another component's list this one is recorded there: a list cannot open in a list.
+    // Picking draws directly, since the names pushed inside a render are the render's own.
+    if (state && !state->Compiling() && !IsNamingDrawMode(view->DrawMode()))
+        RenderCached(view, *state);
+    else
         DoRender(view);
-    }
     AfterRender(view);
 }
 
-void TOrnRender::Disable(TOrnCustomView* view) { DoDisable(view); }
+bool TOrnRender::HasLiveList() const {
+    return fListId != 0 && !fListGroup.expired();
+}
+
+GLuint TOrnRender::ListId() const {
+    return HasLiveList() ? fListId : 0;
+}
+
+void TOrnRender::RenderCached(TOrnCustomView* view, TOrnRenderState& state) {
+    if (HasLiveList()) {
+        if (fListGroupAddress != state.Group().get()) {
+            DoRender(view); // the list lives in another share group
+            return;
+        }
+        if (fListContent == ContentStamp()) {
+            glCallList(fListId);
+            state.ListCalled(fListLeaves);
+            return;
+        }
+        ClearCache(); // a state component it holds has changed
+    }
+    CompileList(view, state);
+}
+
+void TOrnRender::CompileList(TOrnCustomView* view, TOrnRenderState& state) {
+    if (fView != view) SetView(view); // the view whose context compiles the list owns it
+    fListId = 0;
+    const std::uint64_t content = ContentStamp();
+    const GLuint list = glGenLists(1);
+    glNewList(list, GL_COMPILE_AND_EXECUTE);
+    if (!glIsList(list)) { // no list: render uncached
+        DoRender(view);
+        return;
+    }
+    state.BeginCompile();
+    fCompiling = true;
+    fChangedWhileCompiling = false;
+    try {
+        DoRender(view);
+    } catch (...) {
+        fCompiling = false;
+        state.EndCompile();
+        glEndList();
+        glDeleteLists(list, 1);
+        throw;
+    }
+    fCompiling = false;
+    fListLeaves = state.EndCompile();
+    glEndList();
+    fListId = list;
+    fListGroup = state.Group();
+    fListGroupAddress = state.Group().get();
+    fListContent = content;
+    if (fChangedWhileCompiling) ClearCache();
+}
+
+void TOrnRender::Disable(TOrnCustomView* view) {
+    DoDisable(view);
+}
 
 void TOrnRender::BeforeRender(TOrnCustomView* view) {
     glPushMatrix();
@@ -97,30 +159,30 @@ void TOrnRender::AfterRender(TOrnCustomView* view) {
 
 void TOrnRender::DoDisable(TOrnCustomView*) {}
 
-void TOrnRender::OpenCache() {
-    if (!fView) return;
-    ClearCache();
-    fListId = glGenLists(1);
-    glNewList(fListId, GL_COMPILE_AND_EXECUTE);
-    if (!glIsList(fListId)) fListId = 0; // no list: render uncached, CloseCache ends nothing
-}
-
-void TOrnRender::CloseCache() {
-    if (fView && fListId != 0) glEndList();
-}
-
-void TOrnRender::CallCache() {
-    if (fView) glCallList(fListId);
-}
-
 void TOrnRender::ClearCache() {
-    if (!fView || fListId == 0) return;
-    const bool wasCurrent = fView->GetCurrent();
-    if (!wasCurrent) fView->SetCurrent(true);
-    if (!fView->GetCurrent()) return; // the list is kept when the context cannot be had
-    glDeleteLists(fListId, 1);
+    if (fCompiling) {
+        fChangedWhileCompiling = true;
+        return;
+    }
+    if (fListId == 0) return;
+    const GLuint list = fListId;
     fListId = 0;
-    if (!wasCurrent) fView->SetCurrent(false);
+    std::shared_ptr<TOrnShareGroup> group = fListGroup.lock();
+    fListGroup.reset();
+    fListGroupAddress = nullptr;
+    if (!group) return; // its contexts are gone, and the list with them
+    // Deleted now in the context of the view that compiled it, when that context can be had and
+    // belongs to the list's group; otherwise at the group's next frame.
+    if (fView && fView->RenderState()->Group() == group) {
+        const bool wasCurrent = fView->GetCurrent();
+        if (!wasCurrent) fView->SetCurrent(true);
+        if (fView->GetCurrent()) {
+            glDeleteLists(list, 1);
+            if (!wasCurrent) fView->SetCurrent(false);
+            return;
+        }
+    }
+    group->DeleteListLater(list);
 }
 
 TOrnMathVector TOrnRender::ProjectVector(const TOrnRender* render, const TOrnMathVector& v) const {

@@ -11,8 +11,6 @@ namespace orn {
 
 namespace {
 
-TOrnAttributes* gLastRenderedAttributes = nullptr;
-
 void enableIf(GLenum cap, bool on) {
     if (on)
         glEnable(cap);
@@ -40,22 +38,10 @@ GLushort stipplePattern(TOrnLineStipple stipple, std::int32_t shift) {
 
 } // namespace
 
-bool IsLastRenderedAttributes(const TOrnAttributes* attributes) {
-    return gLastRenderedAttributes == attributes;
-}
-
-void SetLastRenderedAttributes(TOrnAttributes* attributes) {
-    gLastRenderedAttributes = attributes;
-}
-
 TOrnAttributes::TOrnAttributes(TComponent* owner)
     : TOrnRender(owner), fColorAmbient(std::make_unique<TOrnColor>()) {
     // Deliberately not linked to SubChange: only SetColorAmbient marks the attributes changed.
     fColorAmbient->SetColor(0x333333);
-}
-
-TOrnAttributes::~TOrnAttributes() {
-    if (IsLastRenderedAttributes(this)) SetLastRenderedAttributes(nullptr);
 }
 
 void TOrnAttributes::SetAntialiasing(bool value) {
@@ -112,8 +98,8 @@ void TOrnAttributes::SetLineWidth(float value) {
 }
 
 void TOrnAttributes::Changed() {
+    fStamp = TOrnRenderState::NewStamp();
     TOrnRender::Changed();
-    if (IsLastRenderedAttributes(this)) SetLastRenderedAttributes(nullptr);
 }
 
 void TOrnAttributes::Assign(const TPersistent* source) {
@@ -132,8 +118,11 @@ void TOrnAttributes::Assign(const TPersistent* source) {
 }
 
 void TOrnAttributes::DoRender(TOrnCustomView* view) {
-    if (IsLastRenderedAttributes(this)) return;
-    SetLastRenderedAttributes(this);
+    TOrnRenderState* state = view ? view->RenderState() : nullptr;
+    if (state) {
+        if (state->IsApplied(ssAttributes, fStamp)) return;
+        state->SetApplied(ssAttributes, fStamp);
+    }
     TOrnRender::DoRender(view);
 
     // The hint targets are the capabilities themselves, not the *_SMOOTH_HINT enumerants: kept.

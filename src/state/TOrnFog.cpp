@@ -37,9 +37,9 @@ void TOrnFog::SetQuality(TOrnQuality value) {
 }
 
 void TOrnFog::Assign(const TPersistent* source) {
-    TOrnRender::Assign(source);
     auto* f = dynamic_cast<const TOrnFog*>(source);
-    if (!f || f == this) return;
+    if (!f || f == this) return; // a source of another family changes nothing
+    TOrnRender::Assign(source);
     fMode = f->fMode;
     fDensity = f->fDensity;
     fStartDepth = f->fStartDepth;

@@ -11,19 +11,9 @@ namespace orn {
 
 namespace {
 
-TOrnMaterial* gLastRenderedMaterial = nullptr;
-
 constexpr const char* kColorTags[4] = {"Ambient", "Diffuse", "Specular", "Emission"};
 
 } // namespace
-
-bool IsLastRenderedMaterial(const TOrnMaterial* material) {
-    return gLastRenderedMaterial == material;
-}
-
-void SetLastRenderedMaterial(TOrnMaterial* material) {
-    gLastRenderedMaterial = material;
-}
 
 TOrnMaterial::TOrnMaterial(TComponent* owner) : TOrnRender(owner) {
     for (auto& c : fColors) {
@@ -34,8 +24,9 @@ TOrnMaterial::TOrnMaterial(TComponent* owner) : TOrnRender(owner) {
     fColors[1]->SetColor(0xCCCCCC);
 }
 
-TOrnMaterial::~TOrnMaterial() {
-    if (IsLastRenderedMaterial(this)) SetLastRenderedMaterial(nullptr);
+void TOrnMaterial::Changed() {
+    fStamp = TOrnRenderState::NewStamp();
+    TOrnRender::Changed();
 }
 
 void TOrnMaterial::SetFace(TMaterialFace value) {
@@ -63,9 +54,12 @@ void TOrnMaterial::Assign(const TPersistent* source) {
 }
 
 void TOrnMaterial::DoRender(TOrnCustomView* view) {
-    if (IsLastRenderedMaterial(this)) return;
+    TOrnRenderState* state = view ? view->RenderState() : nullptr;
+    if (state) {
+        if (state->IsApplied(ssMaterial, fStamp)) return;
+        state->SetApplied(ssMaterial, fStamp);
+    }
     TOrnRender::DoRender(view);
-    SetLastRenderedMaterial(this);
     const GLenum face = fFace == mfFront ? GL_FRONT : fFace == mfBack ? GL_BACK : GL_FRONT_AND_BACK;
     static constexpr GLenum kParts[4] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION};
     for (int i = 0; i < 4; ++i) {

@@ -19,20 +19,6 @@ namespace orn {
 
 namespace {
 
-// The textures that hold a GL name: front = least recently rendered. Never freed, so that a
-// texture destroyed during static destruction still finds it.
-struct TextureList {
-    std::vector<TOrnTexture*> items;
-    int max = 4;
-    long created = 0;
-    bool lastStillValid = false;
-};
-
-TextureList& textures() {
-    static auto* list = new TextureList;
-    return *list;
-}
-
 std::uint8_t alphaByte(double alpha) {
     // nearbyint rounds half to even under the default rounding mode.
     return static_cast<std::uint8_t>(std::clamp(std::nearbyint(255.0 * alpha), 0.0, 255.0));
@@ -45,73 +31,49 @@ int powerOfTwoSide(int n) {
 
 } // namespace
 
-GLuint AddTexture(TOrnTexture* texture) {
-    if (!texture) return 0;
-    TextureList& list = textures();
-    std::erase(list.items, texture); // a texture whose name never came (no context) is listed once
-    while (!list.items.empty() && static_cast<int>(list.items.size()) >= list.max)
-        DeleteTexture(list.items.front());
-    list.items.push_back(texture);
-    ++list.created;
-    GLuint name = 0;
-    glGenTextures(1, &name);
-    return name;
-}
-
-void DeleteTexture(TOrnTexture* texture) {
-    if (!texture) return;
-    std::erase(textures().items, texture);
-    glDeleteTextures(1, &texture->fName);
-    texture->fName = 0;
-    texture->fNeedsUpload = true;
-}
-
-void SetLastRenderedTex(TOrnTexture* texture) {
-    auto& items = textures().items;
-    auto it = std::find(items.begin(), items.end(), texture);
-    if (it != items.end()) std::rotate(it, it + 1, items.end());
-}
-
-bool IsLastRenderedTex(const TOrnTexture* texture) {
-    TextureList& list = textures();
-    const bool result = list.lastStillValid && !list.items.empty() && list.items.back() == texture;
-    list.lastStillValid = true;
-    return result;
-}
-
-void RedrawTextures() {
-    textures().lastStillValid = false;
-}
-
-void InvalidateTextures() {
-    for (TOrnTexture* t : textures().items)
-        t->Invalidate();
-}
-
-int SetMaxTexture(int count) {
-    TextureList& list = textures();
-    if (count < list.max) {
-        if (count < 1) return list.max;
-        while (static_cast<int>(list.items.size()) > count)
-            DeleteTexture(list.items.front());
-    }
-    list.max = count;
-    return list.max;
-}
-
-int TextureListCount() {
-    return static_cast<int>(textures().items.size());
-}
-
 TOrnTexture::TOrnTexture(TComponent* owner)
-    : TOrnRender(owner), fBitmap(std::make_unique<TBitmap>()), fBlendColor(std::make_unique<TOrnColor>()) {
+    : TOrnRender(owner), fBitmap(std::make_unique<TBitmap>()), fBlendColor(std::make_unique<TOrnColor>()),
+      fStamp(TOrnRenderState::NewStamp()), fPixelStamp(fStamp) {
     fBitmap->OnChange = [this](TObject*) { BitmapChanged(); };
 }
 
 TOrnTexture::~TOrnTexture() {
-    // Always, also without a name: glDeleteTextures ignores 0.
-    DeleteTexture(this);
+    ReleaseNames();
     fBitmap->OnChange = nullptr;
+}
+
+void TOrnTexture::ReleaseNames() {
+    const std::shared_ptr<TOrnShareGroup> viewGroup =
+        fLastView ? fLastView->RenderState()->Group() : std::shared_ptr<TOrnShareGroup>();
+    for (const auto& weak : fGroups) {
+        const std::shared_ptr<TOrnShareGroup> group = weak.lock();
+        if (!group || group->TextureName(this) == 0) continue;
+        if (group != viewGroup) {
+            group->RemoveTexture(this, false);
+            continue;
+        }
+        const bool wasCurrent = fLastView->GetCurrent();
+        if (!wasCurrent) fLastView->SetCurrent(true);
+        const bool current = fLastView->GetCurrent();
+        group->RemoveTexture(this, current);
+        if (current && !wasCurrent) fLastView->SetCurrent(false);
+    }
+    fGroups.clear();
+}
+
+GLuint TOrnTexture::TextureName() const {
+    const std::shared_ptr<TOrnShareGroup> group = fLastGroup.lock();
+    return group ? group->TextureName(this) : 0;
+}
+
+void TOrnTexture::Touch(bool pixels) {
+    fStamp = TOrnRenderState::NewStamp();
+    if (pixels) fPixelStamp = fStamp;
+}
+
+void TOrnTexture::Notification(TComponent* component, TOperation operation) {
+    TOrnRender::Notification(component, operation);
+    if (operation == opRemove && component && component == fLastView) fLastView = nullptr;
 }
 
 void TOrnTexture::SetBitmap(const TBitmap* value) {
@@ -123,24 +85,22 @@ void TOrnTexture::SetAlpha(float value) {
     if (value == fAlpha || value < 0.0f || value > 1.0f) return;
     fAlpha = value;
     if (Valid() && !fPixels.empty() && !Designing()) WriteAlpha(alphaByte(fAlpha));
-    fChanged = true;
+    Touch(false);
     Changed();
 }
 
 void TOrnTexture::SetMode(TOrnTexMode value) {
     if (!assignIfChanged(fMode, value)) return;
-    fChanged = true;
     Changed();
 }
 
 void TOrnTexture::SetBlendColor(const TOrnColor* value) {
     detail::CopyColor(*fBlendColor, value);
-    fChanged = true;
+    Touch(false);
 }
 
 void TOrnTexture::Invalidate() {
-    fNeedsUpload = true;
-    fChanged = true;
+    Touch(true);
 }
 
 void TOrnTexture::Changed() {
@@ -253,19 +213,35 @@ void TOrnTexture::ScaleBitmap(TOrnCustomView*) {
 }
 
 void TOrnTexture::DoRender(TOrnCustomView* view) {
-    // Inside a display list every command must be recorded, hence the Cached test.
-    if (!Cached() && !fChanged && IsLastRenderedTex(this)) return;
+    TOrnRenderState* state = view ? view->RenderState() : nullptr;
+    if (!state) return; // no context to hold a name
+    // Still bound from the previous object of this frame (never skipped inside a display list).
+    if (state->IsApplied(ssTexture, fStamp)) return;
     if (fBitmap->Empty() || fBitmap->Width() < 1 || fBitmap->Height() < 1) return;
     if (!IsValidSize(fBitmap->Height()) || !IsValidSize(fBitmap->Width())) ScaleBitmap(view);
-    if (fName == 0) fName = AddTexture(this);
-    SetLastRenderedTex(this);
+    TOrnShareGroup& group = *state->Group();
+    GLuint name = group.TextureName(this);
+    if (name == 0) {
+        name = group.AddTexture(this);
+        std::erase_if(fGroups, [&](const std::weak_ptr<TOrnShareGroup>& g) {
+            return g.expired() || g.lock() == state->Group();
+        });
+        fGroups.push_back(state->Group());
+    }
+    group.TouchTexture(this);
+    fLastGroup = state->Group();
+    if (fLastView != view) {
+        if (fLastView) RemoveFreeNotification(fLastView);
+        fLastView = view;
+        FreeNotification(view);
+    }
 
     glEnable(GL_TEXTURE_2D);
-    glBindTexture(GL_TEXTURE_2D, fName);
-    if (!fPixels.empty() && (fNeedsUpload || !glIsTexture(fName))) {
+    glBindTexture(GL_TEXTURE_2D, name);
+    if (!fPixels.empty() && (group.UploadedStamp(this) != fPixelStamp || !glIsTexture(name))) {
         glTexImage2D(GL_TEXTURE_2D, 0, 4, fBitmap->Width(), fBitmap->Height(), 0, GL_RGBA, GL_UNSIGNED_BYTE,
                      fPixels.data());
-        fNeedsUpload = false;
+        group.SetUploadedStamp(this, fPixelStamp);
     }
 
     static constexpr GLint kModes[] = {GL_MODULATE, GL_DECAL, GL_BLEND, GL_REPLACE};
@@ -287,7 +263,7 @@ void TOrnTexture::DoRender(TOrnCustomView* view) {
     glLoadIdentity();
     Transformation()->Execute();
     glMatrixMode(GL_MODELVIEW);
-    fChanged = false;
+    state->SetApplied(ssTexture, fStamp);
 }
 
 void TOrnTexture::DoDisable(TOrnCustomView* view) {

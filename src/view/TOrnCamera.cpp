@@ -6,6 +6,7 @@
 #include <GL/glu.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace orn {
 
@@ -28,13 +29,19 @@ TOrnCamera::TOrnCamera(TComponent* owner) : TOrnTransformed(owner), fMatrix(std:
 }
 
 void TOrnCamera::SetViewNear(float value) {
-    if (!(value > 0.0f && value < fViewFar)) return;
-    if (assignIfChanged(fViewNear, value)) Changed();
+    if (value > 0.0f && std::isfinite(value) && assignIfChanged(fViewNear, value)) PlanesChanged();
 }
 
 void TOrnCamera::SetViewFar(float value) {
-    if (!(value > fViewNear)) return;
-    if (assignIfChanged(fViewFar, value)) Changed();
+    if (value > 0.0f && std::isfinite(value) && assignIfChanged(fViewFar, value)) PlanesChanged();
+}
+
+void TOrnCamera::PlanesChanged() {
+    if (fViewNear < fViewFar) {
+        fValidNear = fViewNear;
+        fValidFar = fViewFar;
+    }
+    Changed();
 }
 
 void TOrnCamera::Adjust(int, int) {}
@@ -73,7 +80,7 @@ void TOrnPerspectiveCamera::SetViewAngle(float value) {
 }
 
 void TOrnPerspectiveCamera::Adjust(int width, int height) {
-    gluPerspective(fViewAngle, Aspect(width, height), ViewNear(), ViewFar());
+    gluPerspective(fViewAngle, Aspect(width, height), ProjectionNear(), ProjectionFar());
 }
 
 void TOrnPerspectiveCamera::Assign(const TPersistent* source) {
@@ -104,7 +111,7 @@ void TOrnOrthographicCamera::SetViewHeight(float value) {
 void TOrnOrthographicCamera::Adjust(int width, int height) {
     const double halfWidth = Aspect(width, height) * fViewWidth / 2.0;
     const double halfHeight = fViewHeight / 2.0;
-    glOrtho(-halfWidth, halfWidth, -halfHeight, halfHeight, ViewNear(), ViewFar());
+    glOrtho(-halfWidth, halfWidth, -halfHeight, halfHeight, ProjectionNear(), ProjectionFar());
 }
 
 void TOrnOrthographicCamera::Assign(const TPersistent* source) {

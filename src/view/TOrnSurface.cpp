@@ -10,4 +10,8 @@ std::unique_ptr<TOrnSurface> TOrnSurface::CreateOffscreen(const TOrnPixelFormat&
     return surface;
 }
 
+void TOrnSurface::StartRenderState(const TOrnSurface* sharedWith) {
+    fRenderState = std::make_unique<TOrnRenderState>(sharedWith ? sharedWith->RenderState() : nullptr);
+}
+
 } // namespace orn

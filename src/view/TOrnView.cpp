@@ -45,7 +45,17 @@ TOrnView::~TOrnView() {
         fSurface.reset();
         RemoveViewFromList();
     }
-    if (fCamera) fCamera->OnChange = nullptr;
+    if (fCamera) UnhookCamera();
+}
+
+struct TOrnView::CameraHook {
+    TOrnView* view;
+    void operator()(TObject* sender) const { view->SubChange(sender); }
+};
+
+void TOrnView::UnhookCamera() {
+    const CameraHook* hook = fCamera->OnChange.target<CameraHook>();
+    if (hook && hook->view == this) fCamera->OnChange = nullptr;
 }
 
 // --- Properties
@@ -59,14 +69,14 @@ void TOrnView::SetCoordinates(const TOrnCoordinates* value) {
 }
 
 void TOrnView::SetCamera(TOrnCamera* value) {
-    if (value == fCamera) return;
-    if (fCamera) {
-        fCamera->OnChange = nullptr;
+    // The same camera again hooks it again: another view may have taken its handler meanwhile.
+    if (fCamera && fCamera != value) {
+        UnhookCamera();
         RemoveFreeNotification(fCamera);
     }
     fCamera = value;
     if (fCamera) {
-        fCamera->OnChange = [this](TObject* sender) { SubChange(sender); };
+        fCamera->OnChange = CameraHook{this};
         FreeNotification(fCamera);
     }
     SubChange(this);
@@ -186,6 +196,12 @@ TOrnSurface* TOrnView::DrawingSurface() const {
     return fBitmapSurface ? fBitmapSurface : fSurface.get();
 }
 
+TOrnRenderState* TOrnView::RenderState() {
+    TOrnSurface* surface = DrawingSurface();
+    if (surface && surface->RenderState()) return surface->RenderState();
+    return TOrnCustomView::RenderState();
+}
+
 bool TOrnView::GetCurrent() const {
     TOrnSurface* surface = DrawingSurface();
     if (!surface) return false;
@@ -253,7 +269,7 @@ void TOrnView::RenderScene() {
         try {
             if (fCamera) InitCamera(ClientWidth(), ClientHeight());
             fNextID = 0;
-            NotifyFrameStart(false);
+            RenderState()->BeginFrame();
             RenderSceneGL();
             if (fDrawMode != dmSelection) fSurface->Swap();
         } catch (...) {

@@ -49,7 +49,7 @@ std::unique_ptr<TBitmap> TOrnView::GetImage(int width, int height) {
         if (!surface->MakeCurrent()) throw EOrnError("Can not make the bitmap's OpenGL context current.");
         if (fCamera) InitCamera(width, height);
         fNextID = 0;
-        NotifyFrameStart(true);
+        RenderState()->BeginFrame();
         RenderSceneGL();
         glFinish();
         glPixelStorei(GL_PACK_ALIGNMENT, 1);

@@ -61,7 +61,7 @@ TOrnSelectionHit TOrnView::GetObj(int x, int y) {
                 glLoadIdentity();
             }
             fNextID = 0;
-            NotifyFrameStart(false);
+            RenderState()->BeginFrame();
             RenderSceneGL();
             hits = glRenderMode(GL_RENDER);
             if (hits >= 0 || buffer.size() >= kMaxSelectBuffer) break;
@@ -143,7 +143,7 @@ bool TOrnView::GetPoint(int x, int y, TOrnMathVector& point) {
         // A fresh render: after a swap the back buffer's depth is undefined.
         if (fCamera) InitCamera(ClientWidth(), ClientHeight());
         fNextID = 0;
-        NotifyFrameStart(false);
+        RenderState()->BeginFrame();
         RenderSceneGL();
         glReadPixels(x, ClientHeight() - 1 - y, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
     } catch (...) {

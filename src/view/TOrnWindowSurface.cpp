@@ -196,6 +196,7 @@ public:
                                        share ? share->fWindow : nullptr);
         }
         if (!fWindow) throw EOrnError("Could not create the view's window: " + LastGlfwError());
+        StartRenderState(share);
         glfwSetWindowUserPointer(fWindow, this);
         InstallCallbacks();
         fObtained = ReadObtained(fWindow, request);

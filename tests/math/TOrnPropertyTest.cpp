@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 using namespace orn;
 
 namespace {
@@ -167,9 +169,11 @@ TEST(TOrnMatrix, IdentityToleranceIsStrict) {
 TEST(TOrnMatrix, InvertDiagonalAndRefusePivotWithoutRowExchange) {
     TOrnMatrix m;
     const double d[4] = {2, 4, 5, 10};
-    for (int i = 0; i < 4; ++i) m.SetValue(i, i, d[i]);
+    for (int i = 0; i < 4; ++i)
+        m.SetValue(i, i, d[i]);
     EXPECT_TRUE(m.Invert());
-    for (int i = 0; i < 4; ++i) EXPECT_DOUBLE_EQ(m.GetValue(i, i), 1 / d[i]);
+    for (int i = 0; i < 4; ++i)
+        EXPECT_DOUBLE_EQ(m.GetValue(i, i), 1 / d[i]);
     TOrnMatrix p; // swaps rows 0 and 1: invertible, but not without an exchange
     p.SetValue(0, 1, 1);
     p.SetValue(1, 0, 1);
@@ -211,15 +215,44 @@ TEST(TOrnMatrix, ProjectTurnsYOverAndUnProjectDoesNot) {
 }
 
 TEST(TOrnMatrix, ProjectMatrixMapsBetweenComponentFrames) {
+    // A rotation does not commute with a translation, so it tells the order of the product. (Not
+    // by 90°: the inversion, without row exchange, takes a zero pivot for singular.)
+    const double c = 0.5, s = std::sqrt(3.0) / 2;
     TOrnMatrix self, other;
     self.SetIdentityMatrix();
-    self.SetValue(0, 3, 2); // self's frame sits at x = 2
+    self.SetValue(0, 0, c); // self's frame is turned by 60° about z
+    self.SetValue(0, 1, -s);
+    self.SetValue(1, 0, s);
+    self.SetValue(1, 1, c);
     other.SetIdentityMatrix();
-    other.SetValue(1, 3, 3); // other's at y = 3
+    other.SetValue(1, 3, 3); // other's frame sits at y = 3
     TOrnMathVector r;
     self.ProjectMatrix(other, ToVec(1, 1, 1), r);
-    // (other · self⁻¹) · v, exactly as the composition is defined
-    EXPECT_EQ(r, ToVec(-1, 4, 1));
+    // The point is (1, 4, 1) in the scene; turned back by 60° into self's frame: self⁻¹ · other · v.
+    EXPECT_NEAR(r.x, c * 1 + s * 4, 1e-12);
+    EXPECT_NEAR(r.y, -s * 1 + c * 4, 1e-12);
+    EXPECT_NEAR(r.z, 1, 1e-12);
+}
+
+TEST(TOrnMatrix, UnProjectUndoesModelAndProjectionInTheirOrder) {
+    TOrnMatrix model, projection;
+    const double c = 0.5, s = std::sqrt(3.0) / 2;
+    model.SetIdentityMatrix(); // turned by 60° about y
+    model.SetValue(0, 0, c);
+    model.SetValue(0, 2, s);
+    model.SetValue(2, 0, -s);
+    model.SetValue(2, 2, c);
+    projection.SetIdentityMatrix(); // x and y scaled unevenly, as a projection of a wide view does
+    projection.SetValue(0, 0, 0.5);
+    projection.SetValue(1, 1, 0.25);
+    const TOrnMathVector4d viewport = ToVec4D(0, 0, 100, 50);
+    TOrnMathVector4d window, back;
+    model.Project(ToVec4D(0.5, 1, 0.25, 1), viewport, projection, window);
+    EXPECT_DOUBLE_EQ(window.x, (0.5 * (c * 0.5 + s * 0.25) + 1) / 2 * 100);
+    model.UnProject(window, viewport, projection, back);
+    EXPECT_NEAR(back.x, 0.5, 1e-12);
+    EXPECT_NEAR(back.y, -1, 1e-12); // y is not turned back over
+    EXPECT_NEAR(back.z, 0.25, 1e-12);
 }
 
 TEST(TOrnMatrix, AssignTakesHandlerAndValuesWithoutNotifying) {

@@ -69,6 +69,14 @@ TEST_F(NodeFixture, IndirectItemKeepsItsOwnNodeAndHandler) {
     ASSERT_TRUE(static_cast<bool>(a->OnChange));
 }
 
+TEST_F(NodeFixture, AddingNothingChangesNoBit) {
+    auto* shared = new TOrnObject(&form);
+    node->AddIndirect(shared);
+    EXPECT_EQ(node->Add(nullptr), -1);
+    EXPECT_EQ(node->Count(), 1);
+    EXPECT_TRUE(node->Indirect(0));
+}
+
 TEST_F(NodeFixture, LinkToItselfIsRefused) {
     node->Add(NewObject("A"));
     try {

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 using namespace orn;
 using orn::test::GLRecorder;
 using orn::test::TestView;
@@ -48,7 +50,8 @@ TEST_F(RenderChain, EnabledRenderWrapsDoRenderInMatrixAndEvents) {
     p->OnAfterRender = [&](TOrnCustomView*) { events.push_back("after"); };
     GLRecorder rec;
     p->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glPushMatrix()", "glTranslatef(1, 0, 0)", "glPointSize(7)", "glPopMatrix()"}));
+    EXPECT_EQ(rec.Calls(),
+              (Calls{"glPushMatrix()", "glTranslatef(1, 0, 0)", "glPointSize(7)", "glPopMatrix()"}));
     EXPECT_EQ(events, (std::vector<std::string>{"before", "after"}));
 }
 
@@ -87,8 +90,8 @@ TEST_F(RenderChain, CachedComponentCompilesOnceInTheFirstViewAndRendersLiveInASe
         EXPECT_EQ(rec.Count("glNewList"), 1u);
         ASSERT_NE(p->ListId(), 0u);
         EXPECT_EQ(rec.Filter({"glNewList", "glPointSize", "glEndList"}),
-                  (Calls{"glNewList(" + std::to_string(p->ListId()) + ", GL_COMPILE_AND_EXECUTE)", "glPointSize(7)",
-                         "glEndList()"}));
+                  (Calls{"glNewList(" + std::to_string(p->ListId()) + ", GL_COMPILE_AND_EXECUTE)",
+                         "glPointSize(7)", "glEndList()"}));
     }
     EXPECT_EQ(p->View(), view);
     GLRecorder rec;
@@ -115,7 +118,7 @@ TEST_F(RenderChain, UncachingDeletesTheListAndRecachingCompilesANewOne) {
     EXPECT_NE(p->ListId(), 0u);
 }
 
-TEST_F(RenderChain, ClearCacheBorrowsTheViewsContextOnlyWhenItIsNotCurrent) {
+TEST_F(RenderChain, ClearCacheBorrowsTheViewsContextOrWaitsForTheNextFrame) {
     auto* p = new Probe(&form);
     p->SetCached(true);
     p->Render(view);
@@ -128,9 +131,13 @@ TEST_F(RenderChain, ClearCacheBorrowsTheViewsContextOnlyWhenItIsNotCurrent) {
     p->Render(view); // compiles a new list (the test context is current regardless)
     view->current = false;
     view->canBeCurrent = false;
-    const GLuint kept = p->ListId();
+    const GLuint pending = p->ListId();
+    GLRecorder rec;
     p->ClearCache();
-    EXPECT_EQ(p->ListId(), kept); // no context: the list is kept
+    EXPECT_EQ(p->ListId(), 0u);
+    EXPECT_EQ(rec.Count("glDeleteLists"), 0u); // no context now: deleted at the group's next frame
+    view->RenderState()->BeginFrame();
+    EXPECT_EQ(rec.Calls(), (Calls{"glDeleteLists(" + std::to_string(pending) + ", 1)"}));
 }
 
 TEST_F(RenderChain, ChangeInsideANodesItemDropsTheNodesListAndTheNextRenderCompilesAnew) {
@@ -195,6 +202,28 @@ TEST_F(RenderChain, ProjectionCaptureHoldsTheModelViewWithOwnTransformation) {
     glLoadIdentity();
 }
 
+TEST_F(RenderChain, ProjectVectorTakesAScenePointIntoTheComponentsFrame) {
+    // Captured: camera (z − 5) · own rotation by 60° about z. A scene point seen through the
+    // camera comes out in the component's turned frame, whatever the camera does.
+    const double c = 0.5, s = std::sqrt(3.0) / 2;
+    auto* p = new Probe(&form);
+    p->SetProjectionEnabled(true);
+    TOrnMatrix& captured = *p->ProjectionMatrix();
+    captured.SetIdentityMatrix();
+    captured.SetValue(0, 0, c);
+    captured.SetValue(0, 1, -s);
+    captured.SetValue(1, 0, s);
+    captured.SetValue(1, 1, c);
+    captured.SetValue(2, 3, -5);
+    view->hasCamera = true;
+    view->camera.SetIdentityMatrix();
+    view->camera.SetValue(2, 3, -5);
+    const TOrnMathVector r = p->ProjectVector(view, ToVec(1, 0, 0));
+    EXPECT_NEAR(r.x, c, 1e-12);
+    EXPECT_NEAR(r.y, -s, 1e-12);
+    EXPECT_NEAR(r.z, 0, 1e-12);
+}
+
 TEST_F(RenderChain, ObjectPushesNamesOnlyInNamingModes) {
     auto* o = new TOrnObject(&form);
     for (TOrnDrawMode mode : {dmWindow, dmBitmap, dmSelection, dmPick, dmNothing}) {
@@ -225,8 +254,8 @@ TEST_F(RenderChain, ObjectSendsItsColourAndColourMaterialMode) {
     GLRecorder rec;
     o->Render(view);
     EXPECT_EQ(rec.Calls(), (Calls{"glPushMatrix()", "glColor4fv({1, 0, 0, 1})", "glEnable(GL_COLOR_MATERIAL)",
-                                  "glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE)", "glPopMatrix()",
-                                  "glDisable(GL_COLOR_MATERIAL)"}));
+                                  "glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE)",
+                                  "glPopMatrix()", "glDisable(GL_COLOR_MATERIAL)"}));
 }
 
 TEST_F(RenderChain, DestroyedViewDropsTheListsCachedInIt) {

@@ -22,7 +22,7 @@ class AttributesGL : public orn::test::GLTest {
 protected:
     void SetUp() override {
         GLTest::SetUp();
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
     }
     TComponent form{nullptr};
     TestView* view = new TestView(&form);
@@ -61,12 +61,6 @@ TEST(TOrnAttributes, AmbientColourNotifiesThroughItsSetterOnly) {
     EXPECT_EQ(changes, 2);
 }
 
-TEST(TOrnAttributes, DestroyingTheLastRenderedForgetsIt) {
-    auto* a = new TOrnAttributes(nullptr);
-    SetLastRenderedAttributes(a);
-    EXPECT_TRUE(IsLastRenderedAttributes(a));
-    delete a;
-    EXPECT_TRUE(IsLastRenderedAttributes(nullptr));
 }
 
 TEST(TOrnAttributes, ObjectForgetsDestroyedAttributes) {
@@ -208,14 +202,14 @@ TEST_F(AttributesGL, SharedAttributesAreSentOncePerFrameAndAgainAfterAChange) {
     EXPECT_EQ(rec.Filter({"glLineWidth"}), (Calls{"glLineWidth(3)"}));
 
     rec.Clear();
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     first->Render(view);
     second->Render(view);
     EXPECT_EQ(rec.Count("glLineWidth"), 1u);
 
     rec.Clear();
-    NotifyFrameStart(true); // a render into a bitmap resets as well
-    first->Render(view);
+    auto* bitmapContext = new TestView(&form); // another context knows nothing of the first's state
+    first->Render(bitmapContext);
     EXPECT_EQ(rec.Count("glLineWidth"), 1u);
 }
 
@@ -264,7 +258,7 @@ TEST_F(BlendPixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
     TComponent form(nullptr);
     TestView view(&form);
     for (const Case& c : cases) {
-        NotifyFrameStart(false);
+        view.RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
         TOrnAttributes attr(nullptr);
         attr.SetTransparency(c.mode);
@@ -295,7 +289,7 @@ TEST_F(CullPixels, CullFaceHidesTheFacesItNames) {
     TComponent form(nullptr);
     TestView view(&form);
     for (const Case& c : cases) {
-        NotifyFrameStart(false);
+        view.RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
         TOrnAttributes attr(nullptr);
         attr.SetCullFace(c.cull);

@@ -1,4 +1,5 @@
 #include <orn/state/TOrnFog.h>
+#include <orn/state/TOrnMaterial.h>
 
 #include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
@@ -23,6 +24,19 @@ protected:
 };
 
 } // namespace
+
+TEST(TOrnFog, AssignFromAnotherFamilyChangesNothing) {
+    TOrnFog fog(nullptr);
+    TOrnMaterial other(nullptr); // a render component, with render values of its own
+    other.SetEnabled(false);
+    int changes = 0;
+    fog.OnChange = [&](TObject*) { ++changes; };
+    fog.Assign(&other);
+    EXPECT_TRUE(fog.Enabled());
+    EXPECT_EQ(changes, 0);
+    fog.SetDensity(0.3f);
+    EXPECT_EQ(changes, 1) << "the handler stays";
+}
 
 TEST_F(FogGL, ModesAndQualitiesChooseTheirEnumerants) {
     const std::pair<TOrnFogMode, std::string> modes[] = {{fmLinear, "glFogi(GL_FOG_MODE, GL_LINEAR)"},

@@ -147,7 +147,7 @@ int BrightnessAt(const orn::test::Image& image, double rx, double ry) {
 TEST_F(LitSphere, DirectionalLightAlongTheViewAxisFollowsTheCosineLaw) {
     TComponent form(nullptr);
     TestView view(&form);
-    NotifyFrameStart(false);
+    view.RenderState()->BeginFrame();
     ClearTo(0, 0, 0);
     glMatrixMode(GL_PROJECTION);
     glOrtho(-129.0 / 128, 129.0 / 128, -129.0 / 128, 129.0 / 128, -2, 2); // one pixel = 1/64 radius

@@ -56,9 +56,7 @@ TEST(TOrnMaterial, DestroyingTheLastRenderedForgetsItAndObjectsLetGo) {
     auto* m = new TOrnMaterial(&form);
     object->SetMaterial(m);
     EXPECT_EQ(object->Material(), m);
-    SetLastRenderedMaterial(m);
     delete m;
-    EXPECT_TRUE(IsLastRenderedMaterial(nullptr));
     EXPECT_EQ(object->Material(), nullptr);
 }
 
@@ -68,7 +66,7 @@ class MaterialGL : public orn::test::GLTest {
 protected:
     void SetUp() override {
         GLTest::SetUp();
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
     }
     TComponent form{nullptr};
     TestView* view = new TestView(&form);
@@ -98,14 +96,14 @@ TEST_F(MaterialGL, FaceChoosesTheEnumerant) {
     };
     for (const auto& [face, call] : faces) {
         material->SetFace(face);
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
         GLRecorder rec;
         material->Render(view);
         EXPECT_EQ(rec.Filter({"glMateriali"}), (Calls{call}));
     }
 }
 
-TEST_F(MaterialGL, SharedMaterialIsSentOncePerFrameEvenWhenChangedWithinIt) {
+TEST_F(MaterialGL, SharedMaterialIsSentOncePerFrameAndAgainAfterAChange) {
     auto* first = new TOrnObject(&form);
     auto* second = new TOrnObject(&form);
     first->SetMaterial(material);
@@ -115,13 +113,13 @@ TEST_F(MaterialGL, SharedMaterialIsSentOncePerFrameEvenWhenChangedWithinIt) {
     second->Render(view);
     EXPECT_EQ(rec.Count("glMateriali"), 1u);
 
-    // Unlike attributes, a change does not clear the reference: only the next frame sends it.
     material->SetShininess(20);
     first->Render(view);
-    EXPECT_EQ(rec.Count("glMateriali"), 1u);
+    second->Render(view);
+    EXPECT_EQ(rec.Count("glMateriali"), 2u);
 
     rec.Clear();
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     first->Render(view);
     second->Render(view);
     EXPECT_EQ(rec.Filter({"glMateriali"}), (Calls{"glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 20)"}));

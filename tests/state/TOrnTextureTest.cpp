@@ -164,9 +164,10 @@ class TextureGL : public orn::test::GLTest {
 protected:
     void SetUp() override {
         GLTest::SetUp();
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
     }
-    void TearDown() override { SetMaxTexture(4); }
+    int TextureListCount() { return view->RenderState()->Group()->TextureCount(); }
+    int SetMaxTexture(int count) { return view->RenderState()->Group()->SetMaxTexture(count); }
 
     TOrnTexture* NewTexture() {
         auto* t = new TOrnTexture(&form);
@@ -217,7 +218,7 @@ TEST_F(TextureGL, ModesBlendColourAndTransformationReachGL) {
 TEST_F(TextureGL, BoundForSeveralObjectsInOneFrameIssuesItsCommandsOnce) {
     TOrnTexture* t = NewTexture();
     t->Render(view); // uploads
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     GLRecorder rec;
     for (int object = 0; object < 3; ++object)
         t->Render(view);
@@ -225,22 +226,21 @@ TEST_F(TextureGL, BoundForSeveralObjectsInOneFrameIssuesItsCommandsOnce) {
     EXPECT_EQ(rec.Count("glTexImage2D"), 0u) << "uploaded already";
 
     rec.Clear();
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     t->Render(view);
     t->SetMode(tmDecal); // changed in between
     t->Render(view);
     t->Render(view);
     EXPECT_EQ(rec.Count("glBindTexture"), 2u);
 
-    // Changed before its first render of a frame: that render issues everything, and the check
-    // that skips the later ones arms itself only on the next.
+    // Changed before its first render of a frame: that render issues everything, the later skip.
     rec.Clear();
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     TOrnColor c;
     t->SetBlendColor(&c);
     for (int object = 0; object < 3; ++object)
         t->Render(view);
-    EXPECT_EQ(rec.Count("glBindTexture"), 2u);
+    EXPECT_EQ(rec.Count("glBindTexture"), 1u);
 }
 
 TEST_F(TextureGL, ObjectsSharingATextureBindItOncePerFrameAndForgetItWhenItGoes) {
@@ -252,7 +252,7 @@ TEST_F(TextureGL, ObjectsSharingATextureBindItOncePerFrameAndForgetItWhenItGoes)
         r->SetTextured(true);
         r->Render(view);
     }
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     GLRecorder rec;
     a->Render(view);
     b->Render(view);
@@ -271,7 +271,7 @@ TEST_F(TextureGL, AnotherTextureInBetweenRebindsTheFirst) {
     TOrnTexture* b = NewTexture();
     a->Render(view);
     b->Render(view);
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     GLRecorder rec;
     a->Render(view);
     b->Render(view);
@@ -281,19 +281,6 @@ TEST_F(TextureGL, AnotherTextureInBetweenRebindsTheFirst) {
               (Calls{"glBindTexture(GL_TEXTURE_2D, " + std::to_string(a->TextureName()) + ")",
                      "glBindTexture(GL_TEXTURE_2D, " + std::to_string(b->TextureName()) + ")",
                      "glBindTexture(GL_TEXTURE_2D, " + std::to_string(a->TextureName()) + ")"}));
-}
-
-TEST_F(TextureGL, CachedTextureIssuesEveryCommandEachTime) {
-    TOrnTexture* t = NewTexture();
-    auto* elsewhere = new TestView(&form);
-    t->SetCached(true);
-    t->SetView(elsewhere); // its list belongs to another view: rendered live here
-    t->Render(view);
-    NotifyFrameStart(false);
-    GLRecorder rec;
-    t->Render(view);
-    t->Render(view);
-    EXPECT_EQ(rec.Count("glBindTexture"), 2u);
 }
 
 TEST_F(TextureGL, CachedTextureCompilesAllItsCommandsIntoTheList) {
@@ -313,7 +300,7 @@ TEST_F(TextureGL, UploadsOnlyWhenNeeded) {
     TOrnTexture* t = NewTexture();
     GLRecorder rec;
     t->Render(view);
-    NotifyFrameStart(false);
+    view->RenderState()->BeginFrame();
     t->Render(view);
     EXPECT_EQ(rec.Count("glTexImage2D"), 1u);
     EXPECT_EQ(rec.Count("glIsTexture"), 1u) << "the second render asks whether the name is still alive";
@@ -324,8 +311,8 @@ TEST_F(TextureGL, UploadsOnlyWhenNeeded) {
     EXPECT_EQ(rec.Count("glTexImage2D"), 1u);
 
     rec.Clear();
-    NotifyFrameStart(true); // a render into a bitmap invalidates every listed texture
-    t->Render(view);
+    auto* bitmapContext = new TestView(&form); // a context of another share group holds no image
+    t->Render(bitmapContext);
     EXPECT_EQ(rec.Filter({"glIsTexture", "glTexImage2D"}),
               (Calls{"glTexImage2D(GL_TEXTURE_2D, 0, 4, 2, 2, 0, GL_RGBA, GL_UNSIGNED_BYTE, ptr)"}));
 }
@@ -353,6 +340,19 @@ TEST_F(TextureGL, FiveTexturesEvictTheFirstWhichUploadsAgain) {
     EXPECT_EQ(rec.Count("glTexImage2D"), 1u);
     EXPECT_EQ(textures[1]->TextureName(), 0u) << "now the least recently rendered went";
     EXPECT_NE(textures[2]->TextureName(), 0u);
+}
+
+TEST_F(TextureGL, RecentRenderProtectsFromEviction) {
+    std::vector<TOrnTexture*> textures;
+    for (int i = 0; i < 5; ++i)
+        textures.push_back(NewTexture());
+    for (int i = 0; i < 4; ++i)
+        textures[i]->Render(view);
+    view->RenderState()->BeginFrame();
+    textures[0]->Render(view); // most recent now
+    textures[4]->Render(view);
+    EXPECT_NE(textures[0]->TextureName(), 0u);
+    EXPECT_EQ(textures[1]->TextureName(), 0u);
 }
 
 TEST_F(TextureGL, MaximumTextureCount) {
@@ -427,7 +427,7 @@ class TexturePixels : public orn::test::GLTest {
 protected:
     void SetUp() override {
         GLTest::SetUp();
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
     }
     // The whole viewport, texture coordinates 0 … s on both axes.
@@ -538,7 +538,7 @@ TEST_F(TexturePixels, ModesCombineTexelAndFragmentAsNamed) {
     t->SetAlpha(0.5f);
     t->BlendColor()->SetColor(clLime);
     for (const Case& c : cases) {
-        NotifyFrameStart(false);
+        view->RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
         t->SetMode(c.mode);
         t->Render(view);

@@ -22,25 +22,33 @@ struct ChangeCounter {
     }
 };
 
-TEST(TOrnCameraRange, NearAndFarKeepTheirOrder) {
+TEST(TOrnCameraRange, NearAndFarStickInEitherOrder) {
     TOrnPerspectiveCamera c(nullptr);
     ChangeCounter changes;
     c.OnChange = changes.Handler();
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    for (float bad : {0.0f, -1.0f, 10.0f, 11.0f, nan})
+    const float inf = std::numeric_limits<float>::infinity();
+    for (float bad : {0.0f, -1.0f, inf, std::numeric_limits<float>::quiet_NaN()}) {
         c.SetViewNear(bad);
-    EXPECT_FLOAT_EQ(c.ViewNear(), 0.1f);
-    for (float bad : {0.1f, 0.05f, -5.0f, nan})
         c.SetViewFar(bad);
+    }
+    EXPECT_FLOAT_EQ(c.ViewNear(), 0.1f);
     EXPECT_FLOAT_EQ(c.ViewFar(), 10.0f);
     EXPECT_EQ(changes.count, 0);
 
-    c.SetViewNear(1.0f);
-    c.SetViewFar(1.5f);
-    c.SetViewFar(1.5f); // unchanged: no notification
-    EXPECT_FLOAT_EQ(c.ViewNear(), 1.0f);
-    EXPECT_FLOAT_EQ(c.ViewFar(), 1.5f);
+    c.SetViewNear(20.0f); // beyond far for now: the projection keeps the last valid pair
+    EXPECT_FLOAT_EQ(c.ProjectionNear(), 0.1f);
+    EXPECT_FLOAT_EQ(c.ProjectionFar(), 10.0f);
+    c.SetViewFar(100.0f);
+    c.SetViewFar(100.0f); // unchanged: no notification
+    EXPECT_FLOAT_EQ(c.ViewNear(), 20.0f);
+    EXPECT_FLOAT_EQ(c.ProjectionNear(), 20.0f);
+    EXPECT_FLOAT_EQ(c.ProjectionFar(), 100.0f);
     EXPECT_EQ(changes.count, 2);
+
+    c.SetViewFar(1.5f);
+    c.SetViewNear(1.0f);
+    EXPECT_FLOAT_EQ(c.ProjectionNear(), 1.0f);
+    EXPECT_FLOAT_EQ(c.ProjectionFar(), 1.5f);
 }
 
 TEST(TOrnCameraRange, AngleMustLieStrictlyBetweenZeroAndHalfATurn) {

@@ -1,7 +1,9 @@
 #include <orn/host/EOrnError.h>
 #include <orn/scene/TOrnObject.h>
+#include <orn/state/TOrnAttributes.h>
 #include <orn/view/TOrnView.h>
 
+#include "support/GLRecorder.h"
 #include "view/ViewTestSupport.h"
 
 #include <GL/gl.h>
@@ -88,23 +90,20 @@ TEST_F(ViewTest, GetImageCallsListsCachedInTheFirstView) {
     EXPECT_EQ(image->Pixel(2, 2), clBlack);
 }
 
-TEST_F(ViewTest, GetImageTellsRenderStateAboutTheBitmap) {
+TEST_F(ViewTest, EveryRepaintAndBitmapRenderSendsSharedStateAfresh) {
     TOrnView v(nullptr);
-    std::vector<bool> starts;
-    static std::vector<bool>* sink = nullptr;
-    static const bool registered = [] {
-        AddFrameStartHandler([](bool forBitmap) {
-            if (sink) sink->push_back(forBitmap);
-        });
-        return true;
-    }();
-    (void)registered;
-    sink = &starts;
+    TOrnAttributes attributes(nullptr);
+    attributes.SetLineWidth(3);
+    v.OnRender = [&](TOrnView* view) {
+        attributes.Render(view);
+        attributes.Render(view); // the same block twice in one frame: sent once
+    };
     v.OpenGLConnect();
+    test::GLRecorder rec;
+    v.RenderScene();
     v.RenderScene();
     v.GetImage(8, 8);
-    sink = nullptr;
-    EXPECT_EQ(starts, (std::vector<bool>{false, true}));
+    EXPECT_EQ(rec.Count("glLineWidth"), 3u);
 }
 
 TEST_F(ViewTest, GetImageRefusesImpossibleSizes) {

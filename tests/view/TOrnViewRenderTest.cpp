@@ -15,37 +15,37 @@ using test::GLRecorder;
 using test::ViewTest;
 using Calls = std::vector<std::string>;
 
-// Frame-start handlers stay registered for the whole run; this one reports only to a test that asks.
-std::function<void(bool)>& FrameStartProbe() {
-    static std::function<void(bool)> probe;
-    static const bool registered = [] {
-        AddFrameStartHandler([](bool forBitmap) {
-            if (FrameStartProbe()) FrameStartProbe()(forBitmap);
-        });
-        return true;
-    }();
-    (void)registered;
-    return probe;
-}
-
-struct ProbeScope {
-    explicit ProbeScope(std::function<void(bool)> f) { FrameStartProbe() = std::move(f); }
-    ~ProbeScope() { FrameStartProbe() = nullptr; }
-};
-
-TEST_F(ViewTest, EveryRepaintStartsOneFrameBeforeClearing) {
+TEST_F(ViewTest, RenderSceneCallOrder) {
+    TOrnPerspectiveCamera camera(nullptr);
     TOrnView v(nullptr);
     v.Coordinates()->SetVisible(false);
     v.OpenGLConnect();
     GLRecorder rec;
-    std::vector<std::size_t> clearsBefore;
-    ProbeScope probe([&](bool forBitmap) {
-        EXPECT_FALSE(forBitmap);
-        clearsBefore.push_back(rec.Count("glClear"));
-    });
     v.RenderScene();
-    v.RenderScene();
-    EXPECT_EQ(clearsBefore, (std::vector<std::size_t>{0, 1}));
+    rec.Stop();
+    EXPECT_EQ(rec.Calls(), (Calls{"glViewport(0, 0, 400, 250)",
+                                  "glMatrixMode(GL_PROJECTION)",
+                                  "glLoadIdentity()",
+                                  "gluPerspective(45, 1.6, 0.1, 10)",
+                                  "glMatrixMode(GL_MODELVIEW)",
+                                  "glLoadIdentity()",
+                                  "glTranslatef(0, 0, -2)",
+                                  "glGetDoublev(GL_MODELVIEW_MATRIX, ptr)",
+                                  "glGetDoublev(GL_PROJECTION_MATRIX, ptr)",
+                                  "glGetIntegerv(GL_VIEWPORT, ptr)",
+                                  "glClearColor(1, 0, 0, 1)",
+                                  "glDepthFunc(GL_LESS)",
+                                  "glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE)",
+                                  "glDepthMask(GL_TRUE)",
+                                  "glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT)",
+                                  "glMatrixMode(GL_MODELVIEW)",
+                                  "glEnable(GL_DEPTH_TEST)",
+                                  rec.Calls().at(17), // checked below
+                                  "glLineWidth(3)",
+                                  "glFlush()",
+                                  "glPopAttrib()"}));
+    EXPECT_EQ(rec.Calls().at(17).rfind("glPushAttrib(GL_COLOR_BUFFER_BIT | ", 0), 0u);
+    EXPECT_NE(rec.Calls().at(17).find("GL_SCISSOR_BIT"), std::string::npos); // all attribute bits
 }
 
 TEST_F(ViewTest, RenderSceneGLFollowsBuffersMasksAndDepthTest) {

@@ -101,6 +101,30 @@ TEST(TOrnViewPixelFormat, BitmapKeepsTheDescribedColourBits) {
 
 // --- With a context
 
+TEST_F(ViewTest, CameraChangesRepaintTheViewThatHoldsTheCameraNow) {
+    TOrnPerspectiveCamera camera(nullptr);
+    TOrnView first(nullptr);
+    TOrnView second(nullptr);
+    first.OpenGLConnect();
+    second.OpenGLConnect();
+    first.SetCamera(&camera);
+    second.SetCamera(&camera); // takes the camera's one change handler
+    second.SetCamera(nullptr);
+    first.SetCamera(&camera); // the same camera again: hooked again
+    first.RenderScene();
+    camera.SetViewAngle(30);
+    EXPECT_TRUE(first.PaintPending());
+
+    {
+        TOrnView third(nullptr);
+        third.SetCamera(&camera);
+        second.SetCamera(&camera);
+    } // third goes, but the handler is second's now
+    second.RenderScene();
+    camera.SetViewAngle(40);
+    EXPECT_TRUE(second.PaintPending());
+}
+
 TEST_F(ViewTest, ConnectRecordsTheRequestAndJoinsTheList) {
     TOrnView v(nullptr);
     v.SetDoubleBuffer(false);

@@ -148,8 +148,14 @@ protected:
     /// Builds when not Initialized, then draws every enabled list.
     void DoRender(TOrnCustomView* view) override;
 
-    /// What a shape's geometry setter calls: the next render rebuilds.
-    void Invalidate() { fInitialized = false; }
+    /// What a shape's geometry setter calls: the next render rebuilds, the display list goes and
+    /// the owner hears of the change.
+    void Invalidate() {
+        fInitialized = false;
+        Changed();
+    }
+    /// The texture's stamp besides the object's own state components.
+    std::uint64_t ContentStamp() const override;
     /// Stores a texture on the object and all its lists; the texture unit's SetTexture calls it.
     void SetTextureRef(TOrnTexture* texture, TOrnRender* render);
     /// The texture seen as a render component (its Render binds it).

@@ -47,7 +47,7 @@ public:
                    TOrnMathVector4d& r) const;
     void UnProject(const TOrnMathVector4d& v, const TOrnMathVector4d& viewport, TOrnMathVector4d& r) const;
     void UnProject(const TOrnMathVector4d& v, TOrnMathVector4d& r) const;
-    /// v from the coordinates that m describes into those this matrix describes: (m · Self⁻¹) · v.
+    /// v from the coordinates that m describes into those this matrix describes: (Self⁻¹ · m) · v.
     void ProjectMatrix(const TOrnMatrix& m, const TOrnMathVector4d& v, TOrnMathVector4d& r) const;
     void ProjectMatrix(const TOrnMatrix& m, const TOrnMathVector& v, TOrnMathVector& r) const;
 

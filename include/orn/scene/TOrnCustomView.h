@@ -2,8 +2,10 @@
 
 #include <orn/host/TComponent.h>
 #include <orn/math/TOrnMatrix.h>
+#include <orn/scene/TOrnRenderState.h>
 
 #include <functional>
+#include <memory>
 
 namespace orn {
 
@@ -14,7 +16,8 @@ enum TOrnDrawMode { dmWindow, dmBitmap, dmSelection, dmPick, dmNothing };
 constexpr bool IsNamingDrawMode(TOrnDrawMode mode) { return mode >= dmSelection && mode <= dmNothing; }
 
 /// What the render chain needs of a view: its context made current and released, the draw mode,
-/// the selection names it hands out and the camera matrix it captured. TOrnView implements it.
+/// the selection names it hands out, the camera matrix it captured and the render state of the
+/// context it draws in. TOrnView implements it.
 ///
 /// A view's destructor must call SendRemoveNotifications() first: components that cached display
 /// lists in its context delete them in their Notification, through GetCurrent/SetCurrent.
@@ -33,15 +36,15 @@ public:
     virtual int GetNextID(TObject* object, int index) = 0;
     /// The model-view matrix of the camera captured at the last render, or nullptr.
     virtual const TOrnMatrix* CameraMatrix() const = 0;
+    /// The render state of the context the view draws in now. This one, a context of its own with
+    /// a share group of its own, serves a view that has a single context.
+    virtual TOrnRenderState* RenderState();
+
+private:
+    std::unique_ptr<TOrnRenderState> fRenderState;
 };
 
 /// The event of OnRender, OnBeforeRender, OnAfterRender: receives the view being rendered.
 using TOrnRenderEvent = std::function<void(TOrnCustomView* view)>;
-
-/// Registers a handler that runs at the start of every scene render (forBitmap false) and every
-/// render into a bitmap (true): render state resets its last-rendered references here.
-void AddFrameStartHandler(std::function<void(bool forBitmap)> handler);
-/// Called by views at the start of a render.
-void NotifyFrameStart(bool forBitmap);
 
 } // namespace orn

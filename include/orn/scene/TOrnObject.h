@@ -49,6 +49,8 @@ protected:
     void DoRender(TOrnCustomView* view) override;
     void AfterRender(TOrnCustomView* view) override;
     void SetColorMaterial(std::uint8_t value);
+    /// The stamps of the attributes and material the display list holds.
+    std::uint64_t ContentStamp() const override;
     /// Whether view wants selection names now.
     static bool WantsNames(const TOrnCustomView* view) { return view && IsNamingDrawMode(view->DrawMode()); }
 

@@ -11,8 +11,13 @@ namespace orn {
 class TOrnCustomNode;
 
 /// A component that renders: enabled or not, a member of a node, optionally cached in a display
-/// list of the first view that renders it, with events before and after, and optionally
-/// capturing its model-view matrix.
+/// list, with events before and after, and optionally capturing its model-view matrix.
+///
+/// A cached component keeps one display list, in the share group of the context it was compiled
+/// in: a render in a context of that group calls it, a render in another group draws directly,
+/// and when the group's last context is gone the list is forgotten and the next render compiles
+/// anew. Any change of the component drops the list, except a change of its transformation,
+/// which the list does not hold.
 class TOrnRender : public TOrnTransformed {
     ORN_CLASS(TOrnRender)
 public:
@@ -32,7 +37,8 @@ public:
     TOrnCustomView* View() const { return fView; }
     /// The view whose context holds the display list; a new view drops the old list.
     virtual void SetView(TOrnCustomView* value);
-    GLuint ListId() const { return fListId; }
+    /// The display list's name, 0 while there is none (or its contexts are gone).
+    GLuint ListId() const;
     bool ProjectionEnabled() const { return fProjectionEnabled; }
     /// Capture the model-view matrix (own transformation included) on every render.
     void SetProjectionEnabled(bool value);
@@ -48,8 +54,16 @@ public:
     virtual void Render(TOrnCustomView* view);
     virtual void Disable(TOrnCustomView* view);
     bool IsMyView(const TOrnCustomView* view) const { return view && view == fView; }
-    /// Deletes the display list, making the view's context current for it if need be.
+    /// Deletes the display list, making the view's context current for it if need be; when no
+    /// context of the list's group can be had, it goes at the group's next frame.
     void ClearCache();
+    /// Drops the display list, then notifies the owner.
+    void Changed() override;
+    /// A change of an owned value object; one of the transformation keeps the list.
+    void SubChange(TObject* sender) override;
+    /// For state components that send their block once per frame: the stamp of their present
+    /// values (see TOrnRenderState); 0 for components that hold no such state.
+    virtual std::uint64_t Stamp() const { return 0; }
 
     /// Adds to bounds the box that holds what this component draws, in its own coordinates (its
     /// transformation not applied), without drawing or making display lists; false when it draws
@@ -76,14 +90,27 @@ protected:
     /// Switches off what the component switches on, when it is disabled.
     virtual void DoDisable(TOrnCustomView* view);
 
-    void OpenCache();
-    void CloseCache();
-    void CallCache();
+    /// What the list depends on besides the component's own values (the stamps of the state
+    /// components it renders): a list compiled under another value is compiled again.
+    virtual std::uint64_t ContentStamp() const { return 0; }
 
 private:
+    /// Calls, compiles or bypasses the display list for a render in state.
+    void RenderCached(TOrnCustomView* view, TOrnRenderState& state);
+    void CompileList(TOrnCustomView* view, TOrnRenderState& state);
+    /// Forgets a list whose group is gone.
+    bool HasLiveList() const;
+
     bool fEnabled = true;
     TOrnCustomView* fView = nullptr;
     GLuint fListId = 0;
+    std::weak_ptr<TOrnShareGroup> fListGroup;
+    const TOrnShareGroup* fListGroupAddress = nullptr; // compared before the group is locked
+    TOrnAppliedStamps fListLeaves{};
+    std::uint64_t fListContent = 0;
+    bool fCompiling = false;
+    bool fChangedWhileCompiling = false;
+    bool fKeepList = false; // while the transformation reports a change
     bool fCached = false;
     TOrnCustomNode* fNode = nullptr;
     std::unique_ptr<TOrnMatrix> fProjectionMatrix;

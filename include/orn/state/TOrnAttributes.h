@@ -32,13 +32,12 @@ inline constexpr std::array<std::uint16_t, 6> kLineStipplePatterns{0x0000, 0xF0F
 /// dithering, lighting, polygon mode, hints, shading, blending, stipple, line width and point size.
 ///
 /// The block is never taken back; it stays until the next attributes render. Objects sharing one
-/// component send it once per frame: the last rendered attributes are remembered until the view
-/// starts the next frame or the component changes.
+/// component send it once per frame: the context's render state remembers the block applied last
+/// until the view starts the next frame or the component changes (never inside a display list).
 class TOrnAttributes : public TOrnRender {
     ORN_CLASS(TOrnAttributes)
 public:
     explicit TOrnAttributes(TComponent* owner);
-    ~TOrnAttributes() override;
 
     bool Antialiasing() const { return fAntialiasing; }
     void SetAntialiasing(bool value);
@@ -79,6 +78,7 @@ public:
 
     /// Notifies and makes the next render send the block again.
     void Changed() override;
+    std::uint64_t Stamp() const override { return fStamp; }
     /// From attributes: copies all but Dithering, PerspectiveCorrection, the stipple shift and
     /// factor, PointSize and LineWidth; then the render values.
     void Assign(const TPersistent* source) override;
@@ -104,11 +104,7 @@ private:
     TOrnLineStipple fLineStipple = lsSolid;
     float fPointSize = 1.0f;
     float fLineWidth = 0.0f;
+    std::uint64_t fStamp = TOrnRenderState::NewStamp();
 };
-
-/// Whether attributes is the one rendered last in this frame.
-bool IsLastRenderedAttributes(const TOrnAttributes* attributes);
-/// Remembers attributes as rendered last; nullptr makes the next attributes render send its block.
-void SetLastRenderedAttributes(TOrnAttributes* attributes);
 
 } // namespace orn

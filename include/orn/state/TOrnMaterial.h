@@ -14,12 +14,12 @@ enum TMaterialFace : std::uint8_t { mfFront, mfBack, mfFrontBack };
 inline constexpr std::array<const char*, 3> kMaterialFaceNames{"mfFront", "mfBack", "mfFrontBack"};
 
 /// The OpenGL material of the front, back or both faces: four colours and a shininess exponent.
-/// Objects sharing one material send it once per frame; it is never taken back.
+/// Objects sharing one material send it once per frame (see TOrnRenderState); it is never taken
+/// back.
 class TOrnMaterial : public TOrnRender {
     ORN_CLASS(TOrnMaterial)
 public:
     explicit TOrnMaterial(TComponent* owner);
-    ~TOrnMaterial() override;
 
     TMaterialFace Face() const { return fFace; }
     void SetFace(TMaterialFace value);
@@ -39,6 +39,10 @@ public:
     /// Accepts 0 … 128; other values are ignored.
     void SetShininess(std::int32_t value);
 
+    /// Notifies and makes the next render send the material again.
+    void Changed() override;
+    std::uint64_t Stamp() const override { return fStamp; }
+
     /// From a material: face, colours and shininess (unchecked), then the render values.
     void Assign(const TPersistent* source) override;
 
@@ -53,11 +57,7 @@ private:
     TMaterialFace fFace = mfFrontBack;
     std::array<std::unique_ptr<TOrnColor>, 4> fColors; // ambient, diffuse, specular, emission
     std::int32_t fShininess = 0;
+    std::uint64_t fStamp = TOrnRenderState::NewStamp();
 };
-
-/// Whether material is the one rendered last in this frame.
-bool IsLastRenderedMaterial(const TOrnMaterial* material);
-/// Remembers material as rendered last; nullptr makes the next material render send itself.
-void SetLastRenderedMaterial(TOrnMaterial* material);
 
 } // namespace orn

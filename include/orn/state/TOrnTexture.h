@@ -22,7 +22,9 @@ inline constexpr std::array<const char*, 4> kTexModeNames{"tmModulate", "tmDecal
 /// The bitmap is kept beside the GL texture as RGBA pixels, rows bottom-up, with the alpha of
 /// Alpha (or of SetAlphaBitmap / SetMaskAlpha), so an evicted texture or a new context needs no
 /// new conversion. Sides that are not powers of two are scaled (in the bitmap itself) at the first
-/// render. Only a few textures hold a GL texture name at a time: see AddTexture and SetMaxTexture.
+/// render. A texture holds a GL name in each share group it was rendered in; only a few textures
+/// hold one per group at a time (TOrnShareGroup::SetMaxTexture), the least recently rendered
+/// giving theirs up first.
 /// In the design state no pixels are built, so nothing is uploaded.
 class TOrnTexture : public TOrnRender {
     ORN_CLASS(TOrnTexture)
@@ -44,8 +46,8 @@ public:
     /// Copies value (nullptr: nothing copied) and makes the next render issue its commands.
     void SetBlendColor(const TOrnColor* value);
 
-    /// The GL texture name, 0 while the texture holds none.
-    GLuint TextureName() const { return fName; }
+    /// The GL texture name in the share group of the last render, 0 while it holds none there.
+    GLuint TextureName() const;
     /// The RGBA pixels, rows bottom-up; empty while there are none (invalid bitmap, design state).
     std::span<const std::uint8_t> Pixels() const { return fPixels; }
 
@@ -53,6 +55,7 @@ public:
     void Invalidate();
     /// Only invalidates: a texture's change is not passed on to its owner.
     void Changed() override;
+    std::uint64_t Stamp() const override { return fStamp; }
     /// Whether the bitmap is non-empty and both its sides are powers of two.
     bool Valid() const { return GetValid(); }
     bool GetValid() const;
@@ -77,6 +80,7 @@ protected:
     /// texture matrix; nothing when it is still bound from the previous object in this frame.
     void DoRender(TOrnCustomView* view) override;
     void DoDisable(TOrnCustomView* view) override;
+    void Notification(TComponent* component, TOperation operation) override;
     /// Resizes the bitmap to the nearest powers of two (the exponent rounded: 181 → 128,
     /// 182 → 256) at 24 bits per pixel. Needs a current GL context.
     void ScaleBitmap(TOrnCustomView* view);
@@ -91,33 +95,17 @@ private:
     float fAlpha = 1.0f;
     TOrnTexMode fMode = tmModulate;
     std::unique_ptr<TOrnColor> fBlendColor;
-    GLuint fName = 0;
-    bool fNeedsUpload = true;
-    bool fChanged = true;
+    /// Marks the commands changed (fStamp) and, with pixels, the image too (fPixelStamp).
+    void Touch(bool pixels);
+    /// Gives up the names held in every share group (deleted now through the view of the last
+    /// render where its context can be had, else at the group's next frame).
+    void ReleaseNames();
     bool fScaling = false;
-
-    friend GLuint AddTexture(TOrnTexture* texture);
-    friend void DeleteTexture(TOrnTexture* texture);
+    std::uint64_t fStamp;
+    std::uint64_t fPixelStamp;
+    std::vector<std::weak_ptr<TOrnShareGroup>> fGroups;
+    std::weak_ptr<TOrnShareGroup> fLastGroup;
+    TOrnCustomView* fLastView = nullptr;
 };
-
-/// Gives texture a new GL name and puts it at the back of the texture list, first evicting the
-/// least recently rendered texture when the list is full. 0 for nullptr.
-GLuint AddTexture(TOrnTexture* texture);
-/// Takes texture out of the list and deletes its GL name; it uploads again under a new one.
-void DeleteTexture(TOrnTexture* texture);
-/// Marks texture (when listed) as the most recently rendered.
-void SetLastRenderedTex(TOrnTexture* texture);
-/// Whether texture is still bound from the last texture render of this frame; from the second call
-/// of a frame on, the answer can be true.
-bool IsLastRenderedTex(const TOrnTexture* texture);
-/// Starts a frame: the next texture render issues its commands. Views call it before each render.
-void RedrawTextures();
-/// Invalidates every listed texture, for a render into a context that holds none of them.
-void InvalidateTextures();
-/// Sets how many textures may hold a GL name (values below 1 are ignored), evicting the least
-/// recently rendered ones beyond it. Returns the maximum in force (4 at start).
-int SetMaxTexture(int count);
-/// How many textures hold a GL name now.
-int TextureListCount();
 
 } // namespace orn

@@ -16,11 +16,16 @@ public:
     explicit TOrnCamera(TComponent* owner);
 
     float ViewNear() const { return fViewNear; }
-    /// Ignored unless 0 < value < ViewFar.
+    /// Ignored unless value > 0. The planes may be set in either order: while near ≥ far the
+    /// projection keeps the last pair that was valid.
     void SetViewNear(float value);
     float ViewFar() const { return fViewFar; }
-    /// Ignored unless value > ViewNear.
+    /// Ignored unless value > 0 (see SetViewNear).
     void SetViewFar(float value);
+    /// The planes the projection uses: ViewNear and ViewFar when near < far, else the last valid
+    /// pair.
+    float ProjectionNear() const { return fViewNear < fViewFar ? fViewNear : fValidNear; }
+    float ProjectionFar() const { return fViewNear < fViewFar ? fViewFar : fValidFar; }
     /// The model-view matrix the view captures after applying the camera at each render.
     TOrnMatrix* Matrix() const { return fMatrix.get(); }
 
@@ -34,8 +39,12 @@ public:
     void ReadValues(TOrnCustomExchange& exchange) override;
 
 private:
+    /// Keeps the last valid pair and notifies.
+    void PlanesChanged();
     float fViewNear = 0.1f;
     float fViewFar = 10.0f;
+    float fValidNear = 0.1f;
+    float fValidFar = 10.0f;
     std::unique_ptr<TOrnMatrix> fMatrix;
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orn/scene/TOrnRenderState.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -72,6 +74,16 @@ public:
     /// where the window system allows it; its context is created but not current.
     virtual std::unique_ptr<TOrnSurface> CreateOffscreen(const TOrnPixelFormat& request, int width,
                                                          int height);
+    /// The render state of the surface's context, nullptr before Create.
+    TOrnRenderState* RenderState() const { return fRenderState.get(); }
+
+protected:
+    /// Called by Create once the context exists: it joins the share group of sharedWith (the
+    /// surface whose lists and textures the new context really shares), or starts its own.
+    void StartRenderState(const TOrnSurface* sharedWith);
+
+private:
+    std::unique_ptr<TOrnRenderState> fRenderState;
 };
 
 /// Makes the surface of a view when it connects.

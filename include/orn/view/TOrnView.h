@@ -154,6 +154,9 @@ public:
     void SetCurrent(bool value) override;
     int GetNextID(TObject* object, int index) override;
     const TOrnMatrix* CameraMatrix() const override { return fCamera ? fCamera->Matrix() : nullptr; }
+    /// The render state of the context drawn in now: the bitmap's during GetImage, else the
+    /// view's own surface's (the view's own state while it has none).
+    TOrnRenderState* RenderState() override;
 
     /// Viewport, projection (with the pick matrix in dmSelection and dmPick) and the camera's
     /// placement; nothing without a camera.
@@ -217,6 +220,11 @@ protected:
     virtual void RenderOverlay() {}
 
 private:
+    /// The camera's change handler while this view holds it: a type of its own, so that the view
+    /// can tell its own handler from the one of another view that took the camera since.
+    struct CameraHook;
+    /// Clears the camera's change handler if it is still this view's.
+    void UnhookCamera();
     static std::vector<TOrnView*>& MutableViewList();
     void AddViewToList();
     void RemoveViewFromList();

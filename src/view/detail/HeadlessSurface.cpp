@@ -35,6 +35,7 @@ public:
                 if (depth == 0) throw;
             }
         }
+        StartRenderState(shareContext ? share : nullptr);
         const detail::EglFormat& got = fContext.Obtained();
         fObtained = request;
         fObtained.ColorBits = got.redBits + got.greenBits + got.blueBits;

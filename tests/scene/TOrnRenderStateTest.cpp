@@ -1,0 +1,247 @@
+// Display lists, shared state blocks and textures belong to a context (a share group): cached
+// components must draw right whatever happens to the contexts and to the components around them.
+#include <orn/geometry/TOrnPoint.h>
+#include <orn/geometry/TOrnRectangle.h>
+#include <orn/geometry/TOrnSphere.h>
+#include <orn/scene/TOrnNode.h>
+#include <orn/state/TOrnAttributes.h>
+#include <orn/state/TOrnMaterial.h>
+#include <orn/state/TOrnTexture.h>
+
+#include "support/GLRecorder.h"
+#include "support/GLTestContext.h"
+#include "support/TestView.h"
+#include "view/ViewTestSupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace orn;
+using orn::test::GLRecorder;
+using orn::test::Image;
+using orn::test::Rgba;
+
+namespace {
+
+constexpr Rgba kWhite{255, 255, 255, 255};
+
+// A surface like a window's: its bitmaps get contexts that share nothing with it.
+class UnsharedSurface : public TOrnSurface {
+public:
+    void Create(const TOrnPixelFormat& request, int width, int height, TOrnSurface*) override {
+        fInner = CreateHeadlessSurface();
+        fInner->Create(request, width, height, nullptr);
+        StartRenderState(nullptr);
+    }
+    bool MakeCurrent() override { return fInner->MakeCurrent(); }
+    void DoneCurrent() override { fInner->DoneCurrent(); }
+    bool IsCurrent() const override { return fInner->IsCurrent(); }
+    void Swap() override { fInner->Swap(); }
+    void Resize(int width, int height) override { fInner->Resize(width, height); }
+    TOrnPixelFormat Obtained() const override { return fInner->Obtained(); }
+    std::string Kind() const override { return "window"; }
+
+private:
+    std::unique_ptr<TOrnSurface> fInner;
+};
+
+// A 64 × 64 view of the square −2 … 2, unlit, black, drawing the components in scene.
+class RenderCache : public orn::test::ViewTest {
+protected:
+    void SetUp() override {
+        ViewTest::SetUp();
+        camera->SetViewWidth(4);
+        camera->SetViewHeight(4);
+        view->SetBounds(64, 64);
+        view->SetCamera(camera);
+        view->Coordinates()->SetVisible(false);
+        view->OnRender = [this](TOrnView* v) {
+            for (TOrnRender* r : scene)
+                r->Render(v);
+        };
+    }
+
+    TOrnSphere* Sphere(float radius, float x) {
+        auto* s = new TOrnSphere(&form);
+        s->SetRadius(radius);
+        s->Transformation()->Translation()->SetX(x);
+        s->SetCached(true);
+        return s;
+    }
+    static std::size_t Lit(const Image& image) { return orn::test::CountPixels(image, kWhite); }
+    // The window pixel at (x, y) counted from the bottom, after a repaint.
+    Rgba WindowPixel(int x, int y) {
+        view->RenderScene();
+        return ViewImage(*view).At(x, y);
+    }
+
+    TComponent form{nullptr};
+    TOrnOrthographicCamera* camera = new TOrnOrthographicCamera(&form);
+    TOrnView* view = new TOrnView(&form);
+    std::vector<TOrnRender*> scene;
+};
+
+} // namespace
+
+TEST_F(RenderCache, GeometrySetterRedrawsACachedShape) {
+    TOrnSphere* sphere = Sphere(0.5f, 0);
+    scene = {sphere};
+    view->OpenGLConnect();
+    view->RenderScene();
+    const std::size_t small = Lit(ViewImage(*view));
+    ASSERT_GT(small, 100u);
+    sphere->SetRadius(1.5f);
+    view->RenderScene();
+    EXPECT_GT(Lit(ViewImage(*view)), small * 8); // nine times the area
+}
+
+TEST_F(RenderCache, EveryChangeDropsTheListsThatHoldIt) {
+    auto* node = new TOrnNode(&form);
+    TOrnSphere* sphere = Sphere(1, 0);
+    node->Add(sphere);
+    node->SetCached(true);
+    scene = {node};
+    view->OpenGLConnect();
+    view->RenderScene();
+    ASSERT_NE(node->ListId(), 0u);
+    ASSERT_EQ(sphere->ListId(), 0u) << "recorded inside the node's list";
+
+    sphere->Color()->SetColor(clRed);
+    EXPECT_EQ(WindowPixel(32, 32), (Rgba{255, 0, 0, 255}));
+    ASSERT_NE(node->ListId(), 0u);
+    TOrnTextureFlags flags;
+    flags.SetMode(txLinearX);
+    sphere->SetTextureFlags(&flags); // texture coordinates are geometry too
+    EXPECT_EQ(node->ListId(), 0u);
+    view->RenderScene();
+    ASSERT_NE(node->ListId(), 0u);
+    sphere->Transformation()->Translation()->SetX(-1.5f);
+    EXPECT_EQ(WindowPixel(8, 32), (Rgba{255, 0, 0, 255}));
+}
+
+TEST_F(RenderCache, SharedBlocksAreCompiledIntoACachedObject) {
+    auto* a = new TOrnAttributes(&form);
+    a->SetPointSize(3);
+    auto* b = new TOrnAttributes(&form);
+    b->SetPointSize(7);
+    auto point = [&](TOrnAttributes* attributes, float x, float y, bool cached) {
+        auto* p = new TOrnPoint(&form);
+        p->SetAttributes(attributes);
+        p->Transformation()->Translation()->SetValues(x, y, 0);
+        p->SetCached(cached);
+        return p;
+    };
+    TOrnPoint* first = point(a, -1, 0, false);
+    TOrnPoint* cached = point(a, 1, 0, true);
+    TOrnPoint* other = point(b, 0, 1, false);
+    view->OpenGLConnect();
+    scene = {first, cached}; // the cached one compiles while a is still applied
+    view->RenderScene();
+    scene = {other, cached};
+    view->RenderScene();
+    const Image image = ViewImage(*view);
+    std::size_t right = 0;
+    for (int y = 0; y < 64; ++y)
+        for (int x = 40; x < 64; ++x)
+            right += orn::test::SameColor(image.At(x, y), kWhite);
+    EXPECT_EQ(right, 9u) << "a point of size 3";
+}
+
+TEST_F(RenderCache, UnconnectedViewDrawsItsCachedShapeInEveryImage) {
+    scene = {Sphere(1, 0)};
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(view->GetImage(64, 64)->Pixel(32, 32), clWhite) << "image " << i;
+}
+
+TEST_F(RenderCache, BitmapOfAWindowDrawsWhatTheWindowCached) {
+    view->SetSurfaceFactory([](TOrnView&) { return std::make_unique<UnsharedSurface>(); });
+    TOrnSphere* left = Sphere(0.25f, -1);
+    scene = {left};
+    view->OpenGLConnect();
+    view->RenderScene();
+    ASSERT_NE(left->ListId(), 0u);
+    EXPECT_EQ(view->GetImage(64, 64)->Pixel(16, 32), clWhite) << "the window's list is not the bitmap's";
+
+    // A second object compiled first in a bitmap must not take the window's list number.
+    TOrnSphere* right = Sphere(0.75f, 1);
+    scene = {left, right};
+    view->GetImage(64, 64);
+    EXPECT_EQ(WindowPixel(48 + 10, 32), kWhite) << "the right sphere, not the left one's list";
+    right->SetCached(false);
+    EXPECT_EQ(WindowPixel(16, 32), kWhite) << "uncaching one object keeps the other's list";
+}
+
+TEST_F(RenderCache, ReconnectedViewCompilesItsListsAgain) {
+    scene = {Sphere(1, 0)};
+    view->OpenGLConnect();
+    EXPECT_EQ(WindowPixel(32, 32), kWhite);
+    view->OpenGLDisconnect();
+    view->OpenGLConnect();
+    EXPECT_EQ(WindowPixel(32, 32), kWhite);
+}
+
+TEST_F(RenderCache, TextureNameIsDeletedInItsOwnContext) {
+    auto* texture = new TOrnTexture(&form);
+    texture->Bitmap()->SetSize(2, 2);
+    auto* rectangle = new TOrnRectangle(&form);
+    rectangle->SetTexture(texture);
+    rectangle->SetTextured(true);
+    scene = {rectangle};
+    view->OpenGLConnect();
+    view->RenderScene();
+    const GLuint name = texture->TextureName();
+    ASSERT_NE(name, 0u);
+    detail::EglContext other;
+    other.Create(8, 8);
+    other.MakeCurrent();
+    delete texture;
+    view->SetCurrent(true);
+    EXPECT_FALSE(glIsTexture(name));
+    view->SetCurrent(false);
+}
+
+namespace {
+
+class RenderStateGL : public orn::test::GLTest {
+protected:
+    TComponent form{nullptr};
+    orn::test::TestView* view = new orn::test::TestView(&form);
+};
+
+} // namespace
+
+TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
+    auto* material = new TOrnMaterial(&form);
+    auto* texture = new TOrnTexture(&form);
+    texture->Bitmap()->SetSize(2, 2);
+    auto rectangle = [&](bool cached) {
+        auto* r = new TOrnRectangle(&form);
+        r->SetMaterial(material);
+        r->SetTexture(texture);
+        r->SetTextured(true);
+        r->SetCached(cached);
+        return r;
+    };
+    TOrnRectangle* live = rectangle(false);
+    TOrnRectangle* cached = rectangle(true);
+    view->RenderState()->BeginFrame();
+    GLRecorder rec;
+    live->Render(view);
+    cached->Render(view);
+    EXPECT_EQ(rec.Count("glNewList"), 1u);
+    EXPECT_EQ(rec.Count("glMaterialfv"), 8u);
+    EXPECT_EQ(rec.Count("glBindTexture"), 2u);
+
+    // After the list ran, what it applied counts as applied.
+    rec.Clear();
+    cached->Render(view);
+    live->Render(view);
+    EXPECT_EQ(rec.Count("glCallList"), 1u);
+    EXPECT_EQ(rec.Count("glMaterialfv"), 0u);
+    EXPECT_EQ(rec.Count("glBindTexture"), 0u);
+
+    rec.Clear();
+    material->SetShininess(9); // the list holds the old material: compiled again
+    cached->Render(view);
+    EXPECT_EQ(rec.Count("glNewList"), 1u);
+    EXPECT_EQ(rec.Count("glMateriali"), 1u);
+}
