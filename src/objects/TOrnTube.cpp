@@ -285,53 +285,49 @@ void TOrnTube::Assign(const TPersistent* source) {
     TOrnPrimitiveObj::Assign(source);
 }
 
-void TOrnTube::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("Radius", fRadius, 0.25);
-    exchange.WriteInt("Slices", fSlices, 12);
-    exchange.WriteBool("CapStart", fCapStart, false);
-    exchange.WriteBool("CapEnd", fCapEnd, false);
-    exchange.WriteBool("ClosedPath", fClosedPath, false);
-    exchange.WriteInt("PathSteps", fPathSteps, 32);
-    std::string points;
-    char buf[128];
-    for (const auto& p : fPath) {
-        std::snprintf(buf, sizeof buf, "%s%.17g,%.17g,%.17g,%.17g", points.empty() ? "" : ";", p.p.x, p.p.y,
-                      p.p.z, p.radius);
-        points += buf;
-    }
-    exchange.WriteString("Points", points, "");
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnTube::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetRadius(exchange.ReadFloat("Radius", fRadius));
-    SetSlices(exchange.ReadInt32("Slices", fSlices));
-    SetCapStart(exchange.ReadBool("CapStart", fCapStart));
-    SetCapEnd(exchange.ReadBool("CapEnd", fCapEnd));
-    SetClosedPath(exchange.ReadBool("ClosedPath", fClosedPath));
-    SetPathSteps(exchange.ReadInt32("PathSteps", fPathSteps));
-    const std::string text = exchange.ReadString("Points", "");
-    if (text.empty()) return;
-    // Points come as x,y,z,radius groups split by ';'; a value that is not four numbers is ignored.
-    std::vector<PathPointData> path;
-    const char* s = text.c_str();
-    while (*s) {
-        double v[4];
-        for (int k = 0; k < 4; ++k) {
-            char* end = nullptr;
-            v[k] = std::strtod(s, &end);
-            if (end == s) return;
-            s = end;
-            if (*s == (k < 3 ? ',' : ';'))
-                ++s;
-            else if (!(k == 3 && *s == '\0'))
-                return;
-        }
-        path.push_back({{v[0], v[1], v[2]}, v[3]});
-    }
-    fPath = std::move(path);
-    Invalidate();
+ORN_DESCRIBE_PROPERTIES(TOrnTube, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnTube, Radius, 0.25);
+    ORN_PROP(b, TOrnTube, Slices, 12);
+    ORN_PROP(b, TOrnTube, CapStart, false);
+    ORN_PROP(b, TOrnTube, CapEnd, false);
+    ORN_PROP(b, TOrnTube, ClosedPath, false);
+    ORN_PROP(b, TOrnTube, PathSteps, 32);
+    // x,y,z,radius groups split by ';'; a value that is not four numbers each is ignored.
+    b.Access<std::string>(
+         "Points",
+         [](const TOrnTube& t) {
+             std::string points;
+             char buf[128];
+             for (const auto& p : t.fPath) {
+                 std::snprintf(buf, sizeof buf, "%s%.17g,%.17g,%.17g,%.17g", points.empty() ? "" : ";", p.p.x,
+                               p.p.y, p.p.z, p.radius);
+                 points += buf;
+             }
+             return points;
+         },
+         [](TOrnTube& t, std::string text) {
+             std::vector<PathPointData> path;
+             const char* s = text.c_str();
+             while (*s) {
+                 double v[4];
+                 for (int k = 0; k < 4; ++k) {
+                     char* end = nullptr;
+                     v[k] = std::strtod(s, &end);
+                     if (end == s) return;
+                     s = end;
+                     if (*s == (k < 3 ? ',' : ';'))
+                         ++s;
+                     else if (!(k == 3 && *s == '\0'))
+                         return;
+                 }
+                 path.push_back({{v[0], v[1], v[2]}, v[3]});
+             }
+             if (path.empty()) return;
+             t.fPath = std::move(path);
+             t.Invalidate();
+         },
+         "")
+        .examples = {std::string("0,0,0,0.5;1,0,0,0.25;1,1,0,0.125")};
 }
 
 } // namespace orn

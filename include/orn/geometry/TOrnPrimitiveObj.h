@@ -3,6 +3,7 @@
 #include <orn/geometry/TOrnPrimitiveArray.h>
 #include <orn/geometry/TOrnPrimitivePoints.h>
 #include <orn/geometry/TOrnTextureFlags.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnObject.h>
 
 #include <functional>
@@ -117,9 +118,7 @@ public:
     /// From another primitive object: texture, Textured, texture flags, Initialized, points and lists.
     void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
-    /// The nested element "TextureFlags" only; shapes add their own keys.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnPrimitiveObj)
 
 protected:
     /// Fills the point pool; empty here.

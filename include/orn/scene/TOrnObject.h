@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnRender.h>
 
 #include <cstdint>
@@ -37,9 +38,7 @@ public:
     /// Besides the render values: colour, names and the state references.
     void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnObject)
 
 protected:
     void BeforeRender(TOrnCustomView* view) override;

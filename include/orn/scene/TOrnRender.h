@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnComponent.h>
 #include <orn/scene/TOrnCustomView.h>
 
@@ -59,8 +60,7 @@ public:
 
     void Notification(TComponent* component, TOperation operation) override;
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnRender)
 
 protected:
     virtual void BeforeRender(TOrnCustomView* view);
