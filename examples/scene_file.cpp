@@ -1,6 +1,6 @@
 // Writes a lit, fogged scene into an ORNGL scene file, reads it back into a fresh form and renders
-// what was read into a PNG. The scene file keeps a node's transformation and its render-state
-// items, so each shape sits in a node of its own, after the material that colours it.
+// what was read into a PNG. Each shape carries its own position and colour; one shared material
+// gives them all the same highlight.
 //
 //   example_scene_file [scene.orngl] [image.png]
 #include <orn/orn.h>
@@ -15,18 +15,16 @@ using namespace orn;
 
 namespace {
 
-// A node at (x, y, z) holding a material of the given colour and then the shape.
-template <class Shape> Shape* Place(TComponent* form, TOrnNode* scene, TColor colour, float x, float y, float z) {
-    auto* node = new TOrnNode(form);
-    node->Transformation()->Translation()->SetValues(x, y, z);
-    auto* material = new TOrnMaterial(form);
-    material->ColorDiffuse()->SetColor(colour);
-    material->ColorSpecular()->SetColor(RGB(90, 90, 90));
-    material->SetShininess(40);
-    node->Add(material);
+// A shape at (x, y, z) whose colour is its ambient and diffuse colour, under the shared material.
+template <class Shape>
+Shape* Place(TComponent* form, TOrnNode* scene, TOrnMaterial* shine, TColor colour, float x, float y,
+             float z) {
     auto* shape = new Shape(form);
-    node->Add(shape);
-    scene->Add(node);
+    shape->Transformation()->Translation()->SetValues(x, y, z);
+    shape->Color()->SetColor(colour);
+    shape->SetColorMaterial(5);
+    shape->SetMaterial(shine);
+    scene->Add(shape);
     return shape;
 }
 
@@ -45,12 +43,17 @@ void BuildScene(TComponent* form, TOrnNode* scene) {
     lit->SetLighting(true);
     lit->SetShadeModel(smSmooth);
     scene->Add(lit);
+    auto* shine = new TOrnMaterial(form);
+    shine->SetName("Shine");
+    shine->ColorSpecular()->SetColor(RGB(90, 90, 90));
+    shine->SetShininess(40);
+    scene->Add(shine);
 
-    auto* floor = Place<TOrnBox>(form, scene, RGB(70, 74, 90), 0, -0.8f, 0);
+    auto* floor = Place<TOrnBox>(form, scene, shine, RGB(70, 74, 90), 0, -0.8f, 0);
     floor->SetWidth(9);
     floor->SetHeight(0.1f);
     floor->SetDepth(9);
-    auto* centre = Place<TOrnSphere>(form, scene, RGB(240, 180, 60), 0, 0.4f, 0);
+    auto* centre = Place<TOrnSphere>(form, scene, shine, RGB(240, 180, 60), 0, 0.4f, 0);
     centre->SetRadius(0.8f);
     centre->SetSlices(48);
     centre->SetStacks(32);
@@ -60,11 +63,11 @@ void BuildScene(TComponent* form, TOrnNode* scene) {
         const TColor colour = RGB(static_cast<std::uint8_t>(127 + 127 * std::cos(a)),
                                   static_cast<std::uint8_t>(127 + 127 * std::sin(a)), 200);
         if (i % 2 == 0) {
-            auto* torus = Place<TOrnTorus>(form, scene, colour, x, -0.45f, z);
+            auto* torus = Place<TOrnTorus>(form, scene, shine, colour, x, -0.45f, z);
             torus->SetRingRadius(0.35f);
             torus->SetTubeRadius(0.15f);
         } else {
-            auto* cylinder = Place<TOrnCylinder>(form, scene, colour, x, -0.75f, z);
+            auto* cylinder = Place<TOrnCylinder>(form, scene, shine, colour, x, -0.75f, z);
             cylinder->SetBaseRadius(0.3f);
             cylinder->SetTopRadius(0.3f);
             cylinder->SetHeight(0.9f);
@@ -103,7 +106,8 @@ int main(int argc, char** argv) {
         view->OnRender = [scene](TOrnView* v) { scene->Render(v); };
         view->GetImage(800, 600)->SaveToFile(imageFile);
         view->SetCamera(nullptr);
-        std::printf("wrote %s (%d objects) and %s\n", sceneFile.c_str(), scene->CountAllItems(), imageFile.c_str());
+        std::printf("wrote %s (%d objects) and %s\n", sceneFile.c_str(), scene->CountAllItems(),
+                    imageFile.c_str());
     } catch (const std::exception& e) {
         std::fprintf(stderr, "scene_file: %s\n", e.what());
         return 1;

@@ -37,35 +37,8 @@ void TOrnBox::SetDetailZ(int value) {
 }
 
 void TOrnBox::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnBox*>(source)) {
-        fWidth = s->fWidth;
-        fHeight = s->fHeight;
-        fDepth = s->fDepth;
-        fDetailX = s->fDetailX;
-        fDetailY = s->fDetailY;
-        fDetailZ = s->fDetailZ;
-    }
+    if (auto* s = dynamic_cast<const TOrnBox*>(source)) ClassProperties().CopyOwn(*this, *s);
     TOrnPrimitiveObj::Assign(source);
-}
-
-void TOrnBox::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("Width", fWidth, 1.0f);
-    exchange.WriteFloat("Height", fHeight, 1.0f);
-    exchange.WriteFloat("Depth", fDepth, 1.0f);
-    exchange.WriteInt("DetailX", fDetailX, 1);
-    exchange.WriteInt("DetailY", fDetailY, 1);
-    exchange.WriteInt("DetailZ", fDetailZ, 1);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnBox::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetWidth(static_cast<float>(exchange.ReadFloat("Width", fWidth)));
-    SetHeight(static_cast<float>(exchange.ReadFloat("Height", fHeight)));
-    SetDepth(static_cast<float>(exchange.ReadFloat("Depth", fDepth)));
-    SetDetailX(exchange.ReadInt32("DetailX", fDetailX));
-    SetDetailY(exchange.ReadInt32("DetailY", fDetailY));
-    SetDetailZ(exchange.ReadInt32("DetailZ", fDetailZ));
 }
 
 namespace {
@@ -123,6 +96,15 @@ bool TOrnBox::ShapeBounds(TOrnBounds& bounds) const {
     bounds.Add(TOrnMathVector{-x, -y, -z});
     bounds.Add(TOrnMathVector{x, y, z});
     return true;
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnBox, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnBox, Width, 1.0f);
+    ORN_PROP(b, TOrnBox, Height, 1.0f);
+    ORN_PROP(b, TOrnBox, Depth, 1.0f);
+    ORN_PROP(b, TOrnBox, DetailX, 1);
+    ORN_PROP(b, TOrnBox, DetailY, 1);
+    ORN_PROP(b, TOrnBox, DetailZ, 1);
 }
 
 } // namespace orn

@@ -37,35 +37,8 @@ void TOrnCylinder::SetCaps(bool value) {
 }
 
 void TOrnCylinder::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnCylinder*>(source)) {
-        fBaseRadius = s->fBaseRadius;
-        fTopRadius = s->fTopRadius;
-        fHeight = s->fHeight;
-        fSlices = s->fSlices;
-        fStacks = s->fStacks;
-        fCaps = s->fCaps;
-    }
+    if (auto* s = dynamic_cast<const TOrnCylinder*>(source)) ClassProperties().CopyOwn(*this, *s);
     TOrnPrimitiveObj::Assign(source);
-}
-
-void TOrnCylinder::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("BaseRadius", fBaseRadius, 1.0f);
-    exchange.WriteFloat("TopRadius", fTopRadius, 1.0f);
-    exchange.WriteFloat("Height", fHeight, 1.0f);
-    exchange.WriteInt("Slices", fSlices, 24);
-    exchange.WriteInt("Stacks", fStacks, 1);
-    exchange.WriteBool("Caps", fCaps, true);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnCylinder::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetBaseRadius(static_cast<float>(exchange.ReadFloat("BaseRadius", fBaseRadius)));
-    SetTopRadius(static_cast<float>(exchange.ReadFloat("TopRadius", fTopRadius)));
-    SetHeight(static_cast<float>(exchange.ReadFloat("Height", fHeight)));
-    SetSlices(exchange.ReadInt32("Slices", fSlices));
-    SetStacks(exchange.ReadInt32("Stacks", fStacks));
-    SetCaps(exchange.ReadBool("Caps", fCaps));
 }
 
 namespace {
@@ -128,6 +101,15 @@ bool TOrnCylinder::ShapeBounds(TOrnBounds& bounds) const {
     bounds.Add(TOrnMathVector{-r, 0, -r});
     bounds.Add(TOrnMathVector{r, fHeight, r});
     return true;
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnCylinder, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnCylinder, BaseRadius, 1.0f);
+    ORN_PROP(b, TOrnCylinder, TopRadius, 1.0f);
+    ORN_PROP(b, TOrnCylinder, Height, 1.0f);
+    ORN_PROP(b, TOrnCylinder, Slices, 24);
+    ORN_PROP(b, TOrnCylinder, Stacks, 1);
+    ORN_PROP(b, TOrnCylinder, Caps, true);
 }
 
 } // namespace orn

@@ -37,35 +37,8 @@ void TOrnDisc::SetSweepAngle(float value) {
 }
 
 void TOrnDisc::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnDisc*>(source)) {
-        fInnerRadius = s->fInnerRadius;
-        fOuterRadius = s->fOuterRadius;
-        fSlices = s->fSlices;
-        fLoops = s->fLoops;
-        fStartAngle = s->fStartAngle;
-        fSweepAngle = s->fSweepAngle;
-    }
+    if (auto* s = dynamic_cast<const TOrnDisc*>(source)) ClassProperties().CopyOwn(*this, *s);
     TOrnPrimitiveObj::Assign(source);
-}
-
-void TOrnDisc::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("InnerRadius", fInnerRadius, 0.0f);
-    exchange.WriteFloat("OuterRadius", fOuterRadius, 1.0f);
-    exchange.WriteInt("Slices", fSlices, 24);
-    exchange.WriteInt("Loops", fLoops, 1);
-    exchange.WriteFloat("StartAngle", fStartAngle, 0.0f);
-    exchange.WriteFloat("SweepAngle", fSweepAngle, 360.0f);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnDisc::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetInnerRadius(static_cast<float>(exchange.ReadFloat("InnerRadius", fInnerRadius)));
-    SetOuterRadius(static_cast<float>(exchange.ReadFloat("OuterRadius", fOuterRadius)));
-    SetSlices(exchange.ReadInt32("Slices", fSlices));
-    SetLoops(exchange.ReadInt32("Loops", fLoops));
-    SetStartAngle(static_cast<float>(exchange.ReadFloat("StartAngle", fStartAngle)));
-    SetSweepAngle(static_cast<float>(exchange.ReadFloat("SweepAngle", fSweepAngle)));
 }
 
 void TOrnDisc::InitPoints() {
@@ -99,6 +72,15 @@ bool TOrnDisc::ShapeBounds(TOrnBounds& bounds) const {
     bounds.Add(TOrnMathVector{-r, 0, -r});
     bounds.Add(TOrnMathVector{r, 0, r});
     return true;
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnDisc, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnDisc, InnerRadius, 0.0f);
+    ORN_PROP(b, TOrnDisc, OuterRadius, 1.0f);
+    ORN_PROP(b, TOrnDisc, Slices, 24);
+    ORN_PROP(b, TOrnDisc, Loops, 1);
+    ORN_PROP(b, TOrnDisc, StartAngle, 0.0f);
+    ORN_PROP(b, TOrnDisc, SweepAngle, 360.0f);
 }
 
 } // namespace orn

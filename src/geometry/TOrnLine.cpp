@@ -25,14 +25,8 @@ void TOrnLine::Assign(const TPersistent* source) {
     TOrnPrimitiveObj::Assign(source);
 }
 
-void TOrnLine::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("Length", fLength, 1.0);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnLine::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetLength(static_cast<float>(exchange.ReadFloat("Length", fLength)));
+ORN_DESCRIBE_PROPERTIES(TOrnLine, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnLine, Length, 1.0);
 }
 
 } // namespace orn

@@ -142,35 +142,26 @@ bool parsePoints(const std::string& text, std::vector<std::array<double, 8>>& po
 
 } // namespace
 
-void TOrnPolygon::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteBool("Closed", fClosed, true);
-    exchange.WriteBool("Filled", fFilled, true);
-    exchange.WriteBool("InitClearPoints", fInitClearPoints, false);
-    exchange.WriteString("Points", pointsText(*fPoints), "");
-    fNormal->WriteComp(exchange, "Normal");
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnPolygon::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    fClosed = exchange.ReadBool("Closed", fClosed);
-    SetFilled(exchange.ReadBool("Filled", fFilled));
-    fInitClearPoints = exchange.ReadBool("InitClearPoints", fInitClearPoints);
-    std::vector<std::array<double, 8>> points;
-    const std::string text = exchange.ReadString("Points", "");
-    if (text.empty() || !parsePoints(text, points)) return;
-    fPoints->SetSize(0);
-    for (const auto& v : points) {
-        const int i = fPoints->Add({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {v[6], v[7], 0});
-        fPoints->SetFlag(i, 0, true);
-    }
-    Invalidate();
-}
-
-TOrnExchangeItem* TOrnPolygon::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "Normal") != 0) return TOrnPrimitiveObj::ReadComp(exchange, tagName);
-    fNormal->ReadValues(exchange);
-    return fNormal.get();
+ORN_DESCRIBE_PROPERTIES(TOrnPolygon, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnPolygon, Closed, true);
+    ORN_PROP(b, TOrnPolygon, Filled, true);
+    ORN_PROP(b, TOrnPolygon, InitClearPoints, false);
+    // The points the application added: the pool is copied by the primitive object's Assign.
+    b.Access<std::string>(
+         "Points", [](const TOrnPolygon& p) { return pointsText(*p.fPoints); },
+         [](TOrnPolygon& p, std::string text) {
+             std::vector<std::array<double, 8>> points;
+             if (text.empty() || !parsePoints(text, points)) return;
+             p.fPoints->SetSize(0);
+             for (const auto& v : points) {
+                 const int i = p.fPoints->Add({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {v[6], v[7], 0});
+                 p.fPoints->SetFlag(i, 0, true);
+             }
+             p.Invalidate();
+         },
+         "")
+        .examples = {std::string("0,0,0,0,0,1,0,0;1,0,0,0,0,1,1,0;0,1,0,0,0,1,0,1")};
+    b.Object("Normal", &TOrnPolygon::fNormal);
 }
 
 } // namespace orn

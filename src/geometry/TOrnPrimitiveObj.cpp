@@ -2,6 +2,7 @@
 
 #include "geometry/detail/PointGrid.h"
 #include "scene/detail/ClipVolume.h"
+#include "scene/detail/Exactly.h"
 
 #include <orn/host/EOrnError.h>
 
@@ -448,14 +449,17 @@ void TOrnPrimitiveObj::Notification(TComponent* component, TOperation operation)
         list->SetTextureRef(nullptr, nullptr);
 }
 
-void TOrnPrimitiveObj::WriteValues(TOrnCustomExchange& exchange) {
-    fTextureFlags->WriteComp(exchange, "TextureFlags");
-}
-
-TOrnExchangeItem* TOrnPrimitiveObj::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "TextureFlags") != 0) return TOrnObject::ReadComp(exchange, tagName);
-    fTextureFlags->ReadValues(exchange);
-    return fTextureFlags.get();
+ORN_DESCRIBE_PROPERTIES(TOrnPrimitiveObj, &TOrnObject::ClassProperties()) {
+    b.Access<bool>(
+        "Textured", [](const TOrnPrimitiveObj& o) { return o.GetTextured(); },
+        [](TOrnPrimitiveObj& o, bool v) { o.SetTextured(v); }, false);
+    b.Reference(
+        "Texture", "TOrnTexture", [](const TOrnPrimitiveObj& o) -> TComponent* { return o.fTextureRender; },
+        [](TOrnPrimitiveObj& o, TComponent* c) {
+            auto* texture = detail::exactly<TOrnTexture>(c, "TOrnTexture");
+            o.SetTextureRef(texture, texture ? dynamic_cast<TOrnRender*>(c) : nullptr);
+        });
+    b.Object("TextureFlags", &TOrnPrimitiveObj::fTextureFlags);
 }
 
 } // namespace orn

@@ -48,29 +48,15 @@ void TOrnRectangle::InitPrimitives() {
 }
 
 void TOrnRectangle::Assign(const TPersistent* source) {
-    if (auto* r = dynamic_cast<const TOrnRectangle*>(source)) {
-        fWidth = r->fWidth;
-        fHeight = r->fHeight;
-        fDetailX = r->fDetailX;
-        fDetailY = r->fDetailY;
-    }
+    if (auto* r = dynamic_cast<const TOrnRectangle*>(source)) ClassProperties().CopyOwn(*this, *r);
     TOrnPrimitiveObj::Assign(source);
 }
 
-void TOrnRectangle::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("Width", fWidth, 1.0);
-    exchange.WriteFloat("Height", fHeight, 1.0);
-    exchange.WriteInt("DetailX", fDetailX, 1);
-    exchange.WriteInt("DetailY", fDetailY, 1);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnRectangle::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetWidth(static_cast<float>(exchange.ReadFloat("Width", fWidth)));
-    SetHeight(static_cast<float>(exchange.ReadFloat("Height", fHeight)));
-    SetDetX(exchange.ReadInt32("DetailX", fDetailX));
-    SetDetY(exchange.ReadInt32("DetailY", fDetailY));
+ORN_DESCRIBE_PROPERTIES(TOrnRectangle, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnRectangle, Width, 1.0);
+    ORN_PROP(b, TOrnRectangle, Height, 1.0);
+    b.Value("DetailX", &TOrnRectangle::fDetailX, &TOrnRectangle::SetDetX, 1);
+    b.Value("DetailY", &TOrnRectangle::fDetailY, &TOrnRectangle::SetDetY, 1);
 }
 
 } // namespace orn

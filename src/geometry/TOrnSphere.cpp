@@ -40,38 +40,8 @@ void TOrnSphere::SetBottomAngle(float value) {
 }
 
 void TOrnSphere::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnSphere*>(source)) {
-        fRadius = s->fRadius;
-        fSlices = s->fSlices;
-        fStacks = s->fStacks;
-        fStartAngle = s->fStartAngle;
-        fSweepAngle = s->fSweepAngle;
-        fTopAngle = s->fTopAngle;
-        fBottomAngle = s->fBottomAngle;
-    }
+    if (auto* s = dynamic_cast<const TOrnSphere*>(source)) ClassProperties().CopyOwn(*this, *s);
     TOrnPrimitiveObj::Assign(source);
-}
-
-void TOrnSphere::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("Radius", fRadius, 1.0f);
-    exchange.WriteInt("Slices", fSlices, 24);
-    exchange.WriteInt("Stacks", fStacks, 16);
-    exchange.WriteFloat("StartAngle", fStartAngle, 0.0f);
-    exchange.WriteFloat("SweepAngle", fSweepAngle, 360.0f);
-    exchange.WriteFloat("TopAngle", fTopAngle, 0.0f);
-    exchange.WriteFloat("BottomAngle", fBottomAngle, 180.0f);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnSphere::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetRadius(static_cast<float>(exchange.ReadFloat("Radius", fRadius)));
-    SetSlices(exchange.ReadInt32("Slices", fSlices));
-    SetStacks(exchange.ReadInt32("Stacks", fStacks));
-    SetStartAngle(static_cast<float>(exchange.ReadFloat("StartAngle", fStartAngle)));
-    SetSweepAngle(static_cast<float>(exchange.ReadFloat("SweepAngle", fSweepAngle)));
-    SetTopAngle(static_cast<float>(exchange.ReadFloat("TopAngle", fTopAngle)));
-    SetBottomAngle(static_cast<float>(exchange.ReadFloat("BottomAngle", fBottomAngle)));
 }
 
 void TOrnSphere::InitPoints() {
@@ -115,6 +85,16 @@ bool TOrnSphere::ShapeBounds(TOrnBounds& bounds) const {
     bounds.Add(TOrnMathVector{-r, -r, -r});
     bounds.Add(TOrnMathVector{r, r, r});
     return true;
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnSphere, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnSphere, Radius, 1.0f);
+    ORN_PROP(b, TOrnSphere, Slices, 24);
+    ORN_PROP(b, TOrnSphere, Stacks, 16);
+    ORN_PROP(b, TOrnSphere, StartAngle, 0.0f);
+    ORN_PROP(b, TOrnSphere, SweepAngle, 360.0f);
+    ORN_PROP(b, TOrnSphere, TopAngle, 0.0f);
+    ORN_PROP(b, TOrnSphere, BottomAngle, 180.0f);
 }
 
 } // namespace orn

@@ -72,27 +72,13 @@ void TOrnTextureFlags::Assign(const TPersistent* source) {
     Changed();
 }
 
-void TOrnTextureFlags::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("ShiftY", fShiftY, 0);
-    exchange.WriteFloat("ScaleY", fScaleY, 1.0);
-    exchange.WriteFloat("ShiftX", fShiftX, 0);
-    exchange.WriteFloat("ScaleX", fScaleX, 1.0);
-    exchange.WriteEnum("Mode", fMode, txStandard, kTextureModeNames);
-    fParamVector->WriteComp(exchange, "ParamVector");
-}
-
-void TOrnTextureFlags::ReadValues(TOrnCustomExchange& exchange) {
-    SetShiftY(exchange.ReadFloat("ShiftY", fShiftY));
-    SetScaleY(exchange.ReadFloat("ScaleY", fScaleY));
-    SetShiftX(exchange.ReadFloat("ShiftX", fShiftX));
-    SetScaleX(exchange.ReadFloat("ScaleX", fScaleX));
-    SetMode(static_cast<TOrnTextureMode>(exchange.ReadEnum("Mode", fMode, kTextureModeNames)));
-}
-
-TOrnExchangeItem* TOrnTextureFlags::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "ParamVector") != 0) return TOrnProperty::ReadComp(exchange, tagName);
-    fParamVector->ReadValues(exchange);
-    return fParamVector.get();
+ORN_DESCRIBE_PROPERTIES(TOrnTextureFlags, nullptr) {
+    ORN_PROP(b, TOrnTextureFlags, ShiftY, 0.0);
+    ORN_PROP(b, TOrnTextureFlags, ScaleY, 1.0);
+    ORN_PROP(b, TOrnTextureFlags, ShiftX, 0.0);
+    ORN_PROP(b, TOrnTextureFlags, ScaleX, 1.0);
+    b.Enum("Mode", &TOrnTextureFlags::fMode, &TOrnTextureFlags::SetMode, txStandard, kTextureModeNames);
+    b.Object("ParamVector", &TOrnTextureFlags::fParamVector);
 }
 
 } // namespace orn

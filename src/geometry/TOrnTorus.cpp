@@ -28,29 +28,8 @@ void TOrnTorus::SetRings(int value) {
 }
 
 void TOrnTorus::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnTorus*>(source)) {
-        fRingRadius = s->fRingRadius;
-        fTubeRadius = s->fTubeRadius;
-        fSides = s->fSides;
-        fRings = s->fRings;
-    }
+    if (auto* s = dynamic_cast<const TOrnTorus*>(source)) ClassProperties().CopyOwn(*this, *s);
     TOrnPrimitiveObj::Assign(source);
-}
-
-void TOrnTorus::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("RingRadius", fRingRadius, 1.0f);
-    exchange.WriteFloat("TubeRadius", fTubeRadius, 0.25f);
-    exchange.WriteInt("Sides", fSides, 16);
-    exchange.WriteInt("Rings", fRings, 24);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnTorus::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetRingRadius(static_cast<float>(exchange.ReadFloat("RingRadius", fRingRadius)));
-    SetTubeRadius(static_cast<float>(exchange.ReadFloat("TubeRadius", fTubeRadius)));
-    SetSides(exchange.ReadInt32("Sides", fSides));
-    SetRings(exchange.ReadInt32("Rings", fRings));
 }
 
 void TOrnTorus::InitPoints() {
@@ -80,6 +59,13 @@ bool TOrnTorus::ShapeBounds(TOrnBounds& bounds) const {
     bounds.Add(TOrnMathVector{-r, -t, -r});
     bounds.Add(TOrnMathVector{r, t, r});
     return true;
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnTorus, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnTorus, RingRadius, 1.0f);
+    ORN_PROP(b, TOrnTorus, TubeRadius, 0.25f);
+    ORN_PROP(b, TOrnTorus, Sides, 16);
+    ORN_PROP(b, TOrnTorus, Rings, 24);
 }
 
 } // namespace orn

@@ -28,23 +28,13 @@ void TOrnTriangle::InitPrimitives() {
 }
 
 void TOrnTriangle::Assign(const TPersistent* source) {
-    if (auto* t = dynamic_cast<const TOrnTriangle*>(source)) {
-        fBase = t->fBase;
-        fHeight = t->fHeight;
-    }
+    if (auto* t = dynamic_cast<const TOrnTriangle*>(source)) ClassProperties().CopyOwn(*this, *t);
     TOrnPrimitiveObj::Assign(source);
 }
 
-void TOrnTriangle::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("Base", fBase, 1.0);
-    exchange.WriteFloat("Height", fHeight, 1.0);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnTriangle::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetBase(static_cast<float>(exchange.ReadFloat("Base", fBase)));
-    SetHeight(static_cast<float>(exchange.ReadFloat("Height", fHeight)));
+ORN_DESCRIBE_PROPERTIES(TOrnTriangle, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnTriangle, Base, 1.0);
+    ORN_PROP(b, TOrnTriangle, Height, 1.0);
 }
 
 } // namespace orn

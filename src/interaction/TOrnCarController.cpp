@@ -102,25 +102,17 @@ void TOrnCarController::Stop() {
     if (Controlled()) SetCurrentSpeed(0);
 }
 
-void TOrnCarController::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnCustomController::WriteValues(exchange);
-    exchange.WriteFloat("CurrentSpeed", fCurrentSpeed, 0);
-    exchange.WriteFloat("MaxSpeed", fMaxSpeed, 1.0f);
-    exchange.WriteFloat("ReverseSpeed", fReverseSpeed, 0);
-    exchange.WriteFloat("Acceleration", fAcceleration, 0.05f);
-    exchange.WriteFloat("Braking", fBraking, 0.1f);
-    exchange.WriteFloat("TurnAngle", fTurnAngle, 1.0f);
-}
-
-void TOrnCarController::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnCustomController::ReadValues(exchange);
+// Assign copies none of these.
+ORN_DESCRIBE_PROPERTIES(TOrnCarController, &TOrnComponent::ClassProperties()) {
+    ORN_PROP(b, TOrnCarController, CurrentSpeed, 0).flags = pfNoAssign;
     // The limits first, so that the speed read next is clamped by the file's own limits.
-    SetMaxSpeed(detail::ToSingle(exchange.ReadFloat("MaxSpeed", fMaxSpeed)));
-    SetReverseSpeed(detail::ToSingle(exchange.ReadFloat("ReverseSpeed", fReverseSpeed)));
-    SetCurrentSpeed(detail::ToSingle(exchange.ReadFloat("CurrentSpeed", fCurrentSpeed)));
-    SetAcceleration(detail::ToSingle(exchange.ReadFloat("Acceleration", fAcceleration)));
-    SetBraking(detail::ToSingle(exchange.ReadFloat("Braking", fBraking)));
-    SetTurnAngle(detail::ToSingle(exchange.ReadFloat("TurnAngle", fTurnAngle)));
+    ORN_PROP(b, TOrnCarController, MaxSpeed, 1.0f).flags = pfReadFirst | pfNoAssign;
+    TOrnPropInfo& reverse = ORN_PROP(b, TOrnCarController, ReverseSpeed, 0);
+    reverse.flags = pfReadFirst | pfNoAssign;
+    reverse.max = 0;
+    ORN_PROP(b, TOrnCarController, Acceleration, 0.05f).flags = pfNoAssign;
+    ORN_PROP(b, TOrnCarController, Braking, 0.1f).flags = pfNoAssign;
+    ORN_PROP(b, TOrnCarController, TurnAngle, 1.0f).flags = pfNoAssign;
 }
 
 } // namespace orn

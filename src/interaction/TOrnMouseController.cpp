@@ -138,23 +138,6 @@ void TOrnMouseController::Assign(const TPersistent* source) {
     TOrnCustomController::Assign(source);
 }
 
-void TOrnMouseController::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnCustomController::WriteValues(exchange);
-    exchange.WriteInt("TurnSensitivity", fTurnSensitivity, 128);
-    exchange.WriteInt("MoveSensitivity", fMoveSensitivity, 128);
-    exchange.WriteString("CntrlFlags", CntrlFlagsToString(fCntrlFlags), CntrlFlagsToString(kAllCntrlFlags));
-    exchange.WriteBool("SwitchButtons", fSwitchButtons, false);
-}
-
-void TOrnMouseController::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnCustomController::ReadValues(exchange);
-    SetTurnSensitivity(exchange.ReadInt32("TurnSensitivity", fTurnSensitivity));
-    SetMoveSensitivity(exchange.ReadInt32("MoveSensitivity", fMoveSensitivity));
-    SetCntrlFlags(CntrlFlagsFromString(exchange.ReadString("CntrlFlags", CntrlFlagsToString(fCntrlFlags)),
-                                       fCntrlFlags));
-    SetSwitchButtons(exchange.ReadBool("SwitchButtons", fSwitchButtons));
-}
-
 std::string TOrnMouseController::CntrlFlagsToString(TOrnCntrlFlags flags) {
     std::string text;
     for (size_t i = 0; i < kCntrlFlagNames.size(); ++i) {
@@ -182,6 +165,19 @@ TOrnCntrlFlags TOrnMouseController::CntrlFlagsFromString(const std::string& text
         pos = end + 1;
     }
     return flags;
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnMouseController, &TOrnComponent::ClassProperties()) {
+    ORN_PROP(b, TOrnMouseController, TurnSensitivity, 128).min = 1;
+    ORN_PROP(b, TOrnMouseController, MoveSensitivity, 128).min = 1;
+    b.Access<std::string>(
+         "CntrlFlags", [](const TOrnMouseController& m) { return CntrlFlagsToString(m.fCntrlFlags); },
+         [](TOrnMouseController& m, std::string v) {
+             m.SetCntrlFlags(CntrlFlagsFromString(v, m.fCntrlFlags));
+         },
+         CntrlFlagsToString(kAllCntrlFlags))
+        .examples = {CntrlFlagsToString(TOrnCntrlFlags{teMoveX, teTurnZ})};
+    ORN_PROP(b, TOrnMouseController, SwitchButtons, false).flags = pfNoAssign;
 }
 
 } // namespace orn

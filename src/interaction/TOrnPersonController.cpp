@@ -81,16 +81,10 @@ void TOrnPersonController::HeadForward() {
     if (Controlled()) Controlled()->Transformation()->Rotation()->SetX(0);
 }
 
-void TOrnPersonController::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnCustomController::WriteValues(exchange);
-    exchange.WriteFloat("StepLength", fStepLength, 0.1f);
-    exchange.WriteFloat("TurnAngle", fTurnAngle, 1.0f);
-}
-
-void TOrnPersonController::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnCustomController::ReadValues(exchange);
-    SetStepLength(detail::ToSingle(exchange.ReadFloat("StepLength", fStepLength)));
-    SetTurnAngle(detail::ToSingle(exchange.ReadFloat("TurnAngle", fTurnAngle)));
+// Assign copies none of these.
+ORN_DESCRIBE_PROPERTIES(TOrnPersonController, &TOrnComponent::ClassProperties()) {
+    ORN_PROP(b, TOrnPersonController, StepLength, 0.1f).flags = pfNoAssign;
+    ORN_PROP(b, TOrnPersonController, TurnAngle, 1.0f).flags = pfNoAssign;
 }
 
 } // namespace orn

@@ -80,18 +80,13 @@ void TOrnPresentationController::Present() {
         r->incY(fTurnAngle);
 }
 
-void TOrnPresentationController::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnCustomController::WriteValues(exchange);
-    exchange.WriteFloat("TurnAngle", fTurnAngle, 1.0f);
-    exchange.WriteFloat("DistanceStep", fDistanceStep, 0.1f);
-    exchange.WriteEnum("Mode", fMode, pmStop, kPresentationModeNames);
-}
-
-void TOrnPresentationController::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnCustomController::ReadValues(exchange);
-    SetTurnAngle(detail::ToSingle(exchange.ReadFloat("TurnAngle", fTurnAngle)));
-    SetDistanceStep(detail::ToSingle(exchange.ReadFloat("DistanceStep", fDistanceStep)));
-    SetMode(static_cast<TOrnPresentationMode>(exchange.ReadEnum("Mode", fMode, kPresentationModeNames)));
+// Assign copies none of these.
+ORN_DESCRIBE_PROPERTIES(TOrnPresentationController, &TOrnComponent::ClassProperties()) {
+    ORN_PROP(b, TOrnPresentationController, TurnAngle, 1.0f).flags = pfNoAssign;
+    ORN_PROP(b, TOrnPresentationController, DistanceStep, 0.1f).flags = pfNoAssign;
+    b.Enum("Mode", &TOrnPresentationController::fMode, &TOrnPresentationController::SetMode, pmStop,
+           kPresentationModeNames)
+        .flags = pfNoAssign;
 }
 
 } // namespace orn

@@ -42,14 +42,11 @@ void TOrnColor::Assign(const TPersistent* source) {
     TOrnProperty::Assign(source);
 }
 
-void TOrnColor::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteColor("Color", fColor, clWhite);
-    exchange.WriteFloat("Alpha", fAlpha, 1.0);
-}
-
-void TOrnColor::ReadValues(TOrnCustomExchange& exchange) {
-    SetColor(exchange.ReadColor("Color", fColor));
-    SetAlpha(static_cast<float>(exchange.ReadFloat("Alpha", fAlpha)));
+ORN_DESCRIBE_PROPERTIES(TOrnColor, nullptr) {
+    b.Color("Color", &TOrnColor::fColor, &TOrnColor::SetColor, clWhite);
+    TOrnPropInfo& alpha = ORN_PROP(b, TOrnColor, Alpha, 1.0f);
+    alpha.min = 0;
+    alpha.max = 1;
 }
 
 } // namespace orn

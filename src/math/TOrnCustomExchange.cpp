@@ -1,6 +1,7 @@
 #include <orn/math/TOrnCustomExchange.h>
 
 #include <orn/host/TComponent.h>
+#include <orn/math/TOrnPropList.h>
 
 #include <limits>
 #include <strings.h>
@@ -13,11 +14,18 @@ void TOrnExchangeItem::WriteComp(TOrnCustomExchange& exchange, const std::string
     exchange.EndTag();
 }
 
-void TOrnExchangeItem::WriteValues(TOrnCustomExchange&) {}
+void TOrnExchangeItem::WriteValues(TOrnCustomExchange& exchange) {
+    if (const TOrnPropList* list = Properties()) list->Write(*this, exchange);
+}
 
-void TOrnExchangeItem::ReadValues(TOrnCustomExchange&) {}
+void TOrnExchangeItem::ReadValues(TOrnCustomExchange& exchange) {
+    if (const TOrnPropList* list = Properties()) list->Read(*this, exchange);
+}
 
-TOrnExchangeItem* TOrnExchangeItem::ReadComp(TOrnCustomExchange&, const std::string&) { return nullptr; }
+TOrnExchangeItem* TOrnExchangeItem::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
+    const TOrnPropList* list = Properties();
+    return list ? list->ReadComp(*this, exchange, tagName) : nullptr;
+}
 
 void TOrnCustomExchange::WriteEnum(const std::string& key, int value, int def,
                                    std::span<const char* const> names) {

@@ -20,9 +20,15 @@ void TOrnRotation::SetAngle(float& field, float value) {
     Changed();
 }
 
-void TOrnRotation::SetX(float value) { SetAngle(fX, value); }
-void TOrnRotation::SetY(float value) { SetAngle(fY, value); }
-void TOrnRotation::SetZ(float value) { SetAngle(fZ, value); }
+void TOrnRotation::SetX(float value) {
+    SetAngle(fX, value);
+}
+void TOrnRotation::SetY(float value) {
+    SetAngle(fY, value);
+}
+void TOrnRotation::SetZ(float value) {
+    SetAngle(fZ, value);
+}
 
 float TOrnRotation::ModAngle(float a) const {
     // Beyond the 64-bit range (a scene file may hold such angles) the rounding below would overflow;
@@ -38,16 +44,25 @@ float TOrnRotation::ModAngle(float a) const {
     return static_cast<float>(r >= 0 ? r : r + 360);
 }
 
-bool TOrnRotation::GetEmpty() const { return fX == 0 && fY == 0 && fZ == 0; }
+bool TOrnRotation::GetEmpty() const {
+    return fX == 0 && fY == 0 && fZ == 0;
+}
 
 void TOrnRotation::Execute() const {
     if (GetEmpty()) return;
     static constexpr char kAxes[6][4] = {"xyz", "xzy", "yxz", "yzx", "zxy", "zyx"};
     if (fOrder < roXYZ || fOrder > roZYX) return;
-    for (const char* axis = kAxes[fOrder]; *axis; ++axis) switch (*axis) {
-        case 'x': glRotatef(fX, 1, 0, 0); break;
-        case 'y': glRotatef(fY, 0, 1, 0); break;
-        default: glRotatef(fZ, 0, 0, 1); break;
+    for (const char* axis = kAxes[fOrder]; *axis; ++axis)
+        switch (*axis) {
+        case 'x':
+            glRotatef(fX, 1, 0, 0);
+            break;
+        case 'y':
+            glRotatef(fY, 0, 1, 0);
+            break;
+        default:
+            glRotatef(fZ, 0, 0, 1);
+            break;
         }
 }
 
@@ -56,25 +71,19 @@ void TOrnRotation::Assign(const TPersistent* source) {
     if (auto* r = dynamic_cast<const TOrnRotation*>(source)) SetOrder(r->fOrder);
 }
 
-void TOrnRotation::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnVector::WriteValues(exchange);
-    exchange.WriteEnum("Order", fOrder, roXYZ, kRotationOrderNames);
-}
-
-void TOrnRotation::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnVector::ReadValues(exchange);
-    SetOrder(static_cast<TOrnRotationOrder>(exchange.ReadEnum("Order", fOrder, kRotationOrderNames)));
-}
-
 // --- TOrnScale, TOrnTranslation ---
 
-bool TOrnScale::GetEmpty() const { return fX == 1 && fY == 1 && fZ == 1; }
+bool TOrnScale::GetEmpty() const {
+    return fX == 1 && fY == 1 && fZ == 1;
+}
 
 void TOrnScale::Execute() const {
     if (!GetEmpty()) glScalef(fX, fY, fZ);
 }
 
-bool TOrnTranslation::GetEmpty() const { return fX == 0 && fY == 0 && fZ == 0; }
+bool TOrnTranslation::GetEmpty() const {
+    return fX == 0 && fY == 0 && fZ == 0;
+}
 
 void TOrnTranslation::Execute() const {
     if (!GetEmpty()) glTranslatef(fX, fY, fZ);
@@ -91,7 +100,9 @@ TOrnTransformation::TOrnTransformation()
     fTranslation->OnChange = handler;
 }
 
-void TOrnTransformation::SubChange(TObject*) { Changed(); }
+void TOrnTransformation::SubChange(TObject*) {
+    Changed();
+}
 
 void TOrnTransformation::SetRotation(const TOrnRotation* value) {
     if (!value) return;
@@ -123,10 +134,17 @@ void TOrnTransformation::Execute() const {
     if (GetEmpty() || fOrder < toRotTraSca || fOrder > toScaTraRot) return;
     // R = rotation, T = translation, S = scale, in the order the name gives.
     static constexpr char kSteps[6][4] = {"RTS", "RST", "TRS", "TSR", "SRT", "STR"};
-    for (const char* step = kSteps[fOrder]; *step; ++step) switch (*step) {
-        case 'R': fRotation->Execute(); break;
-        case 'T': fTranslation->Execute(); break;
-        default: fScale->Execute(); break;
+    for (const char* step = kSteps[fOrder]; *step; ++step)
+        switch (*step) {
+        case 'R':
+            fRotation->Execute();
+            break;
+        case 'T':
+            fTranslation->Execute();
+            break;
+        default:
+            fScale->Execute();
+            break;
         }
 }
 
@@ -138,25 +156,18 @@ void TOrnTransformation::Assign(const TPersistent* source) {
     fTranslation->Assign(t->fTranslation.get());
 }
 
-void TOrnTransformation::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteEnum("Order", fOrder, toRotTraSca, kTransformationOrderNames);
-    fTranslation->WriteComp(exchange, "Translation");
-    fRotation->WriteComp(exchange, "Rotation");
-    fScale->WriteComp(exchange, "Scale");
+ORN_DESCRIBE_PROPERTIES(TOrnRotation, &TOrnVector::ClassProperties()) {
+    b.Enum("Order", &TOrnRotation::fOrder, &TOrnRotation::SetOrder, roXYZ, kRotationOrderNames);
 }
 
-void TOrnTransformation::ReadValues(TOrnCustomExchange& exchange) {
-    SetOrder(static_cast<TOrnTransformationOrder>(exchange.ReadEnum("Order", fOrder, kTransformationOrderNames)));
-}
-
-TOrnExchangeItem* TOrnTransformation::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    TOrnVector* part = nullptr;
-    if (strcasecmp(tagName.c_str(), "Translation") == 0) part = fTranslation.get();
-    else if (strcasecmp(tagName.c_str(), "Rotation") == 0) part = fRotation.get();
-    else if (strcasecmp(tagName.c_str(), "Scale") == 0) part = fScale.get();
-    if (!part) return TOrnProperty::ReadComp(exchange, tagName);
-    part->ReadValues(exchange);
-    return part;
+ORN_DESCRIBE_PROPERTIES(TOrnTransformation, nullptr) {
+    // Assign leaves the order on purpose.
+    b.Enum("Order", &TOrnTransformation::fOrder, &TOrnTransformation::SetOrder, toRotTraSca,
+           kTransformationOrderNames)
+        .flags = pfNoAssign;
+    b.Object("Translation", &TOrnTransformation::fTranslation);
+    b.Object("Rotation", &TOrnTransformation::fRotation);
+    b.Object("Scale", &TOrnTransformation::fScale);
 }
 
 } // namespace orn

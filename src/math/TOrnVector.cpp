@@ -20,7 +20,9 @@ void TOrnVector::SetValues(float x, float y, float z) {
     SetZ(z);
 }
 
-TOrnMathVector TOrnVector::GetAsMathVector() const { return {fX, fY, fZ}; }
+TOrnMathVector TOrnVector::GetAsMathVector() const {
+    return {fX, fY, fZ};
+}
 
 void TOrnVector::SetAsMathVector(const TOrnMathVector& v) {
     SetValues(static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z));
@@ -35,18 +37,11 @@ void TOrnVector::Assign(const TPersistent* source) {
     Changed();
 }
 
-void TOrnVector::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteVector("P", AsMathVector(), DefaultP());
-}
-
-void TOrnVector::ReadValues(TOrnCustomExchange& exchange) {
-    SetAsMathVector(exchange.ReadVector("P", AsMathVector()));
-    TOrnProperty::ReadValues(exchange);
-}
-
 namespace {
 
-bool inUnitRange(float v) { return v >= -1.0f && v <= 1.0f; }
+bool inUnitRange(float v) {
+    return v >= -1.0f && v <= 1.0f;
+}
 
 } // namespace
 
@@ -66,6 +61,15 @@ void TOrnNormal::Normalize() {
     TOrnMathVector v = AsMathVector();
     OrnMathNormalize(v);
     SetAsMathVector(v);
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnVector, nullptr) {
+    b.Access<TOrnMathVector>(
+         "P", [](const TOrnVector& v) { return v.AsMathVector(); },
+         [](TOrnVector& v, TOrnMathVector p) { v.SetAsMathVector(p); }, {})
+        .defOf = [](const TOrnExchangeItem& i) {
+        return TOrnPropValue(dynamic_cast<const TOrnVector&>(i).DefaultP());
+    };
 }
 
 } // namespace orn

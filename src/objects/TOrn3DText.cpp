@@ -87,27 +87,12 @@ void TOrn3DText::Assign(const TPersistent* source) {
     TOrnPrimitiveObj::Assign(source);
 }
 
-void TOrn3DText::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteString("Caption", fCaption, StaticClassName());
-    exchange.WriteFloat("Depth", fDepth, 0.2);
-    exchange.WriteFloat("Detail", fDetail, 0.01);
-    exchange.WriteEnum("Alignment", fAlignment, taLeftJustify, kAlignmentNames);
-    fFont->WriteComp(exchange, "Font");
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrn3DText::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetCaption(exchange.ReadString("Caption", fCaption));
-    SetDepth(exchange.ReadFloat("Depth", fDepth));
-    SetDetail(exchange.ReadFloat("Detail", fDetail));
-    SetAlignment(static_cast<TOrnAlignment>(exchange.ReadEnum("Alignment", fAlignment, kAlignmentNames)));
-}
-
-TOrnExchangeItem* TOrn3DText::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "Font") != 0) return TOrnPrimitiveObj::ReadComp(exchange, tagName);
-    fFont->ReadValues(exchange);
-    return fFont.get();
+ORN_DESCRIBE_PROPERTIES(TOrn3DText, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrn3DText, Caption, StaticClassName());
+    ORN_PROP(b, TOrn3DText, Depth, 0.2);
+    ORN_PROP(b, TOrn3DText, Detail, 0.01);
+    b.Enum("Alignment", &TOrn3DText::fAlignment, &TOrn3DText::SetAlignment, taLeftJustify, kAlignmentNames);
+    b.Object("Font", &TOrn3DText::fFont);
 }
 
 } // namespace orn

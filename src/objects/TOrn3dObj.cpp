@@ -127,25 +127,16 @@ void TOrn3dObj::Assign(const TPersistent* source) {
     TOrnCustomRotObj::Assign(source);
 }
 
-void TOrn3dObj::WriteKeys(TOrnCustomExchange& exchange) {
-    TOrnCustomRotObj::WriteKeys(exchange);
-    exchange.WriteEnum("ObjArt", static_cast<int>(fObjArt), 0, kOrn3dObjectNames);
-    exchange.WriteFloat("Height", fHeight, 1);
-    exchange.WriteFloat("TopRadius", fTopRadius, 1);
-    exchange.WriteFloat("Radius", fRadius, 1);
-    exchange.WriteEnum("Closed", static_cast<int>(fClosed), 0, kOrnClosedNames);
-}
-
-void TOrn3dObj::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnCustomRotObj::ReadValues(exchange);
-    // These letter cases are the reader's own; key lookup ignores case, so they find the written keys.
-    SetObjArt(static_cast<TOrn3dObjects>(
-        exchange.ReadEnum("Objart", static_cast<int>(fObjArt), kOrn3dObjectNames)));
-    SetHeight(static_cast<float>(exchange.ReadFloat("Height", fHeight)));
-    SetRadius(0, static_cast<float>(exchange.ReadFloat("Topradius", fTopRadius)));
-    SetRadius(1, static_cast<float>(exchange.ReadFloat("Radius", fRadius)));
-    SetClosed(
-        static_cast<TOrnClosed>(exchange.ReadEnum("Closed", static_cast<int>(fClosed), kOrnClosedNames)));
+ORN_DESCRIBE_PROPERTIES(TOrn3dObj, &TOrnCustomRotObj::ClassProperties()) {
+    b.Enum("ObjArt", &TOrn3dObj::fObjArt, &TOrn3dObj::SetObjArt, TOrn3dObjects::Sphere, kOrn3dObjectNames);
+    ORN_PROP(b, TOrn3dObj, Height, 1.0f);
+    b.Access<float>(
+        "TopRadius", [](const TOrn3dObj& o) { return o.fTopRadius; },
+        [](TOrn3dObj& o, float v) { o.SetRadius(0, v); }, 1.0f);
+    b.Access<float>(
+        "Radius", [](const TOrn3dObj& o) { return o.fRadius; },
+        [](TOrn3dObj& o, float v) { o.SetRadius(1, v); }, 1.0f);
+    b.Enum("Closed", &TOrn3dObj::fClosed, &TOrn3dObj::SetClosed, TOrnClosed::None, kOrnClosedNames);
 }
 
 } // namespace orn

@@ -141,18 +141,10 @@ void TOrnCustomFuncObj::Assign(const TPersistent* source) {
     TOrnPrimitiveObj::Assign(source);
 }
 
-void TOrnCustomFuncObj::WriteKeys(TOrnCustomExchange& exchange) {
-    exchange.WriteInt("overdraw", fOverDraw, 1);
-}
-
-void TOrnCustomFuncObj::WriteValues(TOrnCustomExchange& exchange) {
-    WriteKeys(exchange);
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnCustomFuncObj::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetOverDraw(exchange.ReadInt32("overdraw", fOverDraw));
+ORN_DESCRIBE_PROPERTIES(TOrnCustomFuncObj, &TOrnPrimitiveObj::ClassProperties()) {
+    b.Value("overdraw", &TOrnCustomFuncObj::fOverDraw, &TOrnCustomFuncObj::SetOverDraw, 1);
+    ORN_PROP(b, TOrnCustomFuncObj, Stacks, 10);
+    ORN_PROP(b, TOrnCustomFuncObj, Slices, 10);
 }
 
 } // namespace orn

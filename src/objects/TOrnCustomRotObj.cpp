@@ -26,20 +26,19 @@ void TOrnCustomRotObj::Assign(const TPersistent* source) {
     TOrnCustomFuncObj::Assign(source);
 }
 
-void TOrnCustomRotObj::WriteKeys(TOrnCustomExchange& exchange) {
-    TOrnCustomFuncObj::WriteKeys(exchange);
-    exchange.WriteFloat("FuncStartAngle", fAngles[2], 0);
-    exchange.WriteFloat("FuncSweepAngle", fAngles[3], 360);
-    exchange.WriteFloat("RotStartAngle", fAngles[0], 0);
-    exchange.WriteFloat("RotSweepAngle", fAngles[1], 360);
-}
-
-void TOrnCustomRotObj::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnCustomFuncObj::ReadValues(exchange);
-    setangle(2, static_cast<float>(exchange.ReadFloat("FuncStartAngle", fAngles[2])));
-    setangle(3, static_cast<float>(exchange.ReadFloat("FuncSweepAngle", fAngles[3])));
-    setangle(0, static_cast<float>(exchange.ReadFloat("RotStartAngle", fAngles[0])));
-    setangle(1, static_cast<float>(exchange.ReadFloat("RotSweepAngle", fAngles[1])));
+ORN_DESCRIBE_PROPERTIES(TOrnCustomRotObj, &TOrnCustomFuncObj::ClassProperties()) {
+    b.Access<float>(
+        "FuncStartAngle", [](const TOrnCustomRotObj& r) { return r.FuncStartAngle(); },
+        [](TOrnCustomRotObj& r, float v) { r.SetFuncStartAngle(v); }, 0);
+    b.Access<float>(
+        "FuncSweepAngle", [](const TOrnCustomRotObj& r) { return r.FuncSweepAngle(); },
+        [](TOrnCustomRotObj& r, float v) { r.SetFuncSweepAngle(v); }, 360);
+    b.Access<float>(
+        "RotStartAngle", [](const TOrnCustomRotObj& r) { return r.RotStartAngle(); },
+        [](TOrnCustomRotObj& r, float v) { r.SetRotStartAngle(v); }, 0);
+    b.Access<float>(
+        "RotSweepAngle", [](const TOrnCustomRotObj& r) { return r.RotSweepAngle(); },
+        [](TOrnCustomRotObj& r, float v) { r.SetRotSweepAngle(v); }, 360);
 }
 
 } // namespace orn

@@ -55,20 +55,22 @@ void TOrnFont::Assign(const TPersistent* source) {
     TFont::Assign(source);
 }
 
-void TOrnFont::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteString("Name", Name(), kDefaultName);
-    exchange.WriteInt("Height", Height(), kDefaultHeight);
-    exchange.WriteString("Style", StyleText(Style()), "");
-    exchange.WriteColor("Color", Color(), clBlack);
-    exchange.WriteFloat("Alpha", fAlpha, 1.0);
-}
-
-void TOrnFont::ReadValues(TOrnCustomExchange& exchange) {
-    SetName(exchange.ReadString("Name", Name()));
-    SetHeight(exchange.ReadInt32("Height", Height()));
-    SetStyle(ParseStyle(exchange.ReadString("Style", StyleText(Style()))));
-    SetColor(exchange.ReadColor("Color", Color()));
-    SetAlpha(static_cast<float>(exchange.ReadFloat("Alpha", fAlpha)));
+ORN_DESCRIBE_PROPERTIES(TOrnFont, nullptr) {
+    b.Access<std::string>(
+        "Name", [](const TOrnFont& f) { return f.Name(); }, [](TOrnFont& f, std::string v) { f.SetName(v); },
+        kDefaultName);
+    b.Access<std::int32_t>(
+        "Height", [](const TOrnFont& f) { return f.Height(); },
+        [](TOrnFont& f, std::int32_t v) { f.SetHeight(v); }, kDefaultHeight);
+    b.Access<std::string>(
+         "Style", [](const TOrnFont& f) { return StyleText(f.Style()); },
+         [](TOrnFont& f, std::string v) { f.SetStyle(ParseStyle(v)); }, "")
+        .examples = {std::string("fsBold,fsItalic")};
+    b.Access<TColor>(
+         "Color", [](const TOrnFont& f) { return f.Color(); }, [](TOrnFont& f, TColor v) { f.SetColor(v); },
+         clBlack)
+        .kind = pkColor;
+    ORN_PROP(b, TOrnFont, Alpha, 1.0f);
 }
 
 } // namespace orn

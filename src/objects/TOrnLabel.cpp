@@ -155,28 +155,6 @@ void TOrnLabel::Notification(TComponent* component, TOperation operation) {
     if (operation == opRemove && component == fTexture) fTexture = nullptr;
 }
 
-void TOrnLabel::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnObject::WriteValues(exchange);
-    exchange.WriteString("Caption", fCaption, StaticClassName());
-    exchange.WriteInt("Width", fWidth, 64);
-    exchange.WriteInt("Height", fHeight, 16);
-    exchange.WriteEnum("Transparency", fTransparency, tmAlpha, kTransparencyModeNames);
-    exchange.WriteInt("ShiftX", fShiftX, 0);
-    exchange.WriteInt("ShiftY", fShiftY, 0);
-    fFont->WriteComp(exchange, "Font");
-}
-
-void TOrnLabel::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnObject::ReadValues(exchange);
-    SetCaption(exchange.ReadString("Caption", fCaption));
-    SetSize(0, exchange.ReadInt32("Width", fWidth));
-    SetSize(1, exchange.ReadInt32("Height", fHeight));
-    fTransparency = static_cast<TOrnTransparencyMode>(
-        exchange.ReadEnum("Transparency", fTransparency, kTransparencyModeNames));
-    fShiftX = exchange.ReadInt32("ShiftX", fShiftX);
-    fShiftY = exchange.ReadInt32("ShiftY", fShiftY);
-}
-
 TOrnExchangeItem* TOrnLabel::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
     if (strcasecmp(tagName.c_str(), "Font") != 0) return TOrnObject::ReadComp(exchange, tagName);
     // The font comes after the keys and its change measures the caption anew: the size read with
@@ -186,6 +164,17 @@ TOrnExchangeItem* TOrnLabel::ReadComp(TOrnCustomExchange& exchange, const std::s
     SetSize(0, width);
     SetSize(1, height);
     return fFont.get();
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnLabel, &TOrnObject::ClassProperties()) {
+    ORN_PROP(b, TOrnLabel, Caption, StaticClassName());
+    ORN_PROP(b, TOrnLabel, Width, 64);
+    ORN_PROP(b, TOrnLabel, Height, 16);
+    b.Enum("Transparency", &TOrnLabel::fTransparency, &TOrnLabel::SetTransparency, tmAlpha,
+           kTransparencyModeNames);
+    ORN_PROP(b, TOrnLabel, ShiftX, 0);
+    ORN_PROP(b, TOrnLabel, ShiftY, 0);
+    b.Object("Font", &TOrnLabel::fFont);
 }
 
 } // namespace orn

@@ -268,14 +268,6 @@ void TOrnPointSet::WriteValues(TOrnCustomExchange& exchange) {
             SaveToFile(path);
     }
     exchange.WriteString("FileName", name, "");
-    exchange.WriteEnum("Format", fFormat, pfMatrix, kPointSetFormatNames);
-    exchange.WriteInt("Columns", fColumns, 0);
-    exchange.WriteFloat("SpacingX", fSpacingX, 1);
-    exchange.WriteFloat("SpacingY", fSpacingY, 1);
-    exchange.WriteFloat("HeightScale", fHeightScale, 1);
-    exchange.WriteInt("MaxPoints", fMaxPoints, std::int64_t{1} << 24);
-    exchange.WriteBool("ColorByHeight", fColorByHeight, false);
-    exchange.WriteString("ColorRamp", rampText(fColorRamp), "FF0000,FFFF00,00FF00,00FFFF,0000FF");
     TOrnPrimitiveObj::WriteValues(exchange);
 }
 
@@ -291,15 +283,33 @@ void TOrnPointSet::ReadValues(TOrnCustomExchange& exchange) {
     }
     const int columns = exchange.ReadInt32("Columns", fColumns);
     if (columns >= 1) fColumns = columns;
-    SetSpacingX(exchange.ReadFloat("SpacingX", fSpacingX));
-    SetSpacingY(exchange.ReadFloat("SpacingY", fSpacingY));
-    SetHeightScale(exchange.ReadFloat("HeightScale", fHeightScale));
-    SetMaxPoints(exchange.ReadInt("MaxPoints", fMaxPoints));
-    SetColorByHeight(exchange.ReadBool("ColorByHeight", fColorByHeight));
-    SetColorRamp(parseRamp(exchange.ReadString("ColorRamp", rampText(fColorRamp))));
     const std::string name = exchange.ReadString("FileName", "");
     const std::string path = name.empty() ? std::string() : exchange.FilePath(name);
     if (!path.empty()) LoadFromFile(path);
+}
+
+// Format and Columns are read by hand: a new format drops the values, and columns below 1 are
+// ignored without a setter of their own.
+ORN_DESCRIBE_PROPERTIES(TOrnPointSet, &TOrnPrimitiveObj::ClassProperties()) {
+    b.Enum("Format", &TOrnPointSet::fFormat, &TOrnPointSet::SetFormat, pfMatrix, kPointSetFormatNames).flags =
+        pfNoRead;
+    b.Access<std::int32_t>(
+         "Columns", [](const TOrnPointSet& p) { return p.fColumns; },
+         [](TOrnPointSet& p, std::int32_t v) {
+             if (v >= 1) p.fColumns = v;
+         },
+         0)
+        .flags = pfNoRead;
+    ORN_PROP(b, TOrnPointSet, SpacingX, 1.0);
+    ORN_PROP(b, TOrnPointSet, SpacingY, 1.0);
+    ORN_PROP(b, TOrnPointSet, HeightScale, 1.0);
+    ORN_PROP(b, TOrnPointSet, MaxPoints, std::int64_t{1} << 24).min = 1;
+    ORN_PROP(b, TOrnPointSet, ColorByHeight, false);
+    b.Access<std::string>(
+         "ColorRamp", [](const TOrnPointSet& p) { return rampText(p.fColorRamp); },
+         [](TOrnPointSet& p, std::string v) { p.SetColorRamp(parseRamp(v)); },
+         "FF0000,FFFF00,00FF00,00FFFF,0000FF")
+        .examples = {std::string("102030,405060")};
 }
 
 } // namespace orn

@@ -287,43 +287,38 @@ void TOrnTube::Assign(const TPersistent* source) {
     TOrnPrimitiveObj::Assign(source);
 }
 
-void TOrnTube::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteFloat("Radius", fRadius, 0.25);
-    exchange.WriteInt("Slices", fSlices, 12);
-    exchange.WriteBool("CapStart", fCapStart, false);
-    exchange.WriteBool("CapEnd", fCapEnd, false);
-    exchange.WriteBool("ClosedPath", fClosedPath, false);
-    exchange.WriteInt("PathSteps", fPathSteps, 32);
-    std::string points;
-    for (const auto& p : fPath) {
-        const double parts[4] = {p.p.x, p.p.y, p.p.z, p.radius};
-        for (int k = 0; k < 4; ++k) {
-            if (!points.empty()) points += k == 0 ? ';' : ',';
-            detail::AppendNumber(points, parts[k]);
-        }
-    }
-    exchange.WriteString("Points", points, "");
-    TOrnPrimitiveObj::WriteValues(exchange);
-}
-
-void TOrnTube::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnPrimitiveObj::ReadValues(exchange);
-    SetRadius(exchange.ReadFloat("Radius", fRadius));
-    SetSlices(exchange.ReadInt32("Slices", fSlices));
-    SetCapStart(exchange.ReadBool("CapStart", fCapStart));
-    SetCapEnd(exchange.ReadBool("CapEnd", fCapEnd));
-    SetClosedPath(exchange.ReadBool("ClosedPath", fClosedPath));
-    SetPathSteps(exchange.ReadInt32("PathSteps", fPathSteps));
-    const std::string text = exchange.ReadString("Points", "");
-    if (text.empty()) return;
-    // Points come as x,y,z,radius groups split by ';'; a value that is not four numbers is ignored.
-    std::vector<double> v;
-    if (!detail::ParseNumberGroups(text, 4, v)) return;
-    std::vector<PathPointData> path;
-    for (std::size_t i = 0; i < v.size(); i += 4)
-        path.push_back({{v[i], v[i + 1], v[i + 2]}, v[i + 3]});
-    fPath = std::move(path);
-    Invalidate();
+ORN_DESCRIBE_PROPERTIES(TOrnTube, &TOrnPrimitiveObj::ClassProperties()) {
+    ORN_PROP(b, TOrnTube, Radius, 0.25);
+    ORN_PROP(b, TOrnTube, Slices, 12);
+    ORN_PROP(b, TOrnTube, CapStart, false);
+    ORN_PROP(b, TOrnTube, CapEnd, false);
+    ORN_PROP(b, TOrnTube, ClosedPath, false);
+    ORN_PROP(b, TOrnTube, PathSteps, 32);
+    // x,y,z,radius groups split by ';'; a value that is not four numbers each is ignored.
+    b.Access<std::string>(
+         "Points",
+         [](const TOrnTube& t) {
+             std::string points;
+             for (const auto& p : t.fPath) {
+                 const double parts[4] = {p.p.x, p.p.y, p.p.z, p.radius};
+                 for (int k = 0; k < 4; ++k) {
+                     if (!points.empty()) points += k == 0 ? ';' : ',';
+                     detail::AppendNumber(points, parts[k]);
+                 }
+             }
+             return points;
+         },
+         [](TOrnTube& t, std::string text) {
+             std::vector<double> v;
+             if (text.empty() || !detail::ParseNumberGroups(text, 4, v)) return;
+             std::vector<PathPointData> path;
+             for (std::size_t i = 0; i < v.size(); i += 4)
+                 path.push_back({{v[i], v[i + 1], v[i + 2]}, v[i + 3]});
+             t.fPath = std::move(path);
+             t.Invalidate();
+         },
+         "")
+        .examples = {std::string("0,0,0,0.5;1,0,0,0.25;1,1,0,0.125")};
 }
 
 } // namespace orn

@@ -17,16 +17,6 @@ void TOrnComponent::Assign(const TPersistent* source) {
     Changed();
 }
 
-void TOrnComponent::WriteValues(TOrnCustomExchange& exchange) { exchange.WriteString("name", Name(), ""); }
-
-void TOrnComponent::ReadValues(TOrnCustomExchange& exchange) {
-    try {
-        SetName(exchange.ReadString("name", Name()));
-    } catch (const EOrnError&) {
-        // An invalid or taken name: keep the old one and read on.
-    }
-}
-
 TOrnTransformed::TOrnTransformed(TComponent* owner)
     : TOrnComponent(owner), fTransformation(std::make_unique<TOrnTransformation>()) {
     fTransformation->OnChange = SubChangeHandler();
@@ -38,7 +28,9 @@ void TOrnTransformed::SetTransformation(const TOrnTransformation* value) {
     Changed();
 }
 
-void TOrnTransformed::SubChange(TObject*) { Changed(); }
+void TOrnTransformed::SubChange(TObject*) {
+    Changed();
+}
 
 void TOrnTransformed::Assign(const TPersistent* source) {
     if (auto* t = dynamic_cast<const TOrnTransformed*>(source))
@@ -46,15 +38,22 @@ void TOrnTransformed::Assign(const TPersistent* source) {
     TOrnComponent::Assign(source);
 }
 
-void TOrnTransformed::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnComponent::WriteValues(exchange);
-    fTransformation->WriteComp(exchange, "Transformation");
+ORN_DESCRIBE_PROPERTIES(TOrnComponent, nullptr) {
+    b.Access<std::string>(
+         "name", [](const TOrnComponent& c) { return c.Name(); },
+         [](TOrnComponent& c, std::string name) {
+             try {
+                 c.SetName(name);
+             } catch (const EOrnError&) {
+                 // An invalid or taken name: keep the old one and read on.
+             }
+         },
+         "")
+        .flags = pfIdentifier | pfNoAssign;
 }
 
-TOrnExchangeItem* TOrnTransformed::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "Transformation") != 0) return TOrnComponent::ReadComp(exchange, tagName);
-    fTransformation->ReadValues(exchange);
-    return fTransformation.get();
+ORN_DESCRIBE_PROPERTIES(TOrnTransformed, &TOrnComponent::ClassProperties()) {
+    b.Object("Transformation", &TOrnTransformed::fTransformation);
 }
 
 } // namespace orn

@@ -1,20 +1,13 @@
 #include <orn/scene/TOrnObject.h>
 
+#include "scene/detail/Exactly.h"
+
 #include <cstring>
 #include <strings.h>
 
 namespace orn {
 
-namespace {
-
-/// The state classes are only declared in this layer: a component whose class is exactly the one
-/// named is reached through its complete object.
-template <class T> T* exactly(TComponent* component, const char* className) {
-    if (!component || std::strcmp(component->ClassName(), className) != 0) return nullptr;
-    return static_cast<T*>(dynamic_cast<void*>(component));
-}
-
-} // namespace
+using detail::exactly;
 
 TOrnObject::TOrnObject(TComponent* owner) : TOrnRender(owner), fColor(std::make_unique<TOrnColor>()) {
     fColor->OnChange = SubChangeHandler();
@@ -57,16 +50,7 @@ void TOrnObject::Assign(const TPersistent* source) {
     TOrnRender::Assign(source);
     auto* o = dynamic_cast<const TOrnObject*>(source);
     if (!o) return;
-    fObjectName = o->fObjectName;
-    fObjectID = o->fObjectID;
-    fColorMaterial = o->fColorMaterial;
-    // The colour keeps this object as its owner, so its values are copied, not its handler.
-    fColor->SetColor(o->fColor->Color());
-    fColor->SetAlpha(o->fColor->Alpha());
-    fAttributes = o->fAttributes;
-    SetStateRef(fAttributesRender, o->fAttributesRender);
-    fMaterial = o->fMaterial;
-    SetStateRef(fMaterialRender, o->fMaterialRender);
+    ClassProperties().CopyOwn(*this, *o);
 }
 
 bool TOrnObject::GetBounds(TOrnBounds&) { return false; }
@@ -115,34 +99,25 @@ void TOrnObject::AfterRender(TOrnCustomView* view) {
     if (WantsNames(view)) glPopName();
 }
 
-void TOrnObject::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnRender::WriteValues(exchange);
-    exchange.WriteInt("ObjectID", fObjectID, -1);
-    exchange.WriteString("ObjectName", fObjectName, "");
-    exchange.WriteReference("Attributes", fAttributesRender);
-    exchange.WriteReference("Material", fMaterialRender);
-    fColor->WriteComp(exchange, "Color");
-}
-
-void TOrnObject::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnRender::ReadValues(exchange);
-    SetObjectID(exchange.ReadInt32("ObjectID", fObjectID));
-    SetObjectName(exchange.ReadString("ObjectName", fObjectName));
-    // Resolved once the whole scene is read; a component of another class clears the slot.
-    exchange.ReadReference("Attributes", [this](TComponent* c) {
-        fAttributes = exactly<TOrnAttributes>(c, "TOrnAttributes");
-        SetStateRef(fAttributesRender, fAttributes ? dynamic_cast<TOrnRender*>(c) : nullptr);
-    });
-    exchange.ReadReference("Material", [this](TComponent* c) {
-        fMaterial = exactly<TOrnMaterial>(c, "TOrnMaterial");
-        SetStateRef(fMaterialRender, fMaterial ? dynamic_cast<TOrnRender*>(c) : nullptr);
-    });
-}
-
-TOrnExchangeItem* TOrnObject::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "Color") != 0) return TOrnRender::ReadComp(exchange, tagName);
-    fColor->ReadValues(exchange);
-    return fColor.get();
+ORN_DESCRIBE_PROPERTIES(TOrnObject, &TOrnRender::ClassProperties()) {
+    ORN_PROP(b, TOrnObject, ObjectID, -1);
+    ORN_PROP(b, TOrnObject, ObjectName, "");
+    // A component of another class than the one named clears the slot.
+    b.Reference(
+        "Attributes", "TOrnAttributes",
+        [](const TOrnObject& o) -> TComponent* { return o.fAttributesRender; },
+        [](TOrnObject& o, TComponent* c) {
+            o.fAttributes = exactly<TOrnAttributes>(c, "TOrnAttributes");
+            o.SetStateRef(o.fAttributesRender, o.fAttributes ? dynamic_cast<TOrnRender*>(c) : nullptr);
+        });
+    b.Reference(
+        "Material", "TOrnMaterial", [](const TOrnObject& o) -> TComponent* { return o.fMaterialRender; },
+        [](TOrnObject& o, TComponent* c) {
+            o.fMaterial = exactly<TOrnMaterial>(c, "TOrnMaterial");
+            o.SetStateRef(o.fMaterialRender, o.fMaterial ? dynamic_cast<TOrnRender*>(c) : nullptr);
+        });
+    b.Object("Color", &TOrnObject::fColor);
+    ORN_PROP(b, TOrnObject, ColorMaterial, 0);
 }
 
 } // namespace orn

@@ -216,16 +216,9 @@ void TOrnRender::Assign(const TPersistent* source) {
     TOrnTransformed::Assign(source);
 }
 
-void TOrnRender::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnTransformed::WriteValues(exchange);
-    exchange.WriteBool("Enabled", fEnabled, true);
-    exchange.WriteBool("Cached", fCached, false);
-}
-
-void TOrnRender::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnTransformed::ReadValues(exchange);
-    SetEnabled(exchange.ReadBool("Enabled", fEnabled));
-    SetCached(exchange.ReadBool("Cached", fCached));
+ORN_DESCRIBE_PROPERTIES(TOrnRender, &TOrnTransformed::ClassProperties()) {
+    ORN_PROP(b, TOrnRender, Enabled, true);
+    ORN_PROP(b, TOrnRender, Cached, false).flags = pfNoAssign;
 }
 
 } // namespace orn

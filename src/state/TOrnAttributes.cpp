@@ -103,17 +103,8 @@ void TOrnAttributes::Changed() {
 }
 
 void TOrnAttributes::Assign(const TPersistent* source) {
-    if (auto* a = dynamic_cast<const TOrnAttributes*>(source); a && a != this) {
-        fAntialiasing = a->fAntialiasing;
-        detail::CopyColor(*fColorAmbient, a->fColorAmbient.get());
-        fCullFace = a->fCullFace;
-        fLighting = a->fLighting;
-        fLightTwoSide = a->fLightTwoSide;
-        fPolygonMode = a->fPolygonMode;
-        fShadeModel = a->fShadeModel;
-        fTransparency = a->fTransparency;
-        fLineStipple = a->fLineStipple;
-    }
+    if (auto* a = dynamic_cast<const TOrnAttributes*>(source); a && a != this)
+        ClassProperties().CopyOwn(*this, *a);
     TOrnRender::Assign(source);
 }
 
@@ -192,50 +183,6 @@ void TOrnAttributes::DoRender(TOrnCustomView* view) {
     glPointSize(fPointSize);
 }
 
-void TOrnAttributes::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnRender::WriteValues(exchange);
-    exchange.WriteBool("Antialiasing", fAntialiasing, false);
-    exchange.WriteEnum("CullFace", fCullFace, -1, kCullFaceNames);
-    exchange.WriteBool("Dithering", fDithering, false);
-    exchange.WriteBool("Lighting", fLighting, false);
-    exchange.WriteBool("LightTwoSide", fLightTwoSide, false);
-    exchange.WriteEnum("LineStipple", fLineStipple, -1, kLineStippleNames);
-    exchange.WriteFloat("LineWidth", fLineWidth, 0.0);
-    exchange.WriteEnum("PerspectiveCorrection", fPerspectiveCorrection, -1, kQualityNames);
-    exchange.WriteFloat("PointSize", fPointSize, 1.0);
-    exchange.WriteEnum("PolygonMode", fPolygonMode, -1, kPolygonModeNames);
-    exchange.WriteEnum("ShadeModel", fShadeModel, -1, kShadeModelNames);
-    exchange.WriteEnum("Transparency", fTransparency, -1, kTransparencyModeNames);
-    fColorAmbient->WriteComp(exchange, "ColorAmbient");
-}
-
-void TOrnAttributes::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnRender::ReadValues(exchange);
-    SetAntialiasing(exchange.ReadBool("Antialiasing", fAntialiasing));
-    SetCullFace(static_cast<TOrnCullFace>(exchange.ReadEnum("CullFace", fCullFace, kCullFaceNames)));
-    SetDithering(exchange.ReadBool("Dithering", fDithering));
-    SetLighting(exchange.ReadBool("Lighting", fLighting));
-    SetLightTwoSide(exchange.ReadBool("LightTwoSide", fLightTwoSide));
-    SetLineStipple(
-        static_cast<TOrnLineStipple>(exchange.ReadEnum("LineStipple", fLineStipple, kLineStippleNames)));
-    SetLineWidth(static_cast<float>(exchange.ReadFloat("LineWidth", fLineWidth)));
-    SetPerspectiveCorrection(static_cast<TOrnQuality>(
-        exchange.ReadEnum("PerspectiveCorrection", fPerspectiveCorrection, kQualityNames)));
-    SetPointSize(static_cast<float>(exchange.ReadFloat("PointSize", fPointSize)));
-    SetPolygonMode(
-        static_cast<TOrnPolygonMode>(exchange.ReadEnum("PolygonMode", fPolygonMode, kPolygonModeNames)));
-    SetShadeModel(
-        static_cast<TOrnShadeModel>(exchange.ReadEnum("ShadeModel", fShadeModel, kShadeModelNames)));
-    SetTransparency(static_cast<TOrnTransparencyMode>(
-        exchange.ReadEnum("Transparency", fTransparency, kTransparencyModeNames)));
-}
-
-TOrnExchangeItem* TOrnAttributes::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "ColorAmbient") != 0) return TOrnRender::ReadComp(exchange, tagName);
-    fColorAmbient->ReadValues(exchange);
-    return fColorAmbient.get();
-}
-
 // Declared by the object; defined here, where the attributes are complete types.
 void TOrnObject::SetAttributes(TOrnAttributes* value) {
     fAttributes = value;
@@ -243,5 +190,35 @@ void TOrnObject::SetAttributes(TOrnAttributes* value) {
 }
 
 ORN_REGISTER_RENDER_CLASS(TOrnAttributes, "Orn")
+
+ORN_DESCRIBE_PROPERTIES(TOrnAttributes, &TOrnRender::ClassProperties()) {
+    ORN_PROP(b, TOrnAttributes, Antialiasing, false);
+    b.Enum("CullFace", &TOrnAttributes::fCullFace, &TOrnAttributes::SetCullFace, cfNone, kCullFaceNames);
+    ORN_PROP(b, TOrnAttributes, Dithering, false).flags = pfNoAssign;
+    ORN_PROP(b, TOrnAttributes, Lighting, false);
+    ORN_PROP(b, TOrnAttributes, LightTwoSide, false);
+    b.Enum("LineStipple", &TOrnAttributes::fLineStipple, &TOrnAttributes::SetLineStipple, lsSolid,
+           kLineStippleNames);
+    ORN_PROP(b, TOrnAttributes, LineWidth, 0.0).flags = pfNoAssign;
+    b.Enum("PerspectiveCorrection", &TOrnAttributes::fPerspectiveCorrection,
+           &TOrnAttributes::SetPerspectiveCorrection, quDontCare, kQualityNames)
+        .flags = pfNoAssign;
+    ORN_PROP(b, TOrnAttributes, PointSize, 1.0).flags = pfNoAssign;
+    b.Enum("PolygonMode", &TOrnAttributes::fPolygonMode, &TOrnAttributes::SetPolygonMode, pmFill,
+           kPolygonModeNames);
+    b.Enum("ShadeModel", &TOrnAttributes::fShadeModel, &TOrnAttributes::SetShadeModel, smSmooth,
+           kShadeModelNames);
+    b.Enum("Transparency", &TOrnAttributes::fTransparency, &TOrnAttributes::SetTransparency, tmNone,
+           kTransparencyModeNames);
+    b.Object("ColorAmbient", &TOrnAttributes::fColorAmbient);
+    b.Access<std::int32_t>(
+         "StippleShift", [](const TOrnAttributes& a) { return a.StippleShift; },
+         [](TOrnAttributes& a, std::int32_t v) { a.StippleShift = v; }, 0)
+        .flags = pfNoAssign;
+    b.Access<std::int32_t>(
+         "StippleFactor", [](const TOrnAttributes& a) { return a.StippleFactor; },
+         [](TOrnAttributes& a, std::int32_t v) { a.StippleFactor = v; }, 1)
+        .flags = pfNoAssign;
+}
 
 } // namespace orn

@@ -22,23 +22,23 @@ void TOrnClip::DoDisable(TOrnCustomView*) {
     glDisable(GetPlaneID());
 }
 
-void TOrnClip::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnRender::WriteValues(exchange);
-    exchange.WriteEnum("ID", fID, -1, kClipIdNames);
-    exchange.WriteFloat("x", fPlane[0], 1.0);
-    exchange.WriteFloat("y", fPlane[1], 0.0);
-    exchange.WriteFloat("z", fPlane[2], 0.0);
-    exchange.WriteFloat("w", fPlane[3], 1.0);
-}
-
-void TOrnClip::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnRender::ReadValues(exchange);
-    SetID(static_cast<TOrnClipIds>(exchange.ReadEnum("ID", fID, kClipIdNames)));
-    static constexpr const char* kKeys[4] = {"x", "y", "z", "w"};
-    for (int i = 0; i < 4; ++i)
-        SetPlane(i, exchange.ReadFloat(kKeys[i], fPlane[i]));
-}
-
 ORN_REGISTER_RENDER_CLASS(TOrnClip, "Orn")
+
+// Assign copies none of these.
+ORN_DESCRIBE_PROPERTIES(TOrnClip, &TOrnRender::ClassProperties()) {
+    b.Enum("ID", &TOrnClip::fID, &TOrnClip::SetID, idClipPlane0, kClipIdNames).flags = pfNoAssign;
+    b.Access<double>(
+         "x", [](const TOrnClip& c) { return c.x(); }, [](TOrnClip& c, double v) { c.Setx(v); }, 1.0)
+        .flags = pfNoAssign;
+    b.Access<double>(
+         "y", [](const TOrnClip& c) { return c.y(); }, [](TOrnClip& c, double v) { c.Sety(v); }, 0.0)
+        .flags = pfNoAssign;
+    b.Access<double>(
+         "z", [](const TOrnClip& c) { return c.z(); }, [](TOrnClip& c, double v) { c.Setz(v); }, 0.0)
+        .flags = pfNoAssign;
+    b.Access<double>(
+         "w", [](const TOrnClip& c) { return c.w(); }, [](TOrnClip& c, double v) { c.Setw(v); }, 1.0)
+        .flags = pfNoAssign;
+}
 
 } // namespace orn

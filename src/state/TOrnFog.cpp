@@ -69,31 +69,15 @@ void TOrnFog::DoDisable(TOrnCustomView* view) {
     glDisable(GL_FOG);
 }
 
-void TOrnFog::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnRender::WriteValues(exchange);
-    exchange.WriteFloat("Density", fDensity, 0.2);
-    exchange.WriteFloat("EndDepth", fEndDepth, 1.0);
-    exchange.WriteEnum("Mode", fMode, -1, kFogModeNames);
-    exchange.WriteEnum("Quality", fQuality, -1, kQualityNames);
-    exchange.WriteFloat("StartDepth", fStartDepth, 0.0);
-    fColor->WriteComp(exchange, "Color");
-}
-
-void TOrnFog::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnRender::ReadValues(exchange);
-    SetDensity(static_cast<float>(exchange.ReadFloat("Density", fDensity)));
-    SetEndDepth(static_cast<float>(exchange.ReadFloat("EndDepth", fEndDepth)));
-    SetMode(static_cast<TOrnFogMode>(exchange.ReadEnum("Mode", fMode, kFogModeNames)));
-    SetQuality(static_cast<TOrnQuality>(exchange.ReadEnum("Quality", fQuality, kQualityNames)));
-    SetStartDepth(static_cast<float>(exchange.ReadFloat("StartDepth", fStartDepth)));
-}
-
-TOrnExchangeItem* TOrnFog::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "Color") != 0) return TOrnRender::ReadComp(exchange, tagName);
-    fColor->ReadValues(exchange);
-    return fColor.get();
-}
-
 ORN_REGISTER_RENDER_CLASS(TOrnFog, "Orn")
+
+ORN_DESCRIBE_PROPERTIES(TOrnFog, &TOrnRender::ClassProperties()) {
+    ORN_PROP(b, TOrnFog, Density, 0.2);
+    ORN_PROP(b, TOrnFog, EndDepth, 1.0);
+    b.Enum("Mode", &TOrnFog::fMode, &TOrnFog::SetMode, fmExp, kFogModeNames);
+    b.Enum("Quality", &TOrnFog::fQuality, &TOrnFog::SetQuality, quDontCare, kQualityNames).flags = pfNoAssign;
+    ORN_PROP(b, TOrnFog, StartDepth, 0.0);
+    b.Object("Color", &TOrnFog::fColor);
+}
 
 } // namespace orn

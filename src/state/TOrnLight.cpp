@@ -55,15 +55,8 @@ void TOrnLight::SetCutOff(float value) {
 }
 
 void TOrnLight::Assign(const TPersistent* source) {
-    if (auto* l = dynamic_cast<const TOrnLight*>(source); l && l != this) {
-        fID = l->fID;
-        detail::CopyColor(*fAmbient, l->fAmbient.get());
-        detail::CopyColor(*fDiffuse, l->fDiffuse.get());
-        detail::CopyColor(*fSpecular, l->fSpecular.get());
-        fKind = l->fKind;
-        fCutOff = l->fCutOff;
-        fDirection->Assign(l->fDirection.get());
-    }
+    if (auto* l = dynamic_cast<const TOrnLight*>(source); l && l != this)
+        ClassProperties().CopyOwn(*this, *l);
     TOrnRender::Assign(source);
 }
 
@@ -90,40 +83,17 @@ void TOrnLight::DoDisable(TOrnCustomView*) {
     glDisable(GetLightID());
 }
 
-void TOrnLight::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnRender::WriteValues(exchange);
-    fAmbient->WriteComp(exchange, "Ambient");
-    fDiffuse->WriteComp(exchange, "Diffuse");
-    fSpecular->WriteComp(exchange, "Specular");
-    exchange.WriteFloat("CutOff", fCutOff, 180.0);
-    fDirection->WriteComp(exchange, "Direction");
-    exchange.WriteEnum("ID", fID, -1, kLightIDNames);
-    exchange.WriteEnum("Kind", fKind, -1, kLightKindNames);
-}
-
-void TOrnLight::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnRender::ReadValues(exchange);
-    SetID(static_cast<TLightID>(exchange.ReadEnum("ID", fID, kLightIDNames)));
-    // The kind first: a new kind resets the cut-off that follows.
-    SetKind(static_cast<TLightKind>(exchange.ReadEnum("Kind", fKind, kLightKindNames)));
-    SetCutOff(static_cast<float>(exchange.ReadFloat("CutOff", fCutOff)));
-}
-
-TOrnExchangeItem* TOrnLight::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    TOrnExchangeItem* item = nullptr;
-    if (strcasecmp(tagName.c_str(), "Direction") == 0)
-        item = fDirection.get();
-    else if (strcasecmp(tagName.c_str(), "Ambient") == 0)
-        item = fAmbient.get();
-    else if (strcasecmp(tagName.c_str(), "Diffuse") == 0)
-        item = fDiffuse.get();
-    else if (strcasecmp(tagName.c_str(), "Specular") == 0)
-        item = fSpecular.get();
-    if (!item) return TOrnRender::ReadComp(exchange, tagName);
-    item->ReadValues(exchange);
-    return item;
-}
-
 ORN_REGISTER_RENDER_CLASS(TOrnLight, "Orn")
+
+ORN_DESCRIBE_PROPERTIES(TOrnLight, &TOrnRender::ClassProperties()) {
+    b.Object("Ambient", &TOrnLight::fAmbient);
+    b.Object("Diffuse", &TOrnLight::fDiffuse);
+    b.Object("Specular", &TOrnLight::fSpecular);
+    ORN_PROP(b, TOrnLight, CutOff, 180.0);
+    b.Object("Direction", &TOrnLight::fDirection);
+    // The kind before the cut-off: a new kind resets it.
+    b.Enum("ID", &TOrnLight::fID, &TOrnLight::SetID, idLight0, kLightIDNames).flags = pfReadFirst;
+    b.Enum("Kind", &TOrnLight::fKind, &TOrnLight::SetKind, lkPoint, kLightKindNames).flags = pfReadFirst;
+}
 
 } // namespace orn

@@ -44,12 +44,8 @@ void TOrnMaterial::SetShininess(std::int32_t value) {
 }
 
 void TOrnMaterial::Assign(const TPersistent* source) {
-    if (auto* m = dynamic_cast<const TOrnMaterial*>(source); m && m != this) {
-        fFace = m->fFace;
-        for (int i = 0; i < 4; ++i)
-            detail::CopyColor(*fColors[i], m->fColors[i].get());
-        fShininess = m->fShininess;
-    }
+    if (auto* m = dynamic_cast<const TOrnMaterial*>(source); m && m != this)
+        ClassProperties().CopyOwn(*this, *m);
     TOrnRender::Assign(source);
 }
 
@@ -70,29 +66,6 @@ void TOrnMaterial::DoRender(TOrnCustomView* view) {
     glMateriali(face, GL_SHININESS, fShininess);
 }
 
-void TOrnMaterial::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnRender::WriteValues(exchange);
-    exchange.WriteEnum("Face", fFace, -1, kMaterialFaceNames);
-    for (int i = 0; i < 4; ++i)
-        fColors[i]->WriteComp(exchange, kColorTags[i]);
-    exchange.WriteInt("Shininess", fShininess, 0);
-}
-
-void TOrnMaterial::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnRender::ReadValues(exchange);
-    SetFace(static_cast<TMaterialFace>(exchange.ReadEnum("Face", fFace, kMaterialFaceNames)));
-    SetShininess(exchange.ReadInt32("Shininess", fShininess));
-}
-
-TOrnExchangeItem* TOrnMaterial::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    for (int i = 0; i < 4; ++i) {
-        if (strcasecmp(tagName.c_str(), kColorTags[i]) != 0) continue;
-        fColors[i]->ReadValues(exchange);
-        return fColors[i].get();
-    }
-    return TOrnRender::ReadComp(exchange, tagName);
-}
-
 // Declared by the object; defined here, where the material is a complete type.
 void TOrnObject::SetMaterial(TOrnMaterial* value) {
     fMaterial = value;
@@ -100,5 +73,12 @@ void TOrnObject::SetMaterial(TOrnMaterial* value) {
 }
 
 ORN_REGISTER_RENDER_CLASS(TOrnMaterial, "Orn")
+
+ORN_DESCRIBE_PROPERTIES(TOrnMaterial, &TOrnRender::ClassProperties()) {
+    b.Enum("Face", &TOrnMaterial::fFace, &TOrnMaterial::SetFace, mfFrontBack, kMaterialFaceNames);
+    for (int i = 0; i < 4; ++i)
+        b.ObjectAt(kColorTags[i], [i](const TOrnMaterial& m) { return m.fColors[i].get(); });
+    ORN_PROP(b, TOrnMaterial, Shininess, 0);
+}
 
 } // namespace orn

@@ -273,9 +273,6 @@ void TOrnTexture::DoDisable(TOrnCustomView* view) {
 
 void TOrnTexture::WriteValues(TOrnCustomExchange& exchange) {
     TOrnRender::WriteValues(exchange);
-    exchange.WriteFloat("Alpha", fAlpha, 10000.0); // never the default: always written
-    exchange.WriteEnum("Mode", fMode, -1, kTexModeNames);
-    fBlendColor->WriteComp(exchange, "BlendColor");
     if (fBitmap->Empty()) return;
     const std::string name = exchange.GetFileName("bmp");
     exchange.WriteString("Bitmap", name, "");
@@ -285,19 +282,11 @@ void TOrnTexture::WriteValues(TOrnCustomExchange& exchange) {
 
 void TOrnTexture::ReadValues(TOrnCustomExchange& exchange) {
     TOrnRender::ReadValues(exchange);
-    SetAlpha(static_cast<float>(exchange.ReadFloat("Alpha", fAlpha)));
-    SetMode(static_cast<TOrnTexMode>(exchange.ReadEnum("Mode", fMode, kTexModeNames)));
     const std::string name = exchange.ReadString("Bitmap", "");
     if (name.empty()) return;
     const std::string path = exchange.FilePath(name);
     std::error_code ec;
     if (!path.empty() && std::filesystem::is_regular_file(path, ec)) fBitmap->LoadFromFile(path);
-}
-
-TOrnExchangeItem* TOrnTexture::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    if (strcasecmp(tagName.c_str(), "BlendColor") != 0) return TOrnRender::ReadComp(exchange, tagName);
-    fBlendColor->ReadValues(exchange);
-    return fBlendColor.get();
 }
 
 // Declared by the primitive object; defined here, where the texture is a complete type.
@@ -306,5 +295,15 @@ void TOrnPrimitiveObj::SetTexture(TOrnTexture* value) {
 }
 
 ORN_REGISTER_RENDER_CLASS(TOrnTexture, "Orn")
+
+// Assign copies the bitmap only.
+ORN_DESCRIBE_PROPERTIES(TOrnTexture, &TOrnRender::ClassProperties()) {
+    TOrnPropInfo& alpha = ORN_PROP(b, TOrnTexture, Alpha, 1.0f);
+    alpha.flags = pfNoAssign;
+    alpha.min = 0;
+    alpha.max = 1;
+    b.Enum("Mode", &TOrnTexture::fMode, &TOrnTexture::SetMode, tmModulate, kTexModeNames).flags = pfNoAssign;
+    b.Object("BlendColor", &TOrnTexture::fBlendColor).flags = pfNoAssign;
+}
 
 } // namespace orn

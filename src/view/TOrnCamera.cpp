@@ -54,12 +54,6 @@ void TOrnCamera::Assign(const TPersistent* source) {
     TOrnTransformed::Assign(source);
 }
 
-void TOrnCamera::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnTransformed::WriteValues(exchange);
-    exchange.WriteFloat("ViewNear", fViewNear, 0.1);
-    exchange.WriteFloat("ViewFar", fViewFar, 10.0);
-}
-
 void TOrnCamera::ReadValues(TOrnCustomExchange& exchange) {
     TOrnTransformed::ReadValues(exchange);
     const auto nearValue = static_cast<float>(exchange.ReadFloat("ViewNear", fViewNear));
@@ -88,16 +82,6 @@ void TOrnPerspectiveCamera::Assign(const TPersistent* source) {
     TOrnCamera::Assign(source);
 }
 
-void TOrnPerspectiveCamera::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnCamera::WriteValues(exchange);
-    exchange.WriteFloat("ViewAngle", fViewAngle, 45.0);
-}
-
-void TOrnPerspectiveCamera::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnCamera::ReadValues(exchange);
-    SetViewAngle(static_cast<float>(exchange.ReadFloat("ViewAngle", fViewAngle)));
-}
-
 void TOrnOrthographicCamera::SetViewWidth(float value) {
     if (!(value > 0.0f)) return;
     if (assignIfChanged(fViewWidth, value)) Changed();
@@ -122,16 +106,19 @@ void TOrnOrthographicCamera::Assign(const TPersistent* source) {
     TOrnCamera::Assign(source);
 }
 
-void TOrnOrthographicCamera::WriteValues(TOrnCustomExchange& exchange) {
-    TOrnCamera::WriteValues(exchange);
-    exchange.WriteFloat("ViewWidth", fViewWidth, 2.0);
-    exchange.WriteFloat("ViewHeight", fViewHeight, 2.0);
+ORN_DESCRIBE_PROPERTIES(TOrnCamera, &TOrnTransformed::ClassProperties()) {
+    // Read by hand: each plane's setter checks against the other one.
+    ORN_PROP(b, TOrnCamera, ViewNear, 0.1f).flags = pfNoRead;
+    ORN_PROP(b, TOrnCamera, ViewFar, 10.0f).flags = pfNoRead;
 }
 
-void TOrnOrthographicCamera::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnCamera::ReadValues(exchange);
-    SetViewWidth(static_cast<float>(exchange.ReadFloat("ViewWidth", fViewWidth)));
-    SetViewHeight(static_cast<float>(exchange.ReadFloat("ViewHeight", fViewHeight)));
+ORN_DESCRIBE_PROPERTIES(TOrnPerspectiveCamera, &TOrnCamera::ClassProperties()) {
+    ORN_PROP(b, TOrnPerspectiveCamera, ViewAngle, 45.0f);
+}
+
+ORN_DESCRIBE_PROPERTIES(TOrnOrthographicCamera, &TOrnCamera::ClassProperties()) {
+    ORN_PROP(b, TOrnOrthographicCamera, ViewWidth, 2.0f);
+    ORN_PROP(b, TOrnOrthographicCamera, ViewHeight, 2.0f);
 }
 
 } // namespace orn

@@ -54,20 +54,12 @@ void TOrnCoordinates::Assign(const TPersistent* source) {
     Changed();
 }
 
-void TOrnCoordinates::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteBool("Visible", fVisible, true);
-    exchange.WriteFloat("Length", fLength, 1.0);
-    exchange.WriteColor("ColorX", fColorX, clRed);
-    exchange.WriteColor("ColorY", fColorY, clLime);
-    exchange.WriteColor("ColorZ", fColorZ, clBlue);
-}
-
-void TOrnCoordinates::ReadValues(TOrnCustomExchange& exchange) {
-    SetVisible(exchange.ReadBool("Visible", fVisible));
-    SetLength(static_cast<float>(exchange.ReadFloat("Length", fLength)));
-    SetColorX(exchange.ReadColor("ColorX", fColorX));
-    SetColorY(exchange.ReadColor("ColorY", fColorY));
-    SetColorZ(exchange.ReadColor("ColorZ", fColorZ));
+ORN_DESCRIBE_PROPERTIES(TOrnCoordinates, nullptr) {
+    ORN_PROP(b, TOrnCoordinates, Visible, true);
+    ORN_PROP(b, TOrnCoordinates, Length, 1.0f);
+    b.Color("ColorX", &TOrnCoordinates::fColorX, &TOrnCoordinates::SetColorX, clRed);
+    b.Color("ColorY", &TOrnCoordinates::fColorY, &TOrnCoordinates::SetColorY, clLime);
+    b.Color("ColorZ", &TOrnCoordinates::fColorZ, &TOrnCoordinates::SetColorZ, clBlue);
 }
 
 } // namespace orn

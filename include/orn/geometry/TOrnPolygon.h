@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/math/TOrnPropList.h>
 
 #include <memory>
 
@@ -45,11 +46,7 @@ public:
     TOrnMathVector GetValues(int index, TOrnArray kind) const;
 
     void Assign(const TPersistent* source) override;
-    /// "Closed", "Filled", "InitClearPoints", "Points" (each point as x,y,z,nx,ny,nz,s,t and ';'
-    /// between points), the element "Normal" and what every primitive object writes.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnPolygon)
 
 protected:
     /// Keeps the points unless InitClearPoints.

@@ -3,6 +3,7 @@
 #include <orn/geometry/TOrnPrimitiveArray.h>
 #include <orn/geometry/TOrnPrimitivePoints.h>
 #include <orn/geometry/TOrnTextureFlags.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnObject.h>
 
 #include <functional>
@@ -127,9 +128,7 @@ public:
     /// The box of the points once built; before that the shape's own box where it knows one
     /// (ShapeBounds), so that framing a scene builds nothing; otherwise it builds the points.
     bool GetBounds(TOrnBounds& bounds) override;
-    /// The nested element "TextureFlags" only; shapes add their own keys.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnPrimitiveObj)
 
 protected:
     /// Fills the point pool; empty here.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/math/TOrnPropList.h>
 
 namespace orn {
 
@@ -25,8 +26,7 @@ public:
     void SetDetailY(int value) { SetDetY(value); }
 
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnRectangle)
 
 protected:
     void InitPoints() override;

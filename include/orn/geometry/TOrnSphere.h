@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/math/TOrnPropList.h>
 
 namespace orn {
 
@@ -32,9 +33,7 @@ public:
     void SetBottomAngle(float value);
 
     void Assign(const TPersistent* source) override;
-    /// One key per property, named after it, then what every primitive object writes.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnSphere)
 
 protected:
     void InitPoints() override;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/math/TOrnVector.h>
 
 #include <memory>
@@ -49,9 +50,7 @@ public:
 
     /// Copies all six values; other sources are ignored.
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnTextureFlags)
 
 private:
     TOrnTextureMode fMode = txStandard;

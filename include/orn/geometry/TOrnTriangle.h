@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/math/TOrnPropList.h>
 
 namespace orn {
 
@@ -16,8 +17,7 @@ public:
     void SetHeight(float value);
 
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnTriangle)
 
 protected:
     void InitPoints() override;

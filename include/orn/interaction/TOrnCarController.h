@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnCustomController.h>
 
 namespace orn {
@@ -52,8 +53,7 @@ public:
     /// CurrentSpeed := 0.
     void Stop();
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnCarController)
 
 private:
     float fCurrentSpeed = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/OrnMath.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnCustomController.h>
 
 #include <array>
@@ -66,10 +67,7 @@ public:
 
     /// From a mouse controller also copies the sensitivities and CntrlFlags, not SwitchButtons.
     void Assign(const TPersistent* source) override;
-    /// Writes TurnSensitivity, MoveSensitivity, CntrlFlags (names joined by commas) and
-    /// SwitchButtons.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnMouseController)
 
     /// The set as flag names joined by commas ("teMoveX,teTurnY"); "" for the empty set.
     static std::string CntrlFlagsToString(TOrnCntrlFlags flags);

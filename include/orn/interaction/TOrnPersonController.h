@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnCustomController.h>
 
 namespace orn {
@@ -38,8 +39,7 @@ public:
     /// Sets the head's tilt back to 0.
     void HeadForward();
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnPersonController)
 
 private:
     float fStepLength = 0.1f;

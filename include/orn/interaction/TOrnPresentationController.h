@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnCustomController.h>
 
 #include <array>
@@ -42,8 +43,7 @@ public:
     /// Turns one TurnAngle step in Mode's direction; pmStop does nothing. Called periodically.
     void Present();
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnPresentationController)
 
 private:
     float fTurnAngle = 1.0f;

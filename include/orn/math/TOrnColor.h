@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/host/TColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/math/TOrnProperty.h>
 
 #include <array>
@@ -31,8 +32,7 @@ public:
     /// change handler.
     void Assign(const TPersistent* source) override;
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnColor)
 
 private:
     TColor fColor = clBlack;

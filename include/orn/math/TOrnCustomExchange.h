@@ -12,6 +12,7 @@ namespace orn {
 
 class TComponent;
 class TOrnCustomExchange;
+class TOrnPropList;
 
 /// Anything that writes itself as an element of the scene file and reads its keys back: the value
 /// objects and the components. The scene file component drives it; the item only names its keys.
@@ -21,7 +22,10 @@ public:
 
     /// Writes the element tagName holding this item's keys and children.
     void WriteComp(TOrnCustomExchange& exchange, const std::string& tagName);
-    /// Writes this item's keys (and child elements) into the current element.
+    /// The properties this item's class describes (nullptr: it writes and reads by hand).
+    virtual const TOrnPropList* Properties() const { return nullptr; }
+    /// Writes this item's keys (and child elements) into the current element; by default its
+    /// described properties.
     virtual void WriteValues(TOrnCustomExchange& exchange);
     /// Reads this item's keys from the current element, each with the present value as default.
     virtual void ReadValues(TOrnCustomExchange& exchange);
@@ -44,7 +48,8 @@ public:
     virtual void WriteString(const std::string& key, const std::string& value, const std::string& def) = 0;
     /// A colour as hexadecimal text.
     virtual void WriteColor(const std::string& key, TColor value, TColor def) = 0;
-    virtual void WriteVector(const std::string& key, const TOrnMathVector& value, const TOrnMathVector& def) = 0;
+    virtual void WriteVector(const std::string& key, const TOrnMathVector& value,
+                             const TOrnMathVector& def) = 0;
     /// Reports one saved object (progress).
     virtual void ObjectStep() = 0;
 

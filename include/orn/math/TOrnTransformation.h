@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/math/TOrnVector.h>
 
 #include <array>
@@ -44,8 +45,7 @@ public:
     void Execute() const override;
     /// Copies the unreduced angles (one notification) and, from a rotation, its order.
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnRotation)
 
 private:
     void SetAngle(float& field, float value);
@@ -94,9 +94,7 @@ public:
     /// Assigns the three parts; the order is deliberately not copied.
     void Assign(const TPersistent* source) override;
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnTransformation)
 
 private:
     void SubChange(TObject* sender);

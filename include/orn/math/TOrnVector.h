@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/OrnMath.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/math/TOrnProperty.h>
 
 namespace orn {
@@ -32,8 +33,7 @@ public:
     /// own handler. Other sources are ignored.
     void Assign(const TPersistent* source) override;
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnVector)
 
 protected:
     /// The default written for "P".

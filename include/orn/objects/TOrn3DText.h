@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/objects/TOrnFont.h>
 
 #include <cstdint>
@@ -44,11 +45,7 @@ public:
     void SetAlignment(TOrnAlignment value);
 
     void Assign(const TPersistent* source) override;
-    /// "Caption", "Depth", "Detail", "Alignment", the element "Font" and what every primitive
-    /// object writes.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrn3DText)
 
 protected:
     /// Outlines, tessellates and extrudes the caption; throws EOrnError for a caption so long

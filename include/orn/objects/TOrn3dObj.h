@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/objects/TOrnCustomRotObj.h>
 
 namespace orn {
@@ -51,12 +52,9 @@ public:
     TOrnMathVector calcz(const TOrnMathVector& V, double t) override;
 
     void Assign(const TPersistent* source) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrn3dObj)
 
 protected:
-    /// After the rotation's keys: "ObjArt", "Height", "TopRadius", "Radius", "Closed".
-    void WriteKeys(TOrnCustomExchange& exchange) override;
-
 private:
     TOrnMathVector SphereProfile(double t);
     TOrnMathVector CylinderProfile(double t);

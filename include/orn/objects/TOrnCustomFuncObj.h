@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/math/TOrnPropList.h>
 
 #include <functional>
 
@@ -57,9 +58,7 @@ public:
     TOrnMathVector CalcNormal(int row, int stacks, int column, int slices);
 
     void Assign(const TPersistent* source) override;
-    /// "overdraw", then what every primitive object writes.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnCustomFuncObj)
 
     /// The row function: OnCalcZ(V, t) when assigned, else V.
     virtual TOrnMathVector calcz(const TOrnMathVector& V, double t);
@@ -69,8 +68,6 @@ public:
 protected:
     void InitPoints() override;
     void InitPrimitives() override;
-    /// The keys of this class and its descendants, in order; WriteValues adds the nested elements.
-    virtual void WriteKeys(TOrnCustomExchange& exchange);
     void SetConnectMode(TConnectMode value);
     /// The last row index Stacks × OverDraw, or −1 when the grid is empty.
     std::int64_t LastRow() const;

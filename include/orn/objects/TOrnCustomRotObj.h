@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/objects/TOrnCustomFuncObj.h>
 
 namespace orn {
@@ -30,13 +31,9 @@ public:
     TOrnMathVector CalcXY(const TOrnMathVector& V, double t) { return TOrnCustomRotObj::calcxy(V, t); }
 
     void Assign(const TPersistent* source) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnCustomRotObj)
 
 protected:
-    /// After the function surface's key: "FuncStartAngle", "FuncSweepAngle", "RotStartAngle",
-    /// "RotSweepAngle".
-    void WriteKeys(TOrnCustomExchange& exchange) override;
-
 private:
     float fAngles[4] = {0, 360, 0, 360};
 };

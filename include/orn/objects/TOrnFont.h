@@ -2,6 +2,7 @@
 
 #include <orn/host/TFont.h>
 #include <orn/math/TOrnCustomExchange.h>
+#include <orn/math/TOrnPropList.h>
 
 namespace orn {
 
@@ -20,9 +21,7 @@ public:
     /// Every font property from another TFont (and Alpha from a TOrnFont); notifies once.
     void Assign(const TPersistent* source) override;
 
-    /// "Name", "Height", "Style" (the styles' names joined by commas), "Color", "Alpha".
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnFont)
 
 private:
     float fAlpha = 1.0f;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/objects/TOrnFont.h>
 #include <orn/scene/TOrnObject.h>
 #include <orn/state/TOrnAttributes.h>
@@ -56,10 +57,7 @@ public:
 
     void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
-    /// "Caption", "Width", "Height", "Transparency", "ShiftX", "ShiftY", the element "Font" and
-    /// the object's keys.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnLabel)
     TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
 
 protected:

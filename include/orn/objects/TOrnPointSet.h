@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/math/TOrnPropList.h>
 
 #include <cstdint>
 #include <string>
@@ -84,6 +85,7 @@ public:
     /// every primitive object writes.
     void WriteValues(TOrnCustomExchange& exchange) override;
     void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnPointSet)
 
 protected:
     void InitPoints() override;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/objects/TOrnCustomFuncObj.h>
 
 #include <vector>
@@ -68,10 +69,7 @@ public:
     const std::vector<TOrnTubeFrame>& Frames() const { return fFrames; }
 
     void Assign(const TPersistent* source) override;
-    /// "Radius", "Slices", "CapStart", "CapEnd", "ClosedPath", "PathSteps", "Points" (each point as
-    /// x,y,z,radius with ';' between points) and what every primitive object writes.
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnTube)
 
 protected:
     void InitPoints() override;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/host/TComponent.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/math/TOrnTransformation.h>
 
 #include <memory>
@@ -20,10 +21,7 @@ public:
     /// From a TOrnComponent: takes over its change handler and notifies.
     void Assign(const TPersistent* source) override;
 
-    /// Writes "name".
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    /// Reads "name"; a name that cannot be applied is ignored and the old one stays.
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnComponent)
 };
 
 /// A component placed by its own transformation (render components, cameras).
@@ -39,8 +37,7 @@ public:
     virtual void SubChange(TObject* sender);
 
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnTransformed)
 
 protected:
     /// A handler for owned value objects that forwards to SubChange.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnRender.h>
 
 #include <cstdint>
@@ -39,9 +40,7 @@ public:
     void Notification(TComponent* component, TOperation operation) override;
     /// False: what an object draws through its own events or descendants has no known extent.
     bool GetBounds(TOrnBounds& bounds) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnObject)
 
 protected:
     void BeforeRender(TOrnCustomView* view) override;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/TOrnBounds.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnComponent.h>
 #include <orn/scene/TOrnCustomView.h>
 
@@ -79,8 +80,7 @@ public:
 
     void Notification(TComponent* component, TOperation operation) override;
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnRender)
 
 protected:
     virtual void BeforeRender(TOrnCustomView* view);

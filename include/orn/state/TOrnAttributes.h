@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnRender.h>
 
 #include <array>
@@ -83,9 +84,7 @@ public:
     /// factor, PointSize and LineWidth; then the render values.
     void Assign(const TPersistent* source) override;
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnAttributes)
 
 protected:
     void DoRender(TOrnCustomView* view) override;

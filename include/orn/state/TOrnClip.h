@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnRender.h>
 
 #include <array>
@@ -45,8 +46,7 @@ public:
     /// GL_CLIP_PLANE0 + ID.
     GLenum GetPlaneID() const { return GL_CLIP_PLANE0 + (fID < 6 ? fID : 0); }
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnClip)
 
 protected:
     void DoRender(TOrnCustomView* view) override;

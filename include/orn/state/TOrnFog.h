@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnRender.h>
 #include <orn/state/TOrnAttributes.h>
 
@@ -40,9 +41,7 @@ public:
     /// From a fog: the render values, then all but Quality (kept on purpose), then notifies.
     void Assign(const TPersistent* source) override;
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnFog)
 
 protected:
     void DoRender(TOrnCustomView* view) override;

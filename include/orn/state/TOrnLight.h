@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/math/TOrnVector.h>
 #include <orn/scene/TOrnRender.h>
 
@@ -58,9 +59,7 @@ public:
     /// From a light: ID, colours, kind, cut-off and direction, then the render values.
     void Assign(const TPersistent* source) override;
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnLight)
 
 protected:
     void DoRender(TOrnCustomView* view) override;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnRender.h>
 
 #include <array>
@@ -46,9 +47,7 @@ public:
     /// From a material: face, colours and shininess (unchecked), then the render values.
     void Assign(const TPersistent* source) override;
 
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnMaterial)
 
 protected:
     void DoRender(TOrnCustomView* view) override;

@@ -2,6 +2,7 @@
 
 #include <orn/host/TBitmap.h>
 #include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnRender.h>
 
 #include <array>
@@ -73,7 +74,7 @@ public:
 
     void WriteValues(TOrnCustomExchange& exchange) override;
     void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnTexture)
 
 protected:
     /// Binds the texture (uploading it when needed) and sets its environment, filters, wrap and

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/math/TOrnMatrix.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/scene/TOrnComponent.h>
 
 #include <memory>
@@ -35,7 +36,7 @@ public:
 
     /// From a camera: near and far, then the inherited values.
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnCamera)
     void ReadValues(TOrnCustomExchange& exchange) override;
 
 private:
@@ -61,8 +62,7 @@ public:
     /// gluPerspective(ViewAngle, width / height, ViewNear, ViewFar).
     void Adjust(int width, int height) override;
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnPerspectiveCamera)
 
 private:
     float fViewAngle = 45.0f;
@@ -83,8 +83,7 @@ public:
 
     void Adjust(int width, int height) override;
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnOrthographicCamera)
 
 private:
     float fViewWidth = 2.0f;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/host/TColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/math/TOrnProperty.h>
 
 namespace orn {
@@ -29,8 +30,7 @@ public:
 
     /// From coordinates: all five values, notifying once; keeps its own change handler.
     void Assign(const TPersistent* source) override;
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
+    ORN_DECLARE_PROPERTIES(TOrnCoordinates)
 
 private:
     bool fVisible = true;
