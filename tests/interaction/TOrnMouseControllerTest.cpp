@@ -61,8 +61,7 @@ TEST_F(MouseControllerTest, SetControlledPutsRotationBeforeTranslation) {
 TEST_F(MouseControllerTest, ButtonsChooseTheDragMode) {
     // button, SwitchButtons, mode before, mode after
     const std::tuple<TMouseButton, bool, int, int> cases[] = {
-        {mbLeft, false, 0, 1}, {mbRight, false, 0, 2}, {mbLeft, true, 0, 2}, {mbMiddle, true, 1, 1},
-    };
+        {mbLeft, false, 0, 1}, {mbRight, false, 0, 2}, {mbLeft, true, 0, 2}, {mbMiddle, true, 1, 1}};
     for (auto [button, switched, before, after] : cases) {
         ctl->SetSwitchButtons(switched);
         ctl->HandleMouseUp(mbLeft, {}, 0, 0);
@@ -227,7 +226,7 @@ TEST_F(MouseControllerTest, WithoutControlledDragsMoveNothing) {
 TEST_F(MouseControllerTest, RemovingTheControlledComponentClearsControlled) {
     delete target;
     EXPECT_EQ(ctl->Controlled(), nullptr);
-    EXPECT_TRUE(Drag(mbLeft, 0, 0, 100, 100)); // must not touch the freed component (ASan)
+    EXPECT_TRUE(Drag(mbLeft, 0, 0, 100, 100));     // must not touch the freed component (ASan)
     auto* outlives = new TOrnTransformed(nullptr); // of another owner
     ctl->SetControlled(outlives);
     delete ctl; // the component must not notify a dead controller later

@@ -226,10 +226,10 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeTheSamePeriodUpToRounding) {
         int intervall, rate;
         std::int64_t ticks;
     };
-    const Case cases[] = {
-        {true, 3, 333, 3, 333'333'333},   {false, 400, 400, 3, 400'000'000}, // 2.5 rounds up
-        {true, 10'000, 0, 10'000, 100'000}, {false, 3'600'000, 3'600'000, 0, 3'600'000'000'000},
-    };
+    const Case cases[] = {{true, 3, 333, 3, 333'333'333},
+                          {false, 400, 400, 3, 400'000'000}, // 2.5 rounds up
+                          {true, 10'000, 0, 10'000, 100'000},
+                          {false, 3'600'000, 3'600'000, 0, 3'600'000'000'000}};
     for (const Case& c : cases) {
         TOrnTimer t(nullptr);
         if (c.byRate)
