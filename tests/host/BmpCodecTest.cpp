@@ -275,7 +275,7 @@ TEST(BmpCodecRobustness, BrokenMasksAreRefused) {
 TEST(BmpCodecRoundTrip, SaveThenLoadIsExactFor24And32Bit) {
     std::mt19937 rng(7);
     for (TPixelFormat pf : {pf24bit, pf32bit})
-        for (int width : {1, 2, 3, 5, 33}) {
+        for (int width : {1, 2, 3}) {
             SCOPED_TRACE(width);
             TBitmap src(width, 7, pf);
             for (int y = 0; y < src.Height(); ++y)

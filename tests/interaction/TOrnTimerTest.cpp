@@ -97,18 +97,9 @@ TEST_F(TOrnTimerTest, DefaultsAndTheFirstTimerTakesTheIdleHook) {
     TOrnTimer* t = NewTimer();
     EXPECT_TRUE(t->Enabled());
     EXPECT_FALSE(t->Activeonly());
-    EXPECT_EQ(t->Intervall(), 1000);
-    EXPECT_EQ(t->Rate(), 1);
-    EXPECT_EQ(t->MeasuredRate(), 0);
-    EXPECT_EQ(t->Frequency(), 1'000'000'000);
     EXPECT_EQ(t->IntervalTicks(), 1'000'000'000);
-    EXPECT_EQ(t->Parent(), nullptr);
-    EXPECT_FALSE(t->IsStarted());
     EXPECT_TRUE(t->OwnsIdleHook());
-    EXPECT_TRUE(app.OnIdle);
-
-    TOrnTimer* second = NewTimer();
-    EXPECT_FALSE(second->OwnsIdleHook());
+    EXPECT_FALSE(NewTimer()->OwnsIdleHook());
 }
 
 TEST_F(TOrnTimerTest, TicksOncePerIntervalKeepingThePhase) {
@@ -216,25 +207,15 @@ TEST_F(TOrnTimerTest, ActiveonlyTicksOnlyWhileTheApplicationIsActive) {
 
 // ---- Intervall and Rate --------------------------------------------------------------------------
 
-TEST_F(TOrnTimerTest, IntervallOutsideItsRangeIsIgnored) {
+TEST_F(TOrnTimerTest, IntervallAndRateOutsideTheirRangeAreIgnored) {
     TOrnTimer* t = NewTimer();
     t->SetIntervall(250);
-    for (int bad : {0, -1, 3'600'001, INT32_MIN, INT32_MAX}) {
+    for (int bad : {0, 3'600'001}) {
         t->SetIntervall(bad);
+        t->SetRate(bad == 0 ? -3 : 10'001);
         EXPECT_EQ(t->Intervall(), 250) << bad;
         EXPECT_EQ(t->Rate(), 4) << bad;
         EXPECT_EQ(t->IntervalTicks(), 250 * kNsPerMs) << bad;
-    }
-}
-
-TEST_F(TOrnTimerTest, RateOutsideItsRangeIsIgnored) {
-    TOrnTimer* t = NewTimer();
-    t->SetRate(50);
-    for (int bad : {0, -3, 10'001, INT32_MAX}) {
-        t->SetRate(bad);
-        EXPECT_EQ(t->Rate(), 50) << bad;
-        EXPECT_EQ(t->Intervall(), 20) << bad;
-        EXPECT_EQ(t->IntervalTicks(), 20 * kNsPerMs) << bad;
     }
 }
 
@@ -245,13 +226,10 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeTheSamePeriodUpToRounding) {
         int intervall, rate;
         std::int64_t ticks;
     };
-    const Case cases[] = {
-        {true, 3, 333, 3, 333'333'333},        {false, 333, 333, 3, 333'000'000},
-        {true, 7, 143, 7, 142'857'143},        {false, 400, 400, 3, 400'000'000}, // 2.5 rounds up
-        {false, 1, 1, 1000, 1'000'000},        {false, 3'600'000, 3'600'000, 0, 3'600'000'000'000},
-        {false, 2000, 2000, 1, 2'000'000'000}, {true, 10'000, 0, 10'000, 100'000},
-        {true, 1, 1000, 1, 1'000'000'000},
-    };
+    const Case cases[] = {{true, 3, 333, 3, 333'333'333},
+                          {false, 400, 400, 3, 400'000'000}, // 2.5 rounds up
+                          {true, 10'000, 0, 10'000, 100'000},
+                          {false, 3'600'000, 3'600'000, 0, 3'600'000'000'000}};
     for (const Case& c : cases) {
         TOrnTimer t(nullptr);
         if (c.byRate)
@@ -284,6 +262,11 @@ TEST_F(TOrnTimerTest, IntervalCountsFollowTheClocksFrequency) {
     s.OnTimer = [&](TObject*, int n) { reported = n; };
     s.DoTimer(7);
     EXPECT_EQ(reported, 7);
+    // The stopwatch counts in the clock's frequency too.
+    slow.now = 100;
+    s.Start();
+    slow.now = 350;
+    EXPECT_DOUBLE_EQ(s.Stop(), 2.5);
 }
 
 // ---- Stopwatch -----------------------------------------------------------------------------------
@@ -303,15 +286,6 @@ TEST_F(TOrnTimerTest, StopwatchNestsAndReportsSeconds) {
     EXPECT_DOUBLE_EQ(t->Stop(), 1.5);
     EXPECT_FALSE(t->IsStarted());
     EXPECT_EQ(t->Stop(), -1.0);
-}
-
-TEST_F(TOrnTimerTest, StopwatchCountsInTheClocksFrequency) {
-    FakeClock kHz(1000);
-    TOrnTimer t(nullptr);
-    kHz.now = 100;
-    t.Start();
-    kHz.now = 2600;
-    EXPECT_DOUBLE_EQ(t.Stop(), 2.5);
 }
 
 // ---- Tree ----------------------------------------------------------------------------------------
@@ -358,30 +332,15 @@ TEST_F(TOrnTimerTest, AnyRunningTimerInTheTreeKeepsTheLoopBusy) {
     EXPECT_FALSE(IdleAt(3));
 }
 
-TEST_F(TOrnTimerTest, ParentIsTheRootOfTheChainGiven) {
-    TOrnTimer* a = NewTimer();
-    TOrnTimer* b = NewTimer();
-    TOrnTimer* c = NewTimer();
-    b->SetParent(a);
-    c->SetParent(b);
-    EXPECT_EQ(b->Parent(), a);
-    EXPECT_EQ(c->Parent(), a);
-    EXPECT_EQ(a->Children(), (std::vector<TOrnTimer*>{b, c}));
-    EXPECT_TRUE(b->Children().empty());
-
-    c->SetParent(c);
-    EXPECT_EQ(c->Parent(), a);
-    // Moving c to a chain it is already in leaves it once in the list.
-    c->SetParent(a);
-    EXPECT_EQ(a->Children(), (std::vector<TOrnTimer*>{b, c}));
-}
-
 TEST_F(TOrnTimerTest, AttachingUnderADescendantMakesNoCycle) {
     TOrnTimer* a = NewTimer();
     TOrnTimer* b = NewTimer();
     TOrnTimer* c = NewTimer();
     b->SetParent(a);
     c->SetParent(b); // c hangs under a
+    EXPECT_EQ(c->Parent(), a);
+    c->SetParent(c);
+    EXPECT_EQ(c->Parent(), a);
     a->SetParent(c);
     EXPECT_EQ(a->Parent(), nullptr);
     EXPECT_TRUE(a->OwnsIdleHook());
@@ -467,20 +426,6 @@ TEST_F(TOrnTimerTest, DestroyingTheRootKeepsEveryChildTicking) {
     EXPECT_TRUE(b->OwnsIdleHook());
     IdleAt(2002);
     EXPECT_EQ(ticks[1], 2);
-}
-
-TEST_F(TOrnTimerTest, DestroyingAChildLeavesTheRestRunning) {
-    TOrnTimer* root = NewTimer();
-    TOrnTimer* a = NewTimer();
-    TOrnTimer* b = NewTimer();
-    a->SetParent(root);
-    b->SetParent(root);
-    delete a;
-    EXPECT_EQ(root->Children(), (std::vector<TOrnTimer*>{b}));
-    int ticks = 0;
-    b->OnTimer = [&](TObject*, int) { ++ticks; };
-    IdleAt(1001);
-    EXPECT_EQ(ticks, 1);
 }
 
 TEST_F(TOrnTimerTest, ApplicationsOwnHandlerIsLeftAlone) {

@@ -376,39 +376,6 @@ protected:
 
 } // namespace
 
-TEST_F(TOrn3DTextPixels, HolaShowsTheBackgroundThroughTheCountersOfOAndA) {
-    auto* text = new TOrn3DText(&form);
-    text->SetCaption("HOLA");
-    text->Color()->SetColor(clWhite);
-    Draw(text);
-    const orn::test::Rgba white{255, 255, 255, 255}, blue{0, 0, 255, 255};
-    // The counters are the contours that lie inside another; there are two, in O and A.
-    const detail::TextOutline outline = Outline("HOLA");
-    int holes = 0;
-    for (const auto& c : outline.Contours) {
-        bool hole = false;
-        for (const auto& other : outline.Contours)
-            hole |= &other != &c && InsidePolygon(other, c[0].X, c[0].Y);
-        if (!hole) continue;
-        ++holes;
-        double cx = 0, cy = 0, left = 1e9, leftY = 0;
-        for (const auto& p : c) {
-            cx += p.X / c.size();
-            cy += p.Y / c.size();
-            if (p.X < left) std::tie(left, leftY) = std::tie(p.X, p.Y);
-        }
-        ASSERT_TRUE(InsidePolygon(c, cx, cy));
-        EXPECT_TRUE(orn::test::ColorNear(ReadPixel(PixelX(cx), PixelY(cy)), blue)) << "counter at x " << cx;
-        // Just left of the counter is the letter's stroke.
-        EXPECT_TRUE(orn::test::ColorNear(ReadPixel(PixelX(left - 0.03), PixelY(leftY)), white))
-            << "stroke at " << left;
-    }
-    EXPECT_EQ(holes, 2);
-    const auto image = ReadImage();
-    EXPECT_GT(orn::test::CountPixels(image, white), 256u * 96 / 10);
-    if (HasFailure()) orn::test::WritePng(image, "TOrn3DText_HOLA");
-}
-
 TEST_F(TOrn3DTextPixels, LitFrontFacesTheLightAndTheStackStaysBalanced) {
     auto* text = new TOrn3DText(&form);
     text->SetCaption("H");

@@ -253,15 +253,6 @@ TEST_F(RotFixture, SetTexModeLinearZAndOtherModes) {
 
 // --- settings --------------------------------------------------------------------------------
 
-TEST_F(RotFixture, ClosedDrivesOverDraw) {
-    const std::pair<TOrnClosed, int> cases[] = {
-        {TOrnClosed::Top, 2}, {TOrnClosed::Bottom, 2}, {TOrnClosed::TopBottom, 3}, {TOrnClosed::None, 1}};
-    for (auto [closed, overdraw] : cases) {
-        obj->SetClosed(closed);
-        EXPECT_EQ(obj->OverDraw(), overdraw);
-    }
-}
-
 TEST_F(RotFixture, SlicesOrStacksOfZeroBuildNothing) {
     obj->SetSlices(0);
     obj->Init();

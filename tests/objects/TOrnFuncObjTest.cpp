@@ -62,6 +62,9 @@ TEST_F(FuncFixture, DefaultsGive121PointsAndTenStripsOf22) {
     }
     // Point (i, j) has index i × 11 + j.
     ExpectNear(pos(3 * 11 + 7), {0.7, 0.3, 0});
+    EXPECT_TRUE(obj->Points()->GetFlag(120, 0));
+    EXPECT_TRUE(obj->Points()->GetFlag(120, 1));
+    EXPECT_FALSE(obj->Points()->GetFlag(120, 2));
 }
 
 TEST_F(FuncFixture, OverDrawThreeGives31RowsWithTheRowParameterRunningToThree) {
@@ -84,24 +87,6 @@ TEST_F(FuncFixture, RowFunctionIsChainedFromItsOwnStart) {
     EXPECT_EQ(pos(0).z, 2);
     EXPECT_EQ(pos(2).z, 3);
     EXPECT_EQ(pos(4).z, 4);
-}
-
-TEST_F(FuncFixture, WithoutEventsEveryPointIsTheOriginAndItStillRenders) {
-    obj->Init();
-    ASSERT_EQ(obj->Points()->Count(), 121);
-    for (int i = 0; i < 121; ++i)
-        EXPECT_EQ(pos(i), (TOrnMathVector{0, 0, 0}));
-    EXPECT_EQ(obj->PrimitiveCount(), 10);
-}
-
-TEST_F(FuncFixture, EveryPointCarriesFlagsZeroAndOne) {
-    Plane();
-    obj->Init();
-    for (int i = 0; i < obj->Points()->Count(); ++i) {
-        EXPECT_TRUE(obj->Points()->GetFlag(i, 0));
-        EXPECT_TRUE(obj->Points()->GetFlag(i, 1));
-        EXPECT_FALSE(obj->Points()->GetFlag(i, 2));
-    }
 }
 
 TEST_F(FuncFixture, StacksOrSlicesOfZeroOrBelowBuildAnEmptyObject) {
@@ -132,11 +117,13 @@ TEST_F(FuncFixture, HugeGridIsRefusedBeforeAllocating) {
 }
 
 TEST_F(FuncFixture, SettersMarkForRebuildAndSetOnCalcIgnoresOtherIndices) {
+    for (auto set : {&TOrnFuncObj::SetStacks, &TOrnFuncObj::SetSlices, &TOrnFuncObj::SetOverDraw}) {
+        obj->Init();
+        (obj->*set)(4);
+        EXPECT_FALSE(obj->Initialized());
+    }
     obj->Init();
-    obj->SetStacks(4);
-    EXPECT_FALSE(obj->Initialized());
-    obj->Init();
-    EXPECT_EQ(obj->Points()->Count(), 5 * 11);
+    EXPECT_EQ(obj->Points()->Count(), 17 * 5);
     obj->SetOnCalc(2, [](const TOrnMathVector&, double) { return TOrnMathVector{1, 1, 1}; });
     EXPECT_TRUE(obj->Initialized());
     EXPECT_FALSE(obj->OnCalcXY);
@@ -178,19 +165,6 @@ TEST_F(FuncFixture, NormalsComeFromTheFunctionsNotFromThePoints) {
     // Moving a stored point changes nothing: CalcNormal evaluates the functions again.
     obj->Points()->SetVector(60, daVertex, {5, 5, 5});
     ExpectNear(obj->CalcNormal(5, 10, 5, 10), {0, 0, -1});
-}
-
-TEST_F(FuncFixture, LastTwoRowsShareTheNormalOfTheRowsBeforeThem) {
-    // A parabolic trough z = y²: every row has its own normal.
-    obj->SetOnCalc(1, [](const TOrnMathVector&, double t) { return TOrnMathVector{0, t, t * t}; });
-    obj->SetOnCalc(0, [](const TOrnMathVector& v, double t) { return TOrnMathVector{t, v.y, v.z}; });
-    obj->Init();
-    // Rows 9 and 10 fall back to the normal of rows 8 and 9, which row 8 has anyway.
-    const TOrnMathVector last = nrm(10 * 11), beforeLast = nrm(9 * 11), row8 = nrm(8 * 11),
-                         row7 = nrm(7 * 11);
-    ExpectNear(last, row8);
-    ExpectNear(beforeLast, row8);
-    EXPECT_GT(std::fabs(row8.y - row7.y), 1e-3);
 }
 
 TEST_F(FuncFixture, NormalRowFunctionStartsFromZeroZeroOne) {

@@ -104,6 +104,9 @@ TEST_F(NodeFixture, MoveClampsBothIndexesAndCarriesTheIndirectBit) {
     EXPECT_TRUE(node->Indirect(4));
     EXPECT_THROW(node->Items(5), EOrnError);
     EXPECT_THROW(node->Exchange(0, 9), EOrnError);
+    node->Move(-2, 9); // the first to the last place
+    EXPECT_EQ(node->Items(0), items[0]);
+    EXPECT_EQ(node->Items(4), items[3]);
 }
 
 TEST_F(NodeFixture, CountAllItemsCountsLeavesOfNestedNodes) {

@@ -39,9 +39,7 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_POLYGON_SMOOTH),
     N(GL_DITHER),
     N(GL_LIGHT0),
-    N(GL_LIGHT1),
     N(GL_LIGHT7),
-    N(GL_CLIP_PLANE0),
     N(GL_CLIP_PLANE5),
     // client arrays and interleaved formats
     N(GL_VERTEX_ARRAY),
@@ -60,11 +58,8 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_FRONT_AND_BACK),
     N(GL_POINT),
     N(GL_LINE),
-    N(GL_FILL),
     N(GL_FLAT),
-    N(GL_SMOOTH),
     // compare functions, stencil operations, blend factors
-    N(GL_LESS),
     N(GL_ALWAYS),
     N(GL_REPLACE),
     N(GL_SRC_COLOR),
@@ -76,7 +71,6 @@ const std::pair<unsigned, const char*> kEnums[] = {
     // hints
     N(GL_PERSPECTIVE_CORRECTION_HINT),
     N(GL_FOG_HINT),
-    N(GL_DONT_CARE),
     N(GL_FASTEST),
     N(GL_NICEST),
     // lights, materials, light model
@@ -103,27 +97,17 @@ const std::pair<unsigned, const char*> kEnums[] = {
     // textures
     N(GL_TEXTURE_MIN_FILTER),
     N(GL_TEXTURE_MAG_FILTER),
-    N(GL_TEXTURE_WRAP_S),
-    N(GL_TEXTURE_WRAP_T),
     N(GL_NEAREST),
-    N(GL_REPEAT),
     N(GL_TEXTURE_ENV),
     N(GL_TEXTURE_ENV_MODE),
     N(GL_TEXTURE_ENV_COLOR),
     N(GL_MODULATE),
     N(GL_DECAL),
     // pixel formats and storage
-    N(GL_RGB),
     N(GL_RGBA),
     N(GL_DEPTH_COMPONENT),
-    N(GL_UNPACK_ALIGNMENT),
     N(GL_PACK_ALIGNMENT),
-    N(GL_UNPACK_ROW_LENGTH),
-    N(GL_PACK_ROW_LENGTH),
-    N(GL_UNPACK_SKIP_ROWS),
-    N(GL_UNPACK_SKIP_PIXELS),
     // queries
-    N(GL_MODELVIEW_MATRIX),
     N(GL_PROJECTION_MATRIX),
     N(GL_TEXTURE_MATRIX),
     N(GL_VIEWPORT),
@@ -131,24 +115,9 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_MODELVIEW_STACK_DEPTH),
     N(GL_PROJECTION_STACK_DEPTH),
     N(GL_ATTRIB_STACK_DEPTH),
-    N(GL_LIST_INDEX),
     N(GL_RENDER_MODE),
-    N(GL_VENDOR),
-    N(GL_RENDERER),
     N(GL_VERSION),
-    N(GL_EXTENSIONS),
-    // errors
-    N(GL_INVALID_ENUM),
     // GLU
-    N(GLU_TESS_BEGIN),
-    N(GLU_TESS_VERTEX),
-    N(GLU_TESS_END),
-    N(GLU_TESS_VERTEX_DATA),
-    N(GLU_TESS_ERROR_DATA),
-    N(GLU_TESS_EDGE_FLAG_DATA),
-    N(GLU_TESS_COMBINE_DATA),
-    N(GLU_TESS_WINDING_RULE),
-    N(GLU_TESS_WINDING_ODD),
     N(GLU_SMOOTH),
 };
 
@@ -156,15 +125,9 @@ const char* const kPrimitives[] = {"GL_POINTS",     "GL_LINES",          "GL_LIN
                                    "GL_TRIANGLES",  "GL_TRIANGLE_STRIP", "GL_TRIANGLE_FAN", "GL_QUADS",
                                    "GL_QUAD_STRIP", "GL_POLYGON"};
 
-// Clear masks read best in the usual colour, depth, stencil order.
 const std::pair<unsigned, const char*> kBits[] = {
-    N(GL_COLOR_BUFFER_BIT), N(GL_DEPTH_BUFFER_BIT), N(GL_STENCIL_BUFFER_BIT),
-    N(GL_ACCUM_BUFFER_BIT), N(GL_CURRENT_BIT),      N(GL_POINT_BIT),
-    N(GL_LINE_BIT),         N(GL_POLYGON_BIT),      N(GL_POLYGON_STIPPLE_BIT),
-    N(GL_PIXEL_MODE_BIT),   N(GL_LIGHTING_BIT),     N(GL_FOG_BIT),
-    N(GL_VIEWPORT_BIT),     N(GL_TRANSFORM_BIT),    N(GL_ENABLE_BIT),
-    N(GL_HINT_BIT),         N(GL_EVAL_BIT),         N(GL_LIST_BIT),
-    N(GL_TEXTURE_BIT),      N(GL_SCISSOR_BIT),
+    N(GL_COLOR_BUFFER_BIT),
+    N(GL_ENABLE_BIT),
 };
 #undef N
 

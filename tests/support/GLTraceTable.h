@@ -8,11 +8,9 @@ ORN_GL(void, glPushMatrix, (void), (), ())
 ORN_GL(void, glPopMatrix, (void), (), ())
 ORN_GL(void, glLoadIdentity, (void), (), ())
 ORN_GL(void, glTranslatef, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
-ORN_GL(void, glTranslated, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
 ORN_GL(void, glRotatef, (GLfloat a, GLfloat x, GLfloat y, GLfloat z), (a, x, y, z), (a, x, y, z))
 ORN_GL(void, glRotated, (GLdouble a, GLdouble x, GLdouble y, GLdouble z), (a, x, y, z), (a, x, y, z))
 ORN_GL(void, glScalef, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
-ORN_GL(void, glMultMatrixd, (const GLdouble* m), (m), (Vector(m, 16)))
 ORN_GL(void, glOrtho, (GLdouble l, GLdouble r, GLdouble b, GLdouble t, GLdouble n, GLdouble f),
        (l, r, b, t, n, f), (l, r, b, t, n, f))
 ORN_GL(void, glViewport, (GLint x, GLint y, GLsizei w, GLsizei h), (x, y, w, h), (x, y, w, h))
@@ -21,7 +19,6 @@ ORN_GL(void, glViewport, (GLint x, GLint y, GLsizei w, GLsizei h), (x, y, w, h),
 ORN_GL(void, glGetDoublev, (GLenum pname, GLdouble* p), (pname, p), (En{pname}, p))
 ORN_GL(void, glGetFloatv, (GLenum pname, GLfloat* p), (pname, p), (En{pname}, p))
 ORN_GL(void, glGetIntegerv, (GLenum pname, GLint* p), (pname, p), (En{pname}, p))
-ORN_GL(void, glGetBooleanv, (GLenum pname, GLboolean* p), (pname, p), (En{pname}, p))
 ORN_GL(GLenum, glGetError, (void), (), ())
 ORN_GL(const GLubyte*, glGetString, (GLenum name), (name), (En{name}))
 ORN_GL(void, glEnable, (GLenum cap), (cap), (En{cap}))
@@ -29,8 +26,6 @@ ORN_GL(void, glDisable, (GLenum cap), (cap), (En{cap}))
 ORN_GL(GLboolean, glIsEnabled, (GLenum cap), (cap), (En{cap}))
 ORN_GL(void, glPushAttrib, (GLbitfield mask), (mask), (Bits{mask}))
 ORN_GL(void, glPopAttrib, (void), (), ())
-ORN_GL(void, glPushClientAttrib, (GLbitfield mask), (mask), (En{mask}))
-ORN_GL(void, glPopClientAttrib, (void), (), ())
 
 // Client arrays
 ORN_GL(void, glEnableClientState, (GLenum cap), (cap), (En{cap}))
@@ -47,8 +42,6 @@ ORN_GL(void, glEdgeFlagPointer, (GLsizei stride, const GLvoid* p), (stride, p), 
 ORN_GL(void, glEdgeFlag, (GLboolean flag), (flag), (Bool{flag}))
 ORN_GL(void, glDrawElements, (GLenum mode, GLsizei count, GLenum type, const GLvoid* indices),
        (mode, count, type, indices), (Prim{mode}, count, En{type}, indices))
-ORN_GL(void, glDrawArrays, (GLenum mode, GLint first, GLsizei count), (mode, first, count),
-       (Prim{mode}, first, count))
 
 // Immediate mode
 ORN_GL(void, glBegin, (GLenum mode), (mode), (Prim{mode}))
@@ -57,12 +50,8 @@ ORN_GL(void, glVertex2f, (GLfloat x, GLfloat y), (x, y), (x, y))
 ORN_GL(void, glVertex3f, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
 ORN_GL(void, glVertex3d, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
 ORN_GL(void, glVertex3fv, (const GLfloat* v), (v), (Vector(v, 3)))
-ORN_GL(void, glVertex3dv, (const GLdouble* v), (v), (Vector(v, 3)))
 ORN_GL(void, glColor3f, (GLfloat r, GLfloat g, GLfloat b), (r, g, b), (r, g, b))
 ORN_GL(void, glColor4f, (GLfloat r, GLfloat g, GLfloat b, GLfloat a), (r, g, b, a), (r, g, b, a))
-ORN_GL(void, glColor3ub, (GLubyte r, GLubyte g, GLubyte b), (r, g, b), (r, g, b))
-ORN_GL(void, glColor4ub, (GLubyte r, GLubyte g, GLubyte b, GLubyte a), (r, g, b, a), (r, g, b, a))
-ORN_GL(void, glColor3fv, (const GLfloat* v), (v), (Vector(v, 3)))
 ORN_GL(void, glColor4fv, (const GLfloat* v), (v), (Vector(v, 4)))
 ORN_GL(void, glTexCoord2f, (GLfloat s, GLfloat t), (s, t), (s, t))
 
@@ -75,11 +64,9 @@ ORN_GL(void, glDeleteLists, (GLuint list, GLsizei range), (list, range), (list, 
 ORN_GL(GLboolean, glIsList, (GLuint list), (list), (list))
 
 // Selection names
-ORN_GL(void, glInitNames, (void), (), ())
 ORN_GL(void, glPushName, (GLuint name), (name), (name))
 ORN_GL(void, glPopName, (void), (), ())
 ORN_GL(GLint, glRenderMode, (GLenum mode), (mode), (En{mode}))
-ORN_GL(void, glSelectBuffer, (GLsizei size, GLuint* buffer), (size, buffer), (size, buffer))
 
 // Rasterisation state
 ORN_GL(void, glPolygonMode, (GLenum face, GLenum mode), (face, mode), (En{face}, En{mode}))
@@ -94,11 +81,8 @@ ORN_GL(void, glLineStipple, (GLint factor, GLushort pattern), (factor, pattern),
 ORN_GL(void, glLineWidth, (GLfloat width), (width), (width))
 ORN_GL(void, glPointSize, (GLfloat size), (size), (size))
 ORN_GL(void, glHint, (GLenum target, GLenum mode), (target, mode), (En{target}, En{mode}))
-ORN_GL(void, glScissor, (GLint x, GLint y, GLsizei w, GLsizei h), (x, y, w, h), (x, y, w, h))
 ORN_GL(void, glClear, (GLbitfield mask), (mask), (Bits{mask}))
 ORN_GL(void, glClearColor, (GLclampf r, GLclampf g, GLclampf b, GLclampf a), (r, g, b, a), (r, g, b, a))
-ORN_GL(void, glClearDepth, (GLclampd depth), (depth), (depth))
-ORN_GL(void, glClearStencil, (GLint s), (s), (s))
 ORN_GL(void, glFlush, (void), (), ())
 ORN_GL(void, glFinish, (void), (), ())
 
