@@ -151,7 +151,7 @@ ORN_DESCRIBE_PROPERTIES(TOrnPolygon, &TOrnPrimitiveObj::ClassProperties()) {
          "Points", [](const TOrnPolygon& p) { return pointsText(*p.fPoints); },
          [](TOrnPolygon& p, std::string text) {
              std::vector<std::array<double, 8>> points;
-             if (text.empty() || !parsePoints(text, points)) return;
+             if (text.empty() || text == pointsText(*p.fPoints) || !parsePoints(text, points)) return;
              p.fPoints->SetSize(0);
              for (const auto& v : points) {
                  const int i = p.fPoints->Add({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {v[6], v[7], 0});

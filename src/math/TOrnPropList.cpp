@@ -3,6 +3,7 @@
 #include <orn/host/TComponent.h>
 #include <orn/math/TOrnProperty.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -180,9 +181,10 @@ void TOrnPropList::ReadKey(const TOrnPropInfo& p, TOrnExchangeItem& item, TOrnCu
             break;
         }
         case pkSingle: {
-            // Beyond single precision counts as missing.
+            // Beyond single precision saturates, so the setter's own clamp decides; NaN counts as missing.
             const double read = exchange.ReadFloat(p.name, std::get<double>(v));
-            p.set(item, std::fabs(read) <= std::numeric_limits<float>::max() ? read : std::get<double>(v));
+            const double most = std::numeric_limits<float>::max();
+            p.set(item, std::isnan(read) ? std::get<double>(v) : std::clamp(read, -most, most));
             break;
         }
         case pkDouble:

@@ -288,6 +288,17 @@ void TOrnTube::Assign(const TPersistent* source) {
 }
 
 ORN_DESCRIBE_PROPERTIES(TOrnTube, &TOrnPrimitiveObj::ClassProperties()) {
+    static constexpr auto PathText = [](const std::vector<PathPointData>& path) {
+        std::string points;
+        for (const auto& p : path) {
+            const double parts[4] = {p.p.x, p.p.y, p.p.z, p.radius};
+            for (int k = 0; k < 4; ++k) {
+                if (!points.empty()) points += k == 0 ? ';' : ',';
+                detail::AppendNumber(points, parts[k]);
+            }
+        }
+        return points;
+    };
     ORN_PROP(b, TOrnTube, Radius, 0.25);
     ORN_PROP(b, TOrnTube, Slices, 12);
     ORN_PROP(b, TOrnTube, CapStart, false);
@@ -296,21 +307,10 @@ ORN_DESCRIBE_PROPERTIES(TOrnTube, &TOrnPrimitiveObj::ClassProperties()) {
     ORN_PROP(b, TOrnTube, PathSteps, 32);
     // x,y,z,radius groups split by ';'; a value that is not four numbers each is ignored.
     b.Access<std::string>(
-         "Points",
-         [](const TOrnTube& t) {
-             std::string points;
-             for (const auto& p : t.fPath) {
-                 const double parts[4] = {p.p.x, p.p.y, p.p.z, p.radius};
-                 for (int k = 0; k < 4; ++k) {
-                     if (!points.empty()) points += k == 0 ? ';' : ',';
-                     detail::AppendNumber(points, parts[k]);
-                 }
-             }
-             return points;
-         },
+         "Points", [](const TOrnTube& t) { return PathText(t.fPath); },
          [](TOrnTube& t, std::string text) {
              std::vector<double> v;
-             if (text.empty() || !detail::ParseNumberGroups(text, 4, v)) return;
+             if (text.empty() || text == PathText(t.fPath) || !detail::ParseNumberGroups(text, 4, v)) return;
              std::vector<PathPointData> path;
              for (std::size_t i = 0; i < v.size(); i += 4)
                  path.push_back({{v[i], v[i + 1], v[i + 2]}, v[i + 3]});

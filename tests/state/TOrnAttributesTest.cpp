@@ -61,8 +61,6 @@ TEST(TOrnAttributes, AmbientColourNotifiesThroughItsSetterOnly) {
     EXPECT_EQ(changes, 2);
 }
 
-}
-
 TEST(TOrnAttributes, ObjectForgetsDestroyedAttributes) {
     TComponent form(nullptr);
     auto* object = new TOrnObject(&form);

@@ -107,7 +107,9 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_RGBA),
     N(GL_DEPTH_COMPONENT),
     N(GL_PACK_ALIGNMENT),
+    N(GL_LESS),
     // queries
+    N(GL_MODELVIEW_MATRIX),
     N(GL_PROJECTION_MATRIX),
     N(GL_TEXTURE_MATRIX),
     N(GL_VIEWPORT),
@@ -126,8 +128,13 @@ const char* const kPrimitives[] = {"GL_POINTS",     "GL_LINES",          "GL_LIN
                                    "GL_QUAD_STRIP", "GL_POLYGON"};
 
 const std::pair<unsigned, const char*> kBits[] = {
-    N(GL_COLOR_BUFFER_BIT),
-    N(GL_ENABLE_BIT),
+    N(GL_COLOR_BUFFER_BIT), N(GL_DEPTH_BUFFER_BIT), N(GL_STENCIL_BUFFER_BIT),
+    N(GL_ACCUM_BUFFER_BIT), N(GL_CURRENT_BIT),      N(GL_POINT_BIT),
+    N(GL_LINE_BIT),         N(GL_POLYGON_BIT),      N(GL_POLYGON_STIPPLE_BIT),
+    N(GL_PIXEL_MODE_BIT),   N(GL_LIGHTING_BIT),     N(GL_FOG_BIT),
+    N(GL_VIEWPORT_BIT),     N(GL_TRANSFORM_BIT),    N(GL_ENABLE_BIT),
+    N(GL_HINT_BIT),         N(GL_EVAL_BIT),         N(GL_LIST_BIT),
+    N(GL_TEXTURE_BIT),      N(GL_SCISSOR_BIT),
 };
 #undef N
 

@@ -18,7 +18,10 @@ using Calls = std::vector<std::string>;
 TEST_F(ViewTest, RenderSceneCallOrder) {
     TOrnPerspectiveCamera camera(nullptr);
     TOrnView v(nullptr);
+    v.SetBackgroundColor(0x0000FF);
     v.Coordinates()->SetVisible(false);
+    v.SetCamera(&camera);
+    v.OnRender = [](TOrnView*) { glLineWidth(3); };
     v.OpenGLConnect();
     GLRecorder rec;
     v.RenderScene();

@@ -32,6 +32,7 @@ public:
     void SetMaterial(TOrnMaterial* value);
     /// 0 = off; 1 … 5 = ambient, diffuse, specular, emission, ambient and diffuse follow the colour.
     std::uint8_t ColorMaterial() const { return fColorMaterial; }
+    void SetColorMaterial(std::uint8_t value);
 
     /// The object name follows the component name while they are equal (and not loading).
     void SetName(const std::string& name) override;
@@ -47,7 +48,6 @@ protected:
     /// Colour, attributes, material and colour material; descendants then issue their geometry.
     void DoRender(TOrnCustomView* view) override;
     void AfterRender(TOrnCustomView* view) override;
-    void SetColorMaterial(std::uint8_t value);
     /// The stamps of the attributes and material the display list holds.
     std::uint64_t ContentStamp() const override;
     /// Whether view wants selection names now.
