@@ -93,11 +93,14 @@ struct Model {
     Space model;
     std::map<std::string, Block> blocks; ///< by upper-case name
     std::string codepage;
+    bool unicode = false; ///< AC1021 or newer: strings are UTF-8 whatever the code page says
     bool haveHeaderExtents = false;
     TOrnMathVector headerMin, headerMax;
 
     /// The layer's index, made (white, visible) when the drawing never declared it.
     int LayerOf(std::string_view name);
+    /// A string of the file as UTF-8.
+    std::string Text(std::string_view raw) const;
 };
 
 std::string Upper(std::string_view s);
