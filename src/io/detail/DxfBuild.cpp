@@ -3,6 +3,7 @@
 #include "io/detail/DxfGeometry.h"
 
 #include <orn/geometry/TOrnCustomObj.h>
+#include <orn/objects/TOrn3DText.h>
 #include <orn/scene/TOrnNode.h>
 
 #include <algorithm>
@@ -116,6 +117,8 @@ public:
             AddObject(*LayerNode(key.first), key.second, batch, fShift);
         for (const InsertRef& ins : fModel.model.inserts)
             AddInsert(*LayerNode(ins.layer), ins, 0xFFFFFF, 0xFFFFFF, fShift, stack, 1);
+        for (const TextRef& text : fModel.model.texts)
+            AddText(*LayerNode(text.layer), text, text.color, fShift);
     }
 
 private:
@@ -205,6 +208,19 @@ private:
         parent.Add(obj);
     }
 
+    /// A flat caption (no depth) in a node of its own that places it.
+    void AddText(TOrnNode& parent, const TextRef& text, std::uint32_t rgb, const Vec& shift) {
+        auto* node = new TOrnNode(fOwner);
+        Place(*node, text.matrix, shift);
+        auto* obj = new TOrn3DText(fOwner);
+        obj->SetCaption(text.caption);
+        obj->SetDepth(0);
+        obj->SetAlignment(text.align == 1 ? taCenter : text.align == 2 ? taRightJustify : taLeftJustify);
+        obj->Color()->SetColor(static_cast<TColor>((rgb >> 16 & 0xFF) | (rgb & 0xFF00) | (rgb & 0xFF) << 16));
+        node->Add(obj);
+        parent.Add(node);
+    }
+
     static std::uint32_t Resolve(ColorKey key, std::uint32_t byBlock, std::uint32_t layer0) {
         return key == kByBlock ? byBlock : key == kByLayer0 ? layer0 : key;
     }
@@ -252,6 +268,8 @@ private:
         stack.insert(key);
         for (const InsertRef& ins : b.space.inserts)
             AddInsert(*node, ins, byBlock, layer0, {}, stack, depth + 1);
+        for (const TextRef& text : b.space.texts)
+            AddText(*node, text, Resolve(text.color, byBlock, layer0), {});
         stack.erase(key);
         return node;
     }

@@ -68,10 +68,21 @@ struct InsertRef {
     std::int64_t where = 0;
 };
 
+/// TEXT, MTEXT or ATTRIB: a caption whose letters are one unit high on its baseline at x = 0,
+/// placed by matrix (insertion point, height, rotation, extrusion).
+struct TextRef {
+    std::string caption; ///< UTF-8, formatting codes removed
+    int layer = 0;
+    ColorKey color = 0;
+    Affine matrix = kIdentity;
+    int align = 0; ///< 0 left, 1 centre, 2 right
+};
+
 /// Model space, paper space or one block.
 struct Space {
     std::map<std::pair<int, ColorKey>, Batch> batches; ///< by layer index and colour
     std::vector<InsertRef> inserts;
+    std::vector<TextRef> texts;
 };
 
 struct Layer {
