@@ -324,6 +324,7 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
     Imported utf8(header("AC1021") + Dxf("0\nTEXT\n1\n\xC3\x9C\n40\n1\n"));
     ASSERT_EQ(utf8.world.texts.size(), 1u);
     EXPECT_EQ(utf8.world.texts[0]->Caption(), "\u00DC");
+    EXPECT_TRUE(utf8.report.hasExtents); // a drawing of text alone still has somewhere to look
 }
 
 TEST(TOrnDXFImport, BadInputIsReportedAndTheRestImported) {

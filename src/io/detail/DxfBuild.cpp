@@ -31,6 +31,11 @@ struct Box {
             for (std::size_t i = 0; i + 2 < c.size(); i += 3)
                 Add(Vec{c[i], c[i + 1], c[i + 2]});
     }
+    /// A caption's anchor: its letters' own extent waits for the font, which import does not load.
+    void Add(const std::vector<TextRef>& texts) {
+        for (const TextRef& t : texts)
+            Add(Vec{t.matrix[3], t.matrix[7], t.matrix[11]});
+    }
     void Add(const Box& b, const Affine& m) {
         if (!b.Valid()) return;
         for (int c = 0; c < 8; ++c)
@@ -88,6 +93,7 @@ public:
         for (const auto& [key, batch] : fModel.model.batches)
             for (const auto* xyz : {&batch.points, &batch.lines, &batch.triangles})
                 box.Add(*xyz);
+        box.Add(fModel.model.texts);
         std::set<std::string> stack;
         for (const InsertRef& ins : fModel.model.inserts)
             if (const Block* b = Find(ins.block)) box.Add(BlockBox(*b, stack, 1), WithBase(ins.matrix, *b));
@@ -163,6 +169,7 @@ private:
         for (const auto& [k, batch] : b.space.batches)
             for (const auto* xyz : {&batch.points, &batch.lines, &batch.triangles})
                 box.Add(*xyz);
+        box.Add(b.space.texts);
         for (const InsertRef& ins : b.space.inserts)
             if (const Block* inner = Find(ins.block))
                 box.Add(BlockBox(*inner, stack, depth + 1), WithBase(ins.matrix, *inner));
