@@ -302,7 +302,7 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
     // Centred TEXT at its alignment point (5, 6), 2.5 high, turned 90°; € is byte 0x80 in 1252.
     const std::string text = "0\nTEXT\n8\nNotes\n1\n%%c20 %%d%%p \x80 \\U+2205\n40\n2.5\n50\n90\n"
                              "72\n1\n10\n1\n20\n2\n11\n5\n21\n6\n";
-    const std::string mtext = "0\nMTEXT\n8\nNotes\n71\n3\n40\n3\n10\n0\n20\n0\n"
+    const std::string mtext = "0\nMTEXT\n8\nNotes\n71\n3\n40\n3\n50\n180\n10\n0\n20\n0\n"
                               "3\n{\\fArial|b1|i0;Bold} and \\H2x;big\\P\n"
                               "1\nnext\\~line \\S1^2; \\{x\\}\n";
     Imported old(header("AC1015") + Dxf(text + mtext + "0\nATTRIB\n1\nhidden\n70\n1\n"));
@@ -320,6 +320,7 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
     EXPECT_TRUE(Near(Apply(m, {0, 1, 0}), {2.5, 6, 0}));
     EXPECT_EQ(old.world.texts[1]->Caption(), "Bold and big\nnext\u00A0line 1/2 {x}");
     EXPECT_EQ(old.world.texts[1]->Alignment(), taRightJustify);
+    EXPECT_TRUE(Near(Apply(old.world.textPlaces[1], {1, 0, 0}), {-3, 0, 0})); // 50 is in degrees
     // From AC1021 on, strings are UTF-8 whatever the code page says.
     Imported utf8(header("AC1021") + Dxf("0\nTEXT\n1\n\xC3\x9C\n40\n1\n"));
     ASSERT_EQ(utf8.world.texts.size(), 1u);

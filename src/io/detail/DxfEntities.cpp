@@ -337,7 +337,8 @@ void Text(std::string_view type, const Ent& e, EntityContext& ctx) {
     if (mtext) {
         const int attach = static_cast<int>(e.I(71, 1));
         t.align = attach >= 1 && attach <= 9 ? (attach - 1) % 3 : 0;
-        const double a = e.D(50, 0); // radians for MTEXT
+        // The reference says radians; the files that write it (360 for a dimension text) use degrees.
+        const double a = e.D(50, 0) * kDeg;
         x = e.Find(11) ? e.P(11) : ocs.ToWorld({std::cos(a), std::sin(a), 0});
     } else {
         const std::int64_t h = e.I(72, 0);
