@@ -309,18 +309,23 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
     EXPECT_EQ(old.report.imported.at("TEXT"), 1);
     EXPECT_EQ(old.report.imported.at("MTEXT"), 1);
     EXPECT_FALSE(old.report.skipped.contains("TEXT"));
-    ASSERT_EQ(old.world.texts.size(), 2u); // the invisible ATTRIB shows nothing
+    ASSERT_EQ(old.world.texts.size(), 3u); // MTEXT's two lines; the invisible ATTRIB shows nothing
     EXPECT_EQ(old.world.texts[0]->Caption(), "\u00D820 \u00B0\u00B1 \u20AC \u2205");
     EXPECT_EQ(old.world.texts[0]->Alignment(), taCenter);
     EXPECT_EQ(old.world.texts[0]->Depth(), 0);
-    // Letters one unit high stand 2.5 high, along +y, from the alignment point.
+    // Capitals (0.72 em) 2.5 high, along +y, from the alignment point.
     const Mat& m = old.world.textPlaces[0];
     EXPECT_TRUE(Near(Apply(m, {0, 0, 0}), {5, 6, 0}));
-    EXPECT_TRUE(Near(Apply(m, {1, 0, 0}), {5, 8.5, 0}));
-    EXPECT_TRUE(Near(Apply(m, {0, 1, 0}), {2.5, 6, 0}));
-    EXPECT_EQ(old.world.texts[1]->Caption(), "Bold and big\nnext\u00A0line 1/2 {x}");
-    EXPECT_EQ(old.world.texts[1]->Alignment(), taRightJustify);
-    EXPECT_TRUE(Near(Apply(old.world.textPlaces[1], {1, 0, 0}), {-3, 0, 0})); // 50 is in degrees
+    EXPECT_TRUE(Near(Apply(m, {0.72, 0, 0}), {5, 8.5, 0}));
+    EXPECT_TRUE(Near(Apply(m, {0, 0.72, 0}), {2.5, 6, 0}));
+    EXPECT_EQ(old.world.texts[1]->Caption(), "Bold and big");
+    EXPECT_EQ(old.world.texts[2]->Caption(), "next\u00A0line 1/2 {x}");
+    EXPECT_EQ(old.world.texts[2]->Alignment(), taRightJustify);
+    // Turned 180° (50 is in degrees), 3 high, hanging from its top-right anchor: the first baseline one
+    // letter height below it, the next 5/3 of a height further.
+    EXPECT_TRUE(Near(Apply(old.world.textPlaces[1], {0, 0, 0}), {0, 3, 0}));
+    EXPECT_TRUE(Near(Apply(old.world.textPlaces[1], {0.72, 0, 0}), {-3, 3, 0}));
+    EXPECT_TRUE(Near(Apply(old.world.textPlaces[2], {0, 0, 0}), {0, 8, 0}));
     // From AC1021 on, strings are UTF-8 whatever the code page says.
     Imported utf8(header("AC1021") + Dxf("0\nTEXT\n1\n\xC3\x9C\n40\n1\n"));
     ASSERT_EQ(utf8.world.texts.size(), 1u);

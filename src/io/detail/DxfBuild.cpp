@@ -215,16 +215,38 @@ private:
         parent.Add(obj);
     }
 
-    /// A flat caption (no depth) in a node of its own that places it.
+    /// A flat caption (no depth) per line, in a node of its own that places them. Lines are 5/3 of
+    /// the text height apart, the spacing CAD programs give MTEXT by default; the capitals decide
+    /// where the lines stand on, under or around the anchor.
     void AddText(TOrnNode& parent, const TextRef& text, std::uint32_t rgb, const Vec& shift) {
+        constexpr double kLineSpacing = 5.0 / 3 * kCapHeight;
+        std::vector<std::string> lines(1);
+        for (char c : text.caption)
+            if (c == '\n')
+                lines.emplace_back();
+            else
+                lines.back() += c;
+        const double span = static_cast<double>(lines.size() - 1) * kLineSpacing;
+        const double first = text.valign == 3   ? -kCapHeight
+                             : text.valign == 2 ? (span - kCapHeight) / 2
+                             : text.valign == 1 ? span
+                                                : 0;
         auto* node = new TOrnNode(fOwner);
         Place(*node, text.matrix, shift);
-        auto* obj = new TOrn3DText(fOwner);
-        obj->SetCaption(text.caption);
-        obj->SetDepth(0);
-        obj->SetAlignment(text.align == 1 ? taCenter : text.align == 2 ? taRightJustify : taLeftJustify);
-        obj->Color()->SetColor(static_cast<TColor>((rgb >> 16 & 0xFF) | (rgb & 0xFF00) | (rgb & 0xFF) << 16));
-        node->Add(obj);
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            auto* obj = new TOrn3DText(fOwner);
+            obj->SetCaption(lines[i]);
+            obj->SetDepth(0);
+            obj->SetAlignment(text.align == 1 ? taCenter : text.align == 2 ? taRightJustify : taLeftJustify);
+            obj->Color()->SetColor(
+                static_cast<TColor>((rgb >> 16 & 0xFF) | (rgb & 0xFF00) | (rgb & 0xFF) << 16));
+            const double y = first - static_cast<double>(i) * kLineSpacing;
+            if (y != 0) {
+                obj->Transformation()->SetOrder(toTraRotSca);
+                obj->Transformation()->Translation()->SetValues(0, static_cast<float>(y), 0);
+            }
+            node->Add(obj);
+        }
         parent.Add(node);
     }
 

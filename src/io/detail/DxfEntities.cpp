@@ -330,20 +330,24 @@ void Text(std::string_view type, const Ent& e, EntityContext& ctx) {
             if (g.code == 3) raw += g.text;
     raw += e.S(1);
     t.caption = mtext ? PlainMText(ctx.model.Text(raw)) : PlainText(ctx.model.Text(raw));
-    const double height = e.D(40, 1);
+    double height = e.D(40, 1);
     if (!std::isfinite(height) || height <= 0) throw Bad{e.Where(), "text height " + std::to_string(height)};
     const Ocs ocs = MakeOcs(e.P(210, {0, 0, 1}));
     Vec at = e.P(10), x{1, 0, 0};
     if (mtext) {
         const int attach = static_cast<int>(e.I(71, 1));
         t.align = attach >= 1 && attach <= 9 ? (attach - 1) % 3 : 0;
+        t.valign = attach >= 1 && attach <= 9 ? 3 - (attach - 1) / 3 : 3;
         // The reference says radians; the files that write it (360 for a dimension text) use degrees.
         const double a = e.D(50, 0) * kDeg;
         x = e.Find(11) ? e.P(11) : ocs.ToWorld({std::cos(a), std::sin(a), 0});
     } else {
         const std::int64_t h = e.I(72, 0);
+        const std::int64_t v = e.I(73, 0);
         t.align = h == 1 || h == 4 ? 1 : h == 2 ? 2 : 0;
-        if (h != 0 && e.Find(11)) at = e.P(11); // the alignment point decides unless left-aligned
+        t.valign = h == 4 ? 2 : v >= 0 && v <= 3 ? static_cast<int>(v) : 0;
+        // The alignment point decides unless the text is left-aligned on its baseline.
+        if ((h != 0 || v != 0) && e.Find(11)) at = e.P(11);
         at = ocs.ToWorld(at);
         const double a = e.D(50, 0) * kDeg;
         x = ocs.ToWorld({std::cos(a), std::sin(a), 0});
@@ -352,6 +356,7 @@ void Text(std::string_view type, const Ent& e, EntityContext& ctx) {
     if (!std::isfinite(len) || len == 0) throw Bad{e.Where(), "text direction of length 0"};
     x = x * (1 / len);
     const Vec y = Cross(ocs.az, x);
+    height /= kCapHeight;
     t.matrix = {x.x * height, y.x * height, ocs.az.x * height, at.x,
                 x.y * height, y.y * height, ocs.az.y * height, at.y,
                 x.z * height, y.z * height, ocs.az.z * height, at.z};

@@ -68,14 +68,19 @@ struct InsertRef {
     std::int64_t where = 0;
 };
 
-/// TEXT, MTEXT or ATTRIB: a caption whose letters are one unit high on its baseline at x = 0,
-/// placed by matrix (insertion point, height, rotation, extrusion).
+/// A drawing's text height is that of its capitals; a caption's unit is the em, whose capitals
+/// stand about this much of it in the sans faces a system offers.
+inline constexpr double kCapHeight = 0.72;
+
+/// TEXT, MTEXT or ATTRIB: a caption one em per unit on its baseline at x = 0, placed by matrix
+/// (insertion point, rotation, extrusion, and a scale that makes capitals the text height).
 struct TextRef {
     std::string caption; ///< UTF-8, formatting codes removed
     int layer = 0;
     ColorKey color = 0;
     Affine matrix = kIdentity;
-    int align = 0; ///< 0 left, 1 centre, 2 right
+    int align = 0;  ///< 0 left, 1 centre, 2 right
+    int valign = 0; ///< where the anchor is on the lines: 0 first baseline, 1 bottom, 2 middle, 3 top
 };
 
 /// Model space, paper space or one block.
