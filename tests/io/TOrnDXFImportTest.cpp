@@ -331,6 +331,15 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
     ASSERT_EQ(utf8.world.texts.size(), 1u);
     EXPECT_EQ(utf8.world.texts[0]->Caption(), "\u00DC");
     EXPECT_TRUE(utf8.report.hasExtents); // a drawing of text alone still has somewhere to look
+    // A line too long for one caption's geometry is cut, so that the drawing still renders.
+    std::string chunks = "3\nW";
+    for (int i = 0; i < 40; ++i)
+        chunks += std::string(248, 'W') + "\xC3\x9C"; // a Ü on bytes 3999 and 4000
+    chunks += "\n";
+    Imported longText(header("AC1021") + Dxf("0\nMTEXT\n40\n1\n" + chunks + "1\nend\n"));
+    ASSERT_EQ(longText.world.texts.size(), 1u);
+    EXPECT_EQ(longText.world.texts[0]->Caption().size(), 3999u); // not inside the Ü at 4000
+    EXPECT_TRUE(longText.Says("cut to its first 4000"));
 }
 
 TEST(TOrnDXFImport, BadInputIsReportedAndTheRestImported) {

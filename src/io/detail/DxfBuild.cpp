@@ -234,6 +234,7 @@ private:
         auto* node = new TOrnNode(fOwner);
         Place(*node, text.matrix, shift);
         for (std::size_t i = 0; i < lines.size(); ++i) {
+            CutLine(lines[i]);
             auto* obj = new TOrn3DText(fOwner);
             obj->SetCaption(lines[i]);
             obj->SetDepth(0);
@@ -248,6 +249,19 @@ private:
             node->Add(obj);
         }
         parent.Add(node);
+    }
+
+    /// A line of text long enough to pass the build limit of one caption would stop the whole
+    /// drawing from rendering: it is cut, at a character boundary, with a message.
+    void CutLine(std::string& line) {
+        constexpr std::size_t kMaxLine = 4000;
+        if (line.size() <= kMaxLine) return;
+        Note(fReport, "a line of text of " + std::to_string(line.size()) + " bytes cut to its first " +
+                          std::to_string(kMaxLine));
+        std::size_t cut = kMaxLine;
+        while (cut > 0 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80)
+            --cut;
+        line.resize(cut);
     }
 
     static std::uint32_t Resolve(ColorKey key, std::uint32_t byBlock, std::uint32_t layer0) {
