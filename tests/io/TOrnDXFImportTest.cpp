@@ -1,5 +1,6 @@
 #include <orn/geometry/TOrnCustomObj.h>
 #include <orn/io/TOrnDXFImport.h>
+#include <orn/objects/TOrn3DText.h>
 #include <orn/scene/TOrnNode.h>
 
 #include <gtest/gtest.h>
@@ -59,6 +60,8 @@ Vec Apply(const Mat& m, const Vec& v) {
 struct World {
     std::vector<Vec> points, lines, triangles;
     std::vector<TColor> colors; // one per object met
+    std::vector<const TOrn3DText*> texts;
+    std::vector<Mat> textPlaces; // the world matrix of each text
 };
 
 void Walk(TOrnRender& item, const Mat& parent, World& w) {
@@ -67,6 +70,11 @@ void Walk(TOrnRender& item, const Mat& parent, World& w) {
     if (auto* node = dynamic_cast<TOrnNode*>(&item)) {
         for (int i = 0; i < node->Count(); ++i)
             Walk(*node->Items(i), m, w);
+        return;
+    }
+    if (auto* text = dynamic_cast<TOrn3DText*>(&item)) {
+        w.texts.push_back(text);
+        w.textPlaces.push_back(m);
         return;
     }
     auto* obj = dynamic_cast<TOrnCustomObj*>(&item);
@@ -284,6 +292,54 @@ TEST(TOrnDXFImport, FarCoordinatesMoveToALocalOrigin) {
     const Vec p = obj->Points()->GetVector(0, daVertex);
     EXPECT_NEAR(p.x, -0.5, 1e-9);
     EXPECT_NEAR(static_cast<float>(p.x), -0.5f, 0);
+}
+
+TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
+    const auto header = [](const std::string& version) {
+        return "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\n" + version +
+               "\n9\n$DWGCODEPAGE\n3\nANSI_1252\n0\nENDSEC\n";
+    };
+    // Centred TEXT at its alignment point (5, 6), 2.5 high, turned 90°; € is byte 0x80 in 1252.
+    const std::string text = "0\nTEXT\n8\nNotes\n1\n%%c20 %%d%%p \x80 \\U+2205\n40\n2.5\n50\n90\n"
+                             "72\n1\n10\n1\n20\n2\n11\n5\n21\n6\n";
+    const std::string mtext = "0\nMTEXT\n8\nNotes\n71\n3\n40\n3\n50\n180\n10\n0\n20\n0\n"
+                              "3\n{\\fArial|b1|i0;Bold} and \\H2x;big\\P\n"
+                              "1\nnext\\~line \\S1^2; \\{x\\}\n";
+    Imported old(header("AC1015") + Dxf(text + mtext + "0\nATTRIB\n1\nhidden\n70\n1\n"));
+    EXPECT_EQ(old.report.imported.at("TEXT"), 1);
+    EXPECT_EQ(old.report.imported.at("MTEXT"), 1);
+    EXPECT_FALSE(old.report.skipped.contains("TEXT"));
+    ASSERT_EQ(old.world.texts.size(), 3u); // MTEXT's two lines; the invisible ATTRIB shows nothing
+    EXPECT_EQ(old.world.texts[0]->Caption(), "\u00D820 \u00B0\u00B1 \u20AC \u2205");
+    EXPECT_EQ(old.world.texts[0]->Alignment(), taCenter);
+    EXPECT_EQ(old.world.texts[0]->Depth(), 0);
+    // Capitals (0.72 em) 2.5 high, along +y, from the alignment point.
+    const Mat& m = old.world.textPlaces[0];
+    EXPECT_TRUE(Near(Apply(m, {0, 0, 0}), {5, 6, 0}));
+    EXPECT_TRUE(Near(Apply(m, {0.72, 0, 0}), {5, 8.5, 0}));
+    EXPECT_TRUE(Near(Apply(m, {0, 0.72, 0}), {2.5, 6, 0}));
+    EXPECT_EQ(old.world.texts[1]->Caption(), "Bold and big");
+    EXPECT_EQ(old.world.texts[2]->Caption(), "next\u00A0line 1/2 {x}");
+    EXPECT_EQ(old.world.texts[2]->Alignment(), taRightJustify);
+    // Turned 180° (50 is in degrees), 3 high, hanging from its top-right anchor: the first baseline one
+    // letter height below it, the next 5/3 of a height further.
+    EXPECT_TRUE(Near(Apply(old.world.textPlaces[1], {0, 0, 0}), {0, 3, 0}));
+    EXPECT_TRUE(Near(Apply(old.world.textPlaces[1], {0.72, 0, 0}), {-3, 3, 0}));
+    EXPECT_TRUE(Near(Apply(old.world.textPlaces[2], {0, 0, 0}), {0, 8, 0}));
+    // From AC1021 on, strings are UTF-8 whatever the code page says.
+    Imported utf8(header("AC1021") + Dxf("0\nTEXT\n1\n\xC3\x9C\n40\n1\n"));
+    ASSERT_EQ(utf8.world.texts.size(), 1u);
+    EXPECT_EQ(utf8.world.texts[0]->Caption(), "\u00DC");
+    EXPECT_TRUE(utf8.report.hasExtents); // a drawing of text alone still has somewhere to look
+    // A line too long for one caption's geometry is cut, so that the drawing still renders.
+    std::string chunks = "3\nW";
+    for (int i = 0; i < 40; ++i)
+        chunks += std::string(248, 'W') + "\xC3\x9C"; // a Ü on bytes 3999 and 4000
+    chunks += "\n";
+    Imported longText(header("AC1021") + Dxf("0\nMTEXT\n40\n1\n" + chunks + "1\nend\n"));
+    ASSERT_EQ(longText.world.texts.size(), 1u);
+    EXPECT_EQ(longText.world.texts[0]->Caption().size(), 3999u); // not inside the Ü at 4000
+    EXPECT_TRUE(longText.Says("cut to its first 4000"));
 }
 
 TEST(TOrnDXFImport, BadInputIsReportedAndTheRestImported) {

@@ -3,6 +3,7 @@
 #include "io/detail/DxfGeometry.h"
 
 #include <orn/geometry/TOrnCustomObj.h>
+#include <orn/objects/TOrn3DText.h>
 #include <orn/scene/TOrnNode.h>
 
 #include <algorithm>
@@ -29,6 +30,11 @@ struct Box {
         for (const auto& c : xyz.Chunks())
             for (std::size_t i = 0; i + 2 < c.size(); i += 3)
                 Add(Vec{c[i], c[i + 1], c[i + 2]});
+    }
+    /// A caption's anchor: its letters' own extent waits for the font, which import does not load.
+    void Add(const std::vector<TextRef>& texts) {
+        for (const TextRef& t : texts)
+            Add(Vec{t.matrix[3], t.matrix[7], t.matrix[11]});
     }
     void Add(const Box& b, const Affine& m) {
         if (!b.Valid()) return;
@@ -87,6 +93,7 @@ public:
         for (const auto& [key, batch] : fModel.model.batches)
             for (const auto* xyz : {&batch.points, &batch.lines, &batch.triangles})
                 box.Add(*xyz);
+        box.Add(fModel.model.texts);
         std::set<std::string> stack;
         for (const InsertRef& ins : fModel.model.inserts)
             if (const Block* b = Find(ins.block)) box.Add(BlockBox(*b, stack, 1), WithBase(ins.matrix, *b));
@@ -116,6 +123,8 @@ public:
             AddObject(*LayerNode(key.first), key.second, batch, fShift);
         for (const InsertRef& ins : fModel.model.inserts)
             AddInsert(*LayerNode(ins.layer), ins, 0xFFFFFF, 0xFFFFFF, fShift, stack, 1);
+        for (const TextRef& text : fModel.model.texts)
+            AddText(*LayerNode(text.layer), text, text.color, fShift);
     }
 
 private:
@@ -160,6 +169,7 @@ private:
         for (const auto& [k, batch] : b.space.batches)
             for (const auto* xyz : {&batch.points, &batch.lines, &batch.triangles})
                 box.Add(*xyz);
+        box.Add(b.space.texts);
         for (const InsertRef& ins : b.space.inserts)
             if (const Block* inner = Find(ins.block))
                 box.Add(BlockBox(*inner, stack, depth + 1), WithBase(ins.matrix, *inner));
@@ -203,6 +213,55 @@ private:
         obj->Color()->SetColor(color);
         obj->OnConstruct = [data](TObject* sender) { Fill(*static_cast<TOrnCustomObj*>(sender), *data); };
         parent.Add(obj);
+    }
+
+    /// A flat caption (no depth) per line, in a node of its own that places them. Lines are 5/3 of
+    /// the text height apart, the spacing CAD programs give MTEXT by default; the capitals decide
+    /// where the lines stand on, under or around the anchor.
+    void AddText(TOrnNode& parent, const TextRef& text, std::uint32_t rgb, const Vec& shift) {
+        constexpr double kLineSpacing = 5.0 / 3 * kCapHeight;
+        std::vector<std::string> lines(1);
+        for (char c : text.caption)
+            if (c == '\n')
+                lines.emplace_back();
+            else
+                lines.back() += c;
+        const double span = static_cast<double>(lines.size() - 1) * kLineSpacing;
+        const double first = text.valign == 3   ? -kCapHeight
+                             : text.valign == 2 ? (span - kCapHeight) / 2
+                             : text.valign == 1 ? span
+                                                : 0;
+        auto* node = new TOrnNode(fOwner);
+        Place(*node, text.matrix, shift);
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            CutLine(lines[i]);
+            auto* obj = new TOrn3DText(fOwner);
+            obj->SetCaption(lines[i]);
+            obj->SetDepth(0);
+            obj->SetAlignment(text.align == 1 ? taCenter : text.align == 2 ? taRightJustify : taLeftJustify);
+            obj->Color()->SetColor(
+                static_cast<TColor>((rgb >> 16 & 0xFF) | (rgb & 0xFF00) | (rgb & 0xFF) << 16));
+            const double y = first - static_cast<double>(i) * kLineSpacing;
+            if (y != 0) {
+                obj->Transformation()->SetOrder(toTraRotSca);
+                obj->Transformation()->Translation()->SetValues(0, static_cast<float>(y), 0);
+            }
+            node->Add(obj);
+        }
+        parent.Add(node);
+    }
+
+    /// A line of text long enough to pass the build limit of one caption would stop the whole
+    /// drawing from rendering: it is cut, at a character boundary, with a message.
+    void CutLine(std::string& line) {
+        constexpr std::size_t kMaxLine = 4000;
+        if (line.size() <= kMaxLine) return;
+        Note(fReport, "a line of text of " + std::to_string(line.size()) + " bytes cut to its first " +
+                          std::to_string(kMaxLine));
+        std::size_t cut = kMaxLine;
+        while (cut > 0 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80)
+            --cut;
+        line.resize(cut);
     }
 
     static std::uint32_t Resolve(ColorKey key, std::uint32_t byBlock, std::uint32_t layer0) {
@@ -252,6 +311,8 @@ private:
         stack.insert(key);
         for (const InsertRef& ins : b.space.inserts)
             AddInsert(*node, ins, byBlock, layer0, {}, stack, depth + 1);
+        for (const TextRef& text : b.space.texts)
+            AddText(*node, text, Resolve(text.color, byBlock, layer0), {});
         stack.erase(key);
         return node;
     }

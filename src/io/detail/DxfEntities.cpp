@@ -1,4 +1,5 @@
 #include "io/detail/DxfEntities.h"
+#include "io/detail/DxfText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -292,12 +293,12 @@ void AddTriangle(Batch& b, const Vec& a, const Vec& c, const Vec& d) {
     b.triangles.Append({a.x, a.y, a.z, c.x, c.y, c.z, d.x, d.y, d.z});
 }
 
-Batch* Target(EntityContext& ctx, const Ent& e) {
+/// The entity's layer and colour key; false when its layer is hidden.
+bool LayerAndColor(EntityContext& ctx, const Ent& e, int& layer, ColorKey& key) {
     const std::string_view layerName = e.S(8).empty() ? std::string_view("0") : e.S(8);
-    const int layer = ctx.model.LayerOf(layerName);
+    layer = ctx.model.LayerOf(layerName);
     const Layer& l = ctx.model.layers[static_cast<std::size_t>(layer)];
-    if (l.hidden && ctx.options.skipHidden) return nullptr;
-    ColorKey key;
+    if (l.hidden && ctx.options.skipHidden) return false;
     const std::int64_t aci = e.I(62, 256);
     if (const Group* tc = e.Find(420))
         key = static_cast<ColorKey>(Int(*tc)) & 0xFFFFFF;
@@ -307,7 +308,61 @@ Batch* Target(EntityContext& ctx, const Ent& e) {
         key = ctx.inBlock && l.name == "0" ? kByLayer0 : l.rgb;
     else
         key = AciColor(static_cast<int>(std::abs(aci)));
+    return true;
+}
+
+Batch* Target(EntityContext& ctx, const Ent& e) {
+    int layer;
+    ColorKey key;
+    if (!LayerAndColor(ctx, e, layer, key)) return nullptr;
     return &ctx.space->batches[{layer, key}];
+}
+
+/// TEXT and ATTRIB stand in their OCS; MTEXT in the world, turned by its x direction or angle.
+void Text(std::string_view type, const Ent& e, EntityContext& ctx) {
+    TextRef t;
+    if (!LayerAndColor(ctx, e, t.layer, t.color)) return;
+    const bool mtext = type == "MTEXT";
+    if (type == "ATTRIB" && (e.I(70, 0) & 1) != 0) return; // invisible attribute
+    std::string raw;
+    if (mtext)
+        for (const Group& g : e)
+            if (g.code == 3) raw += g.text;
+    raw += e.S(1);
+    t.caption = mtext ? PlainMText(ctx.model.Text(raw)) : PlainText(ctx.model.Text(raw));
+    double height = e.D(40, 1);
+    if (!std::isfinite(height) || height <= 0) throw Bad{e.Where(), "text height " + std::to_string(height)};
+    const Ocs ocs = MakeOcs(e.P(210, {0, 0, 1}));
+    Vec at = e.P(10), x{1, 0, 0};
+    if (mtext) {
+        const int attach = static_cast<int>(e.I(71, 1));
+        t.align = attach >= 1 && attach <= 9 ? (attach - 1) % 3 : 0;
+        t.valign = attach >= 1 && attach <= 9 ? 3 - (attach - 1) / 3 : 3;
+        // The reference says radians; the files that write it (360 for a dimension text) use degrees.
+        const double a = e.D(50, 0) * kDeg;
+        x = e.Find(11) ? e.P(11) : ocs.ToWorld({std::cos(a), std::sin(a), 0});
+    } else {
+        const std::int64_t h = e.I(72, 0);
+        const std::int64_t v = e.I(73, 0);
+        t.align = h == 1 || h == 4 ? 1 : h == 2 ? 2 : 0;
+        t.valign = h == 4 ? 2 : v >= 0 && v <= 3 ? static_cast<int>(v) : 0;
+        // The alignment point decides unless the text is left-aligned on its baseline.
+        if ((h != 0 || v != 0) && e.Find(11)) at = e.P(11);
+        at = ocs.ToWorld(at);
+        const double a = e.D(50, 0) * kDeg;
+        x = ocs.ToWorld({std::cos(a), std::sin(a), 0});
+    }
+    const double len = Length(x);
+    if (!std::isfinite(len) || len == 0) throw Bad{e.Where(), "text direction of length 0"};
+    x = x * (1 / len);
+    const Vec y = Cross(ocs.az, x);
+    height /= kCapHeight;
+    t.matrix = {x.x * height, y.x * height, ocs.az.x * height, at.x,
+                x.y * height, y.y * height, ocs.az.y * height, at.y,
+                x.z * height, y.z * height, ocs.az.z * height, at.z};
+    for (double v : t.matrix)
+        if (!std::isfinite(v)) throw Bad{e.Where(), "text placement is not finite"};
+    ctx.space->texts.push_back(std::move(t));
 }
 
 bool BuildEntity(std::string_view type, const Ent& e, EntityContext& ctx) {
@@ -317,6 +372,10 @@ bool BuildEntity(std::string_view type, const Ent& e, EntityContext& ctx) {
     }
     if (type == "HATCH") {
         BuildHatch(e, ctx);
+        return true;
+    }
+    if (type == "TEXT" || type == "MTEXT" || type == "ATTRIB") {
+        Text(type, e, ctx);
         return true;
     }
     static constexpr std::string_view kDrawn[] = {"LINE",       "POINT",  "CIRCLE", "ARC",   "ELLIPSE",

@@ -68,10 +68,26 @@ struct InsertRef {
     std::int64_t where = 0;
 };
 
+/// A drawing's text height is that of its capitals; a caption's unit is the em, whose capitals
+/// stand about this much of it in the sans faces a system offers.
+inline constexpr double kCapHeight = 0.72;
+
+/// TEXT, MTEXT or ATTRIB: a caption one em per unit on its baseline at x = 0, placed by matrix
+/// (insertion point, rotation, extrusion, and a scale that makes capitals the text height).
+struct TextRef {
+    std::string caption; ///< UTF-8, formatting codes removed
+    int layer = 0;
+    ColorKey color = 0;
+    Affine matrix = kIdentity;
+    int align = 0;  ///< 0 left, 1 centre, 2 right
+    int valign = 0; ///< where the anchor is on the lines: 0 first baseline, 1 bottom, 2 middle, 3 top
+};
+
 /// Model space, paper space or one block.
 struct Space {
     std::map<std::pair<int, ColorKey>, Batch> batches; ///< by layer index and colour
     std::vector<InsertRef> inserts;
+    std::vector<TextRef> texts;
 };
 
 struct Layer {
@@ -93,11 +109,14 @@ struct Model {
     Space model;
     std::map<std::string, Block> blocks; ///< by upper-case name
     std::string codepage;
+    bool unicode = false; ///< AC1021 or newer: strings are UTF-8 whatever the code page says
     bool haveHeaderExtents = false;
     TOrnMathVector headerMin, headerMax;
 
     /// The layer's index, made (white, visible) when the drawing never declared it.
     int LayerOf(std::string_view name);
+    /// A string of the file as UTF-8.
+    std::string Text(std::string_view raw) const;
 };
 
 std::string Upper(std::string_view s);

@@ -1,4 +1,5 @@
 #include "io/detail/DxfEntities.h"
+#include "io/detail/DxfText.h"
 
 #include <algorithm>
 #include <cctype>
@@ -80,6 +81,7 @@ private:
                 var = Upper(fGroup.text);
             } else if (var == "$ACADVER" && fGroup.code == 1) {
                 fReport.version = std::string(fGroup.text);
+                fModel.unicode = fReport.version >= "AC1021";
             } else if (var == "$INSUNITS" && fGroup.code == 70) {
                 std::int64_t u;
                 if (ToInt(fGroup, u) && u >= 0 && u <= 24) fReport.units = static_cast<int>(u);
@@ -242,6 +244,8 @@ private:
 
 } // namespace
 
+std::string Model::Text(std::string_view raw) const { return DecodeText(raw, codepage, unicode); }
+
 std::string Upper(std::string_view s) {
     std::string out(s);
     for (char& c : out)
@@ -252,7 +256,7 @@ std::string Upper(std::string_view s) {
 int Model::LayerOf(std::string_view name) {
     std::string key = Upper(name);
     if (auto it = layerIndex.find(key); it != layerIndex.end()) return it->second;
-    layers.push_back({std::string(name), 0xFFFFFF, false});
+    layers.push_back({Text(name), 0xFFFFFF, false});
     const int index = static_cast<int>(layers.size()) - 1;
     layerIndex.emplace(std::move(key), index);
     return index;
