@@ -561,7 +561,14 @@ std::string TOrnExchange::FilePath(const std::string& name) {
     // Messages show a path's slashes as they are; only the characters a message cannot hold stay escaped.
     for (std::size_t at; (at = shown.find("&#47;")) != std::string::npos;)
         shown.replace(at, 5, "/");
-    if (fFileName.empty()) return {};
+    if (fFileName.empty()) {
+        // Saved to a string, the scene would name a file that nobody writes.
+        if (fTransaction)
+            throw EOrnError("Can not save the file '" + shown +
+                            "' the scene refers to: FileName is empty, so no folder is there to hold "
+                            "it (set FileName, or save with SaveToFile)");
+        return {};
+    }
     auto refuse = [&](const std::string& why) {
         if (fLoad) Warn("the file '" + shown + "' is not read: " + why);
         return std::string();

@@ -287,3 +287,19 @@ TEST_F(SceneSave, BitmapsLoadFromSubfoldersButNotFromOutsideTheFolder) {
     }
     fs::remove(outside);
 }
+
+TEST_F(SceneSave, SavingToAStringWritesTheSideFilesInFileNamesFolderOrThrows) {
+    try {
+        exchange.SaveToString(*scene);
+        FAIL() << "a scene naming files nobody writes";
+    } catch (const EOrnError& e) {
+        EXPECT_NE(std::string(e.what()).find("'scene_1.bmp'"), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find("FileName is empty"), std::string::npos) << e.what();
+    }
+    EXPECT_TRUE(Files().empty());
+
+    exchange.SetFileName(file.string());
+    const std::string text = exchange.SaveToString(*scene);
+    EXPECT_NE(text.find("Bitmap=\"out_1.bmp\""), std::string::npos);
+    EXPECT_EQ(Files(), (std::set<std::string>{"out_1.bmp", "out_2.txt"}));
+}
