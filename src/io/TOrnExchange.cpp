@@ -7,6 +7,7 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/view/TOrnCamera.h>
 
+#include "host/detail/FileBytes.h"
 #include "host/detail/FileTransaction.h"
 #include "io/detail/ExchangeText.h"
 #include "io/detail/SceneMarkup.h"
@@ -419,17 +420,7 @@ void TOrnExchange::ObjectStep() {
 
 void TOrnExchange::LoadFromFile(TOrnNode& node, const std::string& fileName) {
     fFileName = fileName;
-    std::string text;
-    std::FILE* f = std::fopen(fileName.c_str(), "rb");
-    if (!f) throw EOrnError("Can not open " + fileName + ": " + std::strerror(errno));
-    char chunk[1 << 16];
-    std::size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, f)) > 0)
-        text.append(chunk, got);
-    const bool failed = std::ferror(f) != 0;
-    const int err = errno;
-    std::fclose(f);
-    if (failed) throw EOrnError("Can not read " + fileName + ": " + std::strerror(err));
+    std::string text = detail::ReadFileText(fileName);
     LoadFromString(node, std::move(text));
 }
 
