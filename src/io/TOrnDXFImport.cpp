@@ -4,6 +4,7 @@
 #include <orn/host/EOrnError.h>
 #include <orn/scene/TOrnNode.h>
 
+#include "host/detail/FileBytes.h"
 #include "io/detail/DxfBuild.h"
 #include "io/detail/DxfModel.h"
 
@@ -45,9 +46,8 @@ void TOrnDXFImport::SetScale(double value) {
 }
 
 void TOrnDXFImport::Execute() {
-    std::ifstream in(fFileName, std::ios::binary);
-    if (!in) throw EOrnError(fFileName + ": " + std::strerror(errno));
-    LoadFromStream(in);
+    const std::string data = detail::ReadFileText(fFileName);
+    LoadFromBuffer(data.data(), data.size());
 }
 
 void TOrnDXFImport::LoadFromStream(std::istream& stream) {

@@ -7,6 +7,7 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/view/TOrnCamera.h>
 
+#include "host/detail/FileBytes.h"
 #include "host/detail/FileTransaction.h"
 #include "io/detail/ExchangeText.h"
 #include "io/detail/SceneMarkup.h"
@@ -419,17 +420,7 @@ void TOrnExchange::ObjectStep() {
 
 void TOrnExchange::LoadFromFile(TOrnNode& node, const std::string& fileName) {
     fFileName = fileName;
-    std::string text;
-    std::FILE* f = std::fopen(fileName.c_str(), "rb");
-    if (!f) throw EOrnError("Can not open " + fileName + ": " + std::strerror(errno));
-    char chunk[1 << 16];
-    std::size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, f)) > 0)
-        text.append(chunk, got);
-    const bool failed = std::ferror(f) != 0;
-    const int err = errno;
-    std::fclose(f);
-    if (failed) throw EOrnError("Can not read " + fileName + ": " + std::strerror(err));
+    std::string text = detail::ReadFileText(fileName);
     LoadFromString(node, std::move(text));
 }
 
@@ -555,14 +546,32 @@ std::string TOrnExchange::GetFileName(const std::string& extension) {
 }
 
 std::string TOrnExchange::FilePath(const std::string& name) {
-    if (fFileName.empty() || name.empty()) return {};
+    if (name.empty()) return {};
     std::string shown;
     detail::AppendEscaped(shown, name);
-    if (name == "." || name == ".." ||
-        name.find_first_of(std::string_view("/\\\0", 3)) != std::string::npos) {
-        if (fLoad) Warn("the file '" + shown + "' is not in the scene file's folder: it is not read");
+    // Messages show a path's slashes as they are; only the characters a message cannot hold stay escaped.
+    for (std::size_t at; (at = shown.find("&#47;")) != std::string::npos;)
+        shown.replace(at, 5, "/");
+    if (fFileName.empty()) {
+        // Saved to a string, the scene would name a file that nobody writes.
+        if (fTransaction)
+            throw EOrnError("Can not save the file '" + shown +
+                            "' the scene refers to: FileName is empty, so no folder is there to hold "
+                            "it (set FileName, or save with SaveToFile)");
         return {};
     }
+    auto refuse = [&](const std::string& why) {
+        if (fLoad) Warn("the file '" + shown + "' is not read: " + why);
+        return std::string();
+    };
+    // Subfolders of the scene's folder are fine; a name that climbs out or starts elsewhere is not.
+    if (name.find_first_of(std::string_view("\\\0", 2)) != std::string::npos)
+        return refuse("its name holds a backslash or a null character");
+    if (name.front() == '/') return refuse("it is an absolute path, not one in the scene file's folder");
+    for (const auto& part : std::filesystem::path(name))
+        if (part == "..") return refuse("it leads outside the scene file's folder");
+    if (std::filesystem::path(name).filename().empty() || std::filesystem::path(name).filename() == ".")
+        return refuse("it names a folder, not a file");
     const std::filesystem::path folder = std::filesystem::path(fFileName).parent_path();
     const std::string path = folder.empty() ? name : (folder / name).string();
     if (!fLoad) return fTransaction ? fTransaction->Stage(path) : path;
@@ -581,8 +590,7 @@ std::string TOrnExchange::FilePath(const std::string& name) {
     std::string realFolder = real;
     std::free(real);
     if (realFolder.back() != '/') realFolder += '/';
-    if (realPath.compare(0, realFolder.size(), realFolder) != 0 ||
-        realPath.find('/', realFolder.size()) != std::string::npos)
+    if (realPath.compare(0, realFolder.size(), realFolder) != 0)
         return cannot("it leads outside the scene file's folder");
     struct stat st;
     if (::stat(realPath.c_str(), &st) != 0) return cannot(std::strerror(errno));

@@ -1,6 +1,8 @@
 #include <orn/host/EOrnError.h>
 #include <orn/io/TXMLParser.h>
 
+#include "host/detail/FileBytes.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -145,19 +147,7 @@ TXMLParser::TXMLParser(TComponent* owner) : TComponent(owner), fRoot(std::make_u
 TXMLParser::~TXMLParser() = default;
 
 void TXMLParser::loadFile() {
-    std::FILE* f = std::fopen(fFileName.c_str(), "rb");
-    if (!f) throw EOrnError("Cannot open file \"" + fFileName + "\": " + std::strerror(errno));
-    char chunk[65536];
-    std::size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, f)) > 0)
-        fStream.append(chunk, got);
-    const bool failed = std::ferror(f) != 0;
-    const int err = errno;
-    std::fclose(f);
-    if (failed) {
-        fStream.clear();
-        throw EOrnError("Cannot read file \"" + fFileName + "\": " + std::strerror(err));
-    }
+    fStream = detail::ReadFileText(fFileName);
 }
 
 void TXMLParser::releaseOpen() {

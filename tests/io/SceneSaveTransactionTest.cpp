@@ -253,3 +253,53 @@ TEST_F(SceneSave, FilesTheSceneCanNotReadAreWarnedAbout) {
     exchange.LoadFromFile(*new TOrnNode(&owner), file.string());
     EXPECT_TRUE(exchange.Warnings().empty());
 }
+
+TEST_F(SceneSave, BitmapsLoadFromSubfoldersButNotFromOutsideTheFolder) {
+    exchange.SaveToFile(*scene, file.string());
+    const std::string text = ReadAll(file);
+    const std::string saved = "Bitmap=\"out_1.bmp\"";
+    ASSERT_NE(text.find(saved), std::string::npos);
+    fs::create_directories(dir / "textures");
+    fs::copy_file(dir / "out_1.bmp", dir / "textures" / "wood.bmp");
+    const fs::path outside = dir.parent_path() / (dir.filename().string() + "_outside.bmp");
+    fs::copy_file(dir / "out_1.bmp", outside, fs::copy_options::overwrite_existing);
+    fs::create_symlink(outside, dir / "textures" / "link.bmp");
+
+    auto load = [&](const std::string& name) {
+        std::string changed = text;
+        changed.replace(changed.find(saved), saved.size(), "Bitmap=\"" + name + "\"");
+        WriteAll(file, changed);
+        TComponent owner(nullptr);
+        auto* node = new TOrnNode(&owner);
+        exchange.LoadFromFile(*node, file.string());
+        for (int i = 0; i < node->Count(); ++i)
+            if (auto* t = dynamic_cast<TOrnTexture*>(node->Items(i))) return t->Bitmap()->Width();
+        return -1;
+    };
+    EXPECT_EQ(load("textures/wood.bmp"), 8);
+    EXPECT_TRUE(exchange.Warnings().empty());
+    const std::string parent = "../" + outside.filename().string();
+    for (const std::string& name : {parent, outside.string(), std::string("textures/link.bmp")}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(load(name), 0);
+        ASSERT_EQ(exchange.Warnings().size(), 1u);
+        EXPECT_NE(exchange.Warnings()[0].find("'" + name + "'"), std::string::npos) << exchange.Warnings()[0];
+    }
+    fs::remove(outside);
+}
+
+TEST_F(SceneSave, SavingToAStringWritesTheSideFilesInFileNamesFolderOrThrows) {
+    try {
+        exchange.SaveToString(*scene);
+        FAIL() << "a scene naming files nobody writes";
+    } catch (const EOrnError& e) {
+        EXPECT_NE(std::string(e.what()).find("'scene_1.bmp'"), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find("FileName is empty"), std::string::npos) << e.what();
+    }
+    EXPECT_TRUE(Files().empty());
+
+    exchange.SetFileName(file.string());
+    const std::string text = exchange.SaveToString(*scene);
+    EXPECT_NE(text.find("Bitmap=\"out_1.bmp\""), std::string::npos);
+    EXPECT_EQ(Files(), (std::set<std::string>{"out_1.bmp", "out_2.txt"}));
+}

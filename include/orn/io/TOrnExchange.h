@@ -94,7 +94,9 @@ public:
     /// symbolic link has the file it points to replaced; a character device or a FIFO is written
     /// through; anything else that is not a regular file is refused.
     void SaveToFile(TOrnNode& node, const std::string& fileName);
-    /// The scene file text of node (referenced files are written beside FileName).
+    /// The scene file text of node. The files it refers to (bitmaps, point data) are written in
+    /// FileName's folder, as one transaction; with FileName empty a scene that refers to a file
+    /// throws EOrnError, since its text would name a file that does not exist.
     std::string SaveToString(TOrnNode& node);
     /// Loads fileName (which becomes FileName) into node: the node reads its keys and the items
     /// are added to it, owned by it. Reads what can be read; throws EOrnError naming the file

@@ -63,8 +63,9 @@ public:
     /// A new plain file name (no folder) with the given extension for a file that the scene refers
     /// to, unique within this save.
     virtual std::string GetFileName(const std::string& extension) = 0;
-    /// The full path of a plain file name in the scene file's folder; empty when the name would
-    /// lead outside that folder (such a reference is ignored).
+    /// The full path of a file name relative to the scene file's folder, subfolders included; empty
+    /// when the name leads outside that folder (through "..", as an absolute path, or through a
+    /// link pointing outside): such a reference is ignored.
     virtual std::string FilePath(const std::string& name) = 0;
 
     /// An enumeration written by the name of its value.

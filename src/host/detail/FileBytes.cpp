@@ -54,6 +54,18 @@ std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string
     return bytes;
 }
 
+std::string ReadFileText(const std::string& fileName) {
+    FilePtr f(std::fopen(fileName.c_str(), "rb"));
+    if (!f) IoFail("open", fileName, errno);
+    std::string text;
+    char chunk[65536];
+    std::size_t got;
+    while ((got = std::fread(chunk, 1, sizeof chunk, f.get())) > 0)
+        text.append(chunk, got);
+    if (std::ferror(f.get())) IoFail("read", fileName, errno ? errno : EIO);
+    return text;
+}
+
 void WriteFileBytes(const std::string& fileName, const std::vector<std::uint8_t>& bytes) {
     FileTransaction transaction;
     transaction.Write(fileName, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));

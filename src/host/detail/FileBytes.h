@@ -11,6 +11,9 @@ namespace orn::detail {
 /// (both checked before anything is read); throws EOrnError with the file's name and the reason.
 std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string_view magic = {},
                                         std::uint64_t maxSize = UINT64_MAX);
+/// The whole content of fileName as text; unlike ReadFileBytes it also reads a FIFO or a device
+/// to its end. Throws EOrnError "Cannot open file "NAME": REASON" (or "Cannot read ...").
+std::string ReadFileText(const std::string& fileName);
 /// Writes bytes as fileName, which is replaced only once they are all written (FileTransaction);
 /// throws EOrnError with the file's name and the reason.
 void WriteFileBytes(const std::string& fileName, const std::vector<std::uint8_t>& bytes);
