@@ -555,7 +555,7 @@ std::string TOrnExchange::FilePath(const std::string& name) {
     if (fFileName.empty()) {
         // Saved to a string, the scene would name a file that nobody writes.
         if (fTransaction)
-            throw EOrnError("Can not save the file '" + shown +
+            throw EOrnError("Cannot save the file '" + shown +
                             "' the scene refers to: FileName is empty, so no folder is there to hold "
                             "it (set FileName, or save with SaveToFile)");
         return {};
