@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <vector>
 
 using namespace orn;
@@ -117,10 +118,13 @@ TEST_F(FuncFixture, HugeGridIsRefusedBeforeAllocating) {
 }
 
 TEST_F(FuncFixture, SettersMarkForRebuildAndSetOnCalcIgnoresOtherIndices) {
-    for (auto set : {&TOrnFuncObj::SetStacks, &TOrnFuncObj::SetSlices, &TOrnFuncObj::SetOverDraw}) {
-        obj->Init();
-        (obj->*set)(4);
-        EXPECT_FALSE(obj->Initialized());
+    TOrnFuncObj& f = *obj;
+    const std::function<void()> setters[] = {[&] { f.SetStacks(4); }, [&] { f.SetSlices(4); },
+                                             [&] { f.SetOverDraw(4); }};
+    for (const auto& set : setters) {
+        f.Init();
+        set();
+        EXPECT_FALSE(f.Initialized());
     }
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 17 * 5);
