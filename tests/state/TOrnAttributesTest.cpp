@@ -229,7 +229,18 @@ TEST_F(AttributesGL, DisabledAttributesSendNothing) {
 
 namespace {
 
-class BlendPixels : public orn::test::GLTest {};
+// Each case starts a fresh frame on black and applies its attributes to flat, depth-free quads.
+class AttributePixels : public orn::test::GLTest {
+protected:
+    void Apply(TOrnAttributes& attr) {
+        view.RenderState()->BeginFrame();
+        ClearTo(0, 0, 0);
+        attr.Render(&view);
+        glDisable(GL_DEPTH_TEST);
+    }
+    TComponent form{nullptr};
+    orn::test::TestView view{&form};
+};
 
 void Quad(float x0, float y0, float x1, float y1) {
     glBegin(GL_QUADS);
@@ -242,7 +253,7 @@ void Quad(float x0, float y0, float x1, float y1) {
 
 } // namespace
 
-TEST_F(BlendPixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
+TEST_F(AttributePixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
     struct Case {
         TOrnTransparencyMode mode;
         orn::test::Rgba overlap;
@@ -253,15 +264,10 @@ TEST_F(BlendPixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
         {tmAddAlpha, {255, 0, 128, 255}}, // src·a + dst
         {tmNone, {0, 0, 255, 128}},       // no blending: the upper quad replaces
     };
-    TComponent form(nullptr);
-    TestView view(&form);
     for (const Case& c : cases) {
-        view.RenderState()->BeginFrame();
-        ClearTo(0, 0, 0);
         TOrnAttributes attr(nullptr);
         attr.SetTransparency(c.mode);
-        attr.Render(&view);
-        glDisable(GL_DEPTH_TEST);
+        Apply(attr);
         glColor4f(1, 0, 0, 1);
         Quad(-1, -1, 0.5f, 0.5f);
         glColor4f(0, 0, 1, 0.5f);
@@ -271,28 +277,17 @@ TEST_F(BlendPixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
     }
 }
 
-namespace {
-
-class CullPixels : public orn::test::GLTest {};
-
-} // namespace
-
-TEST_F(CullPixels, CullFaceHidesTheFacesItNames) {
+TEST_F(AttributePixels, CullFaceHidesTheFacesItNames) {
     struct Case {
         TOrnCullFace cull;
         bool frontShows;
         bool backShows;
     };
     const Case cases[] = {{cfNone, true, true}, {cfBack, true, false}, {cfFront, false, true}};
-    TComponent form(nullptr);
-    TestView view(&form);
     for (const Case& c : cases) {
-        view.RenderState()->BeginFrame();
-        ClearTo(0, 0, 0);
         TOrnAttributes attr(nullptr);
         attr.SetCullFace(c.cull);
-        attr.Render(&view);
-        glDisable(GL_DEPTH_TEST);
+        Apply(attr);
         glColor3f(1, 1, 1);
         Quad(-1, -1, 0, 1); // counter-clockwise: the front face, on the left
         Quad(1, -1, 0, 1);  // clockwise: the back face, on the right
