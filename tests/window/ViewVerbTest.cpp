@@ -202,7 +202,7 @@ TEST_F(ViewVerb, SwitchesControllersAndQuitsOnQ) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
-// A scene file, shown framed in examine mode.
+// A scene file, seen through its own camera, then framed in examine mode.
 class ViewVerbFile : public ViewVerb {
 protected:
     std::vector<std::string> ExtraArguments() const override {
@@ -222,9 +222,15 @@ protected:
     }
 };
 
-TEST_F(ViewVerbFile, OpensTheFileFramedAndOrbitsZoomsAndFrames) {
+TEST_F(ViewVerbFile, OpensTheFileThroughItsCameraAndOrbitsZoomsAndFrames) {
     EXPECT_NE(Output().find("demo.orngl, "), std::string::npos) << Output();
-    EXPECT_NE(Output().find("framed: "), std::string::npos) << Output();
+    EXPECT_NE(Output().find("seen through the file's camera"), std::string::npos) << Output();
+    EXPECT_EQ(Output().find("framed: "), std::string::npos) << Output();
+    std::vector<unsigned long> own;
+    ASSERT_TRUE(WaitFor([&] { return !(own = Picture()).empty(); })) << "the window cannot be read";
+    Key(XK_f);
+    ASSERT_TRUE(WaitFor([&] { return Output().find("framed: ") != std::string::npos; })) << Output();
+    EXPECT_TRUE(WaitFor([&] { return Differences(own, Picture()) > 500; }));
     // Framed, the scene fills the middle of the window.
     EXPECT_EQ(Pick(kWidth / 2, kHeight / 2).find("nothing"), std::string::npos);
     EXPECT_EQ(Pick(5, 5), "at 5,5: nothing");
