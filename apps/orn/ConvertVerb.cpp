@@ -20,7 +20,7 @@ holds. Files the scene refers to (texture bitmaps, point data) are written besid
 those files are replaced only once all of them are completely written; an OUT that is a symbolic
 link has the file it points to replaced, a device or a FIFO is written to.
 
-When IN loads incomplete (a file it refers to is missing or unreadable, an element can not be
+When IN loads incomplete (a file it refers to is missing or unreadable, an element cannot be
 read, the file ends early) the problems are listed and nothing is written: the exit status is 3.
 
 Options:

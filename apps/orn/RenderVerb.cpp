@@ -27,7 +27,7 @@ needed) and writes it to FILE. A scene file is seen through the camera it holds;
 camera through a camera of the chosen kind that frames all of its objects. FILE is replaced only
 once the image is completely written.
 
-When SCENE loads incomplete (a file it refers to is missing or unreadable, an element can not be
+When SCENE loads incomplete (a file it refers to is missing or unreadable, an element cannot be
 read, the file ends early) the problems are listed and no image is written: the exit status is 3.
 
 Options:

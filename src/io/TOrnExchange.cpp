@@ -332,9 +332,9 @@ void TOrnExchange::SaveToFile(TOrnNode& node, const std::string& fileName) {
 }
 
 void TOrnExchange::StartTag(const std::string& name) {
-    if (!detail::IsName(name)) throw EOrnError("Can not write the element '" + name + "': not a valid name");
+    if (!detail::IsName(name)) throw EOrnError("Cannot write the element '" + name + "': not a valid name");
     if (fDepth >= MaxDepth)
-        throw EOrnError("Can not save " + (fFileName.empty() ? std::string("the scene") : fFileName) +
+        throw EOrnError("Cannot save " + (fFileName.empty() ? std::string("the scene") : fFileName) +
                         ": the element '" + name + "' would nest deeper than " + std::to_string(MaxDepth) +
                         " elements, more than a scene file holds");
     ++fDepth;
@@ -350,7 +350,7 @@ void TOrnExchange::EndTag() {
 
 void TOrnExchange::PutKey(const std::string& key, std::string_view text) {
     if (fDepth <= 0) return;
-    if (!detail::IsName(key)) throw EOrnError("Can not write the key '" + key + "': not a valid name");
+    if (!detail::IsName(key)) throw EOrnError("Cannot write the key '" + key + "': not a valid name");
     Element& e = fElements[fOpen.back()];
     // A second key of the same name would make the file unreadable to XML tools, and the
     // reader takes the first anyway. Only names are compared: a value may hold anything.
@@ -423,14 +423,14 @@ void TOrnExchange::LoadFromFile(TOrnNode& node, const std::string& fileName) {
     // A file with no element in its first chunk is no scene: refused before the rest is read.
     std::string text = detail::ReadFileText(fileName, fMaxFileBytes, [&fileName](std::string_view head) {
         if (head.find('<') == std::string_view::npos)
-            throw EOrnError("Can not load " + fileName + ": not a scene file (" + describeStart(head) + ")");
+            throw EOrnError("Cannot load " + fileName + ": not a scene file (" + describeStart(head) + ")");
     });
     LoadFromString(node, std::move(text));
 }
 
 void TOrnExchange::LoadFromString(TOrnNode& node, std::string text) {
     const std::string where = fFileName.empty() ? std::string("scene text") : fFileName;
-    if (fLoad) throw EOrnError("Can not load " + where + ": a load is already running");
+    if (fLoad) throw EOrnError("Cannot load " + where + ": a load is already running");
     Load load(*this, node);
     fLoad = &load;
     struct Reset {
@@ -477,10 +477,10 @@ void TOrnExchange::LoadFromString(TOrnNode& node, std::string text) {
     try {
         load.Finish();
     } catch (const EOrnError& e) {
-        throw EOrnError("Can not load " + where + ": " + e.what());
+        throw EOrnError("Cannot load " + where + ": " + e.what());
     }
     Progress(1.0);
-    if (!load.foundRoot) throw EOrnError("Can not load " + where + ": not a scene file (" + problem + ")");
+    if (!load.foundRoot) throw EOrnError("Cannot load " + where + ": not a scene file (" + problem + ")");
 }
 
 bool TOrnExchange::Value(const std::string& key, std::string_view& value) {
@@ -582,7 +582,7 @@ std::string TOrnExchange::FilePath(const std::string& name) {
 
     // A link in the folder may lead anywhere: the file is confined where it really is.
     auto cannot = [&](const std::string& why) {
-        Warn("the file '" + shown + "' can not be read: " + why);
+        Warn("the file '" + shown + "' cannot be read: " + why);
         return std::string();
     };
     char* real = ::realpath(path.c_str(), nullptr);

@@ -19,7 +19,7 @@ constexpr TOrnPixelFormat kBitmapDescribed{40, 1, PFD_DRAW_TO_BITMAP | PFD_SUPPO
 std::unique_ptr<TBitmap> TOrnView::GetImage(int width, int height) {
     if (width < 1 || height < 1 ||
         static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4 > kMaxBitmapBytes)
-        throw EOrnError("Can not render an image of " + std::to_string(width) + " x " +
+        throw EOrnError("Cannot render an image of " + std::to_string(width) + " x " +
                         std::to_string(height) + " pixels.");
     TOrnPixelFormat request = ChoosePixelFormat(dmBitmap, fDoubleBuffer, kBitmapDescribed);
     request.Samples = fSamples;
@@ -46,7 +46,7 @@ std::unique_ptr<TBitmap> TOrnView::GetImage(int width, int height) {
         fHaveMatrices = false; // they were the bitmap's
     };
     try {
-        if (!surface->MakeCurrent()) throw EOrnError("Can not make the bitmap's OpenGL context current.");
+        if (!surface->MakeCurrent()) throw EOrnError("Cannot make the bitmap's OpenGL context current.");
         if (fCamera) InitCamera(width, height);
         fNextID = 0;
         RenderState()->BeginFrame();

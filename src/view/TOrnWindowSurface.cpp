@@ -268,9 +268,9 @@ public:
     }
 
     void Create(const TOrnPixelFormat& request, int, int, TOrnSurface*) override {
-        if (!fAdopted) throw EOrnError("Can not draw into a window: no GLFW window was given.");
+        if (!fAdopted) throw EOrnError("Cannot draw into a window: no GLFW window was given.");
         if (Adopted().contains(fAdopted))
-            throw EOrnError("Can not draw into a window that a view already draws into.");
+            throw EOrnError("Cannot draw into a window that a view already draws into.");
         fWindow = fAdopted;
         Adopted()[fWindow] = this;
         // The window was made by the application: its format is what it is, and so is its size.

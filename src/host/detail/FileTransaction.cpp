@@ -18,7 +18,7 @@ namespace orn::detail {
 namespace {
 
 [[noreturn]] void fail(const std::string& name, const std::string& reason) {
-    throw EOrnError("Can not save " + name + ": " + reason);
+    throw EOrnError("Cannot save " + name + ": " + reason);
 }
 
 [[noreturn]] void failErrno(const std::string& name, int err) {
@@ -96,7 +96,7 @@ FileTransaction::Entry& FileTransaction::Add(const std::string& fileName, bool a
     if (!exists && errno != ENOENT) failErrno(fileName, errno);
     if (exists && S_ISLNK(st.st_mode)) {
         char* real = ::realpath(fileName.c_str(), nullptr);
-        if (!real) fail(fileName, "it is a symbolic link to a file that can not be reached");
+        if (!real) fail(fileName, "it is a symbolic link to a file that cannot be reached");
         e.target = real;
         std::free(real);
         exists = ::stat(e.target.c_str(), &st) == 0;
