@@ -23,28 +23,23 @@ struct PolygonFixture : ::testing::Test {
 
 } // namespace
 
-TEST_F(PolygonFixture, BuildsAnOutlineOfEveryPointInPoolOrder) {
+TEST_F(PolygonFixture, BuildsAnOutlineInPoolOrderWhoseTypeFilledAndClosedSwitchAtOnce) {
     Square();
     EXPECT_EQ(poly->Count(), 0); // no outline before the first build
     poly->Init();
     ASSERT_EQ(poly->PrimitiveCount(), 1);
-    EXPECT_EQ(poly->Primitive(0)->Type(), static_cast<GLenum>(GL_POLYGON));
     EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3}));
     EXPECT_TRUE(poly->Points()->GetFlag(2, 0));
     EXPECT_EQ(poly->Points()->GetVector(1, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
-}
-
-TEST_F(PolygonFixture, FilledWinsOverClosedAndSwitchesAtOnce) {
-    Square();
-    poly->Init();
-    poly->SetFilled(false);
-    poly->SetClosed(false);
-    EXPECT_EQ(poly->Primitive(0)->Type(), static_cast<GLenum>(GL_LINE_STRIP));
-    poly->SetClosed(true);
-    EXPECT_EQ(poly->Primitive(0)->Type(), static_cast<GLenum>(GL_LINE_LOOP));
-    poly->SetClosed(false);
-    poly->SetFilled(true);
-    EXPECT_EQ(poly->Primitive(0)->Type(), static_cast<GLenum>(GL_POLYGON));
+    const std::tuple<bool, bool, GLenum> cases[] = {{true, false, GL_POLYGON},
+                                                    {false, false, GL_LINE_STRIP},
+                                                    {false, true, GL_LINE_LOOP},
+                                                    {true, true, GL_POLYGON}}; // filled wins
+    for (auto [filled, closed, type] : cases) {
+        poly->SetFilled(filled);
+        poly->SetClosed(closed);
+        EXPECT_EQ(poly->Primitive(0)->Type(), type) << filled << closed;
+    }
     EXPECT_TRUE(poly->Initialized()); // no rebuild needed
 }
 
@@ -62,24 +57,19 @@ TEST_F(PolygonFixture, InsertAndDeleteActOnTheOutlineButTheRebuildFollowsPoolOrd
     EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}));
 }
 
-TEST_F(PolygonFixture, InitClearPointsDiscardsThePointsAtARebuild) {
-    Square();
-    poly->SetInitClearPoints(true);
-    poly->Init();
-    EXPECT_EQ(poly->Points()->Count(), 0);
-    EXPECT_EQ(poly->Count(), 0);
-}
-
-TEST_F(PolygonFixture, OnConstructFillsTheOutlineInstead) {
+TEST_F(PolygonFixture, OnConstructFillsTheOutlineInsteadAndInitClearPointsDiscardsThePoints) {
     Square();
     poly->OnConstruct = [this](TObject* sender) {
-        EXPECT_EQ(sender, poly);
         for (std::uint32_t i : {3, 2, 1, 0})
-            poly->AddIndex(i, 0);
+            poly->AddIndex(i, sender == poly ? 0 : 1);
     };
     poly->Init();
     EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{3, 2, 1, 0}));
     EXPECT_EQ(poly->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, -1}));
+    poly->OnConstruct = nullptr;
+    poly->SetInitClearPoints(true);
+    poly->Init();
+    EXPECT_EQ(poly->Points()->Count() + poly->Count(), 0);
 }
 
 TEST_F(PolygonFixture, AddValuesUsesTheNormalPropertyAndTexture) {

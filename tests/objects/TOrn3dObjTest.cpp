@@ -33,8 +33,6 @@ void ExpectNear(const TOrnMathVector& a, const TOrnMathVector& b, double eps = 1
 
 } // namespace
 
-// --- rotation --------------------------------------------------------------------------------
-
 TEST(RotObj, ColumnsRotateTheProfileAboutZFromTheStartOverTheSweep) {
     TComponent form(nullptr);
     auto* rot = new TOrnRotObj(&form);
@@ -45,7 +43,7 @@ TEST(RotObj, ColumnsRotateTheProfileAboutZFromTheStartOverTheSweep) {
     ExpectNear(rot->CalcXY({2, 0, 5}, 0.5), {0, -2, 5});
 }
 
-TEST(RotObj, HalfSweepBuildsHalfASurfaceOpenAlongTheXZPlane) {
+TEST(RotObj, HalfSweepBuildsHalfASurfaceAndBadAnglesAreIgnored) {
     TComponent form(nullptr);
     auto* rot = new TOrnRotObj(&form);
     rot->SetRotSweepAngle(180);
@@ -54,29 +52,18 @@ TEST(RotObj, HalfSweepBuildsHalfASurfaceOpenAlongTheXZPlane) {
     for (int i = 0; i < rot->Points()->Count(); ++i)
         EXPECT_GE(rot->Points()->GetVector(i, daVertex).x, -1e-12);
     ExpectNear(rot->Points()->GetVector(10, daVertex), {0, -1, 0});
-}
-
-TEST(RotObj, NegativeAnglesAndUnknownIndicesAreIgnored) {
-    TComponent form(nullptr);
-    auto* rot = new TOrnRotObj(&form);
     for (int index = 0; index < 4; ++index) {
         rot->setangle(index, 45);
         rot->setangle(index, -1);
     }
     rot->setangle(4, 10);
     rot->setangle(0, std::nanf(""));
-    EXPECT_EQ(rot->RotStartAngle(), 45);
-    EXPECT_EQ(rot->RotSweepAngle(), 45);
-    EXPECT_EQ(rot->FuncStartAngle(), 45);
-    EXPECT_EQ(rot->FuncSweepAngle(), 45);
+    for (float angle :
+         {rot->RotStartAngle(), rot->RotSweepAngle(), rot->FuncStartAngle(), rot->FuncSweepAngle()})
+        EXPECT_EQ(angle, 45);
 }
 
-// --- sphere ----------------------------------------------------------------------------------
-
 TEST_F(RotFixture, DefaultIsAnUncappedUnitSphereFromSouthToNorthPole) {
-    EXPECT_EQ(obj->ObjArt(), TOrn3dObjects::Sphere);
-    EXPECT_EQ(obj->Closed(), TOrnClosed::None);
-    EXPECT_EQ(obj->OverDraw(), 1);
     obj->Init();
     ASSERT_EQ(obj->Points()->Count(), 121);
     EXPECT_EQ(obj->PrimitiveCount(), 10);
@@ -92,11 +79,8 @@ TEST_F(RotFixture, DefaultIsAnUncappedUnitSphereFromSouthToNorthPole) {
             EXPECT_GT(OrnMathDotProduct(p, n), 0.9) << row << " " << col;
             EXPECT_NEAR(Length(n), 1.0, 1e-9);
         }
-}
-
-TEST_F(RotFixture, SphereHeightStretchesAcrossAndRadiusAlongTheAxis) {
-    obj->SetHeight(2);
-    obj->SetRadius(3.0f);
+    obj->SetHeight(2);    // across the axis
+    obj->SetRadius(3.0f); // along it
     obj->Init();
     ExpectNear(pos(5, 0), {0, 2, 0});
     ExpectNear(pos(10, 0), {0, 0, 3});
@@ -114,8 +98,6 @@ TEST_F(RotFixture, HalfSphereWithBottomCapClosesAtTheEquator) {
     ExpectNear(pos(10, 0), {0, 1, 0}, 1e-12);
     ExpectNear(pos(20, 0), {0, 0, 1}, 1e-12);
 }
-
-// --- cylinder --------------------------------------------------------------------------------
 
 TEST_F(RotFixture, CylinderClosedTopBottomHas31RowsWithTheDiscsWhereTheyBelong) {
     obj->SetObjArt(TOrn3dObjects::Cylinder);
@@ -181,8 +163,6 @@ TEST_F(RotFixture, TopCapOnlyStartsWithTheWallAndEndsAtTheAxis) {
     EXPECT_NEAR(pos(20, 0).z, 0.5, 1e-12);
 }
 
-// --- torus -----------------------------------------------------------------------------------
-
 TEST_F(RotFixture, TorusIsARingOfRadiusWithTubeHalfWidthsTopRadiusAndHeight) {
     obj->SetObjArt(TOrn3dObjects::Torus);
     obj->SetRadius(3.0f);
@@ -202,58 +182,43 @@ TEST_F(RotFixture, TorusIsARingOfRadiusWithTubeHalfWidthsTopRadiusAndHeight) {
     EXPECT_GT(n.z, 0); // from the rows of psi 0 and 36 degrees: leaning upwards
 }
 
-// --- texture mode while generating -----------------------------------------------------------
-
 TEST_F(RotFixture, TextureModeFollowsTheProfileOnlyWhenTextured) {
     obj->SetObjArt(TOrn3dObjects::Cylinder);
     obj->Init();
     EXPECT_EQ(obj->TextureFlags()->Mode(), txStandard); // not textured: untouched
-
     obj->SetTextured(true);
     obj->SetRadius(1.5f);
     obj->TextureFlags()->SetShiftX(0.25);
     obj->Init();
     const TOrnTextureFlags& f = *obj->TextureFlags();
     EXPECT_EQ(f.Mode(), txLinearXY);
-    EXPECT_EQ(f.ScaleX(), 3);
-    EXPECT_EQ(f.ScaleY(), 3);
-    EXPECT_EQ(f.ShiftY(), 1.5);
-    EXPECT_EQ(f.ShiftX(), 0.25); // kept
+    EXPECT_EQ(std::vector<double>({f.ScaleX(), f.ScaleY(), f.ShiftX(), f.ShiftY()}),
+              std::vector<double>({3, 3, 0.25, 1.5})); // the shift of s kept
     // The rule has been applied to the points: s = x × ScaleX + ShiftX.
-    const TOrnMathVector p = pos(3, 2);
-    EXPECT_NEAR(obj->Points()->GetVector(3 * 11 + 2, daTexture).x, p.x * 3 + 0.25, 1e-12);
-
+    EXPECT_NEAR(obj->Points()->GetVector(3 * 11 + 2, daTexture).x, pos(3, 2).x * 3 + 0.25, 1e-12);
     obj->SetObjArt(TOrn3dObjects::Torus);
     obj->Init();
-    EXPECT_EQ(f.Mode(), txStandard);
-    EXPECT_EQ(f.ScaleX(), 1);
-    EXPECT_EQ(f.ShiftY(), 0);
-}
+    EXPECT_EQ(std::vector<double>({f.ScaleX(), f.ShiftY(), double(f.Mode())}),
+              std::vector<double>({1, 0, txStandard}));
 
-TEST_F(RotFixture, TexturedSphereTurnsLinearOnlyOnceACapPointIsComputed) {
-    obj->SetTextured(true);
+    obj->SetObjArt(TOrn3dObjects::Sphere); // linear only once a cap point is computed
     obj->Init();
-    EXPECT_EQ(obj->TextureFlags()->Mode(), txStandard);
+    EXPECT_EQ(f.Mode(), txStandard);
     obj->SetClosed(TOrnClosed::Top);
     obj->Init();
-    EXPECT_EQ(obj->TextureFlags()->Mode(), txLinearXY);
-}
+    EXPECT_EQ(f.Mode(), txLinearXY);
 
-TEST_F(RotFixture, SetTexModeLinearZAndOtherModes) {
-    obj->SetTextured(true);
     obj->SetHeight(4);
     obj->SetTexMode(txLinearZ);
-    EXPECT_EQ(obj->TextureFlags()->ScaleY(), 4);
-    EXPECT_EQ(obj->TextureFlags()->ScaleX(), 0);
+    EXPECT_EQ(f.ScaleY(), 4);
+    EXPECT_EQ(f.ScaleX(), 0);
     obj->TextureFlags()->SetScaleX(7);
     obj->SetTexMode(txSphereZ);
-    EXPECT_EQ(obj->TextureFlags()->Mode(), txSphereZ);
-    EXPECT_EQ(obj->TextureFlags()->ScaleX(), 7);
+    EXPECT_EQ(f.Mode(), txSphereZ);
+    EXPECT_EQ(f.ScaleX(), 7);
 }
 
-// --- settings --------------------------------------------------------------------------------
-
-TEST_F(RotFixture, SlicesOrStacksOfZeroBuildNothing) {
+TEST_F(RotFixture, SlicesOrStacksOfZeroBuildNothingAndRadiiGoByIndex) {
     obj->SetSlices(0);
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 0);
@@ -263,9 +228,6 @@ TEST_F(RotFixture, SlicesOrStacksOfZeroBuildNothing) {
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 0);
     EXPECT_EQ(obj->PrimitiveCount(), 0);
-}
-
-TEST_F(RotFixture, SetRadiusByIndex) {
     obj->SetRadius(0, 2);
     obj->SetRadius(1, 3);
     obj->SetRadius(2, 9);

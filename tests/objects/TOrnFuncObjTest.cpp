@@ -45,8 +45,6 @@ void ExpectNear(const TOrnMathVector& a, const TOrnMathVector& b, double eps = 1
 
 } // namespace
 
-// --- the grid --------------------------------------------------------------------------------
-
 TEST_F(FuncFixture, DefaultsGive121PointsAndTenStripsOf22) {
     Plane();
     obj->Init();
@@ -90,51 +88,29 @@ TEST_F(FuncFixture, RowFunctionIsChainedFromItsOwnStart) {
     EXPECT_EQ(pos(4).z, 4);
 }
 
-TEST_F(FuncFixture, StacksOrSlicesOfZeroOrBelowBuildAnEmptyObject) {
+TEST_F(FuncFixture, EmptyOneRowAndHugeGrids) {
     Plane();
     for (auto [stacks, slices] : {std::pair{0, 10}, {10, 0}, {-3, 10}, {10, -1}}) {
         obj->SetStacks(stacks);
         obj->SetSlices(slices);
         obj->Init();
-        EXPECT_EQ(obj->Points()->Count(), 0) << stacks << " " << slices;
-        EXPECT_EQ(obj->PrimitiveCount(), 0);
+        EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0) << stacks << " " << slices;
         EXPECT_TRUE(obj->Initialized());
     }
     EXPECT_EQ(obj->CalcNormal(0, 0, 0, 10), (TOrnMathVector{0, 0, 0}));
-}
-
-TEST_F(FuncFixture, OverDrawZeroBuildsOneRowAndNoStrip) {
-    Plane();
-    obj->SetOverDraw(0);
+    obj->SetStacks(10);
+    obj->SetSlices(10);
+    obj->SetOverDraw(0); // one row, no strip
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 11);
     EXPECT_EQ(obj->PrimitiveCount(), 0);
-}
-
-TEST_F(FuncFixture, HugeGridIsRefusedBeforeAllocating) {
+    obj->SetOnCalc(2, [](const TOrnMathVector&, double) { return TOrnMathVector{1, 1, 1}; });
+    EXPECT_TRUE(obj->Initialized()); // no third function
+    obj->SetOverDraw(1);
     obj->SetStacks(1 << 20);
     obj->SetSlices(1 << 20);
-    EXPECT_THROW(obj->Init(), EOrnError);
+    EXPECT_THROW(obj->Init(), EOrnError); // refused before allocating
 }
-
-TEST_F(FuncFixture, SettersMarkForRebuildAndSetOnCalcIgnoresOtherIndices) {
-    TOrnFuncObj& f = *obj;
-    const std::function<void()> setters[] = {[&] { f.SetStacks(4); }, [&] { f.SetSlices(4); },
-                                             [&] { f.SetOverDraw(4); }};
-    for (const auto& set : setters) {
-        f.Init();
-        set();
-        EXPECT_FALSE(f.Initialized());
-    }
-    obj->Init();
-    EXPECT_EQ(obj->Points()->Count(), 17 * 5);
-    obj->SetOnCalc(2, [](const TOrnMathVector&, double) { return TOrnMathVector{1, 1, 1}; });
-    EXPECT_TRUE(obj->Initialized());
-    EXPECT_FALSE(obj->OnCalcXY);
-    EXPECT_FALSE(obj->OnCalcZ);
-}
-
-// --- texture coordinates ---------------------------------------------------------------------
 
 TEST_F(FuncFixture, StandardTextureRunsBackwardsAcrossColumnsAndFromOneStackOn) {
     Plane();
@@ -157,8 +133,6 @@ TEST_F(FuncFixture, OtherTextureModesTakeTheRuleInstead) {
     ExpectNear(tex(2 * 11 + 5), {0.5 * 3, 0.2, 0});
     EXPECT_EQ(obj->TextureIt({1, 2, 3}, 0.5, 0.5), (TOrnMathVector{0, 0, 0}));
 }
-
-// --- normals ---------------------------------------------------------------------------------
 
 TEST_F(FuncFixture, NormalsComeFromTheFunctionsNotFromThePoints) {
     Plane();
@@ -191,39 +165,22 @@ TEST_F(FuncFixture, NormalRowFunctionStartsFromZeroZeroOne) {
     EXPECT_DOUBLE_EQ(calls[1].second, 0.9);
 }
 
-TEST_F(FuncFixture, SingleRowBandEvaluatesTheRowFunctionAtMinusOneStack) {
-    std::vector<double> ts;
-    obj->SetOnCalc(1, [&](const TOrnMathVector& v, double t) {
-        ts.push_back(t);
-        return v;
-    });
+TEST_F(FuncFixture, ASingleRowBandAndTheLastColumnLookBackwards) {
+    std::vector<double> rows, cols;
+    obj->SetOnCalc(1, [&](const TOrnMathVector& v, double t) { return rows.push_back(t), v; });
+    obj->SetOnCalc(0, [&](const TOrnMathVector& v, double t) { return cols.push_back(t), v; });
     obj->SetStacks(1);
-    obj->CalcNormal(0, 1, 0, 10);
-    EXPECT_EQ(ts, (std::vector<double>{-1, 0}));
-}
-
-TEST_F(FuncFixture, LastColumnFallsBackToTheColumnBefore) {
-    std::vector<double> ts;
-    obj->SetOnCalc(0, [&](const TOrnMathVector& v, double t) {
-        ts.push_back(t);
-        return v;
-    });
-    obj->CalcNormal(0, 10, 10, 10);
-    EXPECT_EQ(ts, (std::vector<double>{1.0, 0.9, 1.0}));
+    obj->CalcNormal(0, 1, 10, 10);
+    EXPECT_EQ(rows, (std::vector<double>{-1, 0}));
+    EXPECT_EQ(cols, (std::vector<double>{1.0, 0.9, 1.0}));
 }
 
 TEST(FuncConnect, ConnectModesWrapRowAndColumnIndices) {
     TComponent form(nullptr);
     auto* obj = new ConnectedFuncObj(&form);
     std::vector<double> rows, cols;
-    obj->SetOnCalc(1, [&](const TOrnMathVector& v, double t) {
-        rows.push_back(t);
-        return v;
-    });
-    obj->SetOnCalc(0, [&](const TOrnMathVector& v, double t) {
-        cols.push_back(t);
-        return v;
-    });
+    obj->SetOnCalc(1, [&](const TOrnMathVector& v, double t) { return rows.push_back(t), v; });
+    obj->SetOnCalc(0, [&](const TOrnMathVector& v, double t) { return cols.push_back(t), v; });
     obj->SetConnectMode(cmConnectBoth);
     obj->CalcNormal(9, 10, 9, 10);
     EXPECT_EQ(rows, (std::vector<double>{0.9, 0.0}));
@@ -237,21 +194,17 @@ TEST(FuncConnect, ConnectModesWrapRowAndColumnIndices) {
     EXPECT_EQ(cols, (std::vector<double>{0.0, 0.9, 0.0}));
 }
 
-// --- rendering -------------------------------------------------------------------------------
+class FuncRender : public orn::test::GLTest {};
 
-class FuncRender : public orn::test::GLTest {
-protected:
+TEST_F(FuncRender, AnObjectWithoutEventsRendersAndLeavesTheClientStackBalanced) {
     TComponent form{nullptr};
-    orn::test::TestView* view = new orn::test::TestView(&form);
-};
-
-TEST_F(FuncRender, ObjectWithoutEventsRendersWithoutError) {
+    auto* view = new orn::test::TestView(&form);
     auto* obj = new TOrnFuncObj(&form);
     GLint depth = 0, after = 0;
     glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &depth);
     obj->Render(view);
-    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-    EXPECT_TRUE(obj->Initialized());
     glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &after);
     EXPECT_EQ(after, depth);
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_EQ(obj->Points()->Count(), 121);
 }
