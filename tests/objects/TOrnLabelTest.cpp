@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 using namespace orn;
 using orn::test::Image;
@@ -102,6 +103,20 @@ TEST(TOrnLabel, SizeSetDirectlyHoldsUntilTheFontChanges) {
     EXPECT_EQ(f.label->Width(), extent.cx);
     f.label->SetSize(0, -5);
     EXPECT_EQ(f.label->Width(), 0);
+}
+
+TEST(TOrnLabel, EveryChangeOfWhatItShowsAsksForANewBitmap) {
+    Form f;
+    const std::vector<std::function<void()>> changes = {
+        [&] { f.label->SetCaption("x"); },          [&] { f.label->Font()->SetColor(clBlue); },
+        [&] { f.label->Color()->SetColor(clRed); }, [&] { f.label->Color()->SetAlpha(0.5f); },
+        [&] { f.label->SetSize(0, 10); },           [&] { f.label->SetSize(1, 10); },
+        [&] { f.label->Font()->SetAlpha(0.5f); }};
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        f.label->Init();
+        changes[i]();
+        EXPECT_FALSE(f.label->Initialized()) << i;
+    }
 }
 
 TEST(TOrnLabel, InDesignOrWithoutItsTextureItDrawsNothing) {

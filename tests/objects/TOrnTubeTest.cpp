@@ -183,17 +183,13 @@ TEST_F(TubeFixture, EditingThePath) {
     EXPECT_EQ(tube->Slices(), 12);
 }
 
-TEST_F(TubeFixture, PathRoundTripsThroughTheExchangeAndADamagedOneIsIgnored) {
+TEST_F(TubeFixture, PathIsWrittenAsItsPointsAndRadiiAndADamagedOneIsIgnored) {
     tube->Add({1, 2, 3}, 0.5);
     tube->Add({4, 5, 6.25});
     test::MemoryExchange ex;
     ex.Save(*tube);
     EXPECT_EQ(*ex.root.Find("Points"), "1,2,3,0.5;4,5,6.25,-1");
-    auto* other = new TOrnTube(&form);
-    ex.Load(*other);
-    ASSERT_EQ(other->Count(), 2);
-    EXPECT_EQ(other->PathPoint(1), (TOrnMathVector{4, 5, 6.25}));
     ex.Set("Points", "1,2,x");
-    ex.Load(*other);
-    EXPECT_EQ(other->Count(), 2);
+    ex.Load(*tube);
+    EXPECT_EQ(tube->Count(), 2);
 }
