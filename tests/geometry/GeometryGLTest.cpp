@@ -26,11 +26,9 @@ public:
     using TOrnPrimitiveObj::SetTextureRef;
     using TOrnPrimitiveObj::TOrnPrimitiveObj;
     std::vector<GLenum> types;
-    int builds = 0;
 
 protected:
     void InitPoints() override {
-        ++builds;
         for (int i = 0; i < 3; ++i)
             fPoints->Add({double(i), 0, 0}, {0, 0, 1}, {});
     }
@@ -110,16 +108,6 @@ TEST_F(GeometryDrawing, NamesPerListOnlyInTheNamingModes) {
         EXPECT_EQ(view->names, (std::vector<std::pair<TObject*, int>>{{obj, -1}, {obj, 0}, {obj, 2}}))
             << mode;
     }
-}
-
-TEST_F(GeometryDrawing, BuildsLazilyOnceUntilAShapeChanges) {
-    obj->types = {GL_TRIANGLES};
-    obj->Render(view);
-    obj->Render(view);
-    EXPECT_EQ(obj->builds, 1);
-    obj->TextureFlags()->SetMode(txLinearX);
-    obj->Render(view);
-    EXPECT_EQ(obj->builds, 2);
 }
 
 TEST_F(GeometryDrawing, TexturedListsBindTheirTextureAndEnableTexturing) {

@@ -160,6 +160,13 @@ TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
     const Walls o = WallsOf(Built("O"));
     ASSERT_GT(o.quads, 16);
     EXPECT_GT(o.bent, o.quads * 9 / 10);
+    Built coarse("O"); // edges turning by some 30 degrees are a curve, by 45 degrees corners
+    for (auto [detail, smooth] : {std::pair{0.02, true}, {0.04, false}}) {
+        coarse.text->SetDetail(detail);
+        coarse.text->Init();
+        const Walls c = WallsOf(coarse);
+        EXPECT_EQ(c.bent == c.quads, smooth) << detail << ": " << c.bent << " of " << c.quads;
+    }
     for (const auto& [place, normals] : o.normalsAt) {
         ASSERT_EQ(normals.size(), 2u) << place.first << ", " << place.second;
         EXPECT_NEAR(normals[0].z, 0, 1e-12);
