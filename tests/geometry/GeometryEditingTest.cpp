@@ -74,25 +74,34 @@ TEST_F(EditFixture, WeldingCountsCoincidentPointsAsOne) {
     EXPECT_EQ(OpenEdges(true), 4);
 }
 
-TEST_F(EditFixture, ExtrudingAFaceAlongItsNormalMakesAClosedOutwardSolid) {
+TEST_F(EditFixture, ExtrudingMakesClosedOutwardSolidsOrOpenTubes) {
     Square();
-    obj->Extrude(2, 3, true);
+    obj->Extrude(2, 3, true); // along the faces' normal
     EXPECT_EQ(OpenEdges(), 0);
-    for (int i = 0; i < obj->Points()->Count(); ++i) {
-        const TOrnMathVector p = obj->Points()->GetVector(i, daVertex);
-        EXPECT_TRUE(p.z >= 0 && p.z <= 2) << i;
-    }
+    for (int i = 0; i < obj->Points()->Count(); ++i)
+        EXPECT_TRUE(obj->Points()->GetVector(i, daVertex).z >= 0 &&
+                    obj->Points()->GetVector(i, daVertex).z <= 2);
     expectFacesOutward(*obj, {0.5, 0.5, 1});
-}
 
-TEST_F(EditFixture, ExtrudingAgainstTheNormalKeepsEveryFaceOutward) {
+    auto* against = new TOrnCustomObj(&form);
+    std::swap(obj, against);
     Square();
     obj->ExtrudeByVec({0, 0, -1}, 1, true);
     EXPECT_EQ(OpenEdges(), 0);
     expectFacesOutward(*obj, {0.5, 0.5, -0.5});
+
+    TOrnRectangle r(&form);
+    r.SetDetX(2);
+    r.Init();
+    r.Extrude(1, 1, true);
+    std::vector<T2DIntPoint> edges;
+    int count = -1;
+    r.GetOpenEdges(edges, count, true);
+    EXPECT_EQ(count, 0);
+    expectFacesOutward(r, {0, 0.5, 0.5});
 }
 
-TEST_F(EditFixture, ExtrudingWithoutCapsLeavesATubeOpenAtBothEnds) {
+TEST_F(EditFixture, ExtrudingWithoutCapsLeavesATubeWithTextureAlongTheSweep) {
     Square();
     obj->ExtrudeByVec({0, 0, 1}, 2, false, true);
     EXPECT_EQ(OpenEdges(), 8);
@@ -107,27 +116,14 @@ TEST_F(EditFixture, ExtrudingWithoutCapsLeavesATubeOpenAtBothEnds) {
         top += p.z == 1;
     }
     EXPECT_EQ(top, 8);
-}
-
-TEST_F(EditFixture, ExtrudePrimitiveObjChoosesSidesAndCapsOneByOne) {
+    obj->DeletePrimitiveArray(0, obj->PrimitiveCount());
+    obj->Points()->SetCount(0);
     Square();
     obj->ExtrudePrimitiveObj(3, 1, false, true, true, {0, 0, 5}, false);
     EXPECT_EQ(obj->PrimitiveCount(), 2); // the original and its moved copy, no walls
     EXPECT_EQ(obj->Points()->GetVector(obj->Points()->Count() - 1, daVertex).z, 3);
     obj->ExtrudePrimitiveObj(1, 1, true, true, true, {0, 0, 0}, false); // no direction: nothing
     EXPECT_EQ(obj->PrimitiveCount(), 2);
-}
-
-TEST_F(EditFixture, ExtrudingARectangleStripGivesABox) {
-    TOrnRectangle r(&form);
-    r.SetDetX(2);
-    r.Init();
-    r.Extrude(1, 1, true);
-    std::vector<T2DIntPoint> edges;
-    int count = -1;
-    r.GetOpenEdges(edges, count, true);
-    EXPECT_EQ(count, 0);
-    expectFacesOutward(r, {0, 0.5, 0.5});
 }
 
 TEST_F(EditFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdge) {
@@ -152,7 +148,7 @@ TEST_F(EditFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdge) {
     EXPECT_DOUBLE_EQ(area, 1);
 }
 
-TEST_F(EditFixture, SplitTriangleIgnoresWhatIsNotATriangle) {
+TEST_F(EditFixture, SplitTriangleIgnoresWhatIsNotATriangleAndNearPointTakesTheClosest) {
     obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     obj->SplitTriangle(0, 0);
     Square();
@@ -161,36 +157,19 @@ TEST_F(EditFixture, SplitTriangleIgnoresWhatIsNotATriangle) {
     obj->SplitTriangle(5, 0);
     EXPECT_EQ(obj->Points()->Count(), 4);
     EXPECT_EQ(Entries(obj->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3}));
-}
-
-TEST_F(EditFixture, NearPointIsTheClosestByPlainDistance) {
-    std::mt19937 rng(9);
-    std::uniform_real_distribution<double> u(-1, 1);
-    for (int i = 0; i < 200; ++i)
-        obj->Points()->Add({u(rng), u(rng), u(rng)}, {}, {});
-    const int l = obj->AddPrimitiveArray(GL_POINTS);
-    for (std::uint32_t i = 0; i < 200; i += 7)
-        obj->AddIndex(i, l);
-    for (int q = 0; q < 50; ++q) {
-        const TOrnMathVector v{u(rng), u(rng), u(rng)};
-        int best = 0, bestInList = 0;
-        for (int i = 0; i < 200; ++i) {
-            const double d = OrnMathVectorDist(obj->Points()->GetVector(i, daVertex), v);
-            if (d < OrnMathVectorDist(obj->Points()->GetVector(best, daVertex), v)) best = i;
-            if (i % 7 == 0 && d < OrnMathVectorDist(obj->Points()->GetVector(bestInList, daVertex), v))
-                bestInList = i;
-        }
-        EXPECT_EQ(obj->getNearPoint(-1, v), best);
-        EXPECT_EQ(obj->getNearPoint(l, v), bestInList);
-    }
+    obj->Points()->Add({0.9, 0.2, 0}, {}, {}); // 4, in no list
+    EXPECT_EQ(obj->getNearPoint(-1, {0.8, 0.3, 0}), 4);
+    EXPECT_EQ(obj->getNearPoint(-1, {0.8, 0.8, 0}), 2);
+    EXPECT_EQ(obj->getNearPoint(1, {0.8, 0.3, 0}), 1); // within the triangles
+    EXPECT_EQ(obj->getNearPoint(0, {0.1, 0.9, 5}), 3);
     EXPECT_EQ(obj->getNearPoint(3, {}), -1);
 }
 
 TEST_F(EditFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
     TOrnRectangle r(&form);
-    r.SetDetX(4);
+    r.SetDetX(8);
     r.Init();
-    r.SetRelief([](double s, double) { return s; }, 2, 0.5f, 2);
+    r.SetRelief([](double s, double) { return s; }, 2, 0.5f, 2); // height 0.5 + 2 × s²
     for (int i = 0; i < r.Points()->Count(); ++i) {
         const double s = r.Points()->GetVector(i, daTexture).x;
         EXPECT_DOUBLE_EQ(r.Points()->GetVector(i, daVertex).y, 0.5 + 2 * s * s) << i;
@@ -198,31 +177,21 @@ TEST_F(EditFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
     r.Init();
     r.SetRelief([](double, double) { return 7.0; }, 1, 0, 0); // brightness clamped to 1, gamma 1
     EXPECT_DOUBLE_EQ(r.Points()->GetVector(3, daVertex).y, 1);
-}
 
-TEST_F(EditFixture, ReliefBitmapSamplesBrightnessAtTheTextureCoordinate) {
-    // Left half black, right half white; t runs up, so the bottom row is t = 0.
+    // A bitmap: left half black, right half white, sampled at each point's texture coordinate.
     TBitmap bitmap(4, 2);
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 4; ++x)
             bitmap.SetPixel(x, y, x < 2 ? clBlack : clWhite);
-    TOrnRectangle r(&form);
-    r.SetDetX(8);
     r.Init();
     r.SetReliefBitmap(&bitmap, 1, 0, 1);
     for (int i = 0; i < r.Points()->Count(); ++i) {
         const double s = r.Points()->GetVector(i, daTexture).x, y = r.Points()->GetVector(i, daVertex).y;
-        if (s > 0.2 && s < 0.3) {
-            EXPECT_DOUBLE_EQ(y, 0) << i; // inside the black half
-        } else if (s > 0.6 && s < 0.9) {
-            EXPECT_DOUBLE_EQ(y, 1) << i; // inside the white half
-        } else if (s == 0.5) {
-            EXPECT_DOUBLE_EQ(y, 0.5) << i; // on the border: between
-        }
+        EXPECT_EQ(y, s > 0.2 && s < 0.3 ? 0 : s > 0.6 && s < 0.9 ? 1 : s == 0.5 ? 0.5 : y) << "s " << s;
     }
-    const double before = r.Points()->GetVector(0, daVertex).y;
-    r.SetReliefBitmap(nullptr, 1, 1, 1);
+    const double before = r.Points()->GetVector(8, daVertex).y;
     TBitmap empty;
+    r.SetReliefBitmap(nullptr, 1, 1, 1);
     r.SetReliefBitmap(&empty, 1, 1, 1);
-    EXPECT_EQ(r.Points()->GetVector(0, daVertex).y, before);
+    EXPECT_EQ(r.Points()->GetVector(8, daVertex).y, before);
 }

@@ -1,11 +1,11 @@
 #include "geometry/GeometryTestSupport.h"
+#include "support/MemoryExchange.h"
 
 #include <orn/geometry/TOrnCustomObj.h>
+#include <orn/geometry/TOrnPolygon.h>
 #include <orn/host/EOrnError.h>
 
 #include <gtest/gtest.h>
-
-#include <random>
 
 using namespace orn;
 using orn::test::Entries;
@@ -16,24 +16,6 @@ struct CustomFixture : ::testing::Test {
     TComponent form{nullptr};
     TOrnCustomObj* obj = new TOrnCustomObj(&form);
 };
-
-/// The welding rule as a plain scan from the top of the pool down: the index to reuse, or −1.
-int scanWeld(const TOrnPrimitivePoints& pool, const TOrnMathVector& v) {
-    for (int i = pool.Count() - 1; i >= 0; --i) {
-        if (pool.GetFlag(i, 2)) return -1;
-        const TOrnMathVector p = pool.GetVector(i, daVertex);
-        if (std::fabs(p.x - v.x) < 0.001 && std::fabs(p.y - v.y) < 0.001 && std::fabs(p.z - v.z) < 0.001)
-            return i;
-    }
-    return -1;
-}
-
-double tricky(std::mt19937& rng) {
-    const double base = static_cast<double>(static_cast<int>(rng() % 5) - 2) * 0.001;
-    const double offsets[] = {0,     1e-12,        -1e-12,       0.0005, 0.000999999,
-                              0.001, 0.0010000001, -0.000999999, 0.002};
-    return base + offsets[rng() % (sizeof offsets / sizeof offsets[0])];
-}
 
 } // namespace
 
@@ -61,44 +43,30 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     EXPECT_FALSE(obj->Points()->GetFlag(3, 2));
 }
 
-TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinTolerance) {
+TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinToleranceSinceTheLastCloseEdges) {
+    obj->TextureFlags()->SetMode(txLinearXY);
+    obj->TextureFlags()->SetScaleX(2);
     obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     obj->AddQuad({1.0009, 0, 0}, {2, 0, 0}, {2, 1, 0}, {1, 1.0011, 0}); // the last just outside
     obj->AddTriangle({0, 0, 0}, {0, 0, 1}, {0, 1, 0});
     ASSERT_EQ(obj->PrimitiveCount(), 2);
     EXPECT_EQ(Entries(obj->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3, 1, 4, 5, 6}));
     EXPECT_EQ(Entries(obj->Primitive(1)), (std::vector<std::uint32_t>{0, 7, 3}));
-}
-
-TEST_F(CustomFixture, NewPointsGetTheirTextureCoordinateAtOnce) {
-    obj->TextureFlags()->SetMode(txLinearXY);
-    obj->TextureFlags()->SetScaleX(2);
-    const int i = obj->GetPointIndex({1, 3, 0});
-    EXPECT_EQ(obj->Points()->GetVector(i, daTexture), (TOrnMathVector{2, 3, 0}));
-}
-
-TEST_F(CustomFixture, WeldingEqualsAScanUnderEditsAndCloseEdges) {
-    std::mt19937 rng(5);
-    auto& pool = *obj->Points();
-    for (int step = 0; step < 6000; ++step) {
-        const int action = static_cast<int>(rng() % 100);
-        if (action < 2) {
-            obj->CloseEdges();
-        } else if (action < 4 && pool.Count() > 0) {
-            pool.SetFlag(static_cast<int>(rng() % pool.Count()), 2, rng() % 2 == 0);
-        } else if (action < 6 && pool.Count() > 0) {
-            pool.SetVector(static_cast<int>(rng() % pool.Count()), daVertex,
-                           {tricky(rng), tricky(rng), tricky(rng)});
-        } else if (action < 7 && pool.Count() > 0) {
-            pool.Delete(static_cast<int>(rng() % pool.Count()), 1);
-        } else {
-            const TOrnMathVector v{tricky(rng), tricky(rng), tricky(rng)};
-            const int expect = scanWeld(pool, v);
-            const int count = pool.Count();
-            const int got = obj->GetPointIndex(v);
-            ASSERT_EQ(got, expect < 0 ? count : expect) << "step " << step;
-        }
-    }
+    EXPECT_EQ(obj->Points()->GetVector(5, daTexture), (TOrnMathVector{4, 1, 0})); // computed at once
+    // The search runs down from the newest point and stops at the first from before CloseEdges.
+    obj->CloseEdges();
+    EXPECT_EQ(obj->GetPointIndex({5, 5, 5}), 8);
+    EXPECT_EQ(obj->GetPointIndex({0, 0, 0}), 9);
+    EXPECT_EQ(obj->GetPointIndex({5, 5, 5.0005}), 8);
+    obj->Points()->SetFlag(9, 2, true);
+    EXPECT_EQ(obj->GetPointIndex({5, 5, 5}), 10);
+    obj->Points()->SetFlag(9, 2, false);
+    obj->Points()->SetFlag(7, 2, false);
+    EXPECT_EQ(obj->GetPointIndex({0, 0, 1}), 7);      // the mark cleared, the search goes on down
+    obj->Points()->SetVector(8, daVertex, {7, 7, 7}); // moved and deleted points are found anew
+    EXPECT_EQ(obj->GetPointIndex({7, 7, 7.0005}), 8);
+    obj->Points()->Delete(8, 1);
+    EXPECT_EQ(obj->GetPointIndex({0, 0, 0}), 8); // what was 9
 }
 
 TEST_F(CustomFixture, InterfaceReadsAndMovesTheCornersOfOneFace) {
@@ -119,12 +87,6 @@ TEST_F(CustomFixture, InterfaceReadsAndMovesTheCornersOfOneFace) {
     tri->SetPoint(0, {9, 9, 9});
     EXPECT_EQ(tri->GetPoint(1), (TOrnMathVector{5, 5, 5}));
     EXPECT_EQ(obj->Points()->GetVector(3, daVertex), (TOrnMathVector{0, 1, 0}));
-}
-
-TEST_F(CustomFixture, WithoutOnConstructItBuildsEmpty) {
-    obj->Init();
-    EXPECT_EQ(obj->Points()->Count(), 0);
-    EXPECT_EQ(obj->PrimitiveCount(), 0);
 }
 
 TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitAndMeetsOnConstruct) {
@@ -151,8 +113,8 @@ TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitAndMeetsOnConstru
     ASSERT_EQ(obj->Points()->Count(), 3);
     EXPECT_NEAR(std::fabs(obj->Points()->GetVector(0, daNormal).x), 1.0, 1e-9);
     obj->ClearMesh();
-    obj->Init();
-    EXPECT_EQ(obj->Points()->Count(), 0);
+    obj->Init(); // neither a mesh nor OnConstruct: empty
+    EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0);
 }
 
 TEST_F(CustomFixture, MeshThatDoesNotAddUpIsRefusedAndTheOldOneKept) {
@@ -172,4 +134,103 @@ TEST_F(CustomFixture, MeshThatDoesNotAddUpIsRefusedAndTheOldOneKept) {
         EXPECT_THROW(obj->SetMesh(b.positions, b.normals, b.tex, b.indices, b.type), EOrnError);
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 3);
+}
+
+namespace {
+
+struct PolygonFixture : ::testing::Test {
+    TComponent form{nullptr};
+    TOrnPolygon* poly = new TOrnPolygon(&form);
+    void Square() {
+        poly->AddValues(0, 0, 0, 0, 0);
+        poly->AddValues(1, 0, 0, 1, 0);
+        poly->AddValues(1, 1, 0, 1, 1);
+        poly->AddValues(0, 1, 0, 0, 1);
+    }
+};
+
+} // namespace
+
+TEST_F(PolygonFixture, BuildsAnOutlineInPoolOrderWhoseTypeFilledAndClosedSwitchAtOnce) {
+    Square();
+    EXPECT_EQ(poly->Count(), 0); // no outline before the first build
+    poly->Init();
+    ASSERT_EQ(poly->PrimitiveCount(), 1);
+    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3}));
+    EXPECT_TRUE(poly->Points()->GetFlag(2, 0));
+    EXPECT_EQ(poly->Points()->GetVector(1, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
+    const std::tuple<bool, bool, GLenum> cases[] = {{true, false, GL_POLYGON},
+                                                    {false, false, GL_LINE_STRIP},
+                                                    {false, true, GL_LINE_LOOP},
+                                                    {true, true, GL_POLYGON}}; // filled wins
+    for (auto [filled, closed, type] : cases) {
+        poly->SetFilled(filled);
+        poly->SetClosed(closed);
+        EXPECT_EQ(poly->Primitive(0)->Type(), type) << filled << closed;
+    }
+    EXPECT_TRUE(poly->Initialized()); // no rebuild needed
+}
+
+TEST_F(PolygonFixture, InsertAndDeleteActOnTheOutlineButTheRebuildFollowsPoolOrder) {
+    Square();
+    poly->Init();
+    poly->InsertValues(1, 0.5f, -1, 0, 0, 0);
+    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 4, 1, 2, 3}));
+    poly->Delete(2);
+    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 4, 2, 3}));
+    EXPECT_EQ(poly->Points()->Count(), 5);
+    poly->InsertValues(-9, 2, 2, 0, 0, 0); // clamped to the front
+    EXPECT_EQ(poly->Primitive(0)->Indices(0), 5u);
+    poly->Init(); // intended: pool order, and the deleted point is back
+    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}));
+}
+
+TEST_F(PolygonFixture, OnConstructFillsTheOutlineInsteadAndInitClearPointsDiscardsThePoints) {
+    Square();
+    poly->OnConstruct = [this](TObject* sender) {
+        for (std::uint32_t i : {3, 2, 1, 0})
+            poly->AddIndex(i, sender == poly ? 0 : 1);
+    };
+    poly->Init();
+    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{3, 2, 1, 0}));
+    EXPECT_EQ(poly->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, -1}));
+    poly->OnConstruct = nullptr;
+    poly->SetInitClearPoints(true);
+    poly->Init();
+    EXPECT_EQ(poly->Points()->Count() + poly->Count(), 0);
+}
+
+TEST_F(PolygonFixture, AddValuesUsesTheNormalPropertyAndTexture) {
+    TOrnNormal n;
+    n.SetValues(0, 1, 0);
+    poly->SetNormal(&n);
+    poly->SetNormal(nullptr); // ignored value, still a change
+    poly->AddValues(1, 2, 3, 0.5f, 0.25f);
+    EXPECT_EQ(poly->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 1, 0}));
+    EXPECT_EQ(poly->Points()->GetVector(0, daTexture), (TOrnMathVector{0.5, 0.25, 0}));
+    EXPECT_FALSE(poly->Points()->GetFlag(0, 1));
+}
+
+TEST_F(PolygonFixture, ValuesOfOnePointAreCheckedByIndexAndKind) {
+    Square();
+    poly->Init();
+    poly->SetValues(2, daVertex, {5, 5, 0});
+    EXPECT_FALSE(poly->Initialized());
+    EXPECT_EQ(poly->GetValues(2, daVertex), (TOrnMathVector{5, 5, 0}));
+    poly->SetValues(4, daVertex, {7, 7, 7});
+    poly->SetValues(-1, daVertex, {7, 7, 7});
+    poly->SetValues(0, daColor, {7, 7, 7});
+    EXPECT_EQ(poly->GetValues(4, daVertex), (TOrnMathVector{}));
+    EXPECT_EQ(poly->GetValues(0, daVertex), (TOrnMathVector{0, 0, 0}));
+}
+
+TEST_F(PolygonFixture, DamagedPointsInTheSceneAreIgnored) {
+    Square();
+    test::MemoryExchange ex;
+    ex.Save(*poly);
+    TOrnPolygon back(&form);
+    ex.Load(back);
+    ex.Set("Points", "1,2,3;garbage");
+    ex.Load(back);
+    EXPECT_EQ(back.Points()->Count(), 4);
 }

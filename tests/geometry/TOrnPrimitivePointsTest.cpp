@@ -1,99 +1,69 @@
-#include "geometry/GeometryTestSupport.h"
-
+#include <orn/geometry/TOrnPrimitiveArray.h>
 #include <orn/geometry/TOrnPrimitivePoints.h>
 #include <orn/host/EOrnError.h>
 
 #include <gtest/gtest.h>
 
-using namespace orn;
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <set>
+#include <tuple>
+#include <vector>
 
-TEST(TOrnPrimitivePoints, AddGrowsSizeInStepsOfTwelve) {
+using namespace orn;
+using Idx = std::vector<std::uint32_t>;
+
+TEST(TOrnPrimitivePoints, GrowsByTwelveNeedsPositionsAndAnswersZeroOutsideItsRange) {
     TOrnPrimitivePoints pool;
     EXPECT_EQ(pool.Add(1, 2, 3), 0);
     EXPECT_EQ(pool.Size(), 12);
     for (int i = 1; i < 12; ++i)
-        pool.Add(i, 0, 0);
+        pool.Add({double(i), 0, 0}, {0, 1, 0}, {0.5, 0.25, 0});
     EXPECT_EQ(pool.Size(), 12);
     EXPECT_EQ(pool.Add(0, 0, 0), 12);
     EXPECT_EQ(pool.Size(), 24);
-    EXPECT_EQ(pool.Count(), 13);
-    EXPECT_EQ(pool.GetVector(0, daVertex), (TOrnMathVector{1, 2, 3}));
-}
-
-TEST(TOrnPrimitivePoints, ManyAppendsKeepTheirValuesAndReportedSize) {
-    TOrnPrimitivePoints pool;
-    const int n = 100000;
-    for (int i = 0; i < n; ++i)
-        pool.Add({double(i), 0, 0}, {0, 1, 0}, {0, 0, 0});
-    EXPECT_EQ(pool.Count(), n);
-    EXPECT_EQ(pool.Size(), (n + 11) / 12 * 12);
-    EXPECT_EQ(pool.GetVector(n - 1, daVertex).x, n - 1);
-    EXPECT_EQ(pool.GetVector(n / 2, daNormal), (TOrnMathVector{0, 1, 0}));
-}
-
-TEST(TOrnPrimitivePoints, AddWithoutPositionsAnswersMinusOneAndKeepsCount) {
-    TOrnPrimitivePoints pool;
-    pool.SetDefineArrays({daNormal});
-    EXPECT_EQ(pool.Add(1, 2, 3), -1);
-    EXPECT_EQ(pool.Count(), 0);
-    EXPECT_EQ(pool.Size(), 12);
-}
-
-TEST(TOrnPrimitivePoints, RemovedKindKeepsItsDataUntilAddedBack) {
-    TOrnPrimitivePoints pool;
-    pool.Add({1, 2, 3}, {0, 0, 1}, {0.5, 0.25, 0});
-    pool.SetDefineArrays({daVertex, daNormal, daFlag});
-    EXPECT_EQ(pool.GetVector(0, daTexture), (TOrnMathVector{})); // not allocated: zero
-    pool.SetDefineArrays({daVertex, daNormal, daTexture, daFlag});
-    EXPECT_EQ(pool.GetVector(0, daTexture), (TOrnMathVector{0.5, 0.25, 0}));
-}
-
-TEST(TOrnPrimitivePoints, StaleSlotsAnswerVectorsButNoFlags) {
-    TOrnPrimitivePoints pool;
-    pool.Add(1, 1, 1);
-    pool.Add(2, 2, 2);
-    pool.SetFlag(1, 0, true);
-    pool.Delete(1, 1);
-    EXPECT_EQ(pool.Count(), 1);
-    EXPECT_EQ(pool.GetVector(1, daVertex), (TOrnMathVector{2, 2, 2})); // stale, inside Size: answered
-    EXPECT_FALSE(pool.GetFlag(1, 0));                                  // beyond Count: false
-    EXPECT_EQ(pool.GetVector(12, daVertex), (TOrnMathVector{}));       // beyond Size: zero
+    EXPECT_EQ(pool.GetVector(11, daNormal), (TOrnMathVector{0, 1, 0}));
+    pool.SetFlag(12, 0, true);
+    pool.Delete(12, 1);
+    EXPECT_EQ(pool.Count(), 12);
+    EXPECT_EQ(pool.GetVector(12, daVertex), (TOrnMathVector{0, 0, 0})); // stale, inside Size: answered
+    EXPECT_FALSE(pool.GetFlag(12, 0));                                  // beyond Count: false
+    EXPECT_EQ(pool.GetVector(11, daVertex), (TOrnMathVector{11, 0, 0}));
+    EXPECT_EQ(pool.GetVector(24, daVertex), (TOrnMathVector{}));
     EXPECT_EQ(pool.GetVector(-1, daVertex), (TOrnMathVector{}));
-    EXPECT_EQ(pool.GetVector(0, daColor), (TOrnMathVector{}));
+    EXPECT_EQ(pool.GetVector(0, daColor), (TOrnMathVector{})); // not allocated
+    pool.SetDefineArrays({daVertex, daNormal, daFlag});        // a kind removed keeps its data
+    EXPECT_EQ(pool.GetVector(1, daTexture), (TOrnMathVector{}));
+    pool.SetDefineArrays({daVertex, daNormal, daTexture, daFlag});
+    EXPECT_EQ(pool.GetVector(1, daTexture), (TOrnMathVector{0.5, 0.25, 0}));
+    EXPECT_THROW(pool.SetCount(2000000000), EOrnError); // absurd: refused, nothing changed
+    EXPECT_EQ(pool.Count(), 12);
+
+    TOrnPrimitivePoints normalsOnly;
+    normalsOnly.SetDefineArrays({daNormal});
+    EXPECT_EQ(normalsOnly.Add(1, 2, 3), -1);
+    EXPECT_EQ(normalsOnly.Count(), 0);
 }
 
-TEST(TOrnPrimitivePoints, FlagsUseBitsZeroToSevenOnly) {
+TEST(TOrnPrimitivePoints, FlagsUseBitsZeroToSevenAndSizesClamp) {
     TOrnPrimitivePoints pool;
-    pool.Add(0, 0, 0);
-    pool.SetFlag(0, 9, true);
+    pool.SetCount(4);
+    pool.SetFlag(0, 8, true);
     pool.SetFlag(0, -1, true);
-    for (int bit = 0; bit < 8; ++bit)
-        EXPECT_FALSE(pool.GetFlag(0, bit));
     pool.SetFlag(0, 7, true);
     pool.SetFlag(0, 2, true);
     pool.SetFlag(0, 2, false);
-    EXPECT_TRUE(pool.GetFlag(0, 7));
-    EXPECT_FALSE(pool.GetFlag(0, 2));
     EXPECT_EQ(pool.Flags()[0], 0x80);
-}
-
-TEST(TOrnPrimitivePoints, EdgeFlagsNeedTheirArray) {
-    TOrnPrimitivePoints pool;
-    pool.Add(0, 0, 0);
-    EXPECT_EQ(pool.GetEdgeFlag(0), 255);
+    EXPECT_EQ(pool.GetEdgeFlag(0), 255); // no edge flag array yet
     pool.SetEdgeFlag(0, 0);
     EXPECT_EQ(pool.GetEdgeFlag(0), 255);
     pool.SetDefineArrays(pool.DefineArrays() + TOrnArrays{daEdgeFlag});
     pool.SetEdgeFlag(0, 0);
     EXPECT_EQ(pool.GetEdgeFlag(0), 0);
-    EXPECT_EQ(pool.GetEdgeFlag(1), 255); // beyond Count
-}
 
-TEST(TOrnPrimitivePoints, ShrinkingCutsCountAndGrowingClearsNewFlags) {
-    TOrnPrimitivePoints pool;
-    pool.SetCount(4);
     pool.SetFlag(3, 1, true);
-    pool.SetSize(2);
+    pool.SetSize(2); // shrinking cuts Count; growing again clears the new flags
     EXPECT_EQ(pool.Count(), 2);
     pool.SetCount(4);
     EXPECT_FALSE(pool.GetFlag(3, 1));
@@ -103,47 +73,7 @@ TEST(TOrnPrimitivePoints, ShrinkingCutsCountAndGrowingClearsNewFlags) {
     EXPECT_EQ(pool.Count(), 4);
 }
 
-TEST(TOrnPrimitivePoints, ValuesReadAndWriteSingleComponents) {
-    TOrnPrimitivePoints pool;
-    pool.SetDefineArrays(pool.DefineArrays() + TOrnArrays{daColor});
-    pool.Add(1, 2, 3);
-    pool.SetValues(0, 1, daVertex, 7.5);
-    pool.SetValues(0, 3, daColor, 0.25);
-    pool.SetValues(0, 3, daVertex, 9); // no fourth component of a position
-    EXPECT_EQ(pool.GetValues(0, 1, daVertex), 7.5);
-    EXPECT_FLOAT_EQ(pool.GetValues(0, 3, daColor), 0.25);
-    EXPECT_EQ(pool.GetValues(0, 3, daVertex), 0);
-    EXPECT_EQ(pool.GetValues(40, 0, daVertex), 0);
-}
-
-TEST(TOrnPrimitivePoints, DeleteMovesTheTailDownAndClampsItsRange) {
-    TOrnPrimitivePoints pool;
-    for (int i = 0; i < 6; ++i)
-        pool.Add(i, 0, 0);
-    pool.Delete(1, 2);
-    ASSERT_EQ(pool.Count(), 4);
-    EXPECT_EQ(pool.GetVector(1, daVertex).x, 3);
-    EXPECT_EQ(pool.GetVector(3, daVertex).x, 5);
-    pool.Delete(3, 10);
-    EXPECT_EQ(pool.Count(), 3);
-    pool.Delete(-1, 2);
-    EXPECT_EQ(pool.Count(), 2);
-    EXPECT_EQ(pool.GetVector(0, daVertex).x, 3);
-}
-
-TEST(TOrnPrimitivePoints, DeleteMarkedKeepsOrderOfTheRest) {
-    TOrnPrimitivePoints pool;
-    for (int i = 0; i < 6; ++i)
-        pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
-    pool.SetFlag(5, 3, true);
-    pool.DeleteMarked({true, false, true, true, false, false});
-    ASSERT_EQ(pool.Count(), 3);
-    EXPECT_EQ(pool.GetVector(0, daVertex).x, 1);
-    EXPECT_EQ(pool.GetVector(1, daNormal).z, 4);
-    EXPECT_TRUE(pool.GetFlag(2, 3));
-}
-
-TEST(TOrnPrimitivePoints, PointItemRoundTripsEveryAllocatedAttribute) {
+TEST(TOrnPrimitivePoints, WholePointsAndSingleComponents) {
     TOrnPrimitivePoints pool;
     pool.SetDefineArrays({daVertex, daNormal, daTexture, daColor, daEdgeFlag, daFlag});
     TOrnPointItem in;
@@ -151,22 +81,46 @@ TEST(TOrnPrimitivePoints, PointItemRoundTripsEveryAllocatedAttribute) {
     in.Normal()->SetValues(0, 1, 0);
     in.Texture()->SetValues(0.5f, 0.75f, 0);
     in.Color()->SetColor(0x0000FF); // red in the host's byte order
-    in.Color()->SetAlpha(0.5f);
     in.SetFlag(5);
     in.SetEdgeFlag(false);
     ASSERT_EQ(pool.Add(in), 0);
+    pool.SetValues(0, 3, daColor, 0.25);
+    pool.SetValues(0, 1, daVertex, 7.5);
+    pool.SetValues(0, 3, daVertex, 9); // no fourth component of a position
+    EXPECT_EQ(pool.GetValues(0, 3, daVertex), 0);
+    EXPECT_EQ(pool.GetValues(40, 0, daVertex), 0);
     TOrnPointItem out;
     pool.GetPoint(0, out);
-    EXPECT_EQ(out.Point()->AsMathVector(), (TOrnMathVector{1, 2, 3}));
+    EXPECT_EQ(out.Point()->AsMathVector(), (TOrnMathVector{1, 7.5, 3}));
     EXPECT_EQ(out.Normal()->AsMathVector(), (TOrnMathVector{0, 1, 0}));
     EXPECT_EQ(out.Texture()->AsMathVector(), (TOrnMathVector{0.5, 0.75, 0}));
-    EXPECT_EQ(out.Color()->Color(), in.Color()->Color());
-    EXPECT_FLOAT_EQ(out.Color()->Alpha(), 0.5f);
+    EXPECT_EQ(out.Color()->Color(), TColor(0x0000FF));
+    EXPECT_FLOAT_EQ(out.Color()->Alpha(), 0.25f);
     EXPECT_EQ(out.Flag(), 5);
     EXPECT_FALSE(out.EdgeFlag());
 }
 
-TEST(TOrnPrimitivePoints, AddPoolAppendsAndAnswersFirstIndex) {
+TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRange) {
+    TOrnPrimitivePoints pool;
+    for (int i = 0; i < 6; ++i)
+        pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
+    pool.SetFlag(5, 3, true);
+    pool.DeleteMarked({true, false, true, true, false, false});
+    for (int i = 6; i < 9; ++i)
+        pool.Add(i, 0, 0);
+    ASSERT_EQ(pool.Count(), 6); // 1 4 5 6 7 8
+    EXPECT_EQ(pool.GetVector(1, daNormal).z, 4);
+    EXPECT_TRUE(pool.GetFlag(2, 3));
+    pool.Delete(1, 2);
+    EXPECT_EQ(pool.GetVector(1, daVertex).x, 6);
+    pool.Delete(3, 10);
+    pool.Delete(-1, 2); // only position 0 of −1 … 0
+    ASSERT_EQ(pool.Count(), 2);
+    EXPECT_EQ(pool.GetVector(0, daVertex).x, 6);
+    EXPECT_EQ(pool.GetVector(1, daVertex).x, 7);
+}
+
+TEST(TOrnPrimitivePoints, AddingPoolsScalingAndMovingAndTheVersion) {
     TOrnPrimitivePoints a, b;
     a.Add(1, 0, 0);
     b.Add({2, 0, 0}, {0, 0, 1}, {});
@@ -174,46 +128,141 @@ TEST(TOrnPrimitivePoints, AddPoolAppendsAndAnswersFirstIndex) {
     b.SetFlag(1, 0, true);
     EXPECT_EQ(a.Add(b), 1);
     EXPECT_EQ(a.Count(), 3);
-    EXPECT_EQ(a.GetVector(2, daVertex).x, 3);
     EXPECT_TRUE(a.GetFlag(2, 0));
     EXPECT_FALSE(a.GetFlag(1, 0));
+    const auto version = a.Version();
+    a.Add(4, 0, 0); // appends leave the version
+    EXPECT_EQ(a.Version(), version);
+    a.ScalePoints(2, 3, 4);
+    a.MovePoints(1, 1, 1);
+    EXPECT_NE(a.Version(), version);
+    EXPECT_EQ(a.GetVector(2, daVertex), (TOrnMathVector{7, 1, 1}));
+    a.LiftPoint(2, 2); // along the normal
+    EXPECT_EQ(a.GetVector(2, daVertex), (TOrnMathVector{7, 1, 3}));
 }
 
-TEST(TOrnPrimitivePoints, LiftPointNeedsNormalsAndTextureCoordinates) {
-    TOrnPrimitivePoints pool;
-    pool.Add({0, 0, 0}, {0, 1, 0}, {});
-    pool.LiftPoint(0, 2);
-    EXPECT_EQ(pool.GetVector(0, daVertex), (TOrnMathVector{0, 2, 0}));
-    pool.SetDefineArrays({daVertex, daNormal});
-    pool.LiftPoint(0, 2);
-    EXPECT_EQ(pool.GetVector(0, daVertex), (TOrnMathVector{0, 2, 0}));
+namespace {
+
+std::unique_ptr<TOrnPrimitiveArray> make(GLenum type, const Idx& indices) {
+    auto list = std::make_unique<TOrnPrimitiveArray>(type);
+    for (auto i : indices)
+        list->AddIndex(i);
+    return list;
 }
 
-TEST(TOrnPrimitivePoints, ScaleAndMoveTouchEveryPosition) {
-    TOrnPrimitivePoints pool;
-    pool.Add(1, 2, 3);
-    pool.Add(-1, 0, 1);
-    pool.ScalePoints(2, 3, 4);
-    pool.MovePoints(1, 1, 1);
-    EXPECT_EQ(pool.GetVector(0, daVertex), (TOrnMathVector{3, 7, 13}));
-    EXPECT_EQ(pool.GetVector(1, daVertex), (TOrnMathVector{-1, 1, 5}));
+Idx entries(const TOrnPrimitiveArray& list) {
+    return {list.Data(), list.Data() + list.Count()};
 }
 
-TEST(TOrnPrimitivePoints, VersionMovesOnChangesButNotOnAppends) {
-    TOrnPrimitivePoints pool;
-    pool.Add(0, 0, 0);
-    const auto v = pool.Version();
-    pool.Add(1, 0, 0);
-    pool.Add({2, 0, 0}, {}, {});
-    EXPECT_EQ(pool.Version(), v);
-    pool.SetVector(0, daVertex, {5, 5, 5});
-    EXPECT_NE(pool.Version(), v);
+/// The triangles a list draws, each turned so its smallest corner comes first (same triangle in the
+/// same winding compares equal), degenerate ones left out; flip reverses every winding.
+std::multiset<std::array<std::uint32_t, 3>> triangles(const TOrnPrimitiveArray& list, bool flip = false) {
+    std::multiset<std::array<std::uint32_t, 3>> out;
+    auto put = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+        if (a == b || b == c || a == c) return;
+        std::array<std::uint32_t, 3> t = flip ? std::array{a, c, b} : std::array{a, b, c};
+        std::rotate(t.begin(), std::min_element(t.begin(), t.end()), t.end());
+        out.insert(t);
+    };
+    const auto* i = list.Data();
+    const int n = list.Count();
+    for (int k = 0; list.Type() == GL_TRIANGLE_STRIP && k + 2 < n; ++k)
+        k % 2 ? put(i[k + 1], i[k], i[k + 2]) : put(i[k], i[k + 1], i[k + 2]);
+    for (int k = 1; list.Type() == GL_TRIANGLE_FAN && k + 1 < n; ++k)
+        put(i[0], i[k], i[k + 1]);
+    for (int k = 0; list.Type() == GL_TRIANGLES && k + 2 < n; k += 3)
+        put(i[k], i[k + 1], i[k + 2]);
+    return out;
 }
 
-TEST(TOrnPrimitivePoints, AbsurdSizesFailWithAMessageAndChangeNothing) {
-    TOrnPrimitivePoints pool;
-    pool.Add(1, 2, 3);
-    EXPECT_THROW(pool.SetCount(2000000000), EOrnError);
-    EXPECT_EQ(pool.Count(), 1);
-    EXPECT_EQ(pool.GetVector(0, daVertex), (TOrnMathVector{1, 2, 3}));
+} // namespace
+
+TEST(TOrnPrimitiveArray, GrowsByTwelveClampsEveryPositionAndAddsOnlyItsOwnType) {
+    auto list = make(GL_TRIANGLES, {1, 2});
+    EXPECT_EQ(list->Size(), 12);
+    list->SetIndices(11, 9); // indices reach Size, not Count
+    EXPECT_EQ(list->Indices(11), 9u);
+    list->SetIndices(12, 9);
+    EXPECT_EQ(list->Indices(12) + list->Indices(-1), 0u);
+    list->Insert(-5, 0);
+    list->Insert(99, 3);
+    list->Insert(2, 9);
+    EXPECT_EQ(entries(*list), (Idx{0, 1, 9, 2, 3}));
+    list->Delete(-2, 4); // only positions 0 and 1 of −2 … 1 exist
+    list->Delete(-3, 2);
+    list->Delete(0, 0);
+    EXPECT_EQ(entries(*list), (Idx{9, 2, 3}));
+    list->Delete(1, 99);
+    list->Add(*make(GL_TRIANGLES, {0, 2, 1}), 10);
+    list->Add(*make(GL_QUADS, {0, 1, 2, 3}), 10);
+    EXPECT_EQ(entries(*list), (Idx{9, 10, 12, 11}));
+    for (std::uint32_t i = 0; i < 9; ++i)
+        list->AddIndex(i);
+    EXPECT_EQ(list->Count(), 13);
+    EXPECT_EQ(list->Size(), 24);
+}
+
+TEST(TOrnPrimitiveArray, SetTypeConvertsOnlyTheAllowedPairs) {
+    const std::tuple<GLenum, GLenum, GLenum> cases[] = {
+        {GL_LINE_STRIP, GL_TRIANGLES, GL_LINE_STRIP}, {GL_LINE_STRIP, GL_POLYGON, GL_POLYGON},
+        {GL_POLYGON, GL_LINE_LOOP, GL_LINE_LOOP},     {GL_TRIANGLE_STRIP, GL_QUAD_STRIP, GL_QUAD_STRIP},
+        {GL_QUAD_STRIP, GL_POINTS, GL_QUAD_STRIP},    {GL_TRIANGLE_FAN, GL_QUADS, GL_TRIANGLE_FAN}};
+    for (auto [from, to, result] : cases) {
+        auto list = make(from, {0, 1, 2, 3});
+        list->SetType(to);
+        EXPECT_EQ(list->Type(), result) << from << " -> " << to;
+        EXPECT_EQ(entries(*list), (Idx{0, 1, 2, 3}));
+    }
+    TOrnPrimitiveArray empty(GL_LINE_STRIP); // an empty list takes any type
+    empty.SetType(GL_TRIANGLES);
+    EXPECT_EQ(empty.Type(), static_cast<GLenum>(GL_TRIANGLES));
+}
+
+TEST(TOrnPrimitiveArray, SwitchingToTrianglesOrQuadsKeepsEveryFaceAndItsWinding) {
+    const struct {
+        GLenum from, to;
+        Idx in, out;
+    } cases[] = {
+        {GL_TRIANGLE_STRIP, GL_TRIANGLES, {0, 1, 2, 3, 4}, {0, 1, 2, 2, 1, 3, 2, 3, 4}},
+        {GL_QUADS, GL_TRIANGLES, {0, 1, 2, 3, 4, 5, 6, 7}, {0, 1, 2, 0, 2, 3, 4, 5, 6, 4, 6, 7}},
+        {GL_TRIANGLE_FAN, GL_TRIANGLES, {0, 1, 2, 3}, {1, 2, 0, 2, 3, 0}},
+        {GL_QUAD_STRIP, GL_TRIANGLES, {0, 1, 2, 3, 4}, {0, 1, 2, 2, 1, 3}}, // odd: the last is dropped
+        {GL_QUAD_STRIP, GL_QUADS, {0, 1, 2, 3, 4, 5}, {0, 1, 3, 2, 2, 3, 5, 4}},
+        {GL_QUAD_STRIP, GL_QUADS, {0, 1, 2, 3, 4}, {0, 1, 3, 2, 2, 3, 4, 4}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.from << " -> " << c.to << " of " << c.in.size());
+        auto list = make(c.from, c.in);
+        const auto before = triangles(*list);
+        list->SetType(c.to);
+        EXPECT_EQ(list->Type(), c.to);
+        EXPECT_EQ(entries(*list), c.out);
+        if (c.from == GL_TRIANGLE_STRIP) {
+            EXPECT_EQ(triangles(*list), before);
+        }
+    }
+}
+
+TEST(TOrnPrimitiveArray, InvertFlipsEveryFaceOfEveryType) {
+    for (GLenum type : {GL_TRIANGLES, GL_TRIANGLE_STRIP, GL_TRIANGLE_FAN})
+        for (int n : {3, 4, 5, 6, 9}) {
+            Idx idx;
+            for (int i = 0; i < n; ++i)
+                idx.push_back(static_cast<std::uint32_t>(i));
+            auto list = make(type, idx);
+            const auto before = triangles(*list);
+            list->Invert();
+            EXPECT_EQ(triangles(*list), triangles(*make(type, idx), true)) << type << " n " << n;
+            list->Invert();
+            EXPECT_EQ(triangles(*list), before) << type << " n " << n;
+        }
+    const std::pair<GLenum, Idx> others[] = {{GL_QUADS, {0, 3, 2, 1}},
+                                             {GL_QUAD_STRIP, {1, 0, 3, 2}},
+                                             {GL_POLYGON, {3, 2, 1, 0}},
+                                             {GL_LINE_STRIP, {0, 1, 2, 3}}};
+    for (const auto& [type, out] : others) {
+        auto list = make(type, {0, 1, 2, 3});
+        list->Invert();
+        EXPECT_EQ(entries(*list), out) << type;
+    }
 }

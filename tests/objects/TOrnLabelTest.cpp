@@ -1,16 +1,21 @@
 #include <orn/host/TBitmap.h>
-#include <orn/host/TComponentClass.h>
 #include <orn/objects/TOrnLabel.h>
-#include <orn/scene/TOrnRegistry.h>
 #include <orn/state/TOrnTexture.h>
+#include <orn/view/TOrnCamera.h>
+#include <orn/view/TOrnCanvasView.h>
 
-#include "geometry/GeometryTestSupport.h"
+#include "view/ViewTestSupport.h"
 
+#include <GL/gl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <functional>
 
 using namespace orn;
+using orn::test::Image;
+using orn::test::Rgba;
 
 namespace {
 
@@ -20,16 +25,6 @@ TSize Extent(const std::string& text, const TFont& font) {
     return bitmap.Canvas().TextExtent(text);
 }
 
-bool IsPowerOfTwo(int n) {
-    return n > 0 && (n & (n - 1)) == 0;
-}
-
-// The alpha of bitmap pixel (x, y), y counted from the top, from the texture's bottom-up pixels.
-int AlphaAt(const TOrnTexture& texture, int x, int y) {
-    const int w = texture.Bitmap()->Width(), h = texture.Bitmap()->Height();
-    return texture.Pixels()[(static_cast<std::size_t>(h - 1 - y) * w + x) * 4 + 3];
-}
-
 struct Form {
     TComponent form{nullptr};
     TOrnLabel* label = new TOrnLabel(&form);
@@ -37,26 +32,7 @@ struct Form {
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------
-// A new label
-
-TEST(TOrnLabelNew, ShowsItsClassNameAtTheTextExtentOnATransparentBackground) {
-    Form f;
-    EXPECT_EQ(f.label->Caption(), "TOrnLabel");
-    const TSize extent = Extent("TOrnLabel", *f.label->Font());
-    EXPECT_EQ(f.label->Width(), extent.cx);
-    EXPECT_EQ(f.label->Height(), extent.cy);
-    EXPECT_EQ(f.label->Color()->Alpha(), 0.0f);
-    EXPECT_EQ(f.label->Transparency(), tmAlpha);
-    EXPECT_FALSE(f.label->Initialized());
-    ASSERT_NE(f.label->LabelTexture(), nullptr);
-    EXPECT_EQ(f.label->LabelTexture()->Owner(), f.label);
-}
-
-// ---------------------------------------------------------------------------------------------
-// The caption in the bitmap
-
-TEST(TOrnLabelInit, TextPixelsTakeTheFontAlphaAndTheBackgroundTheColourAlpha) {
+TEST(TOrnLabel, TextPixelsTakeTheFontAlphaAndTheBackgroundTheColourAlpha) {
     Form f;
     f.label->Font()->SetHeight(-40); // stems several pixels wide, so some pixels are wholly text
     f.label->Font()->SetColor(clRed);
@@ -65,77 +41,58 @@ TEST(TOrnLabelInit, TextPixelsTakeTheFontAlphaAndTheBackgroundTheColourAlpha) {
     f.label->SetCaption("IIII");
     f.label->Init();
     const TOrnTexture& texture = *f.label->LabelTexture();
-    TCanvas& canvas = texture.Bitmap()->Canvas();
+    const int w = texture.Bitmap()->Width(), h = texture.Bitmap()->Height();
     int text = 0, background = 0;
-    for (int y = 0; y < texture.Bitmap()->Height(); ++y)
-        for (int x = 0; x < texture.Bitmap()->Width(); ++x) {
-            const TColor c = canvas.Pixels(x, y);
-            if (c == clRed) {
-                ++text;
-                EXPECT_EQ(AlphaAt(texture, x, y), 128);
-            } else {
-                ++background;
-                EXPECT_EQ(AlphaAt(texture, x, y), 64);
-            }
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const bool isText = texture.Bitmap()->Canvas().Pixels(x, y) == clRed;
+            (isText ? text : background)++;
+            // The texture's rows run bottom-up.
+            EXPECT_EQ(texture.Pixels()[(static_cast<std::size_t>(h - 1 - y) * w + x) * 4 + 3],
+                      isText ? 128 : 64);
         }
     EXPECT_GT(text, 20); // the stems of the I's
     EXPECT_GT(background, text);
     // Outside the text cell the background is one step off the (white) label colour.
-    EXPECT_EQ(canvas.Pixels(texture.Bitmap()->Width() - 1, texture.Bitmap()->Height() - 1), TColor(0xFFFFFE));
+    EXPECT_EQ(texture.Bitmap()->Canvas().Pixels(w - 1, h - 1), TColor(0xFFFFFE));
 }
 
-TEST(TOrnLabelInit, TheBitmapIsThePowerOfTwoAboveTheTextExtent) {
+TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentWhichTheSizeFollows) {
     Form f;
+    EXPECT_EQ(f.label->LabelTexture()->Owner(), f.label);
     for (int height : {-11, 16, 32}) { // positive: cells of exactly a power of two
         f.label->Font()->SetHeight(height);
         f.label->SetCaption("Label " + std::to_string(height));
+        const TSize extent = Extent(f.label->Caption(), *f.label->Font());
+        EXPECT_EQ(f.label->Width(), extent.cx);
+        EXPECT_EQ(f.label->Height(), extent.cy);
         f.label->Init();
         const TBitmap& bitmap = *f.label->LabelTexture()->Bitmap();
         SCOPED_TRACE(height);
-        EXPECT_TRUE(IsPowerOfTwo(bitmap.Width()));
-        EXPECT_TRUE(IsPowerOfTwo(bitmap.Height()));
-        EXPECT_GT(bitmap.Width(), f.label->Width());
-        EXPECT_LE(bitmap.Width(), 2 * f.label->Width());
-        EXPECT_GT(bitmap.Height(), f.label->Height());
-        EXPECT_LE(bitmap.Height(), 2 * f.label->Height());
+        for (auto [side, text] : {std::pair{bitmap.Width(), extent.cx}, {bitmap.Height(), extent.cy}}) {
+            EXPECT_EQ(side & (side - 1), 0) << side;
+            EXPECT_GT(side, text);
+            EXPECT_LE(side, 2 * text);
+        }
         EXPECT_TRUE(f.label->LabelTexture()->Valid());
     }
-}
-
-TEST(TOrnLabelInit, AnEmptyOrHugeCaptionStillGivesAValidTexture) {
-    Form f;
     f.label->SetCaption("");
     f.label->Init();
     EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 2);
-    EXPECT_TRUE(f.label->Initialized());
     f.label->SetCaption(std::string(5000, 'W'));
     f.label->Init();
     EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 4096);
     EXPECT_TRUE(f.label->LabelTexture()->Valid());
 }
 
-TEST(TOrnLabelInit, DesignStateDrawsNothing) {
-    TComponent form(nullptr);
-    form.SetDesigning(true);
-    auto* label = new TOrnLabel(&form);
-    EXPECT_TRUE(label->LabelTexture()->Bitmap()->Empty());
-    label->SetSize(0, 100);
-    EXPECT_TRUE(label->LabelTexture()->Bitmap()->Empty());
-    EXPECT_EQ(label->Width(), 100);
-    label->Init();
-    EXPECT_FALSE(label->Initialized());
-    EXPECT_TRUE(label->LabelTexture()->Pixels().empty());
-}
-
-// ---------------------------------------------------------------------------------------------
-// Size
-
-TEST(TOrnLabelSize, AChangedFontResetsWidthAndHeightToTheTextExtent) {
+TEST(TOrnLabel, SizeSetDirectlyHoldsUntilTheFontChanges) {
     Form f;
     f.label->SetSize(0, 300);
     f.label->SetSize(1, 40);
+    f.label->SetSize(2, 99); // no third size
     EXPECT_EQ(f.label->Width(), 300);
-    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 300); // set directly, the bitmap follows
+    EXPECT_EQ(f.label->Height(), 40);
+    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 300); // the bitmap follows
     EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Height(), 40);
     f.label->Font()->SetStyle({fsBold});
     const TSize extent = Extent("TOrnLabel", *f.label->Font());
@@ -144,18 +101,11 @@ TEST(TOrnLabelSize, AChangedFontResetsWidthAndHeightToTheTextExtent) {
     EXPECT_GT(extent.cx, Extent("TOrnLabel", TFont()).cx);
     f.label->SetFont(nullptr); // ignored
     EXPECT_EQ(f.label->Width(), extent.cx);
-}
-
-TEST(TOrnLabelSize, NegativeSizesCountAsZeroAndOtherIndicesAreIgnored) {
-    Form f;
     f.label->SetSize(0, -5);
     EXPECT_EQ(f.label->Width(), 0);
-    const int height = f.label->Height();
-    f.label->SetSize(2, 99);
-    EXPECT_EQ(f.label->Height(), height);
 }
 
-TEST(TOrnLabelSize, EveryChangeClearsTheInitialisedFlag) {
+TEST(TOrnLabel, EveryChangeOfWhatItShowsAsksForANewBitmap) {
     Form f;
     const std::vector<std::function<void()>> changes = {
         [&] { f.label->SetCaption("x"); },          [&] { f.label->Font()->SetColor(clBlue); },
@@ -164,21 +114,22 @@ TEST(TOrnLabelSize, EveryChangeClearsTheInitialisedFlag) {
         [&] { f.label->Font()->SetAlpha(0.5f); }};
     for (std::size_t i = 0; i < changes.size(); ++i) {
         f.label->Init();
-        ASSERT_TRUE(f.label->Initialized());
         changes[i]();
         EXPECT_FALSE(f.label->Initialized()) << i;
     }
 }
 
-TEST(TOrnLabelSize, TheColourStillTellsTheObjectOfItsChange) {
-    Form f;
-    int changes = 0;
-    f.label->OnChange = [&](TObject*) { ++changes; };
-    f.label->Color()->SetColor(clGreen);
-    EXPECT_EQ(changes, 1);
-}
+TEST(TOrnLabel, InDesignOrWithoutItsTextureItDrawsNothing) {
+    TComponent form(nullptr);
+    form.SetDesigning(true);
+    auto* label = new TOrnLabel(&form);
+    label->SetSize(0, 100);
+    EXPECT_TRUE(label->LabelTexture()->Bitmap()->Empty());
+    EXPECT_EQ(label->Width(), 100);
+    label->Init();
+    EXPECT_FALSE(label->Initialized());
+    EXPECT_TRUE(label->LabelTexture()->Pixels().empty());
 
-TEST(TOrnLabelSize, ALabelWhoseTextureIsGoneStaysQuiet) {
     Form f;
     delete f.label->LabelTexture();
     EXPECT_EQ(f.label->LabelTexture(), nullptr);
@@ -186,4 +137,157 @@ TEST(TOrnLabelSize, ALabelWhoseTextureIsGoneStaysQuiet) {
     f.label->SetSize(0, 20);
     f.label->Init();
     EXPECT_FALSE(f.label->Initialized());
+}
+
+namespace {
+
+constexpr Rgba kBlue{0, 0, 255, 255};
+
+// The pixels that are not the clear colour: their box, window pixels with y downwards, and how many.
+struct Ink {
+    int Left = 1 << 20, Top = 1 << 20, Right = -1, Bottom = -1;
+    int Count = 0;
+};
+
+class TOrnLabelPixels : public orn::test::ViewTest {
+protected:
+    void SetUp() override {
+        ViewTest::SetUp();
+        if (IsSkipped()) return;
+        view.SetBounds(256, 120);
+        view.SetBackgroundColor(clBlue);
+        view.Coordinates()->SetVisible(false);
+        view.SetCamera(&camera);
+        view.OpenGLConnect();
+        view.OnRender = [this](TOrnView* v) {
+            glGetIntegerv(GL_MODELVIEW_STACK_DEPTH, &stackBefore);
+            label->Render(v);
+            glGetIntegerv(GL_MODELVIEW_STACK_DEPTH, &stackAfter);
+        };
+    }
+    void TearDown() override {
+        view.SetCamera(nullptr);
+        ViewTest::TearDown();
+    }
+    Image Draw() {
+        view.RenderScene();
+        return ViewImage(view);
+    }
+    static Rgba Top(const Image& image, int x, int y) { return image.At(x, image.height - 1 - y); }
+    static Ink FindInk(const Image& image) {
+        Ink ink;
+        for (int y = 0; y < image.height; ++y)
+            for (int x = 0; x < image.width; ++x)
+                if (!orn::test::SameColor(Top(image, x, y), kBlue, 0)) {
+                    ink = {std::min(ink.Left, x), std::min(ink.Top, y), std::max(ink.Right, x),
+                           std::max(ink.Bottom, y), ink.Count + 1};
+                }
+        return ink;
+    }
+    // Where the view puts a scene point now, rounded as the label rounds it.
+    TPoint Projected(const TOrnMathVector& point) {
+        const TOrnMathVector w = view.WinFrom3D(point);
+        return Point(static_cast<int>(std::nearbyint(w.x)), static_cast<int>(std::nearbyint(w.y)));
+    }
+
+    TComponent form{nullptr};
+    TOrnPerspectiveCamera camera{nullptr};
+    TOrnCanvasView view{nullptr};
+    TOrnLabel* label = new TOrnLabel(&form);
+    GLint stackBefore = -1, stackAfter = -2;
+};
+
+} // namespace
+
+TEST_F(TOrnLabelPixels, ANewLabelShowsItsClassNameOneToOneOnATransparentBackground) {
+    const Image image = Draw();
+    EXPECT_EQ(stackBefore, stackAfter);
+    ASSERT_EQ(label->LabelTexture()->Bitmap()->Width(), 64);
+    ASSERT_EQ(label->LabelTexture()->Bitmap()->Height(), 16);
+    // At the projection of the origin: text pixels black, the rest the clear colour showing through.
+    const TPoint at = Projected({0, 0, 0});
+    int text = 0;
+    TCanvas& canvas = label->LabelTexture()->Bitmap()->Canvas();
+    for (int j = 0; j < label->Height(); ++j)
+        for (int i = 0; i < label->Width(); ++i) {
+            const bool isText = canvas.Pixels(i, j) == clBlack;
+            text += isText;
+            ASSERT_TRUE(
+                orn::test::ColorNear(Top(image, at.X + i, at.Y + j), isText ? Rgba{0, 0, 0, 255} : kBlue, 0))
+                << i << ", " << j;
+        }
+    EXPECT_GT(text, 20); // the pixels that glyphs cover wholly
+    const Ink ink = FindInk(image);
+    EXPECT_EQ(ink.Count, text);
+    EXPECT_TRUE(ink.Left >= at.X && ink.Top >= at.Y && ink.Right < at.X + label->Width() &&
+                ink.Bottom < at.Y + label->Height());
+}
+
+TEST_F(TOrnLabelPixels, ALabelFollowsItsPointAndShiftsByPixelsWhateverTheCamera) {
+    label->SetCaption("H");
+    label->Font()->SetHeight(-20); // stems wider than a pixel
+    const TOrnMathVector point{0.3, -0.2, 0.2};
+    label->Transformation()->Translation()->SetAsMathVector(point);
+    int previous = -1;
+    for (float turn : {0.0f, 15.0f}) {
+        SCOPED_TRACE(turn);
+        camera.Transformation()->Rotation()->SetY(turn);
+        const Ink ink = FindInk(Draw());
+        const TPoint at = Projected(point);
+        ASSERT_GT(ink.Count, 0);
+        // The H's ink sits in its cell, whose corner is the projected point.
+        EXPECT_TRUE(ink.Left >= at.X && ink.Left <= at.X + 4 && ink.Top >= at.Y &&
+                    ink.Bottom <= at.Y + label->Height());
+        EXPECT_NE(ink.Left, previous);
+        previous = ink.Left;
+        label->SetShiftX(10);
+        const Ink right = FindInk(Draw());
+        label->SetShiftX(0);
+        label->SetShiftY(10);
+        const Ink down = FindInk(Draw());
+        label->SetShiftY(0);
+        EXPECT_EQ(std::vector<int>({right.Left, right.Right, right.Top, right.Count}),
+                  std::vector<int>({ink.Left + 10, ink.Right + 10, ink.Top, ink.Count}));
+        EXPECT_EQ(std::vector<int>({down.Left, down.Top, down.Bottom}),
+                  std::vector<int>({ink.Left, ink.Top + 10, ink.Bottom + 10}));
+    }
+}
+
+TEST_F(TOrnLabelPixels, BlackBackgroundsStayInvisibleAndOpaqueOnesShowTheColour) {
+    label->Color()->SetColor(clBlack);
+    label->Font()->SetColor(clWhite);
+    Image image = Draw();
+    const TPoint at = Projected({0, 0, 0});
+    ASSERT_EQ(label->LabelTexture()->Bitmap()->Canvas().Pixels(63, 15), TColor(1));
+    int white = 0;
+    for (int j = 0; j < label->Height(); ++j)
+        for (int i = 0; i < label->Width(); ++i) {
+            const Rgba c = Top(image, at.X + i, at.Y + j);
+            if (orn::test::SameColor(c, {255, 255, 255, 255}, 0))
+                ++white;
+            else
+                EXPECT_TRUE(orn::test::ColorNear(c, kBlue, 0)) << i << ", " << j;
+        }
+    EXPECT_GT(white, 20);
+
+    label->Color()->SetColor(clRed);
+    label->Color()->SetAlpha(1);
+    image = Draw();
+    // The last row and column of the rectangle lie below and right of the glyphs: one step off red.
+    EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() - 1, at.Y + label->Height() - 1),
+                                     {254, 0, 0, 255}, 0));
+    EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() + 1, at.Y), kBlue, 0));
+}
+
+TEST_F(TOrnLabelPixels, ABitmapRenderShowsTheCaptionToo) {
+    Draw();
+    ASSERT_TRUE(label->Initialized());
+    const auto bitmap = view.GetImage(256, 120);
+    ASSERT_TRUE(bitmap);
+    EXPECT_TRUE(label->Initialized());
+    int ink = 0; // some pixels are not the blue background
+    for (int y = 0; y < 120; ++y)
+        for (int x = 0; x < 256; ++x)
+            ink += bitmap->Canvas().Pixels(x, y) != clBlue;
+    EXPECT_GT(ink, 20);
 }

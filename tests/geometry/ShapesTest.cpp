@@ -1,0 +1,303 @@
+#include "geometry/GeometryTestSupport.h"
+
+#include <orn/geometry/TOrnBox.h>
+#include <orn/geometry/TOrnCylinder.h>
+#include <orn/geometry/TOrnDisc.h>
+#include <orn/geometry/TOrnLine.h>
+#include <orn/geometry/TOrnPoint.h>
+#include <orn/geometry/TOrnRectangle.h>
+#include <orn/geometry/TOrnSphere.h>
+#include <orn/geometry/TOrnTorus.h>
+#include <orn/geometry/TOrnTriangle.h>
+#include <orn/host/EOrnError.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <set>
+
+using namespace orn;
+
+namespace {
+
+struct ShapeFixture : ::testing::Test {
+    TComponent form{nullptr};
+};
+
+TOrnMathVector at(const TOrnPrimitiveObj& o, int i, TOrnArray kind = daVertex) {
+    return o.Points()->GetVector(i, kind);
+}
+
+void expectNear(const TOrnMathVector& a, const TOrnMathVector& b, const std::string& what) {
+    EXPECT_LT(OrnMathVectorDist(a, b), 1e-9) << what << ": (" << a.x << ", " << a.y << ", " << a.z << ")";
+}
+
+/// Point i sits at p with normal n and texture coordinate (s, t).
+void expectPoint(const TOrnPrimitiveObj& o, int i, TOrnMathVector p, TOrnMathVector n, double s, double t) {
+    const std::string what = std::string(o.ClassName()) + " point " + std::to_string(i);
+    expectNear(at(o, i), p, what);
+    expectNear(at(o, i, daNormal), n, what + " normal");
+    expectNear(at(o, i, daTexture), {s, t, 0}, what + " texture");
+}
+
+int openEdges(TOrnPrimitiveObj& o) {
+    std::vector<T2DIntPoint> edges;
+    int count = -1;
+    o.GetOpenEdges(edges, count, true);
+    return count;
+}
+
+/// Every stored normal has length 1 and the one CalcNormals derives from the faces points the
+/// same way (so every strip winds outwards).
+void expectUnitOutwardNormals(TOrnPrimitiveObj& o, const std::string& what) {
+    std::vector<TOrnMathVector> stored;
+    for (int i = 0; i < o.Points()->Count(); ++i) {
+        stored.push_back(at(o, i, daNormal));
+        ASSERT_NEAR(test::Length(stored.back()), 1, 1e-12) << what << " point " << i;
+    }
+    o.CalcNormals();
+    for (int i = 0; i < o.Points()->Count(); ++i)
+        EXPECT_GT(OrnMathDotProduct(stored[static_cast<std::size_t>(i)], at(o, i, daNormal)), 0.7)
+            << what << " point " << i;
+}
+
+} // namespace
+
+TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
+    TOrnPoint point(&form);
+    point.Init();
+    ASSERT_EQ(point.Points()->Count(), 1);
+    expectPoint(point, 0, {0, 0, 0}, {0, 0, 1}, 0, 0);
+    EXPECT_EQ(point.Primitive(0)->Type(), static_cast<GLenum>(GL_POINTS));
+    EXPECT_EQ(test::Entries(point.Primitive(0)), (std::vector<std::uint32_t>{0}));
+
+    TOrnLine line(&form); // from the origin along +z, even at length 0
+    line.SetLength(2.5f);
+    line.Init();
+    expectPoint(line, 0, {0, 0, 0}, {0, 0, 1}, 0, 0);
+    expectPoint(line, 1, {0, 0, 2.5}, {0, 0, 1}, 0, 1);
+    EXPECT_EQ(test::Entries(line.Primitive(0)), (std::vector<std::uint32_t>{0, 1}));
+    EXPECT_EQ(line.Primitive(0)->Type(), static_cast<GLenum>(GL_LINES));
+
+    TOrnTriangle t(&form); // apex at the origin, base at z = Height, texture scaled and shifted
+    t.SetBase(2);
+    t.SetHeight(3);
+    t.TextureFlags()->SetScaleX(2);
+    t.TextureFlags()->SetShiftX(1);
+    t.TextureFlags()->SetScaleY(4);
+    t.TextureFlags()->SetShiftY(0.5);
+    t.Init();
+    expectPoint(t, 0, {0, 0, 0}, {0, 1, 0}, 2, 4.5);
+    expectPoint(t, 1, {-1, 0, 3}, {0, 1, 0}, 1, 0.5);
+    expectPoint(t, 2, {1, 0, 3}, {0, 1, 0}, 3, 0.5);
+
+    TOrnRectangle r(&form); // centred in x, from z = Height at row 0 down to z = 0
+    r.SetDetX(3);
+    r.SetDetY(2);
+    r.SetWidth(6);
+    r.SetHeight(4);
+    r.Init();
+    EXPECT_EQ(r.Points()->Count(), 12);
+    ASSERT_EQ(r.PrimitiveCount(), 2);
+    EXPECT_EQ(r.Primitive(1)->Type(), static_cast<GLenum>(GL_QUAD_STRIP));
+    EXPECT_EQ(test::Entries(r.Primitive(0)), (std::vector<std::uint32_t>{4, 0, 5, 1, 6, 2, 7, 3}));
+    EXPECT_EQ(test::Entries(r.Primitive(1)), (std::vector<std::uint32_t>{8, 4, 9, 5, 10, 6, 11, 7}));
+    expectPoint(r, 0, {-3, 0, 4}, {0, 1, 0}, 0, 0);
+    expectPoint(r, 6, {1, 0, 2}, {0, 1, 0}, 2.0 / 3, 0.5);
+    expectPoint(r, 11, {3, 0, 0}, {0, 1, 0}, 1, 1);
+    // Both wind as their stored normals say.
+    for (TOrnPrimitiveObj* o : std::initializer_list<TOrnPrimitiveObj*>{&t, &r}) {
+        o->CalcNormals();
+        expectNear(at(*o, 1, daNormal), {0, 1, 0}, o->ClassName());
+    }
+}
+
+TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
+    TOrnSphere s(&form); // rows from the north pole down, columns from +z towards +x
+    s.SetRadius(2);
+    s.SetSlices(4);
+    s.SetStacks(2);
+    s.Init();
+    ASSERT_EQ(s.Points()->Count(), 15);
+    expectPoint(s, 0, {0, 2, 0}, {0, 1, 0}, 0, 1);
+    expectPoint(s, 5, {0, 0, 2}, {0, 0, 1}, 0, 0.5);
+    expectPoint(s, 6, {2, 0, 0}, {1, 0, 0}, 0.25, 0.5);
+    expectPoint(s, 9, {0, 0, 2}, {0, 0, 1}, 1, 0.5); // the seam: the first column again at s = 1
+    expectPoint(s, 14, {0, -2, 0}, {0, -1, 0}, 1, 0);
+    for (auto [i, seam] : {std::pair{0, true}, {5, true}, {9, true}, {6, false}, {14, true}})
+        EXPECT_EQ(s.Points()->GetFlag(i, 0), seam) << i;
+    EXPECT_EQ(s.PrimitiveCount(), 2);
+
+    TOrnCylinder c(&form); // side rows from the base up, then the bottom and the top cap
+    c.SetSlices(4);
+    c.SetStacks(1);
+    c.SetBaseRadius(2);
+    c.SetTopRadius(1);
+    c.SetHeight(3);
+    c.Init();
+    ASSERT_EQ(c.Points()->Count(), 10 + 6 + 6);
+    const double k = 1 / std::sqrt(10.0); // the side leans in by 1 over a height of 3
+    expectPoint(c, 0, {0, 0, 2}, {0, k, 3 * k}, 0, 0);
+    expectPoint(c, 1, {2, 0, 0}, {3 * k, k, 0}, 0.25, 0);
+    expectPoint(c, 5, {0, 3, 1}, {0, k, 3 * k}, 0, 1);
+    expectPoint(c, 10, {0, 0, 0}, {0, -1, 0}, 0.5, 0.5);
+    expectPoint(c, 16, {0, 3, 0}, {0, 1, 0}, 0.5, 0.5);
+    expectPoint(c, 17, {0, 3, 1}, {0, 1, 0}, 0.5, 1);
+    EXPECT_EQ(c.PrimitiveCount(), 3);
+
+    TOrnDisc d(&form); // loops from the inner rim out, texture planar over the outer radius
+    d.SetSlices(4);
+    d.SetLoops(1);
+    d.SetInnerRadius(0.5f);
+    d.SetOuterRadius(2);
+    d.Init();
+    ASSERT_EQ(d.Points()->Count(), 10);
+    expectPoint(d, 0, {0, 0, 0.5}, {0, 1, 0}, 0.5, 0.625);
+    expectPoint(d, 6, {2, 0, 0}, {0, 1, 0}, 1, 0.5);
+
+    TOrnTorus t(&form); // rings around y from +z, sides around the tube from outside
+    t.SetSides(4);
+    t.SetRings(4);
+    t.SetRingRadius(2);
+    t.SetTubeRadius(0.5f);
+    t.Init();
+    ASSERT_EQ(t.Points()->Count(), 25);
+    expectPoint(t, 0, {0, 0, 2.5}, {0, 0, 1}, 0, 0);
+    expectPoint(t, 2, {0, 0, 1.5}, {0, 0, -1}, 0, 0.5);
+    expectPoint(t, 6, {2, 0.5, 0}, {0, 1, 0}, 0.25, 0.25);
+    EXPECT_EQ(t.PrimitiveCount(), 4);
+}
+
+TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTexture) {
+    TOrnBox b(&form);
+    b.SetWidth(2);
+    b.SetHeight(4);
+    b.SetDepth(6);
+    b.Init();
+    ASSERT_EQ(b.Points()->Count(), 24);
+    std::map<std::tuple<double, double, double>, std::set<std::pair<double, double>>> faces;
+    for (int i = 0; i < 24; ++i) {
+        const TOrnMathVector p = at(b, i), n = at(b, i, daNormal), tx = at(b, i, daTexture);
+        EXPECT_EQ(std::fabs(p.x) + std::fabs(p.y) * 10 + std::fabs(p.z) * 100, 1 + 20 + 300) << i; // a corner
+        EXPECT_EQ(p.x * n.x + p.y * n.y + p.z * n.z,
+                  std::fabs(n.x) * 1 + std::fabs(n.y) * 2 + std::fabs(n.z) * 3)
+            << i; // on the face its normal names
+        faces[{n.x, n.y, n.z}].insert({tx.x, tx.y});
+    }
+    const std::set<std::pair<double, double>> corners = {{0, 0}, {1, 0}, {0, 1}, {1, 1}};
+    EXPECT_EQ(faces, (decltype(faces){{{1, 0, 0}, corners},
+                                      {{-1, 0, 0}, corners},
+                                      {{0, 1, 0}, corners},
+                                      {{0, -1, 0}, corners},
+                                      {{0, 0, 1}, corners},
+                                      {{0, 0, -1}, corners}}));
+    b.SetDetailX(2);
+    b.SetDetailY(3);
+    b.Init();
+    EXPECT_EQ(b.Points()->Count(), 2 * 3 * 4 + 2 * 4 * 2 + 2 * 3 * 2);
+}
+
+TEST_F(ShapeFixture, EveryDetailGivesAClosedSurfaceOnItsShapeWithOutwardNormals) {
+    TOrnSphere sphere(&form);
+    sphere.SetRadius(2.5f);
+    TOrnCylinder cone(&form);
+    cone.SetBaseRadius(2);
+    cone.SetTopRadius(1);
+    cone.SetHeight(3);
+    TOrnTorus torus(&form);
+    torus.SetRingRadius(2);
+    torus.SetTubeRadius(0.5f);
+    TOrnBox box(&form);
+    box.SetWidth(2);
+    box.SetHeight(4);
+    box.SetDepth(6);
+    const struct {
+        TOrnPrimitiveObj* shape;
+        std::function<void(int, int)> detail;
+        std::function<double(const TOrnMathVector&)> off; // distance from the surface
+    } cases[] = {
+        {&sphere, [&](int a, int b) { sphere.SetSlices(a), sphere.SetStacks(b); },
+         [](const TOrnMathVector& p) { return test::Length(p) - 2.5; }},
+        {&cone, [&](int a, int b) { cone.SetSlices(a), cone.SetStacks(b); },
+         [](const TOrnMathVector& p) { return std::hypot(p.x, p.z) - (2 - p.y / 3); }},
+        {&torus, [&](int a, int b) { torus.SetSides(a), torus.SetRings(b); },
+         [](const TOrnMathVector& p) { return std::hypot(std::hypot(p.x, p.z) - 2, p.y) - 0.5; }},
+        {&box, [&](int a, int b) { box.SetDetailX(a), box.SetDetailY(b), box.SetDetailZ(a + b); },
+         [](const TOrnMathVector& p) {
+             return std::max({std::fabs(p.x) - 1, std::fabs(p.y) - 2, std::fabs(p.z) - 3});
+         }},
+    };
+    for (const auto& c : cases)
+        for (auto [a, b] : {std::pair{3, 3}, {8, 5}, {61, 40}}) {
+            const std::string what =
+                std::string(c.shape->ClassName()) + " " + std::to_string(a) + "x" + std::to_string(b);
+            c.detail(a, b);
+            c.shape->Init();
+            const int sides = c.shape == &cone ? (a + 1) * (b + 1) : c.shape->Points()->Count();
+            for (int i = 0; i < sides; ++i)
+                ASSERT_NEAR(c.off(at(*c.shape, i)), 0, 1e-12) << what << " point " << i;
+            EXPECT_EQ(openEdges(*c.shape), 0) << what;
+            expectUnitOutwardNormals(*c.shape, what);
+        }
+}
+
+TEST_F(ShapeFixture, OpenShapesConesAndPartialSweeps) {
+    TOrnSphere s(&form);
+    s.SetSlices(4);
+    s.SetStacks(2);
+    s.SetSweepAngle(180);
+    s.SetTopAngle(90);
+    s.Init();
+    for (int i = 0; i < s.Points()->Count(); ++i) {
+        EXPECT_GE(at(s, i).x, -1e-12); // the half towards +x
+        EXPECT_LE(at(s, i).y, 1e-12);  // below the equator
+    }
+    EXPECT_FALSE(s.Points()->GetFlag(4, 0)); // an open sweep has no seam
+    EXPECT_GT(openEdges(s), 0);
+
+    TOrnCylinder cone(&form);
+    cone.SetTopRadius(0);
+    cone.SetStacks(3);
+    cone.Init();
+    EXPECT_EQ(cone.PrimitiveCount(), 4); // three side bands and the base cap
+    EXPECT_EQ(openEdges(cone), 0);
+    cone.SetCaps(false);
+    cone.Init();
+    EXPECT_EQ(openEdges(cone), 24); // the rim of the base
+
+    TOrnDisc full(&form);
+    full.SetSlices(10);
+    full.SetLoops(2);
+    full.Init();
+    EXPECT_EQ(openEdges(full), 10); // the centre closes up
+    full.SetSweepAngle(90);
+    full.Init();
+    EXPECT_EQ(openEdges(full), 10 + 2 * 2); // the rim and two radial sides of two loops
+}
+
+TEST_F(ShapeFixture, DetailsBelowOneAreRefusedAndAbsurdOnesFail) {
+    TOrnSphere s(&form);
+    TOrnCylinder c(&form);
+    TOrnDisc d(&form);
+    TOrnTorus t(&form);
+    TOrnBox b(&form);
+    TOrnRectangle r(&form);
+    const std::vector<std::pair<TOrnPrimitiveObj*, std::function<void(int)>>> details = {
+        {&r, [&](int v) { r.SetDetX(v); }},    {&r, [&](int v) { r.SetDetY(v); }},
+        {&s, [&](int v) { s.SetSlices(v); }},  {&s, [&](int v) { s.SetStacks(v); }},
+        {&c, [&](int v) { c.SetSlices(v); }},  {&c, [&](int v) { c.SetStacks(v); }},
+        {&d, [&](int v) { d.SetSlices(v); }},  {&d, [&](int v) { d.SetLoops(v); }},
+        {&t, [&](int v) { t.SetSides(v); }},   {&t, [&](int v) { t.SetRings(v); }},
+        {&b, [&](int v) { b.SetDetailX(v); }}, {&b, [&](int v) { b.SetDetailY(v); }},
+        {&b, [&](int v) { b.SetDetailZ(v); }}};
+    for (const auto& [obj, set] : details) {
+        obj->Init();
+        set(0);
+        set(-3);
+        EXPECT_TRUE(obj->Initialized()) << obj->ClassName(); // ignored: nothing to rebuild
+    }
+    r.SetDetX(1 << 20);
+    r.SetDetY(1 << 20);
+    EXPECT_THROW(r.Init(), EOrnError);
+}
