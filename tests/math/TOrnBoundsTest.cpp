@@ -5,6 +5,7 @@
 #include <orn/geometry/TOrnTorus.h>
 #include <orn/geometry/TOrnTriangle.h>
 #include <orn/math/TOrnBounds.h>
+#include <orn/math/TOrnTransformation.h>
 #include <orn/scene/TOrnNode.h>
 
 #include <gtest/gtest.h>
@@ -89,4 +90,18 @@ TEST(TOrnBounds, NodePlacesItemsByTheirTransformationAndSkipsDisabledOnes) {
     TOrnBounds empty;
     EXPECT_FALSE((new TOrnNode(&form))->GetBounds(empty));
     EXPECT_TRUE(empty.Empty());
+}
+
+TEST(TOrnBounds, TransformedHoldsEveryTurnedCorner) {
+    TOrnBounds box, empty;
+    box.Add(ToVec(0, 0, 0));
+    box.Add(ToVec(1, 2, 3));
+    TOrnTransformation t;
+    t.Rotation()->SetX(45);
+    const TOrnBounds turned = box.Transformed(t);
+    EXPECT_NEAR(turned.Lo.y, -3 / std::sqrt(2.0), 1e-6);
+    EXPECT_NEAR(turned.Hi.y, 2 / std::sqrt(2.0), 1e-6);
+    EXPECT_NEAR(turned.Lo.z, 0, 1e-6);
+    EXPECT_NEAR(turned.Hi.z, 5 / std::sqrt(2.0), 1e-6);
+    EXPECT_TRUE(empty.Transformed(t).Empty());
 }
