@@ -3,9 +3,12 @@
 #include <orn/geometry/TOrnPolygon.h>
 #include <orn/host/EOrnError.h>
 #include <orn/io/TOrnExchange.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/objects/TOrnTube.h>
 #include <orn/scene/TOrnNode.h>
+#include <orn/scene/TOrnObject.h>
 #include <orn/scene/TOrnRegistry.h>
+#include <orn/state/TOrnMaterial.h>
 #include <orn/view/TOrnCamera.h>
 
 #include "io/detail/ExchangeText.h"
@@ -318,6 +321,14 @@ TEST_F(ExchangeFixture, ReferencesResolveByNameBeforeLoadedWhichIsCalledOnce) {
                                 "<TEXCHANGEPROBE name=\"B\" Ref=\"a\"></TEXCHANGEPROBE>"));
     EXPECT_EQ(Probe(0, node)->Ref, nullptr);
     EXPECT_EQ(Probe(1, node)->Ref, Probe(0, node)); // names ignore letter case
+
+    // A name found on a component of another class than the slot takes leaves the slot empty.
+    auto* object = new TOrnObject(&loadForm);
+    auto* material = new TOrnMaterial(&loadForm);
+    for (const TOrnPropInfo* p : object->Properties()->All())
+        if (p->kind == pkReference) p->setRef(*object, material);
+    EXPECT_EQ(object->Attributes(), nullptr);
+    EXPECT_EQ(object->Material(), material);
 }
 
 TEST_F(ExchangeFixture, ACameraTravelsWithTheScene) {
