@@ -1,5 +1,6 @@
 #include <orn/Version.h>
 #include <orn/diag/OrnVersionInfo.h>
+#include <orn/diag/TOrnAboutBox.h>
 #include <orn/diag/TOrnGLStatus.h>
 #include <orn/host/EOrnError.h>
 #include <orn/view/TOrnView.h>
@@ -9,27 +10,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 
 namespace orn {
 namespace {
 
-TEST(OrnVersionInfo, MatchesTheHeaders) {
+TEST(OrnVersionInfo, VersionsAndLibraryFileVersions) {
     EXPECT_EQ(OrnVersion(), ORN_VERSION_STRING);
     EXPECT_EQ(OrnVersion(), std::to_string(OrnVersionMajor()) + "." + std::to_string(OrnVersionMinor()) +
                                 "." + std::to_string(OrnVersionPatch()));
     EXPECT_NE(OrnProductName().find(OrnVersion()), std::string::npos);
-}
-
-TEST(LibraryFileVersion, TakesWhatFollowsSo) {
+    EXPECT_TRUE(std::regex_match(OrnBuildDate(), std::regex(R"(20\d\d-[01]\d-[0-3]\d)"))) << OrnBuildDate();
     EXPECT_EQ(LibraryFileVersion("libGLU.so.1.3.1"), "1.3.1");
     EXPECT_EQ(LibraryFileVersion("libEGL.so.1"), "1");
     EXPECT_EQ(LibraryFileVersion("swrast_dri.so"), "");
     EXPECT_EQ(LibraryFileVersion(""), "");
-}
-
-TEST(GetGLStatus, InactiveViewIsAnError) {
-    TOrnView view(nullptr);
-    EXPECT_THROW(GetGLStatus(view), EOrnError);
 }
 
 TEST(FormatGLStatus, WritesEveryFieldInItsPlace) {
@@ -62,8 +57,13 @@ TEST(FormatGLStatus, WritesEveryFieldInItsPlace) {
 
 using GLStatusTest = test::ViewTest;
 
-TEST_F(GLStatusTest, ReportsTheDriverThePixelFormatAndTheLibraries) {
+TEST_F(GLStatusTest, ReportsTheDriverThePixelFormatAndTheLibrariesAndTheAboutBoxShowsThem) {
     TOrnView view(nullptr);
+    TOrnAboutBox box(nullptr);
+    ASSERT_EQ(box.Lines().size(), 4u);
+    EXPECT_EQ(box.Lines()[0], OrnProductName());
+    EXPECT_THROW(GetGLStatus(view), EOrnError); // not active
+    EXPECT_THROW(box.LoadFromView(view), EOrnError);
     view.OpenGLConnect();
     const TOrnGLStatus s = GetGLStatus(view);
     EXPECT_FALSE(s.Vendor.empty());
@@ -75,21 +75,26 @@ TEST_F(GLStatusTest, ReportsTheDriverThePixelFormatAndTheLibraries) {
     EXPECT_EQ(s.Surface, "headless");
     EXPECT_GT(s.Extensions.size(), 10u);
     EXPECT_EQ(s.PixelFormat, view.PixelFormat());
-    auto loaded = [&](const char* prefix) {
-        return std::any_of(s.Libraries.begin(), s.Libraries.end(), [&](const TOrnLibraryFile& f) {
-            return f.Name.rfind(prefix, 0) == 0 && !f.Path.empty() && f.Path[0] == '/';
-        });
-    };
-    EXPECT_TRUE(loaded("libEGL"));
-    EXPECT_TRUE(loaded("libGLU"));
+    for (const char* prefix : {"libEGL", "libGLU"})
+        EXPECT_TRUE(std::any_of(s.Libraries.begin(), s.Libraries.end(), [&](const TOrnLibraryFile& f) {
+            return f.Name.starts_with(prefix) && f.Path.starts_with("/");
+        })) << prefix;
     EXPECT_FALSE(view.GetCurrent());
 
-    const std::string report = FormatGLStatus(s);
-    EXPECT_NE(report.find("Renderer: " + s.Renderer + "\n"), std::string::npos);
-    EXPECT_NE(report.find("colour 24 bits"), std::string::npos);
-    EXPECT_NE(report.find("Extensions: " + std::to_string(s.Extensions.size()) + "\n"), std::string::npos);
-    const std::string listed = FormatGLStatus(s, true);
-    EXPECT_NE(listed.find("  " + s.Extensions.front() + "\n"), std::string::npos);
+    box.LoadFromView(view);
+    ASSERT_EQ(box.Lines().size(), 7u);
+    EXPECT_EQ(box.Lines()[4], "GL vendor: " + s.Vendor);
+    EXPECT_EQ(box.Lines()[5], "GL renderer: " + s.Renderer);
+    EXPECT_EQ(box.Lines()[6], "GL version: " + s.Version);
+    EXPECT_NE(box.Text().find("Version " + OrnVersion() + "\n"), std::string::npos);
+    TBitmap bitmap;
+    box.PaintTo(bitmap);
+    int ink = 0;
+    for (int y = 1; y < bitmap.Height() - 1; ++y)
+        for (int x = 1; x < bitmap.Width() - 1; ++x)
+            ink += bitmap.Pixel(x, y) != clWhite;
+    EXPECT_GT(ink, 500); // seven lines of text
+    EXPECT_EQ(bitmap.Pixel(0, 0), clNavy);
 }
 
 } // namespace

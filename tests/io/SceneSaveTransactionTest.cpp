@@ -14,11 +14,11 @@
 #include <fstream>
 #include <functional>
 #include <map>
-#include <set>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace orn;
@@ -33,8 +33,29 @@ std::string ReadAll(const fs::path& p) {
     return s.str();
 }
 
-void WriteAll(const fs::path& p, const std::string& text) {
-    std::ofstream(p, std::ios::binary) << text;
+/// A folder's files with their contents (a FIFO or a folder as "?").
+std::map<std::string, std::string> Snapshot(const fs::path& dir) {
+    std::map<std::string, std::string> m;
+    for (const auto& e : fs::directory_iterator(dir))
+        m[e.path().filename().string()] = e.is_regular_file() ? ReadAll(e.path()) : "?";
+    return m;
+}
+
+/// Runs save in a child process; its exit status (128 + the signal that killed it).
+int InChild(const std::function<void()>& save) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        int status = 0;
+        try {
+            save();
+        } catch (const EOrnError& e) {
+            status = std::strstr(e.what(), std::strerror(EFBIG)) ? 1 : 2;
+        }
+        ::_exit(status);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 struct SceneSave : ::testing::Test {
@@ -43,15 +64,14 @@ struct SceneSave : ::testing::Test {
     TOrnTexture* texture = new TOrnTexture(scene);
     TOrnPointSet* points = new TOrnPointSet(scene);
     TOrnExchange exchange{nullptr};
-    fs::path dir;
-    fs::path file;
+    fs::path dir =
+        fs::temp_directory_path() / ("orn_save_" + std::to_string(::getpid()) + "_" +
+                                     ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::path file = dir / "out.orngl";
 
     void SetUp() override {
-        dir = fs::temp_directory_path() / ("orn_save_" + std::to_string(::getpid()) + "_" +
-                                           ::testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::remove_all(dir);
         fs::create_directories(dir);
-        file = dir / "out.orngl";
         texture->Bitmap()->SetSize(8, 8);
         scene->Add(texture);
         points->ReadFromText("1 2 3\n4 5 6\n", "inline");
@@ -59,115 +79,74 @@ struct SceneSave : ::testing::Test {
     }
     void TearDown() override { fs::remove_all(dir); }
 
-    std::set<std::string> Files() const {
-        std::set<std::string> names;
-        for (const auto& e : fs::directory_iterator(dir))
-            names.insert(e.path().filename().string());
-        return names;
-    }
-    /// The folder's files with their contents.
-    std::map<std::string, std::string> Snapshot() const {
-        std::map<std::string, std::string> m;
-        for (const auto& e : fs::directory_iterator(dir))
-            if (e.is_regular_file()) m[e.path().filename().string()] = ReadAll(e.path());
-        return m;
-    }
     /// A first save, then a bigger scene whose save is to fail.
     std::map<std::string, std::string> SaveFirstAndGrow() {
         exchange.SaveToFile(*scene, file.string());
-        EXPECT_EQ(Files(), (std::set<std::string>{"out.orngl", "out_1.bmp", "out_2.txt"}));
-        const auto before = Snapshot();
         texture->Bitmap()->SetSize(300, 300);
         std::string rows;
         for (int r = 0; r < 500; ++r)
             rows += "7 8 9\n";
         points->ReadFromText(rows, "inline");
-        return before;
+        return Snapshot(dir);
+    }
+    int LoadedBitmapWidth(const fs::path& from) {
+        TComponent owner(nullptr);
+        auto* node = new TOrnNode(&owner);
+        exchange.LoadFromFile(*node, from.string());
+        for (int i = 0; i < node->Count(); ++i)
+            if (auto* t = dynamic_cast<TOrnTexture*>(node->Items(i))) return t->Bitmap()->Width();
+        return -1;
     }
 };
 
 } // namespace
 
-TEST_F(SceneSave, AFailureOfTheSceneFileLeavesTheSideFilesAsTheyWere) {
+TEST_F(SceneSave, AFailureOfAnyFileLeavesEveryFileAsItWas) {
     const auto before = SaveFirstAndGrow();
-    // The scene's own name is taken by a folder: its write fails after the side files were written.
-    const fs::path other = dir / "other";
-    fs::create_directory(other);
-    fs::copy(dir / "out_1.bmp", other / "other_1.bmp");
-    WriteAll(other / "other_2.txt", "old points\n");
-    fs::create_directory(other / "other.orngl");
-    EXPECT_THROW(exchange.SaveToFile(*scene, (other / "other.orngl").string()), EOrnError);
-    EXPECT_EQ(ReadAll(other / "other_2.txt"), "old points\n");
-    EXPECT_EQ(ReadAll(other / "other_1.bmp"), before.at("out_1.bmp"));
-    std::set<std::string> left;
-    for (const auto& e : fs::directory_iterator(other))
-        left.insert(e.path().filename().string());
-    EXPECT_EQ(left, (std::set<std::string>{"other.orngl", "other_1.bmp", "other_2.txt"}));
-}
-
-TEST_F(SceneSave, AFailureOfASideFileLeavesEveryFileAsItWas) {
-    const auto before = SaveFirstAndGrow();
+    EXPECT_EQ(before.size(), 3u);
+    EXPECT_EQ(before.count("out_1.bmp") + before.count("out_2.txt"), 2u);
     // The point data cannot be put in place: the texture, written before it, must not be either.
     fs::remove(dir / "out_2.txt");
     fs::create_directory(dir / "out_2.txt");
     try {
         exchange.SaveToFile(*scene, file.string());
-        FAIL() << "the save succeeded";
+        ADD_FAILURE() << "the save succeeded";
     } catch (const EOrnError& e) {
         EXPECT_NE(std::string(e.what()).find("out_2.txt"), std::string::npos) << e.what();
     }
-    auto after = Snapshot();
-    EXPECT_EQ(after.at("out.orngl"), before.at("out.orngl"));
-    EXPECT_EQ(after.at("out_1.bmp"), before.at("out_1.bmp"));
-    EXPECT_EQ(Files(), (std::set<std::string>{"out.orngl", "out_1.bmp", "out_2.txt"}));
+    auto expected = before;
+    expected["out_2.txt"] = "?";
+    EXPECT_EQ(Snapshot(dir), expected);
+
+    // The scene's own name is taken by a folder: its write fails after the side files were written.
+    fs::remove(dir / "out_2.txt");
+    std::ofstream(dir / "out_2.txt") << "old points\n";
+    fs::remove(file);
+    fs::create_directory(file);
+    expected = Snapshot(dir);
+    EXPECT_THROW(exchange.SaveToFile(*scene, file.string()), EOrnError);
+    EXPECT_EQ(Snapshot(dir), expected);
+
+    // The file system refuses a file half-way through, as a full disk would: an error, not SIGXFSZ.
+    fs::remove(file);
+    std::ofstream(file) << "old scene";
+    expected = Snapshot(dir);
+    EXPECT_EQ(InChild([&] {
+                  std::signal(SIGXFSZ, SIG_DFL);
+                  rlimit small{};
+                  ::getrlimit(RLIMIT_FSIZE, &small);
+                  small.rlim_cur = 4096;
+                  ::setrlimit(RLIMIT_FSIZE, &small);
+                  exchange.SaveToFile(*scene, file.string());
+              }),
+              1)
+        << "0: no failure, 2: another failure, above 128: killed";
+    EXPECT_EQ(Snapshot(dir), expected);
 }
 
-TEST_F(SceneSave, AFileSizeLimitFailsTheSaveInsteadOfKillingTheProcess) {
-    const auto before = SaveFirstAndGrow();
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        // SIGXFSZ keeps its default action: were it raised and not taken back, it would kill us.
-        std::signal(SIGXFSZ, SIG_DFL);
-        rlimit small{};
-        ::getrlimit(RLIMIT_FSIZE, &small);
-        small.rlim_cur = 4096;
-        ::setrlimit(RLIMIT_FSIZE, &small);
-        int status = 3;
-        try {
-            exchange.SaveToFile(*scene, file.string());
-            status = 2;
-        } catch (const EOrnError& e) {
-            status = std::strstr(e.what(), std::strerror(EFBIG)) ? 0 : 1;
-        }
-        ::_exit(status);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status)) << "killed by signal " << WTERMSIG(status);
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "1: another failure, 2: no failure";
-    EXPECT_EQ(Snapshot(), before);
-}
-
-TEST_F(SceneSave, ALongNameNeedsNoLongerTemporaryName) {
-    scene->Remove(texture);
-    scene->Remove(points);
-    const std::string stem(240, 's');
-    const fs::path longFile = dir / (stem + ".orngl"); // 246 characters: a suffixed name would not fit
-    exchange.SaveToFile(*scene, longFile.string());
-    exchange.SaveToFile(*scene, longFile.string());
-    EXPECT_EQ(Files(), (std::set<std::string>{longFile.filename().string()}));
-
-    // With side files the names themselves are too long: refused before anything is written.
-    scene->Add(texture);
-    const fs::path longest = dir / (std::string(250, 'x') + ".orngl");
-    EXPECT_THROW(exchange.SaveToFile(*scene, longest.string()), EOrnError);
-    EXPECT_EQ(Files(), (std::set<std::string>{longFile.filename().string()}));
-}
-
-TEST_F(SceneSave, TargetsThatAreNoRegularFilesAreWrittenThroughOrRefused) {
+TEST_F(SceneSave, TargetsThatAreNoRegularFilesOrHaveLongNames) {
     // A symbolic link stays a link; the file it points to gets the scene and keeps its mode.
-    WriteAll(dir / "real.orngl", "old");
+    std::ofstream(dir / "real.orngl") << "old";
     ::chmod((dir / "real.orngl").c_str(), 0640);
     fs::create_symlink("real.orngl", dir / "link.orngl");
     exchange.SaveToFile(*scene, (dir / "link.orngl").string());
@@ -176,114 +155,71 @@ TEST_F(SceneSave, TargetsThatAreNoRegularFilesAreWrittenThroughOrRefused) {
     struct stat st;
     ASSERT_EQ(::stat((dir / "real.orngl").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0640u);
-
-    // A character device is written to, never replaced.
-    scene->Remove(texture);
-    scene->Remove(points);
-    exchange.SaveToFile(*scene, "/dev/null");
-    ASSERT_EQ(::stat("/dev/null", &st), 0);
-    EXPECT_TRUE(S_ISCHR(st.st_mode));
-
-    // A FIFO gets the text through it.
-    const fs::path fifo = dir / "pipe.orngl";
-    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    std::string received;
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        TOrnExchange writer(nullptr);
-        try {
-            writer.SaveToFile(*scene, fifo.string());
-        } catch (...) {
-            ::_exit(1);
-        }
-        ::_exit(0);
-    }
-    received = ReadAll(fifo);
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    EXPECT_NE(received.find("<ORNGL"), std::string::npos);
-    ASSERT_EQ(::lstat(fifo.c_str(), &st), 0);
-    EXPECT_TRUE(S_ISFIFO(st.st_mode));
-
     // A dangling link is refused, not replaced by a file.
     fs::create_symlink("missing/x.orngl", dir / "dangling.orngl");
     EXPECT_THROW(exchange.SaveToFile(*scene, (dir / "dangling.orngl").string()), EOrnError);
     EXPECT_TRUE(fs::is_symlink(dir / "dangling.orngl"));
+    // With side files, names too long for them are refused before anything is written.
+    const auto files = Snapshot(dir);
+    EXPECT_THROW(exchange.SaveToFile(*scene, (dir / (std::string(250, 'x') + ".orngl")).string()), EOrnError);
+    EXPECT_EQ(Snapshot(dir), files);
+
+    scene->Remove(texture);
+    scene->Remove(points);
+    // A name that a suffixed temporary name would not fit is still saved, twice.
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    const std::string stem(240, 's');
+    exchange.SaveToFile(*scene, (dir / (stem + ".orngl")).string());
+    exchange.SaveToFile(*scene, (dir / (stem + ".orngl")).string());
+    EXPECT_EQ(Snapshot(dir).size(), 1u);
+    // A character device is written to, never replaced; a FIFO gets the text through it.
+    exchange.SaveToFile(*scene, "/dev/null");
+    ASSERT_EQ(::stat("/dev/null", &st), 0);
+    EXPECT_TRUE(S_ISCHR(st.st_mode));
+    const fs::path fifo = dir / "pipe.orngl";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::string received;
+    std::thread reader([&] { received = ReadAll(fifo); });
+    exchange.SaveToFile(*scene, fifo.string());
+    reader.join();
+    EXPECT_NE(received.find("<ORNGL"), std::string::npos);
+    ASSERT_EQ(::lstat(fifo.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISFIFO(st.st_mode));
 }
 
-TEST_F(SceneSave, FilesTheSceneCanNotReadAreWarnedAbout) {
-    exchange.SaveToFile(*scene, file.string());
-    const fs::path outside = dir.parent_path() / (dir.filename().string() + "_secret.txt");
-    WriteAll(outside, "9 9 9\n");
-    struct Case {
-        const char* what;
-        std::function<void()> prepare;
-        const char* says;
-    } cases[] = {
-        {"missing", [&] { fs::remove(dir / "out_1.bmp"); }, "No such file"},
-        {"a FIFO",
-         [&] {
-             fs::remove(dir / "out_2.txt");
-             ::mkfifo((dir / "out_2.txt").c_str(), 0600);
-         },
-         "not a regular file"},
-        {"a link outside",
-         [&] {
-             fs::remove(dir / "out_2.txt");
-             fs::create_symlink(outside, dir / "out_2.txt");
-         },
-         "outside"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        exchange.SaveToFile(*scene, file.string());
-        c.prepare();
-        TComponent owner(nullptr);
-        auto* node = new TOrnNode(&owner);
-        exchange.LoadFromFile(*node, file.string()); // never blocks on the FIFO
-        ASSERT_FALSE(exchange.Warnings().empty());
-        EXPECT_NE(exchange.Warnings()[0].find(c.says), std::string::npos) << exchange.Warnings()[0];
-        fs::remove(dir / "out_2.txt");
-    }
-    fs::remove(outside);
-    exchange.SaveToFile(*scene, file.string());
-    TComponent owner(nullptr);
-    exchange.LoadFromFile(*new TOrnNode(&owner), file.string());
-    EXPECT_TRUE(exchange.Warnings().empty());
-}
-
-TEST_F(SceneSave, BitmapsLoadFromSubfoldersButNotFromOutsideTheFolder) {
+TEST_F(SceneSave, ReferencedFilesLoadFromTheFolderOrAreWarnedAbout) {
     exchange.SaveToFile(*scene, file.string());
     const std::string text = ReadAll(file);
-    const std::string saved = "Bitmap=\"out_1.bmp\"";
-    ASSERT_NE(text.find(saved), std::string::npos);
+    const fs::path outside = dir.string() + "_outside.bmp";
+    fs::copy_file(dir / "out_1.bmp", outside, fs::copy_options::overwrite_existing);
     fs::create_directories(dir / "textures");
     fs::copy_file(dir / "out_1.bmp", dir / "textures" / "wood.bmp");
-    const fs::path outside = dir.parent_path() / (dir.filename().string() + "_outside.bmp");
-    fs::copy_file(dir / "out_1.bmp", outside, fs::copy_options::overwrite_existing);
     fs::create_symlink(outside, dir / "textures" / "link.bmp");
-
-    auto load = [&](const std::string& name) {
+    ::mkfifo((dir / "fifo.bmp").c_str(), 0600);
+    struct Case {
+        std::string name;
+        int width;
+        const char* says;
+    } cases[] = {{"out_1.bmp", 8, ""},
+                 {"textures/wood.bmp", 8, ""},
+                 {"missing.bmp", 0, "No such file"},
+                 {"fifo.bmp", 0, "not a regular file"}, // never blocks on it
+                 {"textures/link.bmp", 0, "outside"},
+                 {"../" + outside.filename().string(), 0, "outside"},
+                 {outside.string(), 0, "absolute"}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         std::string changed = text;
-        changed.replace(changed.find(saved), saved.size(), "Bitmap=\"" + name + "\"");
-        WriteAll(file, changed);
-        TComponent owner(nullptr);
-        auto* node = new TOrnNode(&owner);
-        exchange.LoadFromFile(*node, file.string());
-        for (int i = 0; i < node->Count(); ++i)
-            if (auto* t = dynamic_cast<TOrnTexture*>(node->Items(i))) return t->Bitmap()->Width();
-        return -1;
-    };
-    EXPECT_EQ(load("textures/wood.bmp"), 8);
-    EXPECT_TRUE(exchange.Warnings().empty());
-    const std::string parent = "../" + outside.filename().string();
-    for (const std::string& name : {parent, outside.string(), std::string("textures/link.bmp")}) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(load(name), 0);
-        ASSERT_EQ(exchange.Warnings().size(), 1u);
-        EXPECT_NE(exchange.Warnings()[0].find("'" + name + "'"), std::string::npos) << exchange.Warnings()[0];
+        changed.replace(changed.find("out_1.bmp"), 9, c.name);
+        std::ofstream(file) << changed;
+        EXPECT_EQ(LoadedBitmapWidth(file), c.width);
+        ASSERT_EQ(exchange.Warnings().size(), *c.says ? 1u : 0u);
+        if (*c.says) {
+            EXPECT_NE(exchange.Warnings()[0].find("'" + c.name + "'"), std::string::npos)
+                << exchange.Warnings()[0];
+            EXPECT_NE(exchange.Warnings()[0].find(c.says), std::string::npos) << exchange.Warnings()[0];
+        }
     }
     fs::remove(outside);
 }
@@ -291,15 +227,14 @@ TEST_F(SceneSave, BitmapsLoadFromSubfoldersButNotFromOutsideTheFolder) {
 TEST_F(SceneSave, SavingToAStringWritesTheSideFilesInFileNamesFolderOrThrows) {
     try {
         exchange.SaveToString(*scene);
-        FAIL() << "a scene naming files nobody writes";
+        ADD_FAILURE() << "a scene naming files nobody writes";
     } catch (const EOrnError& e) {
         EXPECT_NE(std::string(e.what()).find("'scene_1.bmp'"), std::string::npos) << e.what();
         EXPECT_NE(std::string(e.what()).find("FileName is empty"), std::string::npos) << e.what();
     }
-    EXPECT_TRUE(Files().empty());
-
+    EXPECT_TRUE(Snapshot(dir).empty());
     exchange.SetFileName(file.string());
-    const std::string text = exchange.SaveToString(*scene);
-    EXPECT_NE(text.find("Bitmap=\"out_1.bmp\""), std::string::npos);
-    EXPECT_EQ(Files(), (std::set<std::string>{"out_1.bmp", "out_2.txt"}));
+    EXPECT_NE(exchange.SaveToString(*scene).find("Bitmap=\"out_1.bmp\""), std::string::npos);
+    EXPECT_EQ(Snapshot(dir).size(), 2u);
+    EXPECT_EQ(Snapshot(dir).count("out_2.txt"), 1u);
 }

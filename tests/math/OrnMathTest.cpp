@@ -7,37 +7,10 @@
 
 using namespace orn;
 
-TEST(TOrnMathVector, NormalizeScalesToUnitAndLeavesZeroAndNaN) {
-    TOrnMathVector v = ToVec(3, 0, 4);
-    OrnMathNormalize(v);
-    EXPECT_EQ(v, ToVec(0.6, 0, 0.8));
-    TOrnMathVector zero;
-    OrnMathNormalize(zero);
-    EXPECT_EQ(zero, ToVec(0, 0, 0));
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    TOrnMathVector n = ToVec(nan, 1, 1);
-    OrnMathNormalize(n);
-    EXPECT_TRUE(std::isnan(n.x));
-    EXPECT_EQ(n.y, 1);
-}
-
-TEST(TOrnMathVector, NormalOfCounterClockwiseTrianglePointsAtViewer) {
+TEST(TOrnMathVector, RoutinesOnSmallCases) {
     TOrnMathVector r;
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 0, 0), ToVec(0, 1, 0), true, r);
-    EXPECT_EQ(r, ToVec(0, 0, 1));
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(2, 0, 0), ToVec(0, 2, 0), false, r);
-    EXPECT_EQ(r, ToVec(0, 0, 4)); // twice the area when not normalised
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 1, 1), ToVec(2, 2, 2), true, r);
-    EXPECT_EQ(r, ToVec(0, 0, 0)); // collinear
-}
-
-TEST(TOrnMathVector, PlaneFromPointsKeepsDUnnegated) {
-    EXPECT_EQ(OrnMathPlanefromPoints(ToVec(0, 0, 1), ToVec(1, 0, 1), ToVec(0, 1, 1)), ToVec4D(0, 0, 1, 1));
-    EXPECT_EQ(OrnMathPlanefromPoints(ToVec(1, 1, 1), ToVec(2, 2, 2), ToVec(3, 3, 3)), ToVec4D(0, 0, 0, 0));
-}
-
-TEST(TOrnMathVector, ArithmeticRoutines) {
-    TOrnMathVector r;
+    OrnMathVectorAddition(ToVec(1, 2, 3), ToVec(-4, 5, 0.5), r);
+    EXPECT_EQ(r, ToVec(-3, 7, 3.5));
     OrnMathVectorInterpolate(ToVec(0, 0, 0), ToVec(2, 4, 6), r);
     EXPECT_EQ(r, ToVec(1, 2, 3));
     OrnMathScalarProduct(ToVec(1, -2, 3), 2, r);
@@ -47,6 +20,28 @@ TEST(TOrnMathVector, ArithmeticRoutines) {
     EXPECT_EQ(OrnMathDotProduct(ToVec(1, 2, 3), ToVec(4, -5, 6)), 12);
     EXPECT_EQ(OrnMathVectorDist(ToVec(1, 1, 1), ToVec(4, 5, 1)), 5);
     EXPECT_EQ(OrnMathVectorLength(ToVec(0, 3, 4)), 5);
+
+    r = ToVec(3, 0, 4);
+    OrnMathNormalize(r);
+    EXPECT_EQ(r, ToVec(0.6, 0, 0.8));
+    r = ToVec(0, 0, 0);
+    OrnMathNormalize(r);
+    EXPECT_EQ(r, ToVec(0, 0, 0));
+    r = ToVec(std::numeric_limits<double>::quiet_NaN(), 1, 1);
+    OrnMathNormalize(r);
+    EXPECT_TRUE(std::isnan(r.x));
+    EXPECT_EQ(r.y, 1);
+
+    // Counter-clockwise seen from +z: the normal points at the viewer.
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 0, 0), ToVec(0, 1, 0), true, r);
+    EXPECT_EQ(r, ToVec(0, 0, 1));
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(2, 0, 0), ToVec(0, 2, 0), false, r);
+    EXPECT_EQ(r, ToVec(0, 0, 4)); // twice the area when not normalised
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 1, 1), ToVec(2, 2, 2), true, r);
+    EXPECT_EQ(r, ToVec(0, 0, 0)); // collinear
+    // The plane's d is the distance along the normal, not negated.
+    EXPECT_EQ(OrnMathPlanefromPoints(ToVec(0, 0, 1), ToVec(1, 0, 1), ToVec(0, 1, 1)), ToVec4D(0, 0, 1, 1));
+    EXPECT_EQ(OrnMathPlanefromPoints(ToVec(1, 1, 1), ToVec(2, 2, 2), ToVec(3, 3, 3)), ToVec4D(0, 0, 0, 0));
 }
 
 TEST(TOrnMathVector, OutputMayAliasEitherInput) {

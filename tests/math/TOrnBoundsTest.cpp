@@ -8,19 +8,13 @@
 #include <orn/math/TOrnTransformation.h>
 #include <orn/scene/TOrnNode.h>
 
-#include <GL/gl.h>
-
-#include "support/GLTestContext.h"
-
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <cmath>
 
 using namespace orn;
 
 namespace {
-
-class TransformationMatrix : public orn::test::GLTest {};
 
 void ExpectInside(const TOrnBounds& inner, const TOrnBounds& outer, const char* what) {
     const double e = 1e-5;
@@ -33,28 +27,6 @@ void ExpectInside(const TOrnBounds& inner, const TOrnBounds& outer, const char* 
 }
 
 } // namespace
-
-// Bounds travel through the same matrix the render chain multiplies on: every order of parts and
-// of rotation axes against what OpenGL makes of Execute.
-TEST_F(TransformationMatrix, EqualsWhatExecuteLeavesOnTheModelView) {
-    TOrnTransformation t;
-    t.Rotation()->SetValues(30, -50, 70);
-    t.Scale()->SetValues(2, 0.5f, -1);
-    t.Translation()->SetValues(1, -2, 3);
-    for (int order = toRotTraSca; order <= toScaTraRot; ++order)
-        for (int axes = roXYZ; axes <= roZYX; ++axes) {
-            t.SetOrder(static_cast<TOrnTransformationOrder>(order));
-            t.Rotation()->SetOrder(static_cast<TOrnRotationOrder>(axes));
-            glMatrixMode(GL_MODELVIEW);
-            glLoadIdentity();
-            t.Execute();
-            double gl[16], ours[16];
-            glGetDoublev(GL_MODELVIEW_MATRIX, gl);
-            OrnTransformationMatrix(t, ours);
-            for (int i = 0; i < 16; ++i)
-                EXPECT_NEAR(ours[i], gl[i], 1e-5) << order << "/" << axes << "@" << i;
-        }
-}
 
 // A shape's bounds before building must hold what the build makes, and come close to it.
 TEST(TOrnBounds, ShapesKnowTheirExtentWithoutBuilding) {
@@ -99,17 +71,18 @@ TEST(TOrnBounds, NodePlacesItemsByTheirTransformationAndSkipsDisabledOnes) {
     root->Add(inner);
     inner->Add(triangle);
     root->Add(far);
+    triangle->SetBase(2);
+    triangle->SetHeight(1);
     inner->Transformation()->Translation()->SetValues(10, 0, 0);
-    inner->Transformation()->Scale()->SetValues(2, 2, 2);
+    inner->Transformation()->Scale()->SetValues(2, 2, 2); // scaled first, then moved
     far->Transformation()->Translation()->SetValues(0, 0, -100);
     far->SetEnabled(false);
-    TOrnBounds expected;
-    triangle->GetBounds(expected);
-    expected = expected.Transformed(*inner->Transformation());
     TOrnBounds got;
     ASSERT_TRUE(root->GetBounds(got));
-    EXPECT_EQ(got.Lo, expected.Lo);
-    EXPECT_EQ(got.Hi, expected.Hi);
+    EXPECT_EQ(got.Lo, ToVec(8, 0, 0));
+    EXPECT_EQ(got.Hi, ToVec(12, 0, 2));
+    EXPECT_EQ(got.Centre(), ToVec(10, 0, 1));
+    EXPECT_DOUBLE_EQ(got.Radius(), std::sqrt(5.0));
     // Nodes that hold each other end the walk instead of recursing for ever.
     inner->AddIndirect(root);
     TOrnBounds cycle;
@@ -117,4 +90,18 @@ TEST(TOrnBounds, NodePlacesItemsByTheirTransformationAndSkipsDisabledOnes) {
     TOrnBounds empty;
     EXPECT_FALSE((new TOrnNode(&form))->GetBounds(empty));
     EXPECT_TRUE(empty.Empty());
+}
+
+TEST(TOrnBounds, TransformedHoldsEveryTurnedCorner) {
+    TOrnBounds box, empty;
+    box.Add(ToVec(0, 0, 0));
+    box.Add(ToVec(1, 2, 3));
+    TOrnTransformation t;
+    t.Rotation()->SetX(45);
+    const TOrnBounds turned = box.Transformed(t);
+    EXPECT_NEAR(turned.Lo.y, -3 / std::sqrt(2.0), 1e-6);
+    EXPECT_NEAR(turned.Hi.y, 2 / std::sqrt(2.0), 1e-6);
+    EXPECT_NEAR(turned.Lo.z, 0, 1e-6);
+    EXPECT_NEAR(turned.Hi.z, 5 / std::sqrt(2.0), 1e-6);
+    EXPECT_TRUE(empty.Transformed(t).Empty());
 }

@@ -19,21 +19,17 @@ namespace orn::test {
 ///     EXPECT_EQ(rec.Calls(), (std::vector<std::string>{"glPushMatrix()", "glPopMatrix()"}));
 class GLRecorder {
 public:
-    /// Starts recording at once unless started is false.
-    explicit GLRecorder(bool started = true);
-    ~GLRecorder();
+    GLRecorder() { Start(); }
+    ~GLRecorder() { Stop(); }
     GLRecorder(const GLRecorder&) = delete;
     GLRecorder& operator=(const GLRecorder&) = delete;
 
     void Start();
     void Stop();
-    bool Recording() const;
 
     /// Each call as `glRotatef(90, 0, 1, 0)`: numbers with %g, enumerations by their GL_ names (unknown
     /// ones in 0x hex), fixed-size input vectors as `{1, 0, 0, 1}`, other pointers as `ptr`.
     const std::vector<std::string>& Calls() const { return fCalls; }
-    /// Just the function names, in call order.
-    std::vector<std::string> Names() const;
     /// How many calls of exactly this function were recorded.
     std::size_t Count(std::string_view name) const;
     /// The calls whose function name starts with prefix ("glPush", "glu").

@@ -1,11 +1,6 @@
 #include "support/Image.h"
 
-#include <png.h>
-
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <memory>
 
 namespace orn::test {
 
@@ -42,36 +37,6 @@ std::size_t CountPixels(const Image& image, const Rgba& color, int tolerance) {
 std::string ToString(const Rgba& color) {
     return "(" + std::to_string(color[0]) + ", " + std::to_string(color[1]) + ", " +
            std::to_string(color[2]) + ", " + std::to_string(color[3]) + ")";
-}
-
-std::string WritePng(const Image& image, const std::string& name) {
-    namespace fs = std::filesystem;
-    if (image.width <= 0 || image.height <= 0 ||
-        image.pixels.size() < static_cast<std::size_t>(image.width) * image.height * 4)
-        return {};
-    std::error_code error;
-    const fs::path dir = fs::read_symlink("/proc/self/exe", error).parent_path() / "failed-images";
-    if (!error) fs::create_directories(dir, error);
-    if (error) return {};
-    const fs::path path = dir / (name + ".png");
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "wb"), &std::fclose);
-    if (!file) return {};
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png ? png_create_info_struct(png) : nullptr;
-    if (!info || setjmp(png_jmpbuf(png))) {
-        png_destroy_write_struct(&png, &info);
-        return {};
-    }
-    png_init_io(png, file.get());
-    png_set_IHDR(png, info, image.width, image.height, 8, PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(png, info);
-    // GL's rows run bottom-up; a picture file's top-down.
-    for (int y = image.height - 1; y >= 0; --y)
-        png_write_row(png, image.pixels.data() + static_cast<std::size_t>(y) * image.width * 4);
-    png_write_end(png, nullptr);
-    png_destroy_write_struct(&png, &info);
-    return path.string();
 }
 
 } // namespace orn::test

@@ -30,8 +30,5 @@ bool SameColor(const Rgba& a, const Rgba& b, int tolerance = 2);
 std::size_t CountPixels(const Image& image, const Rgba& color, int tolerance = 2);
 /// "(r, g, b, a)", for messages.
 std::string ToString(const Rgba& color);
-/// Writes image as a PNG, top row first, to failed-images/<name>.png beside the test binary, for
-/// looking at a failure. Returns the path written, or an empty string when it could not be written.
-std::string WritePng(const Image& image, const std::string& name);
 
 } // namespace orn::test

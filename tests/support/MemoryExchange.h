@@ -27,11 +27,6 @@ public:
                 if (strcasecmp(k.c_str(), key.c_str()) == 0) return &v;
             return nullptr;
         }
-        const Element* Child(const std::string& name) const {
-            for (const auto& c : children)
-                if (strcasecmp(c->tag.c_str(), name.c_str()) == 0) return c.get();
-            return nullptr;
-        }
         /// The key names in the order written.
         std::vector<std::string> KeyNames() const {
             std::vector<std::string> names;
@@ -93,16 +88,10 @@ public:
         return v && (*v == "true" || *v == "false") ? *v == "true" : def;
     }
     std::int64_t ReadInt(const std::string& key, std::int64_t def) override {
-        const std::string* v = fCurrent->Find(key);
-        char* end = nullptr;
-        const long long r = v ? std::strtoll(v->c_str(), &end, 10) : 0;
-        return v && !v->empty() && *end == 0 ? r : def;
+        return Number(key, def, [](const char* s, char** end) { return std::strtoll(s, end, 10); });
     }
     double ReadFloat(const std::string& key, double def) override {
-        const std::string* v = fCurrent->Find(key);
-        char* end = nullptr;
-        const double r = v ? std::strtod(v->c_str(), &end) : 0;
-        return v && !v->empty() && *end == 0 ? r : def;
+        return Number(key, def, [](const char* s, char** end) { return std::strtod(s, end); });
     }
     std::string ReadString(const std::string& key, const std::string& def) override {
         const std::string* v = fCurrent->Find(key);
@@ -147,6 +136,13 @@ private:
     }
     void Put(const std::string& key, std::string value) {
         fStack.back()->keys.emplace_back(key, std::move(value));
+    }
+    /// The key's value parsed whole, or def.
+    template <class T, class Parse> T Number(const std::string& key, T def, Parse parse) const {
+        const std::string* v = fCurrent->Find(key);
+        char* end = nullptr;
+        const T r = v ? static_cast<T>(parse(v->c_str(), &end)) : def;
+        return v && !v->empty() && *end == 0 ? r : def;
     }
     // A child's keys are read by the ReadComp that accepts it; then its own children.
     void ReadChildren(TOrnExchangeItem& item, const Element& element) {
