@@ -2,6 +2,8 @@
 
 #include "io/detail/DxfGeometry.h"
 
+#include "host/detail/HugePages.h"
+
 #include <orn/geometry/TOrnCustomObj.h>
 #include <orn/objects/TOrn3DText.h>
 #include <orn/scene/TOrnNode.h>
@@ -55,6 +57,8 @@ std::size_t PiecePoints() {
 /// triangles and +z on points and lines (which light like the drawing's plane).
 void MakeMesh(const Coords& coords, std::size_t first, std::size_t count, const Vec& shift, bool faces,
               std::vector<double>& positions, std::vector<double>& normals) {
+    positions.reserve(count * 3);
+    AdviseHugePages(positions.data(), count * 3 * sizeof(double));
     positions.resize(count * 3);
     double* out = positions.data();
     std::size_t skip = first * 3, left = count * 3;
@@ -77,6 +81,8 @@ void MakeMesh(const Coords& coords, std::size_t first, std::size_t count, const 
         normals = {0, 0, 1};
         return;
     }
+    normals.reserve(positions.size());
+    AdviseHugePages(normals.data(), positions.size() * sizeof(double));
     normals.resize(positions.size());
     for (std::size_t i = 0; i + 8 < positions.size(); i += 9) {
         const double* p = positions.data() + i;
@@ -221,7 +227,10 @@ private:
                 const std::size_t count = std::min(piece, total - first);
                 std::vector<double> positions, normals;
                 MakeMesh(coords, first, count, shift, type == GL_TRIANGLES, positions, normals);
-                std::vector<std::uint32_t> indices(count);
+                std::vector<std::uint32_t> indices;
+                indices.reserve(count);
+                AdviseHugePages(indices.data(), count * sizeof(std::uint32_t));
+                indices.resize(count);
                 std::iota(indices.begin(), indices.end(), 0u);
                 auto* obj = new TOrnCustomObj(fOwner);
                 parent.Add(obj);

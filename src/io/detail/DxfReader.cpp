@@ -1,14 +1,12 @@
 #include "io/detail/DxfEntities.h"
 #include "io/detail/DxfText.h"
 
+#include "host/detail/HugePages.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <new>
-
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
 
 namespace orn::detail::dxf {
 
@@ -262,9 +260,7 @@ void Coords::Grow() {
     const std::size_t align = capacity == kHugeChunk ? bytes : alignof(double);
     c.fData = {static_cast<double*>(::operator new[](bytes, std::align_val_t{align})), {align}};
     c.fCapacity = capacity;
-#if defined(MADV_HUGEPAGE)
-    if (capacity == kHugeChunk) madvise(c.fData.get(), bytes, MADV_HUGEPAGE);
-#endif
+    if (capacity == kHugeChunk) AdviseHugePages(c.fData.get(), bytes);
 }
 
 std::string Model::Text(std::string_view raw) const {
