@@ -39,12 +39,12 @@ Mat Local(const TOrnRender& item) {
     const Vec p = t.Translation()->AsMathVector(), r = t.Rotation()->AsMathVector(),
               s = t.Scale()->AsMathVector();
     Mat m{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, p.x, p.y, p.z, 1};
+    const double degrees[3] = {r.x, r.y, r.z};
     for (int axis = 0; axis < 3; ++axis) {
-        const double a = (axis == 0 ? r.x : axis == 1 ? r.y : r.z) * std::numbers::pi / 180;
+        const double a = degrees[axis] * std::numbers::pi / 180, c = std::cos(a), sn = std::sin(a);
         const int i = (axis + 1) % 3, j = (axis + 2) % 3;
         Mat rot{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-        rot[i * 4 + i] = rot[j * 4 + j] = std::cos(a), rot[i * 4 + j] = std::sin(a),
-                    rot[j * 4 + i] = -std::sin(a);
+        rot[i * 4 + i] = rot[j * 4 + j] = c, rot[i * 4 + j] = sn, rot[j * 4 + i] = -sn;
         m = Mul(m, rot);
     }
     return Mul(m, Mat{s.x, 0, 0, 0, 0, s.y, 0, 0, 0, 0, s.z, 0, 0, 0, 0, 1});
@@ -63,12 +63,14 @@ struct World {
     std::vector<Mat> textPlaces; // the world matrix of each text
 };
 
-void Walk(TOrnRender& item, const Mat& parent, World& w) {
+const Mat kOne{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+
+void Walk(TOrnRender& item, World& w, const Mat& parent = kOne) {
     if (!item.Enabled()) return;
     const Mat m = Mul(parent, Local(item));
     if (auto* node = dynamic_cast<TOrnNode*>(&item))
         for (int i = 0; i < node->Count(); ++i)
-            Walk(*node->Items(i), m, w);
+            Walk(*node->Items(i), w, m);
     if (auto* text = dynamic_cast<TOrn3DText*>(&item)) w.texts.push_back(text), w.textPlaces.push_back(m);
     auto* obj = dynamic_cast<TOrnCustomObj*>(&item);
     if (!obj) return;
@@ -82,12 +84,6 @@ void Walk(TOrnRender& item, const Mat& parent, World& w) {
     }
 }
 
-World Look(TOrnNode& root) {
-    World w;
-    Walk(root, Mat{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, w);
-    return w;
-}
-
 struct Imported {
     TComponent form{nullptr};
     TOrnNode* node = new TOrnNode(&form);
@@ -99,7 +95,7 @@ struct Imported {
         importer.SetNode(node);
         importer.SetFileName(file ? text : "");
         file ? importer.Execute() : importer.LoadFromBuffer(text.data(), text.size());
-        world = Look(*node);
+        Walk(*node, world);
     }
     bool Says(const std::string& part) const {
         return std::any_of(report.messages.begin(), report.messages.end(),
@@ -145,15 +141,15 @@ const std::string kSlot =
 
 const fs::path kCorpus = fs::path(ORN_CORPORA_DIR) / "dxf";
 
-#define ORN_NEED_CORPUS()                                                                                    \
-    do {                                                                                                     \
-        if (!fs::is_directory(kCorpus)) GTEST_SKIP() << "no DXF corpus at " << kCorpus;                      \
-    } while (false)
+struct TOrnDXFImportCorpus : ::testing::Test {
+    void SetUp() override {
+        if (!fs::is_directory(kCorpus)) GTEST_SKIP() << "no DXF corpus at " << kCorpus;
+    }
+};
 
 } // namespace
 
-TEST(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
-    ORN_NEED_CORPUS();
+TEST_F(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
     int files = 0;
     for (const auto& entry : fs::directory_iterator(kCorpus)) {
         if (entry.path().extension() != ".dxf") continue;
@@ -165,8 +161,7 @@ TEST(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
     EXPECT_GT(files, 50);
 }
 
-TEST(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
-    ORN_NEED_CORPUS();
+TEST_F(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
     // Block "a": a square of ±30 and a circle of radius 20, inserted at 45° and at 15° scaled 2 × 1.
     Imported d((kCorpus / "blocks1.dxf").string(), true);
     EXPECT_TRUE(d.report.inserts == 2 && d.report.imported.at("INSERT") == 2);
@@ -189,8 +184,9 @@ TEST(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
     ASSERT_EQ(spline.world.lines.size(), 2u * 4 * 16); // four knot spans, sixteen segments each
     for (const Vec& p : spline.world.lines)
         EXPECT_NEAR(std::hypot(p.x, p.y), 0.756, 1e-9);
-    EXPECT_TRUE(Near(spline.world.lines.front(), {0.756, 0, 0}));
-    EXPECT_TRUE(Contains(spline.world.lines, {0, -0.756, 0})); // the end of the first quarter (clockwise)
+    EXPECT_TRUE(
+        Near(spline.world.lines.front(), {0.756, 0, 0}) && // and the end of its first quarter (clockwise)
+        Contains(spline.world.lines, {0, -0.756, 0}));
     Imported faces((kCorpus / "threeDFaces.dxf").string(), true);
     const std::vector<Vec>& t = faces.world.triangles;
     ASSERT_EQ(t.size(), 12u * 3); // a cube of 20
@@ -204,11 +200,8 @@ TEST(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
 
 TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem) {
     Imported d(Dxf(kSlot));
-    ASSERT_FALSE(d.world.lines.empty());
-    for (const Vec& p : d.world.lines) {
-        const double cx = p.x > 40 + 1e-9 ? 40 : p.x < -1e-9 ? 0 : p.x; // an end's half circle, or a side
-        EXPECT_NEAR(std::hypot(p.x - cx, p.y - 10), 10, 1e-9);
-    }
+    for (const Vec& p : d.world.lines) // on an end's half circle, or on a side
+        EXPECT_NEAR(std::hypot(p.x - std::clamp(p.x, 0.0, 40.0), p.y - 10), 10, 1e-9);
     EXPECT_TRUE(Near(d.report.extMin, {-10, 0, 0}, 1e-9) && Near(d.report.extMax, {50, 20, 0}, 1e-9));
     // With a face and a point, saved as a scene and loaded into a fresh node.
     Imported f(Dxf(kSlot + G("0 3DFACE 10 0 20 0 30 1 11 4 21 0 31 1 12 0 22 3 32 1 0 POINT 10 7 20 8")));
@@ -217,28 +210,18 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
     TComponent form(nullptr);
     auto* loaded = new TOrnNode(&form);
     exchange.LoadFromString(*loaded, scene);
-    EXPECT_TRUE(exchange.Warnings().empty());
-    const World w = Look(*loaded);
+    World w;
+    Walk(*loaded, w);
     // Exactly: numbers are written as the shortest text that reads back.
-    EXPECT_TRUE(!w.lines.empty() && w.lines == f.world.lines && w.points == f.world.points &&
-                w.triangles == f.world.triangles && w.colors == f.world.colors);
+    EXPECT_TRUE(exchange.Warnings().empty() && !w.lines.empty() && w.lines == f.world.lines &&
+                w.points == f.world.points && w.triangles == f.world.triangles && w.colors == f.world.colors);
     // A mesh whose numbers do not read is left out with a warning; the rest of the scene loads.
     const std::size_t at = scene.find("Positions=\"") + 11;
     exchange.LoadFromString(*new TOrnNode(&form), scene.substr(0, at) + "x" + scene.substr(at));
     EXPECT_EQ(exchange.Warnings().size(), 1u);
 }
 
-TEST(TOrnDXFImport, SolidHatchFillsAroundItsIsland) {
-    // A 10 × 10 square (polyline path) with a circular island of radius 2 (an arc edge).
-    Imported d(Dxf(G(
-        "0 HATCH 8 0 10 0 20 0 30 0 2 SOLID 70 1 71 0 91 2 92 2 72 0 73 1 93 4 10 0 20 0 10 10 20 0 "
-        "10 10 20 10 10 0 20 10 97 0 92 16 93 1 72 2 10 5 20 5 40 2 50 0 51 360 73 1 97 0 75 0 76 1 98 0")));
-    const double hole = 0.5 * 72 * 4 * std::sin(2 * std::numbers::pi / 72); // the 72-gon drawn
-    EXPECT_NEAR(TriangleArea(d.world.triangles), 100 - hole, 1e-6);
-    EXPECT_EQ(d.report.imported.at("HATCH"), 1);
-}
-
-TEST(TOrnDXFImport, ColoursResolveByLayerByBlockAndTrueColour) {
+TEST(TOrnDXFImport, ColoursResolveByLayerByBlockAndTrueColourAndSolidHatchesFillAroundIslands) {
     // BYLAYER blue, true colour over ACI, and a block's BYBLOCK line in its inserts' red and green.
     Imported d(Dxf(G("0 LINE 8 Blue 11 1 21 1 0 LINE 8 Blue 62 1 420 16744448 11 1 21 2 "
                      "0 INSERT 2 B 62 1 10 5 0 INSERT 2 B 62 3 10 9"),
@@ -248,6 +231,12 @@ TEST(TOrnDXFImport, ColoursResolveByLayerByBlockAndTrueColour) {
     std::sort(c.begin(), c.end());
     EXPECT_EQ(c, (std::vector<TColor>{0x0000FF, 0x0080FF, 0x00FF00, 0xFF0000})); // TColor is 0xBBGGRR
     EXPECT_TRUE(Contains(d.world.lines, {10, 0, 0}));
+    // A 10 × 10 square (polyline path) with a circular island of radius 2 (an arc edge).
+    Imported fill(Dxf(G(
+        "0 HATCH 8 0 10 0 20 0 30 0 2 SOLID 70 1 71 0 91 2 92 2 72 0 73 1 93 4 10 0 20 0 10 10 20 0 "
+        "10 10 20 10 10 0 20 10 97 0 92 16 93 1 72 2 10 5 20 5 40 2 50 0 51 360 73 1 97 0 75 0 76 1 98 0")));
+    const double hole = 0.5 * 72 * 4 * std::sin(2 * std::numbers::pi / 72); // the 72-gon drawn
+    EXPECT_NEAR(TriangleArea(fill.world.triangles), 100 - hole, 1e-6);
 }
 
 TEST(TOrnDXFImport, ExtrusionPlacesCirclesMirrorsInsertsAndFarDrawingsMoveNearTheOrigin) {
@@ -256,20 +245,16 @@ TEST(TOrnDXFImport, ExtrusionPlacesCirclesMirrorsInsertsAndFarDrawingsMoveNearTh
                    G("0 BLOCK 2 B 0 POINT 10 1 20 1 0 ENDBLK")));
     for (std::size_t i = 0; i < 72 * 2; ++i)
         EXPECT_NEAR(d.world.lines[i].x, 3, 1e-12);
-    EXPECT_TRUE(Contains(d.world.lines, {3, 1, 0}));
-    EXPECT_TRUE(Contains(d.world.lines, {3, 0, 1}));
+    EXPECT_TRUE(Contains(d.world.lines, {3, 1, 0}) && Contains(d.world.lines, {3, 0, 1}));
     // Extrusion −Z mirrors x: the insert point (2, 0) and the block's (1, 1) land at x = −3.
-    ASSERT_EQ(d.world.points.size(), 1u);
-    EXPECT_TRUE(Near(d.world.points[0], {-3, 1, 0}));
+    EXPECT_TRUE(d.world.points.size() == 1 && Near(d.world.points[0], {-3, 1, 0}));
     // A survey drawing far from the origin is moved near it, and the top node moves it back.
     Imported far(Dxf(G("0 LINE 10 5000000.25 20 6000000 11 5000001.25 21 6000000")));
-    ASSERT_TRUE(far.report.shifted);
-    EXPECT_NE(far.report.Text().find("local origin"), std::string::npos);
+    ASSERT_TRUE(far.report.shifted && far.report.Text().find("local origin") != std::string::npos);
     // Stored near the origin: the quarter unit survives the trip through single precision.
     const auto* layer = dynamic_cast<TOrnNode*>(dynamic_cast<TOrnNode*>(far.node->Items(0))->Items(0));
     const Vec p = dynamic_cast<TOrnCustomObj*>(layer->Items(0))->Points()->GetVector(0, daVertex);
-    EXPECT_NEAR(p.x, -0.5, 1e-9);
-    EXPECT_NEAR(static_cast<float>(p.x), -0.5f, 0);
+    EXPECT_TRUE(std::fabs(p.x + 0.5) < 1e-9 && static_cast<float>(p.x) == -0.5f);
 }
 
 TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
@@ -279,29 +264,26 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
     // Centred TEXT at its alignment point (5, 6), 2.5 high, turned 90°; € is byte 0x80 in 1252.
     const std::string text =
         "0\nTEXT\n8\nNotes\n1\n%%c20 %%d%%p \x80 \\U+2205\n" + G("40 2.5 50 90 72 1 10 1 20 2 11 5 21 6");
-    const std::string mtext = "0\nMTEXT\n8\nNotes\n71\n3\n40\n3\n50\n180\n10\n0\n20\n0\n"
-                              "3\n{\\fArial|b1|i0;Bold} and \\H2x;big\\P\n"
-                              "1\nnext\\~line \\S1^2; \\{x\\}\n";
+    const std::string mtext = G("0 MTEXT 8 Notes 71 3 40 3 50 180") +
+                              "3\n{\\fArial|b1|i0;Bold} and \\H2x;big\\P\n1\nnext\\~line \\S1^2; \\{x\\}\n";
     Imported old(header("AC1015") + Dxf(text + mtext + "0\nATTRIB\n1\nhidden\n70\n1\n"));
     EXPECT_TRUE(old.report.imported.at("TEXT") == 1 && old.report.imported.at("MTEXT") == 1);
     ASSERT_EQ(old.world.texts.size(), 3u); // MTEXT's two lines; the invisible ATTRIB shows nothing
     EXPECT_EQ(old.world.texts[0]->Caption(), "\u00D820 \u00B0\u00B1 \u20AC \u2205");
-    EXPECT_EQ(old.world.texts[0]->Alignment(), taCenter);
+    EXPECT_TRUE(old.world.texts[0]->Alignment() == taCenter &&
+                old.world.texts[2]->Alignment() == taRightJustify);
     // Capitals (0.72 em) 2.5 high, along +y, from the alignment point.
     const auto at = [&](int i, double x, double y) { return Apply(old.world.textPlaces[i], {x, y, 0}); };
     EXPECT_TRUE(Near(at(0, 0, 0), {5, 6, 0}) && Near(at(0, 0.72, 0), {5, 8.5, 0}) &&
                 Near(at(0, 0, 0.72), {2.5, 6, 0}));
     EXPECT_EQ(old.world.texts[1]->Caption(), "Bold and big");
     EXPECT_EQ(old.world.texts[2]->Caption(), "next\u00A0line 1/2 {x}");
-    EXPECT_EQ(old.world.texts[2]->Alignment(), taRightJustify);
-    // Turned 180° (50 is in degrees), 3 high, hanging from its top-right anchor: the first baseline one
-    // letter height below it, the next 5/3 of a height further.
+    // Turned 180° (50 in degrees), 3 high, hanging from its top-right anchor; lines 5/3 of a height apart.
     EXPECT_TRUE(Near(at(1, 0, 0), {0, 3, 0}) && Near(at(1, 0.72, 0), {-3, 3, 0}) &&
                 Near(at(2, 0, 0), {0, 8, 0}));
     // From AC1021 on, strings are UTF-8 whatever the code page says.
     Imported utf8(header("AC1021") + Dxf(G("0 TEXT 1 \xC3\x9C 40 1")));
-    ASSERT_EQ(utf8.world.texts.size(), 1u);
-    EXPECT_EQ(utf8.world.texts[0]->Caption(), "\u00DC");
+    EXPECT_EQ(utf8.world.texts.at(0)->Caption(), "\u00DC");
     EXPECT_TRUE(utf8.report.hasExtents); // a drawing of text alone still has somewhere to look
 }
 
@@ -328,18 +310,15 @@ TEST(TOrnDXFImport, BadInputIsReportedAndTheRestImported) {
         {Dxf(G("0 POINT xx 1 10 1 20 1") + line), "group code 'xx' is not a number"},
         {Dxf(G("0 CIRCLE 10 abc 20 0 40 1") + line), "line 8: CIRCLE left out"},
         {Dxf(G("0 LINE 10 nan 20 0 11 1 21 1") + line), "not a finite number"},
-        {Dxf(G("0 LWPOLYLINE 90 5 10 0 20 0 10 1 20 0 10 1 20 1") + line),
-         "LWPOLYLINE with 3 vertices declared 5"},
-        {Dxf(G("0 SPLINE 71 3 72 99 73 4 40 0 40 1 10 0 20 0 10 1 20 0 10 2 20 0 10 3 20 0") + line),
-         "does not fit together"},
+        {Dxf(G("0 LWPOLYLINE 90 5 10 0 10 1 10 2") + line), "LWPOLYLINE with 3 vertices declared 5"},
+        {Dxf(G("0 SPLINE 71 3 72 99 73 4 40 0 40 1 10 0 10 1 10 2 10 3") + line), "does not fit together"},
         {G("0 SECTION 2 ENTITIES") + line + "0\nLINE\n10", "no value"},
         {Dxf(line + G("0 INSERT 2 A"),
              G("0 BLOCK 2 A 0 INSERT 2 B 0 ENDBLK 0 BLOCK 2 B 0 INSERT 2 A 0 ENDBLK")),
          "inserts itself"},
         {Dxf(line + G("0 INSERT 2 NOPE")), "lacks"},
-        {Dxf(line + G("0 INSERT 2 A 70 30000 71 30000"), G("0 BLOCK 2 A 0 ENDBLK")),
-         "cut to its first 10000 cells"},
-        {Dxf(G("0 POLYLINE 70 64 0 VERTEX 70 192 10 0 20 0 0 VERTEX 70 128 71 1 72 2 73 9 0 SEQEND") + line),
+        {Dxf(line + G("0 INSERT 2 A 70 30000 71 30000"), G("0 BLOCK 2 A 0 ENDBLK")), "first 10000 cells"},
+        {Dxf(G("0 POLYLINE 70 64 0 VERTEX 70 192 0 VERTEX 70 128 71 1 72 2 73 9 0 SEQEND") + line),
          "faces naming missing vertices"},
         {Nested(16, line), "nested deeper than 16 levels"}, // 17 inserts deep
         {chunk + line, "cut to its first 4000"},
@@ -350,9 +329,9 @@ TEST(TOrnDXFImport, BadInputIsReportedAndTheRestImported) {
         EXPECT_TRUE(Contains(d.world.lines, {1, 1, 0}));
     }
     const Imported deepest(Nested(15)); // as deep as may be: drawn, without a word
-    EXPECT_TRUE(deepest.report.messages.empty() && deepest.world.points.size() == 1u);
-    EXPECT_TRUE(Imported(Nested(16)).world.points.empty());
-    EXPECT_EQ(Imported(chunk).world.texts.at(0)->Caption().size(), 3999u); // not inside the Ü // not in a Ü
+    EXPECT_TRUE(deepest.report.messages.empty() && deepest.world.points.size() == 1u &&
+                Imported(Nested(16)).world.points.empty());
+    EXPECT_EQ(Imported(chunk).world.texts.at(0)->Caption().size(), 3999u); // not inside the Ü
 }
 
 TEST(TOrnDXFImport, BinaryFileReadsLikeText) {
@@ -363,8 +342,7 @@ TEST(TOrnDXFImport, BinaryFileReadsLikeText) {
     str(0, "SECTION"), str(2, "ENTITIES"), str(0, "LINE"), str(8, "0");
     num(10, 1), num(20, 2), num(30, 0), num(11, 3), num(21, 4), num(31, 0), str(0, "ENDSEC"), str(0, "EOF");
     Imported d(b);
-    EXPECT_TRUE(d.report.binary);
-    EXPECT_TRUE(Contains(d.world.lines, {1, 2, 0}) && Contains(d.world.lines, {3, 4, 0}));
+    EXPECT_TRUE(d.report.binary && Contains(d.world.lines, {1, 2, 0}) && Contains(d.world.lines, {3, 4, 0}));
     // Cut anywhere, it still reads what is whole and says what is not.
     for (std::size_t n = 22; n < b.size(); n += 5)
         Imported(b.substr(0, n));
