@@ -5,8 +5,15 @@
 
 #include <orn/host/EOrnError.h>
 
+#include <orn/math/TOrnCustomExchange.h>
+
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <string>
+#include <string_view>
+#include <strings.h>
+#include <type_traits>
 #include <utility>
 
 namespace orn {
@@ -64,7 +71,7 @@ void TOrnCustomObj::SetMesh(std::vector<double> positions, std::vector<double> n
     const std::size_t n = positions.size() / 3;
     if (positions.size() % 3 != 0)
         fail(std::to_string(positions.size()) + " position values are not 3 per point");
-    if (!normals.empty() && normals.size() != positions.size())
+    if (!normals.empty() && normals.size() != positions.size() && normals.size() != 3)
         fail(std::to_string(normals.size()) + " normal values for " + std::to_string(n) + " points");
     if (!texCoords.empty() && texCoords.size() != 2 * n && texCoords.size() != 3 * n)
         fail(std::to_string(texCoords.size()) + " texture values for " + std::to_string(n) + " points");
@@ -98,6 +105,10 @@ void TOrnCustomObj::LayMesh() {
     std::copy(m.positions.begin(), m.positions.end(), fPoints->Vertices() + at);
     if (m.normals.empty())
         std::fill_n(fPoints->Normals() + at, m.positions.size(), 0.0);
+    else if (m.normals.size() != m.positions.size())
+        for (double* nv = fPoints->Normals() + at; nv != fPoints->Normals() + at + m.positions.size();
+             nv += 3)
+            std::copy(m.normals.begin(), m.normals.end(), nv);
     else
         std::copy(m.normals.begin(), m.normals.end(), fPoints->Normals() + at);
     if (m.texCoords.empty()) {
@@ -118,6 +129,68 @@ void TOrnCustomObj::LayMesh() {
     std::uint32_t* out = list.Data();
     for (std::size_t i = 0; i < m.indices.size(); ++i)
         out[i] = m.indices[i] + static_cast<std::uint32_t>(first);
+}
+
+namespace {
+
+template <class T> std::string JoinNumbers(const std::vector<T>& values) {
+    std::string out;
+    out.reserve(values.size() * 8);
+    char buf[32];
+    for (const T v : values) {
+        if (!out.empty()) out += ' ';
+        const auto r = std::to_chars(buf, buf + sizeof buf, v); // shortest text that reads back exactly
+        out.append(buf, r.ptr);
+    }
+    return out;
+}
+
+/// The numbers of a mesh key; throws when one of them is not a number of type T.
+template <class T> std::vector<T> SplitNumbers(const std::string& key, std::string_view text) {
+    std::vector<T> out;
+    const char* p = text.data();
+    const char* end = p + text.size();
+    for (;;) {
+        while (p != end && *p == ' ')
+            ++p;
+        if (p == end) return out;
+        T v{};
+        const auto r = std::from_chars(p, end, v);
+        bool finite = true;
+        if constexpr (std::is_floating_point_v<T>) finite = std::isfinite(v);
+        if (r.ec != std::errc() || (r.ptr != end && *r.ptr != ' ') || !finite)
+            throw EOrnError("CustomObj mesh: " + key + " holds '" +
+                            std::string(p, static_cast<std::size_t>(std::min<std::ptrdiff_t>(end - p, 20))) +
+                            "', which is not a number");
+        out.push_back(v);
+        p = r.ptr;
+    }
+}
+
+} // namespace
+
+void TOrnCustomObj::WriteValues(TOrnCustomExchange& exchange) {
+    TOrnPrimitiveObj::WriteValues(exchange);
+    if (!fMesh) return;
+    exchange.StartTag("Mesh");
+    exchange.WriteInt("Type", fMesh->type, GL_TRIANGLES);
+    exchange.WriteString("Positions", JoinNumbers(fMesh->positions), "");
+    exchange.WriteString("Normals", JoinNumbers(fMesh->normals), "");
+    exchange.WriteString("TexCoords", JoinNumbers(fMesh->texCoords), "");
+    exchange.WriteString("Indices", JoinNumbers(fMesh->indices), "");
+    exchange.EndTag();
+}
+
+TOrnExchangeItem* TOrnCustomObj::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
+    if (strcasecmp(tagName.c_str(), "Mesh") != 0) return TOrnPrimitiveObj::ReadComp(exchange, tagName);
+    const std::int64_t type = exchange.ReadInt("Type", GL_TRIANGLES);
+    if (type < 0 || type > GL_POLYGON) throw EOrnError("CustomObj mesh: type " + std::to_string(type));
+    SetMesh(SplitNumbers<double>("Positions", exchange.ReadString("Positions", "")),
+            SplitNumbers<double>("Normals", exchange.ReadString("Normals", "")),
+            SplitNumbers<double>("TexCoords", exchange.ReadString("TexCoords", "")),
+            SplitNumbers<std::uint32_t>("Indices", exchange.ReadString("Indices", "")),
+            static_cast<GLenum>(type));
+    return nullptr; // the element holds no children to read
 }
 
 int TOrnCustomObj::FirstList(GLenum type) {

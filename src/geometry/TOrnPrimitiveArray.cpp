@@ -1,6 +1,8 @@
 #include <orn/geometry/TOrnPrimitiveArray.h>
 #include <orn/host/EOrnError.h>
 
+#include "host/detail/HugePages.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -25,6 +27,7 @@ void TOrnPrimitiveArray::Reserve(int n) {
         throw EOrnError(std::string(ClassName()) + ": no memory for " + std::to_string(cap) + " elements.");
     fData = static_cast<std::uint32_t*>(p);
     fCapacity = static_cast<int>(cap);
+    detail::AdviseHugePages(p, cap * sizeof(std::uint32_t));
 }
 
 void TOrnPrimitiveArray::SetSize(int n) {

@@ -2,6 +2,8 @@
 
 #include <orn/host/EOrnError.h>
 
+#include "host/detail/HugePages.h"
+
 #include <GL/gl.h>
 
 #include <algorithm>
@@ -128,6 +130,7 @@ void TOrnPrimitivePoints::Reserve(TOrnArray kind, int n) {
         throw EOrnError(std::string(ClassName()) + ": no memory for " + std::to_string(cap) + " elements.");
     b.data = static_cast<unsigned char*>(p);
     b.capacity = static_cast<int>(cap);
+    detail::AdviseHugePages(p, cap * ElementSize(kind));
 }
 
 void TOrnPrimitivePoints::Resize(TOrnArray kind, int n) {

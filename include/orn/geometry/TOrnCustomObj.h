@@ -66,13 +66,19 @@ public:
 
     /// A mesh kept as the application gives it and laid down at every build, before OnConstruct
     /// adds to it: positions and normals 3 per point (no normals: computed as AutoCalcNormals
-    /// says), texture coordinates 2 or 3 per point (none: as TextureFlags makes them), indices
-    /// into the points forming primitives of type. Throws EOrnError, keeping the previous mesh,
-    /// when the sizes disagree, an index is out of range or type is not a GL primitive.
+    /// says; exactly 3 values: that one normal on every point), texture coordinates 2 or 3 per point (none:
+    /// as TextureFlags makes them), indices into the points forming primitives of type. Throws EOrnError,
+    /// keeping the previous mesh, when the sizes disagree, an index is out of range or type is not a GL
+    /// primitive.
     void SetMesh(std::vector<double> positions, std::vector<double> normals, std::vector<double> texCoords,
                  std::vector<std::uint32_t> indices, GLenum type = GL_TRIANGLES);
     /// Drops the mesh given to SetMesh.
     void ClearMesh();
+
+    /// The mesh is saved with the object (element "Mesh"), unlike what OnConstruct adds, which
+    /// the application builds again.
+    void WriteValues(TOrnCustomExchange& exchange) override;
+    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
 
 protected:
     void InitPoints() override;

@@ -2,6 +2,8 @@
 
 #include "io/detail/DxfGeometry.h"
 
+#include "host/detail/HugePages.h"
+
 #include <orn/geometry/TOrnCustomObj.h>
 #include <orn/objects/TOrn3DText.h>
 #include <orn/scene/TOrnNode.h>
@@ -10,6 +12,7 @@
 #include <cmath>
 #include <memory>
 #include <numbers>
+#include <numeric>
 #include <set>
 
 namespace orn::detail::dxf {
@@ -43,49 +46,57 @@ struct Box {
     }
 };
 
-/// The geometry of one object: its colour and the coordinates it draws, shared with its build event.
-struct ObjectData {
-    Batch batch;
-    Vec shift;
-};
+/// Points of one object at most: a few objects per layer and colour, each within the build limit.
+std::size_t PiecePoints() {
+    const auto limit =
+        static_cast<std::size_t>(std::max<std::int64_t>(TOrnPrimitiveObj::MaxBuildPoints(), 18));
+    return std::min<std::size_t>(limit, std::size_t{1} << 21) / 18 * 18; // whole segments and triangles
+}
 
-void Fill(TOrnCustomObj& obj, const ObjectData& d) {
-    TOrnPrimitivePoints& pool = *obj.Points();
-    const Batch& b = d.batch;
-    const std::size_t total = (b.points.size() + b.lines.size() + b.triangles.size()) / 3;
-    pool.SetSize(static_cast<int>(total));
-    const Vec up{0, 0, 1}, none{0, 0, 0};
-    auto list = [&](const Coords& coords, GLenum type, bool faces) {
-        if (coords.empty()) return;
-        TOrnPrimitiveArray& l = *obj.Primitive(obj.AddPrimitiveArray(type));
-        const int first = pool.Count();
-        const int n = static_cast<int>(coords.size() / 3);
-        for (const auto& xyz : coords.Chunks()) {
-            Vec normal = up;
-            for (std::size_t i = 0; i + 2 < xyz.size(); i += 3) {
-                const Vec p{xyz[i] - d.shift.x, xyz[i + 1] - d.shift.y, xyz[i + 2] - d.shift.z};
-                if (faces && i % 9 == 0 && i + 8 < xyz.size()) { // flat: the face's normal on its corners
-                    const Vec a{xyz[i], xyz[i + 1], xyz[i + 2]};
-                    normal = Normalized(Cross(Vec{xyz[i + 3], xyz[i + 4], xyz[i + 5]} - a,
-                                              Vec{xyz[i + 6], xyz[i + 7], xyz[i + 8]} - a));
-                    if (Length(normal) == 0) normal = up;
-                }
-                pool.Add(p, normal, none);
-            }
+/// A piece of coordinates as the mesh of one object: moved by shift, with flat normals on
+/// triangles and +z on points and lines (which light like the drawing's plane).
+void MakeMesh(const Coords& coords, std::size_t first, std::size_t count, const Vec& shift, bool faces,
+              std::vector<double>& positions, std::vector<double>& normals) {
+    positions.reserve(count * 3);
+    AdviseHugePages(positions.data(), count * 3 * sizeof(double));
+    positions.resize(count * 3);
+    double* out = positions.data();
+    std::size_t skip = first * 3, left = count * 3;
+    for (const Coords::Chunk& c : coords.Chunks()) {
+        if (skip >= c.size()) {
+            skip -= c.size();
+            continue;
         }
-        l.SetCount(n);
-        std::uint32_t* idx = l.Data();
-        for (int i = 0; i < n; ++i)
-            idx[i] = static_cast<std::uint32_t>(first + i);
-    };
-    list(b.points, GL_POINTS, false);
-    list(b.lines, GL_LINES, false);
-    list(b.triangles, GL_TRIANGLES, true);
+        const double* in = c.data() + skip;
+        const std::size_t n = std::min(c.size() - skip, left);
+        skip = 0;
+        for (std::size_t i = 0; i < n; i += 3, out += 3, in += 3) {
+            out[0] = in[0] - shift.x;
+            out[1] = in[1] - shift.y;
+            out[2] = in[2] - shift.z;
+        }
+        if ((left -= n) == 0) break;
+    }
+    if (!faces) {
+        normals = {0, 0, 1};
+        return;
+    }
+    normals.reserve(positions.size());
+    AdviseHugePages(normals.data(), positions.size() * sizeof(double));
+    normals.resize(positions.size());
+    for (std::size_t i = 0; i + 8 < positions.size(); i += 9) {
+        const double* p = positions.data() + i;
+        const Vec a{p[0], p[1], p[2]};
+        Vec n = Normalized(Cross(Vec{p[3], p[4], p[5]} - a, Vec{p[6], p[7], p[8]} - a));
+        if (!(Length(n) > 0)) n = {0, 0, 1};
+        for (int k = 0; k < 3; ++k)
+            normals[i + 3 * k] = n.x, normals[i + 3 * k + 1] = n.y, normals[i + 3 * k + 2] = n.z;
+    }
 }
 
 class Builder {
 public:
-    Builder(const Model& model, TOrnDXFReport& report, TOrnNode& target)
+    Builder(Model& model, TOrnDXFReport& report, TOrnNode& target)
         : fModel(model), fReport(report), fOwner(target.Owner()), fTarget(target) {}
 
     void Run(double scale) {
@@ -119,8 +130,8 @@ public:
         t.Translation()->SetValues(static_cast<float>(fShift.x * scale), static_cast<float>(fShift.y * scale),
                                    static_cast<float>(fShift.z * scale));
         fLayerNodes.assign(fModel.layers.size(), nullptr);
-        for (const auto& [key, batch] : fModel.model.batches)
-            AddObject(*LayerNode(key.first), key.second, batch, fShift);
+        for (auto& [key, batch] : fModel.model.batches)
+            AddObject(*LayerNode(key.first), key.second, batch, fShift, true);
         for (const InsertRef& ins : fModel.model.inserts)
             AddInsert(*LayerNode(ins.layer), ins, 0xFFFFFF, 0xFFFFFF, fShift, stack, 1);
         for (const TextRef& text : fModel.model.texts)
@@ -200,19 +211,38 @@ private:
         return candidate;
     }
 
-    void AddObject(TOrnNode& parent, std::uint32_t rgb, const Batch& batch, const Vec& shift) {
+    /// Objects for one batch: its points, its segments and its triangles, each a mesh of its own
+    /// (in pieces within the build limit). release gives the batch's memory back as it goes.
+    void AddObject(TOrnNode& parent, std::uint32_t rgb, Batch& batch, const Vec& shift, bool release) {
         if (batch.Empty()) return;
-        auto data = std::make_shared<ObjectData>(ObjectData{batch, shift});
         fReport.points += static_cast<std::int64_t>(batch.points.size() / 3);
         fReport.segments += static_cast<std::int64_t>(batch.lines.size() / 6);
         fReport.triangles += static_cast<std::int64_t>(batch.triangles.size() / 9);
-        auto* obj = new TOrnCustomObj(fOwner);
-        obj->SetAutoCalcNormals(false);
         // TColor keeps red in its low byte.
         const TColor color = static_cast<TColor>((rgb >> 16 & 0xFF) | (rgb & 0xFF00) | (rgb & 0xFF) << 16);
-        obj->Color()->SetColor(color);
-        obj->OnConstruct = [data](TObject* sender) { Fill(*static_cast<TOrnCustomObj*>(sender), *data); };
-        parent.Add(obj);
+        const std::size_t piece = PiecePoints();
+        auto add = [&](Coords& coords, GLenum type) {
+            const std::size_t total = coords.size() / 3;
+            for (std::size_t first = 0; first < total; first += piece) {
+                const std::size_t count = std::min(piece, total - first);
+                std::vector<double> positions, normals;
+                MakeMesh(coords, first, count, shift, type == GL_TRIANGLES, positions, normals);
+                std::vector<std::uint32_t> indices;
+                indices.reserve(count);
+                AdviseHugePages(indices.data(), count * sizeof(std::uint32_t));
+                indices.resize(count);
+                std::iota(indices.begin(), indices.end(), 0u);
+                auto* obj = new TOrnCustomObj(fOwner);
+                parent.Add(obj);
+                obj->SetAutoCalcNormals(false);
+                obj->Color()->SetColor(color);
+                obj->SetMesh(std::move(positions), std::move(normals), {}, std::move(indices), type);
+            }
+            if (release) coords.Clear();
+        };
+        add(batch.points, GL_POINTS);
+        add(batch.lines, GL_LINES);
+        add(batch.triangles, GL_TRIANGLES);
     }
 
     /// A flat caption (no depth) per line, in a node of its own that places them. Lines are 5/3 of
@@ -306,8 +336,8 @@ private:
             into.lines.Append(batch.lines);
             into.triangles.Append(batch.triangles);
         }
-        for (const auto& [rgb, batch] : byColor)
-            AddObject(*node, rgb, batch, {});
+        for (auto& [rgb, batch] : byColor)
+            AddObject(*node, rgb, batch, {}, true);
         stack.insert(key);
         for (const InsertRef& ins : b.space.inserts)
             AddInsert(*node, ins, byBlock, layer0, {}, stack, depth + 1);
@@ -353,7 +383,7 @@ private:
                                    static_cast<float>(m[11] - shift.z));
     }
 
-    const Model& fModel;
+    Model& fModel;
     TOrnDXFReport& fReport;
     TComponent* fOwner;
     TOrnNode& fTarget;
@@ -397,7 +427,7 @@ double UnitToMetres(int units) {
     return units >= 0 && units < 25 ? kMetres[units] : 1;
 }
 
-void BuildNodes(const Model& model, TOrnDXFReport& report, TOrnNode& target, double scale) {
+void BuildNodes(Model& model, TOrnDXFReport& report, TOrnNode& target, double scale) {
     Builder(model, report, target).Run(scale);
 }
 

@@ -14,7 +14,8 @@ namespace orn::detail::dxf {
 double UnitToMetres(int units);
 
 /// Builds the drawing into target: a node "Drawing" (its transformation holds the scale and the
-/// shift to the local origin) with a node per layer and a disabled node "Blocks".
-void BuildNodes(const Model& model, TOrnDXFReport& report, TOrnNode& target, double scale);
+/// shift to the local origin) with a node per layer and a disabled node "Blocks". The model's own
+/// batches are emptied as they become objects.
+void BuildNodes(Model& model, TOrnDXFReport& report, TOrnNode& target, double scale);
 
 } // namespace orn::detail::dxf

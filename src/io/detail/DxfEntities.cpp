@@ -35,14 +35,13 @@ void Emit(Batch& b, std::vector<Vec>& pts, bool closed, const Ocs& ocs, double t
     AddPolyline(b, pts, closed);
 }
 
-void Line(const Ent& e, EntityContext& ctx, Batch& b) {
-    std::vector<Vec> pts{e.P(10), e.P(11)};
+void Line(const Ent& e, Batch& b) {
+    const Vec p = e.P(10), q = e.P(11);
     const double t = e.D(39, 0);
     if (t != 0)
-        Extrude(b, pts, MakeOcs(e.P(210, {0, 0, 1})).az * t);
+        Extrude(b, {p, q}, MakeOcs(e.P(210, {0, 0, 1})).az * t);
     else
-        AddPolyline(b, pts, false);
-    (void)ctx;
+        b.lines.Append({p.x, p.y, p.z, q.x, q.y, q.z});
 }
 
 void Circle(const Ent& e, EntityContext& ctx, Batch& b, bool arc) {
@@ -384,7 +383,7 @@ bool BuildEntity(std::string_view type, const Ent& e, EntityContext& ctx) {
     Batch* b = Target(ctx, e);
     if (!b) return true;
     if (type == "LINE")
-        Line(e, ctx, *b);
+        Line(e, *b);
     else if (type == "POINT") {
         const Vec p = e.P(10);
         b->points.Append({p.x, p.y, p.z});

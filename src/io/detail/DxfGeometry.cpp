@@ -87,10 +87,18 @@ void ArcPoints(double cx, double cy, double r, double a0, double a1, int segment
     double sweep = std::fmod(a1 - a0, kTwoPi);
     if (sweep <= 1e-12) sweep += kTwoPi;
     const int n = SegmentsFor(sweep, segmentsPerCircle);
-    for (int i = 0; i <= n; ++i) {
-        const double a = a0 + sweep * i / n;
-        out.push_back({cx + r * std::cos(a), cy + r * std::sin(a), z});
+    // Each point turns the last by one step: two products instead of a sine and a cosine. The ends
+    // are computed exactly, so that arcs meet what they join.
+    const double c = std::cos(sweep / n), s = std::sin(sweep / n);
+    double x = std::cos(a0), y = std::sin(a0);
+    out.reserve(out.size() + static_cast<std::size_t>(n) + 1);
+    for (int i = 0; i < n; ++i) {
+        out.push_back({cx + r * x, cy + r * y, z});
+        const double nx = x * c - y * s;
+        y = x * s + y * c;
+        x = nx;
     }
+    out.push_back({cx + r * std::cos(a0 + sweep), cy + r * std::sin(a0 + sweep), z});
 }
 
 void BulgePoints(const Vec& p0, const Vec& p1, double bulge, int segmentsPerCircle, double tolerance,
@@ -109,9 +117,13 @@ void BulgePoints(const Vec& p0, const Vec& p1, double bulge, int segmentsPerCirc
     const double r = std::hypot(p0.x - cx, p0.y - cy);
     const double a0 = std::atan2(p0.y - cy, p0.x - cx);
     const int n = SegmentsFor(theta, CircleSegments(segmentsPerCircle, tolerance, r));
+    const double c = std::cos(theta / n), s = std::sin(theta / n);
+    double x = std::cos(a0), y = std::sin(a0);
     for (int i = 1; i < n; ++i) {
-        const double a = a0 + theta * i / n;
-        out.push_back({cx + r * std::cos(a), cy + r * std::sin(a), p0.z + (p1.z - p0.z) * i / n});
+        const double nx = x * c - y * s;
+        y = x * s + y * c;
+        x = nx;
+        out.push_back({cx + r * x, cy + r * y, p0.z + (p1.z - p0.z) * i / n});
     }
     out.push_back(p1);
 }

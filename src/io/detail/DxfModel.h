@@ -6,11 +6,15 @@
 #include <orn/io/TOrnDXFImport.h>
 #include <orn/math/OrnMath.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <initializer_list>
 #include <map>
+#include <memory>
+#include <new>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -22,28 +26,54 @@ using ColorKey = std::uint32_t;
 inline constexpr ColorKey kByBlock = 0x01000000;  ///< takes the colour of the INSERT
 inline constexpr ColorKey kByLayer0 = 0x02000000; ///< BYLAYER on layer 0 inside a block: the INSERT's layer
 
+/// Frees what an aligned new[] gave.
+struct AlignedFree {
+    std::size_t align = alignof(double);
+    void operator()(double* p) const { ::operator delete[](p, std::align_val_t{align}); }
+};
+
 /// Coordinates in chunks that never move once written: a growing drawing of a gigabyte is not
-/// copied at every doubling. Appends of 3, 6 or 9 values never straddle two chunks.
+/// copied at every doubling. Chunks grow from a few kilobytes (a layer of three lines stays small)
+/// to 2 MiB, which the system may back with huge pages: most of reading a large drawing would
+/// otherwise go to faulting in its coordinates page by page. Appends of 3, 6 or 9 values never
+/// straddle two chunks.
 class Coords {
 public:
-    static constexpr std::size_t kChunk = 9 * 6 * 1024;
+    struct Chunk {
+        const double* data() const { return fData.get(); }
+        std::size_t size() const { return fSize; }
+        double operator[](std::size_t i) const { return fData[i]; }
+
+    private:
+        std::unique_ptr<double[], AlignedFree> fData;
+        std::size_t fSize = 0, fCapacity = 0;
+        friend class Coords;
+    };
+
     void Append(std::initializer_list<double> v) {
-        if (fChunks.empty() || fChunks.back().size() + v.size() > kChunk)
-            fChunks.emplace_back().reserve(kChunk);
-        fChunks.back().insert(fChunks.back().end(), v);
+        if (fChunks.empty() || fChunks.back().fSize + v.size() > fChunks.back().fCapacity) Grow();
+        Chunk& c = fChunks.back();
+        std::copy(v.begin(), v.end(), c.fData.get() + c.fSize);
+        c.fSize += v.size();
         fSize += v.size();
     }
     void Append(const Coords& other) {
-        for (const auto& c : other.fChunks)
+        for (const Chunk& c : other.fChunks)
             for (std::size_t i = 0; i + 2 < c.size(); i += 3)
                 Append({c[i], c[i + 1], c[i + 2]});
     }
     std::size_t size() const { return fSize; }
     bool empty() const { return fSize == 0; }
-    const std::vector<std::vector<double>>& Chunks() const { return fChunks; }
+    const std::vector<Chunk>& Chunks() const { return fChunks; }
+    /// Gives the memory back.
+    void Clear() {
+        fChunks.clear();
+        fSize = 0;
+    }
 
 private:
-    std::vector<std::vector<double>> fChunks;
+    void Grow();
+    std::vector<Chunk> fChunks;
     std::size_t fSize = 0;
 };
 
@@ -86,7 +116,7 @@ struct TextRef {
 /// Model space, paper space or one block.
 struct Space {
     std::map<std::pair<int, ColorKey>, Batch> batches; ///< by layer index and colour
-    std::vector<InsertRef> inserts;
+    std::deque<InsertRef> inserts; ///< a deque: a drawing of a million inserts is never copied as it grows
     std::vector<TextRef> texts;
 };
 

@@ -1,9 +1,12 @@
 #include "io/detail/DxfEntities.h"
 #include "io/detail/DxfText.h"
 
+#include "host/detail/HugePages.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <new>
 
 namespace orn::detail::dxf {
 
@@ -244,7 +247,25 @@ private:
 
 } // namespace
 
-std::string Model::Text(std::string_view raw) const { return DecodeText(raw, codepage, unicode); }
+namespace {
+constexpr std::size_t kFirstChunk = 1024;    // doubles: 8 KiB
+constexpr std::size_t kHugeChunk = 1u << 18; // doubles: 2 MiB, the size of a huge page
+} // namespace
+
+void Coords::Grow() {
+    const std::size_t capacity =
+        fChunks.empty() ? kFirstChunk : std::min(fChunks.back().fCapacity * 2, kHugeChunk);
+    Chunk& c = fChunks.emplace_back();
+    const std::size_t bytes = capacity * sizeof(double);
+    const std::size_t align = capacity == kHugeChunk ? bytes : alignof(double);
+    c.fData = {static_cast<double*>(::operator new[](bytes, std::align_val_t{align})), {align}};
+    c.fCapacity = capacity;
+    if (capacity == kHugeChunk) AdviseHugePages(c.fData.get(), bytes);
+}
+
+std::string Model::Text(std::string_view raw) const {
+    return DecodeText(raw, codepage, unicode);
+}
 
 std::string Upper(std::string_view s) {
     std::string out(s);
