@@ -53,25 +53,6 @@ TEST(TOrnLight, NewKindResetsTheCutOff) {
     EXPECT_EQ(changes, 4);
 }
 
-TEST(TOrnLight, OwnedValuesReportToTheLight) {
-    TOrnLight l(nullptr);
-    int changes = 0;
-    l.OnChange = [&](TObject*) { ++changes; };
-    l.ColorDiffuse()->SetColor(clRed);
-    l.Direction()->SetX(0.5f);
-    TOrnColor c;
-    c.SetColor(clGreen);
-    l.SetSpecular(&c);
-    TOrnDirection d;
-    d.SetY(-1);
-    l.SetDirection(&d);
-    EXPECT_EQ(l.ColorSpecular()->Color(), clGreen);
-    EXPECT_EQ(l.Direction()->Y(), -1.0f);
-    EXPECT_EQ(changes, 4);
-    c.SetColor(clBlue);
-    EXPECT_EQ(changes, 4);
-}
-
 namespace {
 
 class LightGL : public orn::test::GLTest {
@@ -83,20 +64,20 @@ protected:
 
 } // namespace
 
-TEST_F(LightGL, DirectionLightSendsItsDirectionAsPosition) {
+TEST_F(LightGL, KindChoosesPositionCutOffAndSpotDirection) {
+    light->Direction()->SetValues(0.5f, -1, 0);
     light->SetKind(lkDirection);
-    light->Direction()->SetValues(0.5f, 0, -1);
     GLRecorder rec;
     light->Render(view);
-    EXPECT_EQ(rec.Filter({"glLightf", "glLightfv"}).back(), "glLightf(GL_LIGHT0, GL_SPOT_CUTOFF, 180)");
-    EXPECT_EQ(rec.Filter({"glLightfv"}).back(), "glLightfv(GL_LIGHT0, GL_POSITION, {0.5, 0, -1, 0})");
-}
-
-TEST_F(LightGL, SpotLightAddsItsDirection) {
+    EXPECT_EQ(rec.Filter({"glLightf", "glLightfv"}),
+              (Calls{"glLightfv(GL_LIGHT0, GL_AMBIENT, {0, 0, 0, 1})",
+                     "glLightfv(GL_LIGHT0, GL_DIFFUSE, {1, 1, 1, 1})",
+                     "glLightfv(GL_LIGHT0, GL_SPECULAR, {1, 1, 1, 1})",
+                     "glLightfv(GL_LIGHT0, GL_POSITION, {0.5, -1, 0, 0})",
+                     "glLightf(GL_LIGHT0, GL_SPOT_CUTOFF, 180)"}));
     light->SetKind(lkSpot);
     light->SetCutOff(30);
-    light->Direction()->SetValues(0, -1, 0);
-    GLRecorder rec;
+    rec.Clear();
     light->Render(view);
     EXPECT_EQ(
         rec.Filter({"glLightf", "glLightfv"}),
@@ -104,18 +85,10 @@ TEST_F(LightGL, SpotLightAddsItsDirection) {
                "glLightfv(GL_LIGHT0, GL_DIFFUSE, {1, 1, 1, 1})",
                "glLightfv(GL_LIGHT0, GL_SPECULAR, {1, 1, 1, 1})",
                "glLightfv(GL_LIGHT0, GL_POSITION, {0, 0, 0, 1})", "glLightf(GL_LIGHT0, GL_SPOT_CUTOFF, 30)",
-               "glLightfv(GL_LIGHT0, GL_SPOT_DIRECTION, {0, -1, 0})"}));
+               "glLightfv(GL_LIGHT0, GL_SPOT_DIRECTION, {0.5, -1, 0})"}));
 }
 
-TEST_F(LightGL, DisabledLightSwitchesItsLightOff) {
-    light->SetID(idLight7);
-    light->SetEnabled(false);
-    GLRecorder rec;
-    light->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glDisable(GL_LIGHT7)"}));
-}
-
-TEST_F(LightGL, TwoLightsWithOneIDShareTheLight) {
+TEST_F(LightGL, LightsShareTheirIDAndADisabledOneSwitchesItOff) {
     auto* other = new TOrnLight(&form);
     other->ColorDiffuse()->SetColor(clRed);
     light->Render(view);
@@ -123,9 +96,11 @@ TEST_F(LightGL, TwoLightsWithOneIDShareTheLight) {
     float diffuse[4];
     glGetLightfv(GL_LIGHT0, GL_DIFFUSE, diffuse);
     EXPECT_EQ(diffuse[1], 0.0f) << "the light rendered last wins";
+    light->SetID(idLight7);
     light->SetEnabled(false);
+    GLRecorder rec;
     light->Render(view);
-    EXPECT_FALSE(glIsEnabled(GL_LIGHT0));
+    EXPECT_EQ(rec.Calls(), (Calls{"glDisable(GL_LIGHT7)"}));
 }
 
 namespace {
