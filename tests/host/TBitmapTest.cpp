@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -231,42 +232,28 @@ TEST(TCanvas, RectanglesLeaveOutTheRightAndBottomEdgesAndLinesTheirEndPoint) {
     const char* filled[] = {"bkkkkkkk", "bkkkkkkk", "brrrkkkk", "brrrkkkk", "brrrkkkk", "bkkkkkkk"};
     for (int y = 0; y < 6; ++y)
         for (int x = 0; x < 8; ++x)
-            EXPECT_EQ(bmp.Pixel(x, y), filled[y][x] == 'r'   ? clRed
-                                       : filled[y][x] == 'b' ? clBlue
-                                                             : clBlack)
-                << x << "," << y;
+            EXPECT_EQ(bmp.Pixel(x, y), filled[y][x] == 'r' ? clRed : filled[y][x] == 'b' ? clBlue : clBlack);
 
     bmp.SetSize(0, 0);
     bmp.SetSize(8, 8);
     c.Pen().SetColor(clLime);
     c.Brush().SetColor(clYellow);
     c.Rectangle(1, 1, 5, 5); // outline in the pen, inside in the brush
-    EXPECT_EQ(bmp.Pixel(1, 1), clLime);
-    EXPECT_EQ(bmp.Pixel(4, 4), clLime);
-    EXPECT_EQ(bmp.Pixel(4, 2), clLime);
-    EXPECT_EQ(bmp.Pixel(2, 3), clYellow);
-    EXPECT_EQ(bmp.Pixel(5, 5), clBlack);
     c.Brush().SetStyle(bsClear);
     c.Pen().SetColor(clRed);
     c.Rectangle(0, 0, 7, 7);
-    EXPECT_EQ(bmp.Pixel(6, 6), clRed);
-    EXPECT_EQ(bmp.Pixel(2, 2), clYellow) << "a clear brush leaves the inside";
-    c.FillRect(Rect(0, 0, 6, 6));
-    EXPECT_EQ(bmp.Pixel(2, 2), clYellow);
-
+    c.FillRect(Rect(0, 0, 6, 6)); // a clear brush fills nothing
     c.Pen().SetColor(clWhite);
-    c.MoveTo(1, 7);
-    c.LineTo(5, 7);
-    EXPECT_EQ(bmp.Pixel(4, 7), clWhite);
-    EXPECT_EQ(bmp.Pixel(5, 7), clBlack);
-    EXPECT_EQ(c.PenPos(), Point(5, 7));
-    c.MoveTo(7, 0);
-    c.LineTo(7, 3);
-    EXPECT_EQ(bmp.Pixel(7, 2), clWhite);
-    EXPECT_EQ(bmp.Pixel(7, 3), clBlack);
-    c.MoveTo(0, 7);
-    c.LineTo(7, 0);
-    EXPECT_EQ(bmp.Pixel(3, 4), clWhite);
+    for (auto [x0, y0, x1, y1] : {std::array{1, 7, 5, 7}, {7, 0, 7, 3}, {0, 7, 7, 0}}) {
+        c.MoveTo(x0, y0);
+        c.LineTo(x1, y1);
+    }
+    EXPECT_EQ(c.PenPos(), Point(7, 0));
     c.SetPixels(6, 5, clAqua);
-    EXPECT_EQ(c.Pixels(6, 5), clAqua);
+    const std::tuple<int, int, TColor> pixels[] = {
+        {1, 1, clLime},  {4, 4, clLime},   {4, 2, clLime},  {2, 3, clYellow}, {5, 5, clBlack},
+        {6, 6, clRed},   {2, 2, clYellow}, {4, 7, clWhite}, {5, 7, clBlack},  {7, 2, clWhite},
+        {7, 3, clBlack}, {3, 4, clWhite},  {6, 5, clAqua}};
+    for (auto [x, y, colour] : pixels)
+        EXPECT_EQ(c.Pixels(x, y), colour) << x << "," << y;
 }

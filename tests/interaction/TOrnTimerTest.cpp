@@ -8,8 +8,8 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <ostream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace orn;
@@ -18,7 +18,6 @@ namespace {
 
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
-// Puts a clock in place that only moves when the test says so.
 class FakeClock {
 public:
     explicit FakeClock(std::int64_t frequency = 1'000'000'000) : fGuard([this] { return now; }, frequency) {}
@@ -36,8 +35,7 @@ public:
     void WaitEvents(double) override { ++waits; }
 };
 
-// Every test starts with an application that has no idle handler and is active, and a form that
-// owns the timers; after the form is gone no handler may be left behind.
+// The application starts with no idle handler and active; when the form is gone no handler may be left.
 class TOrnTimerTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -63,14 +61,10 @@ protected:
         return done;
     }
 
-    // Records (time in ms, intervals) of every OnTimer call of a timer.
     struct Tick {
         double ms;
         int intervals;
         bool operator==(const Tick&) const = default;
-        friend void PrintTo(const Tick& t, std::ostream* os) {
-            *os << '{' << t.ms << " ms, " << t.intervals << '}';
-        }
     };
     void Record(TOrnTimer* timer) {
         timer->OnTimer = [this, timer](TObject* sender, int n) {
@@ -78,7 +72,6 @@ protected:
             ticks.push_back({static_cast<double>(clock.now) / kNsPerMs, n});
         };
     }
-    // Counts the ticks of each timer, one character per timer, in order.
     void Count(std::initializer_list<std::pair<TOrnTimer*, char>> timers) {
         for (auto [timer, name] : timers)
             timer->OnTimer = [this, name](TObject*, int) { order += name; };
@@ -201,19 +194,18 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClock) {
 
 TEST_F(TOrnTimerTest, StopwatchNestsAndReportsSecondsOfTheClock) {
     TOrnTimer* t = NewTimer();
-    EXPECT_EQ(t->Stop(), -1.0);
-    clock.now = 1000 * kNsPerMs;
-    t->Start();
-    EXPECT_TRUE(t->IsStarted());
-    clock.now = 1250 * kNsPerMs;
-    t->Start();
-    clock.now = 2000 * kNsPerMs;
-    EXPECT_DOUBLE_EQ(t->Stop(), 0.75);
-    EXPECT_TRUE(t->GetIsStarted());
-    clock.now = 2500 * kNsPerMs;
-    EXPECT_DOUBLE_EQ(t->Stop(), 1.5);
-    EXPECT_FALSE(t->IsStarted());
-    EXPECT_EQ(t->Stop(), -1.0);
+    // At ms: start (true) or stop (false), and what Stop returns.
+    const std::tuple<int, bool, double> steps[] = {{0, false, -1},     {1000, true, 0},
+                                                   {1250, true, 0},    {2000, false, 0.75},
+                                                   {2500, false, 1.5}, {2600, false, -1}};
+    for (auto [ms, start, seconds] : steps) {
+        clock.now = ms * kNsPerMs;
+        if (start)
+            t->Start();
+        else
+            EXPECT_DOUBLE_EQ(t->Stop(), seconds) << ms;
+        EXPECT_EQ(t->IsStarted(), ms >= 1000 && ms < 2500) << ms;
+    }
 
     FakeClock slow(100);
     TOrnTimer s(nullptr);

@@ -127,14 +127,10 @@ protected:
     static void TexturedQuad(float s, float r = 1, float g = 1, float b = 1) {
         glColor3f(r, g, b);
         glBegin(GL_QUADS);
-        glTexCoord2f(0, 0);
-        glVertex2f(-1, -1);
-        glTexCoord2f(s, 0);
-        glVertex2f(1, -1);
-        glTexCoord2f(s, s);
-        glVertex2f(1, 1);
-        glTexCoord2f(0, s);
-        glVertex2f(-1, 1);
+        for (auto [u, v] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 1}}) {
+            glTexCoord2f(u * s, v * s);
+            glVertex2f(2 * u - 1, 2 * v - 1);
+        }
         glEnd();
     }
 
@@ -153,9 +149,6 @@ TEST_F(TextureGL, TransformationGoesOnTheTextureMatrixAndTheModelViewIsCurrentAg
     EXPECT_EQ(mode, GL_MODELVIEW);
     GLfloat matrix[16];
     glGetFloatv(GL_TEXTURE_MATRIX, matrix);
-    glMatrixMode(GL_TEXTURE);
-    glLoadIdentity();
-    glMatrixMode(GL_MODELVIEW);
     EXPECT_EQ(matrix[0], 2.0f);
     EXPECT_EQ(matrix[5], 3.0f);
 }
