@@ -153,8 +153,6 @@ TEST_F(ControlledTest, EyeHeightAndDistanceAreTheTranslation) {
     EXPECT_EQ(T()->Y(), 2.5f);
 }
 
-// ---- Keys --------------------------------------------------------------------------------------
-
 TEST_F(ControlledTest, PersonStepsTurnsNodsAndLooksAhead) {
     auto* person = Make<TOrnPersonController>();
     person->SetTurnAngle(10);
@@ -265,8 +263,6 @@ TEST_F(ControlledTest, PresentationKeysChooseTheTurnAndTheDistance) {
     }
     EXPECT_EQ(seen.size(), 8u) << "two turns, three turns, three distance steps";
 }
-
-// ---- Mouse -------------------------------------------------------------------------------------
 
 TEST_F(ControlledTest, MouseButtonsChooseTheDragModeAndAnyButtonUpEndsIt) {
     auto* mouse = Make<TOrnMouseController>();
@@ -385,9 +381,7 @@ TEST_F(ControlledTest, MouseMovesWriteEachComponentThroughItsSetter) {
     EXPECT_EQ(seen.size(), 2u) << "without Controlled nothing moves";
 }
 
-// ---- Scene files -------------------------------------------------------------------------------
-
-TEST_F(ControlledTest, MouseReadsOddValuesSafely) {
+TEST_F(ControlledTest, ScenesReadOddValuesSafelyAndTheCarsLimitsFirst) {
     TOrnMouseController mouse(nullptr);
     test::MemoryExchange file;
     file.Set("turnsensitivity", "-40");
@@ -403,26 +397,24 @@ TEST_F(ControlledTest, MouseReadsOddValuesSafely) {
     file.Set("CntrlFlags", "");
     file.Load(mouse);
     EXPECT_TRUE(mouse.CntrlFlags().Empty());
-}
 
-TEST_F(ControlledTest, CarReadsTheLimitsFirstAndClampsOnRead) {
-    TOrnCarController car(nullptr);
+    TOrnCarController car(nullptr); // the limits are read first, and what is read is clamped
     car.SetMaxSpeed(2);
     car.SetReverseSpeed(-0.5f);
     car.SetCurrentSpeed(1.5f);
     car.SetBraking(0.75f);
-    test::MemoryExchange file;
-    file.Save(car);
-    EXPECT_EQ(file.root.Find("EyeHeight"), nullptr); // derived, not stored
+    test::MemoryExchange saved;
+    saved.Save(car);
+    EXPECT_EQ(saved.root.Find("EyeHeight"), nullptr); // derived, not stored
     TOrnCarController back(nullptr);
-    file.Load(back); // the limits come first, so 1.5 survives a default MaxSpeed of 1
+    saved.Load(back); // the limits come first, so 1.5 survives a default MaxSpeed of 1
     EXPECT_EQ(back.MaxSpeed(), 2.0f);
     EXPECT_EQ(back.CurrentSpeed(), 1.5f);
-    file.Set("MaxSpeed", "-3");
-    file.Set("ReverseSpeed", "1e300");
-    file.Set("CurrentSpeed", "1e300");
-    file.Set("Braking", "nan");
-    file.Load(back);
+    saved.Set("MaxSpeed", "-3");
+    saved.Set("ReverseSpeed", "1e300");
+    saved.Set("CurrentSpeed", "1e300");
+    saved.Set("Braking", "nan");
+    saved.Load(back);
     EXPECT_EQ(back.MaxSpeed(), 2.0f);
     EXPECT_EQ(back.ReverseSpeed(), -0.5f);
     EXPECT_EQ(back.CurrentSpeed(), 2.0f);

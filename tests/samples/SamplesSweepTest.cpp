@@ -23,7 +23,6 @@ namespace {
 constexpr TSize kSizes[] = {{0, 0}, {1, 1}, {7, 1}, {1, 4096}, {301, 37}, {4096, 4096}};
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-// Every sample control with the extreme values of its properties, in a few combinations.
 std::vector<std::unique_ptr<TControl>> ExtremeControls() {
     std::vector<std::unique_ptr<TControl>> out;
     for (int kind = gkText; kind <= gkNeedle + 1; ++kind) {

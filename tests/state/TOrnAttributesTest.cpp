@@ -60,38 +60,29 @@ TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
     attr->SetLineWidth(2);
     attr->SetPointSize(4);
     // The smoothing hints name the capabilities themselves, as they always have.
-    EXPECT_EQ(BlockCalls({}), (Calls{"glPushMatrix()",
-                                     "glEnable(GL_POINT_SMOOTH)",
-                                     "glHint(GL_POINT_SMOOTH, GL_NICEST)",
-                                     "glEnable(GL_LINE_SMOOTH)",
-                                     "glHint(GL_LINE_SMOOTH, GL_NICEST)",
-                                     "glEnable(GL_POLYGON_SMOOTH)",
-                                     "glHint(GL_POLYGON_SMOOTH, GL_NICEST)",
-                                     "glLightModelfv(GL_LIGHT_MODEL_AMBIENT, {0.2, 0.2, 0.2, 1})",
-                                     "glEnable(GL_CULL_FACE)",
-                                     "glCullFace(GL_FRONT)",
-                                     "glEnable(GL_DITHER)",
-                                     "glEnable(GL_LIGHTING)",
-                                     "glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, 1)",
-                                     "glPolygonMode(GL_FRONT_AND_BACK, GL_LINE)",
-                                     "glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST)",
-                                     "glShadeModel(GL_FLAT)",
-                                     "glEnable(GL_BLEND)",
-                                     "glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA)",
-                                     "glLineStipple(1, 61680)",
-                                     "glEnable(GL_LINE_STIPPLE)",
-                                     "glLineWidth(2)",
-                                     "glPointSize(4)",
-                                     "glPopMatrix()"}));
-}
-
-TEST_F(AttributesGL, CullFaceAndQualityChooseTheirEnumerants) {
-    attr->SetCullFace(cfBack);
-    attr->SetPerspectiveCorrection(quFastest);
-    EXPECT_EQ(BlockCalls({"glCullFace", "glHint"}),
-              (Calls{"glCullFace(GL_BACK)", "glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_FASTEST)"}));
-    attr->SetPolygonMode(pmPoint);
-    EXPECT_EQ(BlockCalls({"glPolygonMode"}), (Calls{"glPolygonMode(GL_FRONT_AND_BACK, GL_POINT)"}));
+    EXPECT_EQ(BlockCalls({"glHint", "glLightModelfv"}),
+              (Calls{"glHint(GL_POINT_SMOOTH, GL_NICEST)", "glHint(GL_LINE_SMOOTH, GL_NICEST)",
+                     "glHint(GL_POLYGON_SMOOTH, GL_NICEST)",
+                     "glLightModelfv(GL_LIGHT_MODEL_AMBIENT, {0.2, 0.2, 0.2, 1})",
+                     "glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST)"}));
+    for (GLenum cap : {GL_POINT_SMOOTH, GL_LINE_SMOOTH, GL_POLYGON_SMOOTH, GL_CULL_FACE, GL_DITHER,
+                       GL_LIGHTING, GL_BLEND, GL_LINE_STIPPLE})
+        EXPECT_TRUE(glIsEnabled(cap)) << std::hex << cap;
+    const std::pair<GLenum, GLint> values[] = {{GL_CULL_FACE_MODE, GL_FRONT},
+                                               {GL_LIGHT_MODEL_TWO_SIDE, 1},
+                                               {GL_POLYGON_MODE, GL_LINE},
+                                               {GL_SHADE_MODEL, GL_FLAT},
+                                               {GL_BLEND_SRC, GL_SRC_ALPHA},
+                                               {GL_BLEND_DST, GL_ONE_MINUS_SRC_ALPHA},
+                                               {GL_LINE_STIPPLE_PATTERN, 0xF0F0},
+                                               {GL_LINE_STIPPLE_REPEAT, 1},
+                                               {GL_LINE_WIDTH, 2},
+                                               {GL_POINT_SIZE, 4}};
+    for (auto [name, value] : values) {
+        GLint got[2] = {};
+        glGetIntegerv(name, got);
+        EXPECT_EQ(got[0], value) << std::hex << name;
+    }
 }
 
 TEST_F(AttributesGL, StipplePatternsAndRotation) {

@@ -41,7 +41,7 @@ Bytes Alphas(std::span<const std::uint8_t> pixels) {
 
 } // namespace
 
-TEST(TOrnTexture, PixelsAreRgbaRowsBottomUpForPowerOfTwoSidesOnly) {
+TEST(TOrnTexture, PixelsAreRgbaRowsBottomUpForPowerOfTwoSidesAndAlphaComesFromMaskOrBitmap) {
     for (int n : {1, 2, 64, 1 << 30})
         EXPECT_TRUE(TOrnTexture::IsValidSize(n)) << n;
     for (int n : {0, -2, 3, 6, 181, INT_MIN, INT_MAX})
@@ -53,11 +53,7 @@ TEST(TOrnTexture, PixelsAreRgbaRowsBottomUpForPowerOfTwoSidesOnly) {
     t.Bitmap()->SetSize(3, 4);
     EXPECT_FALSE(t.Valid());
     EXPECT_TRUE(t.Pixels().empty());
-}
-
-TEST(TOrnTexture, AlphaMaskAndAlphaBitmapFillTheAlphaChannel) {
-    TOrnTexture t(nullptr);
-    EXPECT_FALSE(t.SetMaskAlpha(0.25, clRed, 1.0)) << "no pixels yet";
+    EXPECT_FALSE(t.SetMaskAlpha(0.25, clRed, 1.0)) << "no pixels";
     FourColours(*t.Bitmap());
     t.SetAlpha(0.5f);
     EXPECT_EQ(Alphas(t.Pixels()), Bytes(4, 128)); // 127.5 rounds to even
