@@ -85,6 +85,14 @@ TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
     }
 }
 
+TEST_F(AttributesGL, QualityAndPolygonModeChooseTheirEnumerants) {
+    attr->SetPerspectiveCorrection(quFastest);
+    attr->SetPolygonMode(pmPoint);
+    EXPECT_EQ(BlockCalls({"glHint", "glPolygonMode"}),
+              (Calls{"glPolygonMode(GL_FRONT_AND_BACK, GL_POINT)",
+                     "glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_FASTEST)"}));
+}
+
 TEST_F(AttributesGL, StipplePatternsAndRotation) {
     struct Case {
         TOrnLineStipple stipple;
