@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <tuple>
+
 namespace orn {
 namespace {
 
@@ -15,15 +18,17 @@ protected:
     TOrnCalendar calendar{nullptr};
 };
 
-TEST_F(CalendarTest, LeapYearsAndMonthLengths) {
-    EXPECT_FALSE(TOrnCalendar::IsLeapYear(1900));
-    EXPECT_TRUE(TOrnCalendar::IsLeapYear(2000));
-    EXPECT_TRUE(TOrnCalendar::IsLeapYear(2024));
-    EXPECT_FALSE(TOrnCalendar::IsLeapYear(2023));
-    EXPECT_EQ(TOrnCalendar::DaysInMonth(1900, 2), 28);
-    EXPECT_EQ(TOrnCalendar::DaysInMonth(2000, 2), 29);
-    EXPECT_EQ(TOrnCalendar::DaysInMonth(2024, 4), 30);
-    EXPECT_EQ(TOrnCalendar::DaysInMonth(2024, 13), 0);
+TEST_F(CalendarTest, LeapYearsMonthLengthsAndWeekdays) {
+    // year, month, its days, whether the year is a leap year
+    const std::tuple<int, int, int, bool> lengths[] = {{1900, 2, 28, false},
+                                                       {2000, 2, 29, true},
+                                                       {2023, 2, 28, false},
+                                                       {2024, 4, 30, true},
+                                                       {2024, 13, 0, true}};
+    for (auto [year, month, days, leap] : lengths) {
+        EXPECT_EQ(TOrnCalendar::DaysInMonth(year, month), days) << year << "-" << month;
+        EXPECT_EQ(TOrnCalendar::IsLeapYear(year), leap) << year;
+    }
     EXPECT_EQ(TOrnCalendar::DayOfWeek({2024, 2, 1}), 4); // Thursday
     EXPECT_EQ(TOrnCalendar::DayOfWeek({2000, 1, 1}), 6); // Saturday
 }
@@ -60,25 +65,24 @@ TEST_F(CalendarTest, ClickSelectsDaysOfTheMonthOnlyAndFiresOnce) {
     EXPECT_EQ(calendar.Day(), 29);
 }
 
-TEST_F(CalendarTest, MonthsAndYearsKeepTheDayWhereTheyCan) {
-    calendar.SetCalendarDate({2024, 1, 31});
-    calendar.NextMonth();
-    EXPECT_EQ(calendar.CalendarDate(), (TOrnDate{2024, 2, 29}));
-    calendar.SetCalendarDate({2023, 1, 31});
-    calendar.NextMonth();
-    EXPECT_EQ(calendar.CalendarDate(), (TOrnDate{2023, 2, 28}));
-    calendar.SetCalendarDate({2024, 2, 29});
-    calendar.NextYear();
-    EXPECT_EQ(calendar.CalendarDate(), (TOrnDate{2025, 2, 28}));
-    calendar.SetCalendarDate({2024, 1, 15});
-    calendar.PrevMonth();
-    EXPECT_EQ(calendar.CalendarDate(), (TOrnDate{2023, 12, 15}));
-    calendar.SetCalendarDate({9999, 12, 31});
-    calendar.NextYear();
-    calendar.AddDays(1000);
-    EXPECT_EQ(calendar.CalendarDate(), (TOrnDate{9999, 12, 31}));
-    calendar.SetCalendarDate({-5, 14, 40});
-    EXPECT_EQ(calendar.CalendarDate(), (TOrnDate{1, 12, 31}));
+TEST_F(CalendarTest, MonthsAndYearsKeepTheDayWhereTheyCanWithinTheCalendarsRange) {
+    const struct {
+        TOrnDate from;
+        std::function<void(TOrnCalendar&)> step;
+        TOrnDate to;
+    } cases[] = {
+        {{2024, 1, 31}, [](TOrnCalendar& c) { c.NextMonth(); }, {2024, 2, 29}},
+        {{2023, 1, 31}, [](TOrnCalendar& c) { c.NextMonth(); }, {2023, 2, 28}},
+        {{2024, 2, 29}, [](TOrnCalendar& c) { c.NextYear(); }, {2025, 2, 28}},
+        {{2024, 1, 15}, [](TOrnCalendar& c) { c.PrevMonth(); }, {2023, 12, 15}},
+        {{9999, 12, 31}, [](TOrnCalendar& c) { c.NextYear(), c.AddDays(1000); }, {9999, 12, 31}},
+        {{-5, 14, 40}, [](TOrnCalendar&) {}, {1, 12, 31}},
+    };
+    for (const auto& c : cases) {
+        calendar.SetCalendarDate(c.from);
+        c.step(calendar);
+        EXPECT_EQ(calendar.CalendarDate(), c.to) << c.from.Year << "-" << c.from.Month << "-" << c.from.Day;
+    }
 }
 
 TEST_F(CalendarTest, ArrowKeysCrossMonthAndYearBoundaries) {

@@ -80,9 +80,10 @@ TEST(TOrnColorGrid, ArrowsMoveTheChoiceWithinTheGrid) {
         std::uint16_t key;
         TShiftState shift;
         int foreground, background;
-    } steps[] = {{VK_LEFT, {}, 0, 15},     {VK_RIGHT, {}, 1, 15},     {VK_DOWN, {}, 5, 15},
-                 {VK_UP, {}, 1, 15},       {VK_UP, {}, 1, 15},        {VK_RIGHT, {ssCtrl}, 1, 15},
-                 {VK_UP, {ssCtrl}, 1, 11}, {VK_LEFT, {ssCtrl}, 1, 10}};
+    } steps[] = {{VK_LEFT, {}, 0, 15},     {VK_RIGHT, {}, 1, 15},      {VK_DOWN, {}, 5, 15},
+                 {VK_UP, {}, 1, 15},       {VK_UP, {}, 1, 15},         {VK_RIGHT, {ssCtrl}, 1, 15},
+                 {VK_UP, {ssCtrl}, 1, 11}, {VK_LEFT, {ssCtrl}, 1, 10}, {VK_RIGHT, {}, 2, 10},
+                 {VK_RIGHT, {}, 3, 10},    {VK_RIGHT, {}, 3, 10}}; // the right edge stops
     for (const auto& s : steps) {
         std::uint16_t key = s.key;
         grid.KeyDown(key, s.shift);

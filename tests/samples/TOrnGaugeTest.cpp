@@ -27,24 +27,20 @@ protected:
     TBitmap bitmap;
 };
 
-TEST_F(GaugeTest, HorizontalBarCoversPercentDoneOfItsWidth) {
+TEST_F(GaugeTest, BarsCoverTheirShareOfTheLengthFromTheLeftOrTheBottom) {
     gauge.SetBounds(0, 0, 203, 20); // 201 pixels inside the border
-    for (long long p : {0LL, 1LL, 29LL, 50LL, 99LL, 100LL}) {
-        gauge.SetProgress(p);
-        EXPECT_NEAR(CountRow(10, clRed), 201 * gauge.PercentDone() / 100.0, 1.0) << "progress " << p;
+    for (auto [progress, pixels] : {std::pair{0, 0}, {1, 2}, {29, 58}, {50, 100}, {99, 199}, {100, 201}}) {
+        gauge.SetProgress(progress);
+        EXPECT_NEAR(CountRow(10, clRed), pixels, 1) << "progress " << progress;
     }
-}
-
-TEST_F(GaugeTest, VerticalBarFillsFromTheBottom) {
     gauge.SetKind(gkVerticalBar);
     gauge.SetBorderStyle(false);
     gauge.SetBounds(0, 0, 10, 80);
     gauge.SetProgress(25);
     gauge.PaintTo(bitmap);
-    EXPECT_EQ(bitmap.Pixel(5, 79), clRed);
-    EXPECT_EQ(bitmap.Pixel(5, 60), clRed);
-    EXPECT_EQ(bitmap.Pixel(5, 59), clWhite);
-    EXPECT_EQ(bitmap.Pixel(5, 0), clWhite);
+    const TColor column[] = {bitmap.Pixel(5, 0), bitmap.Pixel(5, 59), bitmap.Pixel(5, 60),
+                             bitmap.Pixel(5, 79)};
+    EXPECT_EQ(std::vector<TColor>(column, column + 4), (std::vector<TColor>{clWhite, clWhite, clRed, clRed}));
 }
 
 TEST_F(GaugeTest, PieFillsClockwiseFromTwelveOClockToItsAngle) {
