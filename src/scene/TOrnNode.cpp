@@ -4,22 +4,27 @@
 #include <orn/scene/TOrnObject.h>
 #include <orn/scene/TOrnRegistry.h>
 
-#include "scene/detail/ClipVolume.h"
+#include "scene/detail/PickIndex.h"
 
 #include <algorithm>
 #include <cctype>
-#include <optional>
 
 namespace orn {
 
 namespace {
 
-bool SkippableWhenPicking(TOrnRender& item, TOrnBounds& box) {
-    auto* object = dynamic_cast<TOrnObject*>(&item);
-    return object && object->Enabled() && !object->Attributes() && !object->OnTransform &&
-           !object->OnBeforeRender && !object->OnAfterRender && !object->ProjectionEnabled() &&
-           object->GetBounds(box);
-}
+// Keeps the view's path of nodes while a node renders its items for names.
+struct NodePathScope {
+    TOrnCustomView* view;
+    NodePathScope(TOrnCustomView* v, TOrnCustomNode* node) : view(v) {
+        if (view) view->EnterNode(node);
+    }
+    ~NodePathScope() {
+        if (view) view->LeaveNode();
+    }
+    NodePathScope(const NodePathScope&) = delete;
+    NodePathScope& operator=(const NodePathScope&) = delete;
+};
 
 } // namespace
 
@@ -30,6 +35,16 @@ TOrnNode::TOrnNode(TComponent* owner) : TOrnCustomNode(owner) {}
 TOrnNode::~TOrnNode() {
     NotifyItem(this, opRemove);
     Clear();
+}
+
+void TOrnNode::ListEdited() {
+    ++fListEdits;
+    DropPickIndex();
+}
+
+void TOrnNode::DropPickIndex() {
+    ++fPickChanges;
+    fPickIndex.reset();
 }
 
 TOrnRender* TOrnNode::Items(int index) const {
@@ -77,6 +92,7 @@ int TOrnNode::AddIndirect(TOrnRender* item) {
     fItems.push_back(item);
     fIndirect.push_back(true);
     CountHeld(item, 1);
+    ListEdited();
     if (item) FreeNotification(item); // so a destroyed item never stays in the list
     return Count() - 1;
 }
@@ -89,6 +105,7 @@ void TOrnNode::Insert(int index, TOrnRender* item) {
     fItems.insert(fItems.begin() + index, item);
     fIndirect.insert(fIndirect.begin() + index, false);
     CountHeld(item, 1);
+    ListEdited();
     item->OnChange = [this](TObject* sender) { SubChange(sender); };
     FreeNotification(item);
     NotifyItem(item, opInsert);
@@ -103,6 +120,7 @@ int TOrnNode::Remove(TOrnRender* item) {
         fItems.erase(fItems.begin() + i);
         fIndirect.erase(fIndirect.begin() + i);
         CountHeld(item, -1);
+        ListEdited();
         if (!indirect) {
             item->OnChange = nullptr;
             fRemoving = item;
@@ -129,6 +147,7 @@ void TOrnNode::Move(int from, int to) {
     fIndirect.erase(fIndirect.begin() + from);
     fItems.insert(fItems.begin() + to, item);
     fIndirect.insert(fIndirect.begin() + to, bit);
+    ListEdited();
 }
 
 void TOrnNode::Exchange(int i, int j) {
@@ -138,6 +157,7 @@ void TOrnNode::Exchange(int i, int j) {
     const bool bi = fIndirect[static_cast<size_t>(i)];
     fIndirect[static_cast<size_t>(i)] = fIndirect[static_cast<size_t>(j)];
     fIndirect[static_cast<size_t>(j)] = bi;
+    ListEdited();
 }
 
 void TOrnNode::Clear() {
@@ -157,6 +177,8 @@ int TOrnNode::CountAllItems() const {
 }
 
 void TOrnNode::SubChange(TObject* sender) {
+    // An item may have moved or changed its shape; the node's own transformation moves them all.
+    if (sender != Transformation()) DropPickIndex();
     TOrnCustomNode::SubChange(sender);
     ClearCache();
 }
@@ -174,6 +196,7 @@ void TOrnNode::Notification(TComponent* component, TOperation operation) {
                 fItems.erase(fItems.begin() + i);
                 fIndirect.erase(fIndirect.begin() + i);
                 CountHeld(component, -1);
+                ListEdited();
             }
     }
     NotifyItem(component, operation);
@@ -199,17 +222,32 @@ void TOrnNode::DoRender(TOrnCustomView* view) {
         OnRender(view);
         return;
     }
-    // Picking passes over items that cannot meet the pick volume, without the GL calls of their
-    // render; only items that leave no state behind for the next ones are passed over.
-    std::optional<detail::ClipVolume> clip;
-    if (view && view->DrawMode() == dmSelection) clip.emplace();
-    for (size_t i = 0; i < fItems.size(); ++i) {
-        TOrnRender* item = fItems[i];
-        if (!item) continue;
-        TOrnBounds box;
-        if (clip && SkippableWhenPicking(*item, box) && clip->Excludes(box, *item->Transformation()))
-            continue;
-        item->Render(view);
+    NodePathScope path(view && IsNamingDrawMode(view->DrawMode()) ? view : nullptr, this);
+    if (!view || view->DrawMode() != dmSelection) {
+        for (size_t i = 0; i < fItems.size(); ++i)
+            if (TOrnRender* item = fItems[i]) item->Render(view);
+        return;
+    }
+    // Picking draws only the items that may meet the pick volume, found through the index; items
+    // that leave state behind for the next ones are always drawn.
+    // Bounds may build an item, and a change then drops the index: it is held here meanwhile.
+    std::unique_ptr<detail::PickIndex> index = std::move(fPickIndex);
+    const std::uint64_t changes = fPickChanges;
+    if (!index) index = std::make_unique<detail::PickIndex>(fItems, fIndirect);
+    std::vector<int> drawn;
+    index->Query(fItems, detail::ClipVolume(), drawn);
+    if (fPickChanges == changes) fPickIndex = std::move(index);
+    const std::uint64_t edits = fListEdits;
+    for (std::size_t k = 0; k < drawn.size(); ++k) {
+        const auto i = static_cast<std::size_t>(drawn[k]);
+        if (i < fItems.size() && fItems[i]) fItems[i]->Render(view);
+        if (fListEdits != edits) {
+            // An item's render changed the list: the positions found are stale; what is left
+            // is drawn in full.
+            for (std::size_t rest = i + 1; rest < fItems.size(); ++rest)
+                if (TOrnRender* item = fItems[rest]) item->Render(view);
+            return;
+        }
     }
 }
 

@@ -55,6 +55,10 @@ void TOrnObject::Assign(const TPersistent* source) {
 
 bool TOrnObject::GetBounds(TOrnBounds&) { return false; }
 
+bool TOrnObject::IntersectRay(int, const TOrnMathVector&, const TOrnMathVector&, double&) {
+    return false;
+}
+
 void TOrnObject::Notification(TComponent* component, TOperation operation) {
     TOrnRender::Notification(component, operation);
     if (operation != opRemove || !component) return;

@@ -222,7 +222,11 @@ void TOrnView::SetCurrent(bool value) {
 
 int TOrnView::GetNextID(TObject* object, int index) {
     ++fNextID;
-    if (fRecordNames) fNames.emplace_back(object, index);
+    if (fRecordNames) {
+        NameRecord& name = fNames.emplace_back(NameRecord{object, index, NodePath(), {}, {}});
+        glGetDoublev(GL_MODELVIEW_MATRIX, name.modelview.data());
+        glGetDoublev(GL_PROJECTION_MATRIX, name.projection.data());
+    }
     if (OnNextID) OnNextID(object, index);
     return fNextID;
 }

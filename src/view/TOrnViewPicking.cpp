@@ -1,11 +1,13 @@
 // Picking and the projection between scene and window of TOrnView.
 #include <orn/host/EOrnError.h>
+#include <orn/scene/TOrnObject.h>
 #include <orn/view/TOrnView.h>
 
 #include <GL/gl.h>
 #include <GL/glu.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace orn {
@@ -28,7 +30,79 @@ struct PickScope {
     }
 };
 
+using Matrix = std::array<double, 16>;
+
+// Column-major products and inverse, as GL keeps its matrices.
+Matrix Multiply(const Matrix& a, const Matrix& b) {
+    Matrix r{};
+    for (int col = 0; col < 4; ++col)
+        for (int row = 0; row < 4; ++row)
+            for (int k = 0; k < 4; ++k)
+                r[col * 4 + row] += a[k * 4 + row] * b[col * 4 + k];
+    return r;
+}
+
+// (x, y, z, 1) under m, divided by w; false when w vanishes.
+bool Apply(const Matrix& m, double x, double y, double z, TOrnMathVector& out) {
+    double c[4];
+    for (int row = 0; row < 4; ++row)
+        c[row] = m[row] * x + m[4 + row] * y + m[8 + row] * z + m[12 + row];
+    if (std::fabs(c[3]) < 1e-300) return false;
+    out = {c[0] / c[3], c[1] / c[3], c[2] / c[3]};
+    return true;
+}
+
+// Gauss-Jordan with partial pivoting; false for a singular matrix.
+bool Invert(const Matrix& m, Matrix& inverse) {
+    double a[4][8];
+    for (int row = 0; row < 4; ++row)
+        for (int col = 0; col < 4; ++col) {
+            a[row][col] = m[col * 4 + row];
+            a[row][col + 4] = row == col ? 1.0 : 0.0;
+        }
+    for (int col = 0; col < 4; ++col) {
+        int pivot = col;
+        for (int row = col + 1; row < 4; ++row)
+            if (std::fabs(a[row][col]) > std::fabs(a[pivot][col])) pivot = row;
+        if (std::fabs(a[pivot][col]) < 1e-300) return false;
+        std::swap(a[col], a[pivot]);
+        const double scale = 1.0 / a[col][col];
+        for (double& v : a[col])
+            v *= scale;
+        for (int row = 0; row < 4; ++row) {
+            if (row == col) continue;
+            const double f = a[row][col];
+            for (int k = 0; k < 8; ++k)
+                a[row][k] -= f * a[col][k];
+        }
+    }
+    for (int row = 0; row < 4; ++row)
+        for (int col = 0; col < 4; ++col)
+            inverse[col * 4 + row] = a[row][col + 4];
+    return true;
+}
+
 } // namespace
+
+TOrnMathVector TOrnView::HitPoint(const NameRecord& name, double zMin, const Matrix& root) const {
+    // The pick matrix puts the pick point at the centre of the clip volume: the ray through it
+    // runs from (0, 0, −1) to (0, 0, 1) there.
+    Matrix toLocal, fromScene;
+    if (!Invert(Multiply(name.projection, name.modelview), toLocal) || !Invert(root, fromScene)) return {};
+    const Matrix toScene = Multiply(fromScene, name.modelview);
+    TOrnMathVector nearEnd, farEnd, local;
+    if (!Apply(toLocal, 0, 0, -1, nearEnd) || !Apply(toLocal, 0, 0, 1, farEnd)) return {};
+    const TOrnMathVector direction{farEnd.x - nearEnd.x, farEnd.y - nearEnd.y, farEnd.z - nearEnd.z};
+    auto* object = dynamic_cast<TOrnObject*>(name.object);
+    double t = 0;
+    if (object && object->IntersectRay(name.index, nearEnd, direction, t)) {
+        local = {nearEnd.x + t * direction.x, nearEnd.y + t * direction.y, nearEnd.z + t * direction.z};
+    } else if (!Apply(toLocal, 0, 0, 2 * zMin - 1, local)) {
+        return {};
+    }
+    TOrnMathVector point;
+    return Apply(toScene, local.x, local.y, local.z, point) ? point : TOrnMathVector{};
+}
 
 TOrnSelectionHit TOrnView::GetObj(int x, int y) {
     fSelection.clear();
@@ -37,6 +111,7 @@ TOrnSelectionHit TOrnView::GetObj(int x, int y) {
     if (!GetCurrent()) return {};
     std::vector<GLuint> buffer(kFirstSelectBuffer);
     GLint hits = 0;
+    Matrix root{};
     try {
         PickScope scope(fDrawMode, fRecordNames);
         SetPickPoint(x, y);
@@ -60,7 +135,9 @@ TOrnSelectionHit TOrnView::GetObj(int x, int y) {
                 glMatrixMode(GL_MODELVIEW);
                 glLoadIdentity();
             }
+            glGetDoublev(GL_MODELVIEW_MATRIX, root.data());
             fNextID = 0;
+            ClearNodePath();
             RenderState()->BeginFrame();
             RenderSceneGL();
             hits = glRenderMode(GL_RENDER);
@@ -86,9 +163,10 @@ TOrnSelectionHit TOrnView::GetObj(int x, int y) {
         }
         const GLuint name = buffer[pos + 2 + count];
         if (name >= 1 && name <= fNames.size()) {
-            const auto& [object, index] = fNames[name - 1];
-            fSelection.push_back(
-                {object, index, buffer[pos + 1] / kDepthScale, buffer[pos + 2] / kDepthScale});
+            const NameRecord& record = fNames[name - 1];
+            const double zMin = buffer[pos + 1] / kDepthScale;
+            fSelection.push_back({record.object, record.index, zMin, buffer[pos + 2] / kDepthScale,
+                                  HitPoint(record, zMin, root), record.path});
         }
         pos += 3 + count;
     }

@@ -128,6 +128,10 @@ public:
     /// The box of the points once built; before that the shape's own box where it knows one
     /// (ShapeBounds), so that framing a scene builds nothing; otherwise it builds the points.
     bool GetBounds(TOrnBounds& bounds) override;
+    /// Faces of triangles, strips, fans, quads, quad strips and polygons of the enabled lists as
+    /// last built (nothing is built for it); lines and points have no faces.
+    bool IntersectRay(int index, const TOrnMathVector& origin, const TOrnMathVector& direction,
+                      double& distance) override;
     ORN_DECLARE_PROPERTIES(TOrnPrimitiveObj)
 
 protected:

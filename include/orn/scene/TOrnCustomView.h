@@ -6,8 +6,11 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace orn {
+
+class TOrnCustomNode;
 
 /// What a view is drawing for: the window, a bitmap, picking (selection, pick), or names only.
 enum TOrnDrawMode { dmWindow, dmBitmap, dmSelection, dmPick, dmNothing };
@@ -40,8 +43,21 @@ public:
     /// a share group of its own, serves a view that has a single context.
     virtual TOrnRenderState* RenderState();
 
+    /// The nodes whose items are being rendered now, outermost first; kept while names are
+    /// pushed, so that a name can tell the way by which its object was reached.
+    const std::vector<TOrnCustomNode*>& NodePath() const { return fNodePath; }
+    /// A node starts (EnterNode) and ends (LeaveNode) the render of its items.
+    void EnterNode(TOrnCustomNode* node) { fNodePath.push_back(node); }
+    void LeaveNode() {
+        if (!fNodePath.empty()) fNodePath.pop_back();
+    }
+
+protected:
+    void ClearNodePath() { fNodePath.clear(); }
+
 private:
     std::unique_ptr<TOrnRenderState> fRenderState;
+    std::vector<TOrnCustomNode*> fNodePath;
 };
 
 /// The event of OnRender, OnBeforeRender, OnAfterRender: receives the view being rendered.

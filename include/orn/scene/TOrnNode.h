@@ -2,17 +2,28 @@
 
 #include <orn/scene/TOrnRender.h>
 
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
 namespace orn {
+
+namespace detail {
+class PickIndex;
+}
 
 /// Hears of items inserted into and removed from a node, and of the node's own end.
 using TOrnItemNotifyEvent = std::function<void(TComponent* component, TOperation operation)>;
 
 /// A group of render components, rendered in order inside the node's own transformation. A
 /// change in any item drops the node's display list and travels on upwards.
+///
+/// A pick (dmSelection) draws only the items whose bounds may meet the pick volume, found through
+/// an index that the node builds at a pick and drops when its list or an item changes. Assigning
+/// an item's OnTransform, OnBeforeRender or OnAfterRender, or moving the points of a built object
+/// in place, tells nobody: call the item's Changed then.
 class TOrnNode : public TOrnCustomNode {
     ORN_CLASS(TOrnNode)
 public:
@@ -58,6 +69,9 @@ protected:
     void DoRender(TOrnCustomView* view) override;
 
 private:
+    /// The list itself changed: positions found before are stale.
+    void ListEdited();
+    void DropPickIndex();
     void NotifyItem(TComponent* item, TOperation operation);
     int Held(const TComponent* item) const;
     void CountHeld(const TComponent* item, int delta);
@@ -68,6 +82,10 @@ private:
     std::vector<bool> fIndirect;
     TOrnRender* fRemoving = nullptr;
     bool fBounding = false;
+    // Built at a pick, dropped when the list or an item changes.
+    std::unique_ptr<detail::PickIndex> fPickIndex;
+    std::uint64_t fListEdits = 0;
+    std::uint64_t fPickChanges = 0;
 };
 
 } // namespace orn

@@ -41,6 +41,11 @@ public:
     void Notification(TComponent* component, TOperation operation) override;
     /// False: what an object draws through its own events or descendants has no known extent.
     bool GetBounds(TOrnBounds& bounds) override;
+    /// Where the ray origin + t · direction (t >= 0, in the object's own coordinates) first meets
+    /// a face of index list index (−1: of any list): true with the least such t in distance.
+    /// False when it meets none, or when the object does not know its faces (this default).
+    virtual bool IntersectRay(int index, const TOrnMathVector& origin, const TOrnMathVector& direction,
+                              double& distance);
     ORN_DECLARE_PROPERTIES(TOrnObject)
 
 protected:

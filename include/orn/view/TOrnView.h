@@ -47,6 +47,14 @@ struct TOrnSelectionHit {
     int Index = -1;
     double ZMin = 0.0;
     double ZMax = 0.0;
+    /// The point hit, in scene coordinates (those WinTo3D answers in): where the ray through the
+    /// pick point first meets the faces of the hit list; where it meets none (the region around
+    /// the point hit a line, a point or an edge, or the object does not tell its faces), the
+    /// point of that ray at depth ZMin.
+    TOrnMathVector Point{};
+    /// The nodes through which the object was rendered, outermost first: an item shared into
+    /// several nodes tells by which way it was hit.
+    std::vector<TOrnCustomNode*> Path;
 };
 
 /// The control a scene is drawn in: it owns a GL context on a surface, applies its camera, clears,
@@ -262,8 +270,20 @@ private:
     TOrnPixelFormat fPixelFormatRequest;
 
     // Picking and projection state.
+    /// What a pick needs of each name it handed out: the object, its list, the way to it and
+    /// the matrices it was drawn under.
+    struct NameRecord {
+        TObject* object;
+        int index;
+        std::vector<TOrnCustomNode*> path;
+        std::array<double, 16> modelview;
+        std::array<double, 16> projection;
+    };
+    /// The scene point of a hit by name, the pick's camera placement being root.
+    TOrnMathVector HitPoint(const NameRecord& name, double zMin, const std::array<double, 16>& root) const;
+
     bool fRecordNames = false;
-    std::vector<std::pair<TObject*, int>> fNames;
+    std::vector<NameRecord> fNames;
     std::vector<TOrnSelectionHit> fSelection;
     bool fHaveMatrices = false;
     std::array<double, 16> fProjection{};
