@@ -3,6 +3,8 @@
 #include <orn/host/TComponent.h>
 #include <orn/math/TOrnProperty.h>
 
+#include "math/detail/NumberText.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -50,6 +52,19 @@ void CopyObject(TOrnExchangeItem& target, const TOrnExchangeItem& source) {
 }
 
 } // namespace
+
+std::string OrnGroupsText(const std::vector<double>& values, std::size_t width) {
+    std::string text;
+    for (std::size_t k = 0; k < values.size(); ++k) {
+        if (k > 0) text += k % width == 0 ? ';' : ',';
+        detail::AppendNumber(text, values[k]);
+    }
+    return text;
+}
+
+bool OrnParseGroups(const std::string& text, std::size_t width, std::vector<double>& values) {
+    return detail::ParseNumberGroups(text, width, values);
+}
 
 std::string TOrnPropInfo::Text(const TOrnExchangeItem& item) const {
     switch (kind) {
@@ -237,6 +252,14 @@ void TOrnPropList::CopyOwn(TOrnExchangeItem& item, const TOrnExchangeItem& sourc
             break;
         }
     }
+}
+
+bool TOrnPropList::Copy(TOrnExchangeItem& item, const TOrnExchangeItem& source) const {
+    if (&item == &source) return false;
+    const bool mine = !fIsA || fIsA(source);
+    const bool first = fParent ? fParent->Copy(item, source) : mine;
+    if (first && mine) CopyOwn(item, source);
+    return first;
 }
 
 std::string TOrnPropList::Difference(const TOrnExchangeItem& a, const TOrnExchangeItem& b) const {

@@ -25,7 +25,12 @@ using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 } // namespace
 
 std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string_view magic,
-                                        std::uint64_t maxSize) {
+                                        std::uint64_t maxSize, const char* what) {
+    // Checked before opening too: opening a FIFO waits for a writer that may never come.
+    struct stat before;
+    if (::stat(fileName.c_str(), &before) == 0 && !S_ISREG(before.st_mode))
+        throw EOrnError("Cannot read file \"" + fileName +
+                        "\": " + (S_ISDIR(before.st_mode) ? "it is a folder" : "it is not a regular file"));
     FilePtr f(std::fopen(fileName.c_str(), "rb"));
     if (!f) IoFail("open", fileName, errno);
     struct stat st;
@@ -41,7 +46,7 @@ std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string
     }
     if (static_cast<std::uint64_t>(st.st_size) > maxSize)
         throw EOrnError("Cannot read file \"" + fileName + "\": its " + std::to_string(st.st_size) +
-                        " bytes are more than the " + std::to_string(maxSize) + " an image of it may have");
+                        " bytes are more than the " + std::to_string(maxSize) + " " + what + " may have");
     std::vector<std::uint8_t> bytes;
     bytes.reserve(static_cast<std::size_t>(st.st_size));
     std::uint8_t chunk[65536];

@@ -8,9 +8,12 @@
 namespace orn::detail {
 
 /// The whole content of a regular file that starts with magic and holds at most maxSize bytes
-/// (both checked before anything is read); throws EOrnError with the file's name and the reason.
+/// (both checked before anything is read; a FIFO is refused without being opened); throws EOrnError
+/// "Cannot open file "NAME": REASON" (or "Cannot read ..."). what names in the size message the
+/// thing the file holds.
 std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string_view magic = {},
-                                        std::uint64_t maxSize = UINT64_MAX);
+                                        std::uint64_t maxSize = UINT64_MAX,
+                                        const char* what = "an image of it");
 /// The whole content of fileName as text; unlike ReadFileBytes it also reads a FIFO or a device
 /// to its end. Throws EOrnError "Cannot open file "NAME": REASON" (or "Cannot read ...").
 std::string ReadFileText(const std::string& fileName);
