@@ -111,25 +111,26 @@ ORN_DESCRIBE_PROPERTIES(TOrnPolygon, &TOrnPrimitiveObj::ClassProperties()) {
     ORN_PROP(b, TOrnPolygon, InitClearPoints, false);
     // Position, normal and texture coordinates (s, t) of the points the application added.
     b.Groups(
-        "Points", 8,
-        [](const TOrnPolygon& p) {
-            std::vector<double> v;
-            for (int i = 0; i < p.fPoints->Count(); ++i) {
-                const TOrnMathVector x = p.fPoints->GetVector(i, daVertex),
-                                     n = p.fPoints->GetVector(i, daNormal),
-                                     s = p.fPoints->GetVector(i, daTexture);
-                v.insert(v.end(), {x.x, x.y, x.z, n.x, n.y, n.z, s.x, s.y});
-            }
-            return v;
-        },
-        [](TOrnPolygon& p, std::vector<double> v) {
-            p.fPoints->SetSize(0);
-            for (std::size_t k = 0; k < v.size(); k += 8)
-                p.fPoints->SetFlag(p.fPoints->Add({v[k], v[k + 1], v[k + 2]}, {v[k + 3], v[k + 4], v[k + 5]},
-                                                  {v[k + 6], v[k + 7], 0}),
-                                   0, true);
-            p.Invalidate();
-        });
+         "Points", 8,
+         [](const TOrnPolygon& p) {
+             std::vector<double> v;
+             for (int i = 0; i < p.fPoints->Count(); ++i) {
+                 const TOrnMathVector x = p.fPoints->GetVector(i, daVertex),
+                                      n = p.fPoints->GetVector(i, daNormal),
+                                      s = p.fPoints->GetVector(i, daTexture);
+                 v.insert(v.end(), {x.x, x.y, x.z, n.x, n.y, n.z, s.x, s.y});
+             }
+             return v;
+         },
+         [](TOrnPolygon& p, std::vector<double> v) {
+             p.fPoints->SetSize(0);
+             for (std::size_t k = 0; k < v.size(); k += 8)
+                 p.fPoints->SetFlag(p.fPoints->Add({v[k], v[k + 1], v[k + 2]}, {v[k + 3], v[k + 4], v[k + 5]},
+                                                   {v[k + 6], v[k + 7], 0}),
+                                    0, true);
+             p.Invalidate();
+         })
+        .examples = {std::string("0,0,0,0,0,1,0,0;1,0,0,0,0,1,1,0;0,1,0,0,0,1,0,1")};
     b.Object("Normal", &TOrnPolygon::fNormal);
 }
 

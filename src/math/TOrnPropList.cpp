@@ -43,12 +43,13 @@ bool SameName(const std::string& a, const std::string& b) {
 
 /// Assign of an owned value object: its values, not its change handler (which stays the owner's).
 void CopyObject(TOrnExchangeItem& target, const TOrnExchangeItem& source) {
-    auto* t = dynamic_cast<TOrnProperty*>(&target);
-    auto* s = dynamic_cast<const TOrnProperty*>(&source);
+    auto* t = dynamic_cast<TPersistent*>(&target);
+    auto* s = dynamic_cast<const TPersistent*>(&source);
     if (!t || !s || t == s) return;
-    TNotifyEvent handler = t->OnChange;
+    auto* property = dynamic_cast<TOrnProperty*>(t);
+    TNotifyEvent handler = property ? property->OnChange : nullptr;
     t->Assign(s);
-    t->OnChange = std::move(handler);
+    if (property) property->OnChange = std::move(handler);
 }
 
 } // namespace
