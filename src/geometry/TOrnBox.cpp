@@ -36,11 +36,6 @@ void TOrnBox::SetDetailZ(int value) {
     if (IsValidDetail(value) && assignIfChanged(fDetailZ, value)) Invalidate();
 }
 
-void TOrnBox::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnBox*>(source)) ClassProperties().CopyOwn(*this, *s);
-    TOrnPrimitiveObj::Assign(source);
-}
-
 namespace {
 
 /// One face: corner, the two spanning edges (u × v points out) and their cell counts.

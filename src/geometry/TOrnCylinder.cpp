@@ -36,11 +36,6 @@ void TOrnCylinder::SetCaps(bool value) {
     if (assignIfChanged(fCaps, value)) Invalidate();
 }
 
-void TOrnCylinder::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnCylinder*>(source)) ClassProperties().CopyOwn(*this, *s);
-    TOrnPrimitiveObj::Assign(source);
-}
-
 namespace {
 
 constexpr double kDeg = std::numbers::pi / 180;

@@ -36,11 +36,6 @@ void TOrnDisc::SetSweepAngle(float value) {
     if (assignIfChanged(fSweepAngle, value)) Invalidate();
 }
 
-void TOrnDisc::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnDisc*>(source)) ClassProperties().CopyOwn(*this, *s);
-    TOrnPrimitiveObj::Assign(source);
-}
-
 void TOrnDisc::InitPoints() {
     CheckBuildSize((std::int64_t{fSlices} + 1) * (std::int64_t{fLoops} + 1), "Disc");
     const int cols = fSlices + 1, rows = fLoops + 1;

@@ -20,11 +20,6 @@ void TOrnLine::InitPrimitives() {
     AddIndex(1, list);
 }
 
-void TOrnLine::Assign(const TPersistent* source) {
-    if (auto* line = dynamic_cast<const TOrnLine*>(source)) fLength = line->fLength;
-    TOrnPrimitiveObj::Assign(source);
-}
-
 ORN_DESCRIBE_PROPERTIES(TOrnLine, &TOrnPrimitiveObj::ClassProperties()) {
     ORN_PROP(b, TOrnLine, Length, 1.0);
 }

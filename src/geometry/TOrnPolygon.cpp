@@ -1,8 +1,6 @@
 #include <orn/geometry/TOrnPolygon.h>
 #include <orn/scene/TOrnRegistry.h>
 
-#include "math/detail/NumberText.h"
-
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -30,13 +28,15 @@ void TOrnPolygon::SetNormal(const TOrnNormal* value) {
 }
 
 void TOrnPolygon::SetClosed(bool value) {
-    fClosed = value;
+    if (!assignIfChanged(fClosed, value)) return;
     ChangePrimitiveType();
+    Changed();
 }
 
 void TOrnPolygon::SetFilled(bool value) {
-    fFilled = value;
+    if (!assignIfChanged(fFilled, value)) return;
     ChangePrimitiveType();
+    Changed();
 }
 
 void TOrnPolygon::ChangePrimitiveType() {
@@ -101,65 +101,35 @@ void TOrnPolygon::InitPrimitives() {
 }
 
 void TOrnPolygon::Assign(const TPersistent* source) {
-    if (auto* p = dynamic_cast<const TOrnPolygon*>(source)) {
-        fNormal->SetAsMathVector(p->fNormal->AsMathVector());
-        fClosed = p->fClosed;
-        fFilled = p->fFilled;
-        fInitClearPoints = p->fInitClearPoints;
-        OnConstruct = p->OnConstruct;
-    }
+    if (auto* p = dynamic_cast<const TOrnPolygon*>(source)) OnConstruct = p->OnConstruct;
     TOrnPrimitiveObj::Assign(source);
 }
-
-namespace {
-
-std::string pointsText(const TOrnPrimitivePoints& pool) {
-    std::string out;
-    for (int i = 0; i < pool.Count(); ++i) {
-        const TOrnMathVector p = pool.GetVector(i, daVertex), n = pool.GetVector(i, daNormal),
-                             t = pool.GetVector(i, daTexture);
-        const double parts[8] = {p.x, p.y, p.z, n.x, n.y, n.z, t.x, t.y};
-        for (int k = 0; k < 8; ++k) {
-            if (i > 0 || k > 0) out += k == 0 ? ';' : ',';
-            detail::AppendNumber(out, parts[k]);
-        }
-    }
-    return out;
-}
-
-/// The points of a "Points" value; false when any part of it is not eight numbers.
-bool parsePoints(const std::string& text, std::vector<std::array<double, 8>>& points) {
-    std::vector<double> values;
-    if (!detail::ParseNumberGroups(text, 8, values)) return false;
-    for (std::size_t i = 0; i < values.size(); i += 8) {
-        std::array<double, 8> v;
-        std::copy(values.begin() + static_cast<std::ptrdiff_t>(i),
-                  values.begin() + static_cast<std::ptrdiff_t>(i + 8), v.begin());
-        points.push_back(v);
-    }
-    return true;
-}
-
-} // namespace
 
 ORN_DESCRIBE_PROPERTIES(TOrnPolygon, &TOrnPrimitiveObj::ClassProperties()) {
     ORN_PROP(b, TOrnPolygon, Closed, true);
     ORN_PROP(b, TOrnPolygon, Filled, true);
     ORN_PROP(b, TOrnPolygon, InitClearPoints, false);
-    // The points the application added: the pool is copied by the primitive object's Assign.
-    b.Access<std::string>(
-         "Points", [](const TOrnPolygon& p) { return pointsText(*p.fPoints); },
-         [](TOrnPolygon& p, std::string text) {
-             std::vector<std::array<double, 8>> points;
-             if (text.empty() || text == pointsText(*p.fPoints) || !parsePoints(text, points)) return;
-             p.fPoints->SetSize(0);
-             for (const auto& v : points) {
-                 const int i = p.fPoints->Add({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {v[6], v[7], 0});
-                 p.fPoints->SetFlag(i, 0, true);
+    // Position, normal and texture coordinates (s, t) of the points the application added.
+    b.Groups(
+         "Points", 8,
+         [](const TOrnPolygon& p) {
+             std::vector<double> v;
+             for (int i = 0; i < p.fPoints->Count(); ++i) {
+                 const TOrnMathVector x = p.fPoints->GetVector(i, daVertex),
+                                      n = p.fPoints->GetVector(i, daNormal),
+                                      s = p.fPoints->GetVector(i, daTexture);
+                 v.insert(v.end(), {x.x, x.y, x.z, n.x, n.y, n.z, s.x, s.y});
              }
-             p.Invalidate();
+             return v;
          },
-         "")
+         [](TOrnPolygon& p, std::vector<double> v) {
+             p.fPoints->SetSize(0);
+             for (std::size_t k = 0; k < v.size(); k += 8)
+                 p.fPoints->SetFlag(p.fPoints->Add({v[k], v[k + 1], v[k + 2]}, {v[k + 3], v[k + 4], v[k + 5]},
+                                                   {v[k + 6], v[k + 7], 0}),
+                                    0, true);
+             p.Invalidate();
+         })
         .examples = {std::string("0,0,0,0,0,1,0,0;1,0,0,0,0,1,1,0;0,1,0,0,0,1,0,1")};
     b.Object("Normal", &TOrnPolygon::fNormal);
 }

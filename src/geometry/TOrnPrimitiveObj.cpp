@@ -423,20 +423,18 @@ void TOrnPrimitiveObj::DoRender(TOrnCustomView* view) {
 // ---------------------------------------------------------------------------------------------
 // Copying, references, scene file
 
+// The described values first: a change of the texture flags marks the geometry stale, and the
+// geometry copied with Initialized is final.
 void TOrnPrimitiveObj::Assign(const TPersistent* source) {
-    auto* src = dynamic_cast<const TOrnPrimitiveObj*>(source);
-    if (src && src != this) {
-        SetTextureRef(src->fTexture, src->fTextureRender);
-        SetTextured(src->GetTextured());
-        fTextureFlags->Assign(src->fTextureFlags.get());
-        fAutoCalcNormals = src->fAutoCalcNormals;
-        ClearAll();
-        fPoints->Assign(src->fPoints.get());
-        for (const auto& list : src->fPrimitives)
-            GetPrimitive(AddPrimitiveArray(list->Type()))->Assign(list.get());
-        fInitialized = src->fInitialized;
-    }
     TOrnObject::Assign(source);
+    auto* src = dynamic_cast<const TOrnPrimitiveObj*>(source);
+    if (!src || src == this) return;
+    fAutoCalcNormals = src->fAutoCalcNormals;
+    ClearAll();
+    fPoints->Assign(src->fPoints.get());
+    for (const auto& list : src->fPrimitives)
+        GetPrimitive(AddPrimitiveArray(list->Type()))->Assign(list.get());
+    fInitialized = src->fInitialized;
 }
 
 void TOrnPrimitiveObj::Notification(TComponent* component, TOperation operation) {

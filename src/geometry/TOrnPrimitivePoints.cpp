@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <strings.h>
 
 namespace orn {
 
@@ -55,38 +54,17 @@ void TOrnPointItem::SetEdgeFlag(bool value) {
 }
 
 void TOrnPointItem::Assign(const TPersistent* source) {
-    auto* item = dynamic_cast<const TOrnPointItem*>(source);
-    if (!item) return;
-    SetPoint(item->fPoint.get());
-    SetNormal(item->fNormal.get());
-    SetTexture(item->fTexture.get());
-    SetColor(item->fColor.get());
-    SetFlag(item->fFlag);
-    SetEdgeFlag(item->fEdgeFlag);
+    AssignProperties(source);
 }
 
-void TOrnPointItem::WriteValues(TOrnCustomExchange& exchange) {
-    exchange.WriteInt("Flag", fFlag, 0);
-    exchange.WriteBool("EdgeFlag", fEdgeFlag, true);
-    fPoint->WriteComp(exchange, "Point");
-    fNormal->WriteComp(exchange, "Normal");
-    fTexture->WriteComp(exchange, "Texture");
-    fColor->WriteComp(exchange, "Color");
-}
-
-void TOrnPointItem::ReadValues(TOrnCustomExchange& exchange) {
-    SetFlag(exchange.ReadInt32("Flag", fFlag));
-    SetEdgeFlag(exchange.ReadBool("EdgeFlag", fEdgeFlag));
-}
-
-TOrnExchangeItem* TOrnPointItem::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {
-    TOrnProperty* target = nullptr;
-    if (strcasecmp(tagName.c_str(), "Point") == 0) target = fPoint.get();
-    if (strcasecmp(tagName.c_str(), "Normal") == 0) target = fNormal.get();
-    if (strcasecmp(tagName.c_str(), "Texture") == 0) target = fTexture.get();
-    if (strcasecmp(tagName.c_str(), "Color") == 0) target = fColor.get();
-    if (target) target->ReadValues(exchange);
-    return target;
+ORN_DESCRIBE_PROPERTIES(TOrnPointItem, nullptr) {
+    // Copied through the setters, which notify a real change.
+    ORN_PROP(b, TOrnPointItem, Flag, 0).store = nullptr;
+    ORN_PROP(b, TOrnPointItem, EdgeFlag, true).store = nullptr;
+    b.Object("Point", &TOrnPointItem::fPoint);
+    b.Object("Normal", &TOrnPointItem::fNormal);
+    b.Object("Texture", &TOrnPointItem::fTexture);
+    b.Object("Color", &TOrnPointItem::fColor);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -47,11 +47,6 @@ void TOrnRectangle::InitPrimitives() {
     }
 }
 
-void TOrnRectangle::Assign(const TPersistent* source) {
-    if (auto* r = dynamic_cast<const TOrnRectangle*>(source)) ClassProperties().CopyOwn(*this, *r);
-    TOrnPrimitiveObj::Assign(source);
-}
-
 ORN_DESCRIBE_PROPERTIES(TOrnRectangle, &TOrnPrimitiveObj::ClassProperties()) {
     ORN_PROP(b, TOrnRectangle, Width, 1.0);
     ORN_PROP(b, TOrnRectangle, Height, 1.0);

@@ -39,11 +39,6 @@ void TOrnSphere::SetBottomAngle(float value) {
     if (assignIfChanged(fBottomAngle, value)) Invalidate();
 }
 
-void TOrnSphere::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnSphere*>(source)) ClassProperties().CopyOwn(*this, *s);
-    TOrnPrimitiveObj::Assign(source);
-}
-
 void TOrnSphere::InitPoints() {
     CheckBuildSize((std::int64_t{fSlices} + 1) * (std::int64_t{fStacks} + 1), "Sphere");
     const int cols = fSlices + 1, rows = fStacks + 1;

@@ -61,15 +61,7 @@ TOrnMathVector TOrnTextureFlags::Apply(const TOrnMathVector& p, const TOrnMathVe
 }
 
 void TOrnTextureFlags::Assign(const TPersistent* source) {
-    auto* f = dynamic_cast<const TOrnTextureFlags*>(source);
-    if (!f || f == this) return;
-    fMode = f->fMode;
-    fShiftY = f->fShiftY;
-    fShiftX = f->fShiftX;
-    fScaleX = f->fScaleX;
-    fScaleY = f->fScaleY;
-    fParamVector->SetAsMathVector(f->fParamVector->AsMathVector());
-    Changed();
+    if (AssignProperties(source)) Changed();
 }
 
 ORN_DESCRIBE_PROPERTIES(TOrnTextureFlags, nullptr) {

@@ -27,11 +27,6 @@ void TOrnTorus::SetRings(int value) {
     if (IsValidDetail(value) && assignIfChanged(fRings, value)) Invalidate();
 }
 
-void TOrnTorus::Assign(const TPersistent* source) {
-    if (auto* s = dynamic_cast<const TOrnTorus*>(source)) ClassProperties().CopyOwn(*this, *s);
-    TOrnPrimitiveObj::Assign(source);
-}
-
 void TOrnTorus::InitPoints() {
     CheckBuildSize((std::int64_t{fSides} + 1) * (std::int64_t{fRings} + 1), "Torus");
     const int cols = fSides + 1, rows = fRings + 1;

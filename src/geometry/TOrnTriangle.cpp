@@ -27,11 +27,6 @@ void TOrnTriangle::InitPrimitives() {
         AddIndex(i, list);
 }
 
-void TOrnTriangle::Assign(const TPersistent* source) {
-    if (auto* t = dynamic_cast<const TOrnTriangle*>(source)) ClassProperties().CopyOwn(*this, *t);
-    TOrnPrimitiveObj::Assign(source);
-}
-
 ORN_DESCRIBE_PROPERTIES(TOrnTriangle, &TOrnPrimitiveObj::ClassProperties()) {
     ORN_PROP(b, TOrnTriangle, Base, 1.0);
     ORN_PROP(b, TOrnTriangle, Height, 1.0);

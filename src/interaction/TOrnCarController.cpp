@@ -9,14 +9,7 @@
 
 namespace orn {
 
-namespace {
-
-struct Registrar {
-    Registrar() { RegisterComponents("Orn", {ClassOf<TOrnCarController>()}); }
-};
-const Registrar registrar;
-
-} // namespace
+ORN_REGISTER_COMPONENT(TOrnCarController, "Orn")
 
 void TOrnCarController::SetControlled(TOrnTransformed* component) {
     TOrnCustomController::SetControlled(component);

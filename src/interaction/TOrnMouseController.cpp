@@ -10,12 +10,9 @@
 
 namespace orn {
 
-namespace {
+ORN_REGISTER_COMPONENT(TOrnMouseController, "Orn")
 
-struct Registrar {
-    Registrar() { RegisterComponents("Orn", {ClassOf<TOrnMouseController>()}); }
-};
-const Registrar registrar;
+namespace {
 
 constexpr double kPi = std::numbers::pi;
 
@@ -127,15 +124,6 @@ void TOrnMouseController::MoveZ(double d) {
     t->SetX(static_cast<float>(t->X() - v.x * d));
     t->SetY(static_cast<float>(t->Y() - v.y * d));
     t->SetZ(static_cast<float>(t->Z() + v.z * d));
-}
-
-void TOrnMouseController::Assign(const TPersistent* source) {
-    if (auto* m = dynamic_cast<const TOrnMouseController*>(source)) {
-        fTurnSensitivity = m->fTurnSensitivity;
-        fMoveSensitivity = m->fMoveSensitivity;
-        fCntrlFlags = m->fCntrlFlags;
-    }
-    TOrnCustomController::Assign(source);
 }
 
 std::string TOrnMouseController::CntrlFlagsToString(TOrnCntrlFlags flags) {

@@ -6,14 +6,7 @@
 
 namespace orn {
 
-namespace {
-
-struct Registrar {
-    Registrar() { RegisterComponents("Orn", {ClassOf<TOrnPersonController>()}); }
-};
-const Registrar registrar;
-
-} // namespace
+ORN_REGISTER_COMPONENT(TOrnPersonController, "Orn")
 
 void TOrnPersonController::SetControlled(TOrnTransformed* component) {
     TOrnCustomController::SetControlled(component);

@@ -6,14 +6,7 @@
 
 namespace orn {
 
-namespace {
-
-struct Registrar {
-    Registrar() { RegisterComponents("Orn", {ClassOf<TOrnPresentationController>()}); }
-};
-const Registrar registrar;
-
-} // namespace
+ORN_REGISTER_COMPONENT(TOrnPresentationController, "Orn")
 
 void TOrnPresentationController::SetControlled(TOrnTransformed* component) {
     TOrnCustomController::SetControlled(component);

@@ -9,6 +9,8 @@
 
 namespace orn {
 
+ORN_REGISTER_COMPONENT(TOrnTimer, "Orn")
+
 namespace {
 
 constexpr int kMaxIntervall = 3'600'000;
@@ -28,11 +30,6 @@ int roundToInt(double value) {
 std::int64_t roundCounts(double value) {
     return std::max<std::int64_t>(1, std::llround(value));
 }
-
-struct Registrar {
-    Registrar() { RegisterComponents("Orn", {ClassOf<TOrnTimer>()}); }
-};
-const Registrar registrar;
 
 } // namespace
 

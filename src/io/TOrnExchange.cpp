@@ -28,12 +28,9 @@
 
 namespace orn {
 
-namespace {
+ORN_REGISTER_COMPONENT(TOrnExchange, "Orn")
 
-[[maybe_unused]] const bool kOnPalette = [] {
-    RegisterComponents("Orn", {ClassOf<TOrnExchange>()});
-    return true;
-}();
+namespace {
 
 constexpr const char* kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
 

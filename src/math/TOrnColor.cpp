@@ -34,11 +34,7 @@ void TOrnColor::SetParams(const float (&params)[4]) {
 }
 
 void TOrnColor::Assign(const TPersistent* source) {
-    if (auto* c = dynamic_cast<const TOrnColor*>(source)) {
-        fColor = c->fColor;
-        fAlpha = c->fAlpha;
-        Changed();
-    }
+    if (AssignProperties(source)) Changed();
     TOrnProperty::Assign(source);
 }
 

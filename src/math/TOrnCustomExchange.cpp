@@ -1,6 +1,7 @@
 #include <orn/math/TOrnCustomExchange.h>
 
 #include <orn/host/TComponent.h>
+#include <orn/host/TPersistent.h>
 #include <orn/math/TOrnPropList.h>
 
 #include <limits>
@@ -20,6 +21,12 @@ void TOrnExchangeItem::WriteValues(TOrnCustomExchange& exchange) {
 
 void TOrnExchangeItem::ReadValues(TOrnCustomExchange& exchange) {
     if (const TOrnPropList* list = Properties()) list->Read(*this, exchange);
+}
+
+bool TOrnExchangeItem::AssignProperties(const TPersistent* source) {
+    auto* s = dynamic_cast<const TOrnExchangeItem*>(source);
+    const TOrnPropList* list = Properties();
+    return s && list && list->Copy(*this, *s);
 }
 
 TOrnExchangeItem* TOrnExchangeItem::ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) {

@@ -3,6 +3,8 @@
 #include <orn/host/TComponent.h>
 #include <orn/math/TOrnProperty.h>
 
+#include "math/detail/NumberText.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -41,15 +43,29 @@ bool SameName(const std::string& a, const std::string& b) {
 
 /// Assign of an owned value object: its values, not its change handler (which stays the owner's).
 void CopyObject(TOrnExchangeItem& target, const TOrnExchangeItem& source) {
-    auto* t = dynamic_cast<TOrnProperty*>(&target);
-    auto* s = dynamic_cast<const TOrnProperty*>(&source);
+    auto* t = dynamic_cast<TPersistent*>(&target);
+    auto* s = dynamic_cast<const TPersistent*>(&source);
     if (!t || !s || t == s) return;
-    TNotifyEvent handler = t->OnChange;
+    auto* property = dynamic_cast<TOrnProperty*>(t);
+    TNotifyEvent handler = property ? property->OnChange : nullptr;
     t->Assign(s);
-    t->OnChange = std::move(handler);
+    if (property) property->OnChange = std::move(handler);
 }
 
 } // namespace
+
+std::string OrnGroupsText(const std::vector<double>& values, std::size_t width) {
+    std::string text;
+    for (std::size_t k = 0; k < values.size(); ++k) {
+        if (k > 0) text += k % width == 0 ? ';' : ',';
+        detail::AppendNumber(text, values[k]);
+    }
+    return text;
+}
+
+bool OrnParseGroups(const std::string& text, std::size_t width, std::vector<double>& values) {
+    return detail::ParseNumberGroups(text, width, values);
+}
 
 std::string TOrnPropInfo::Text(const TOrnExchangeItem& item) const {
     switch (kind) {
@@ -237,6 +253,14 @@ void TOrnPropList::CopyOwn(TOrnExchangeItem& item, const TOrnExchangeItem& sourc
             break;
         }
     }
+}
+
+bool TOrnPropList::Copy(TOrnExchangeItem& item, const TOrnExchangeItem& source) const {
+    if (&item == &source) return false;
+    const bool mine = !fIsA || fIsA(source);
+    const bool first = fParent ? fParent->Copy(item, source) : mine;
+    if (first && mine) CopyOwn(item, source);
+    return first;
 }
 
 std::string TOrnPropList::Difference(const TOrnExchangeItem& a, const TOrnExchangeItem& b) const {

@@ -76,17 +76,6 @@ void TOrn3DText::InitPrimitives() {
     }
 }
 
-void TOrn3DText::Assign(const TPersistent* source) {
-    if (auto* t = dynamic_cast<const TOrn3DText*>(source)) {
-        fFont->Assign(t->fFont.get());
-        fCaption = t->fCaption;
-        fDepth = t->fDepth;
-        fDetail = t->fDetail;
-        fAlignment = t->fAlignment;
-    }
-    TOrnPrimitiveObj::Assign(source);
-}
-
 ORN_DESCRIBE_PROPERTIES(TOrn3DText, &TOrnPrimitiveObj::ClassProperties()) {
     ORN_PROP(b, TOrn3DText, Caption, StaticClassName());
     ORN_PROP(b, TOrn3DText, Depth, 0.2);

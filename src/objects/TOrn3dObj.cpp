@@ -116,17 +116,6 @@ TOrnMathVector TOrn3dObj::TorusProfile(double t) {
     return {std::cos(psi) * fTopRadius + fRadius, 0, std::sin(psi) * fHeight};
 }
 
-void TOrn3dObj::Assign(const TPersistent* source) {
-    if (auto* o = dynamic_cast<const TOrn3dObj*>(source)) {
-        fObjArt = o->fObjArt;
-        fHeight = o->fHeight;
-        fTopRadius = o->fTopRadius;
-        fRadius = o->fRadius;
-        fClosed = o->fClosed;
-    }
-    TOrnCustomRotObj::Assign(source);
-}
-
 ORN_DESCRIBE_PROPERTIES(TOrn3dObj, &TOrnCustomRotObj::ClassProperties()) {
     b.Enum("ObjArt", &TOrn3dObj::fObjArt, &TOrn3dObj::SetObjArt, TOrn3dObjects::Sphere, kOrn3dObjectNames);
     ORN_PROP(b, TOrn3dObj, Height, 1.0f);

@@ -133,9 +133,6 @@ void TOrnCustomFuncObj::Assign(const TPersistent* source) {
     if (auto* f = dynamic_cast<const TOrnCustomFuncObj*>(source)) {
         OnCalcXY = f->OnCalcXY;
         OnCalcZ = f->OnCalcZ;
-        fOverDraw = f->fOverDraw;
-        fStacks = f->fStacks;
-        fSlices = f->fSlices;
         fConnectMode = f->fConnectMode;
     }
     TOrnPrimitiveObj::Assign(source);

@@ -21,11 +21,6 @@ TOrnMathVector TOrnCustomRotObj::calcxy(const TOrnMathVector& V, double t) {
     return {std::sin(theta) * V.x, std::cos(theta) * V.x, V.z};
 }
 
-void TOrnCustomRotObj::Assign(const TPersistent* source) {
-    if (auto* r = dynamic_cast<const TOrnCustomRotObj*>(source)) std::copy_n(r->fAngles, 4, fAngles);
-    TOrnCustomFuncObj::Assign(source);
-}
-
 ORN_DESCRIBE_PROPERTIES(TOrnCustomRotObj, &TOrnCustomFuncObj::ClassProperties()) {
     b.Access<float>(
         "FuncStartAngle", [](const TOrnCustomRotObj& r) { return r.FuncStartAngle(); },

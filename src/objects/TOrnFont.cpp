@@ -70,7 +70,9 @@ ORN_DESCRIBE_PROPERTIES(TOrnFont, nullptr) {
          "Color", [](const TOrnFont& f) { return f.Color(); }, [](TOrnFont& f, TColor v) { f.SetColor(v); },
          clBlack)
         .kind = pkColor;
-    ORN_PROP(b, TOrnFont, Alpha, 1.0f);
+    TOrnPropInfo& alpha = ORN_PROP(b, TOrnFont, Alpha, 1.0f);
+    alpha.min = 0;
+    alpha.max = 1;
 }
 
 } // namespace orn

@@ -136,16 +136,11 @@ void TOrnLabel::DoRender(TOrnCustomView* view) {
     canvas.SetTransparency(savedTransparency);
 }
 
-// The object's part first: its colour change measures the caption, and the size copied is final.
+// A change of the colour or the font copied measures the caption anew: the size copied is final.
 void TOrnLabel::Assign(const TPersistent* source) {
     TOrnObject::Assign(source);
     auto* label = dynamic_cast<const TOrnLabel*>(source);
     if (!label) return;
-    fCaption = label->fCaption;
-    fTransparency = label->fTransparency;
-    fShiftX = label->fShiftX;
-    fShiftY = label->fShiftY;
-    fFont->Assign(label->fFont.get());
     SetSize(0, label->fWidth);
     SetSize(1, label->fHeight);
 }

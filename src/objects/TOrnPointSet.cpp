@@ -1,5 +1,6 @@
 #include <orn/objects/TOrnPointSet.h>
 
+#include "host/detail/FileBytes.h"
 #include "objects/detail/PointSetText.h"
 
 #include <orn/host/EOrnError.h>
@@ -10,7 +11,6 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 
 namespace orn {
@@ -102,7 +102,7 @@ void TOrnPointSet::SetHeightScale(double value) {
 }
 
 void TOrnPointSet::SetMaxPoints(std::int64_t value) {
-    if (value >= 1) fMaxPoints = std::min(value, kPointLimit);
+    if (value >= 1 && assignIfChanged(fMaxPoints, std::min(value, kPointLimit))) Changed();
 }
 
 void TOrnPointSet::SetColorByHeight(bool value) {
@@ -122,29 +122,11 @@ TOrnMathVector TOrnPointSet::GridPoint(int row, int column) const {
 }
 
 void TOrnPointSet::LoadFromFile(const std::string& path) {
-    // Checked before opening: opening a FIFO waits for a writer that may never come.
-    std::error_code ec;
-    const auto status = std::filesystem::status(path, ec);
-    if (std::filesystem::is_directory(status))
-        throw EOrnError("Point set file \"" + path + "\": it is a folder.");
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
-        throw EOrnError("Point set file \"" + path + "\": it is not a regular file.");
-    std::ifstream in(path, std::ios::binary | std::ios::ate);
-    if (!in) throw EOrnError("Point set file \"" + path + "\": " + std::strerror(errno) + ".");
-    const std::streamoff size = in.tellg();
     // Even with long comments a file far beyond what its points need is a mistake, not data.
-    const std::streamoff limit = std::max<std::streamoff>(std::streamoff{1} << 26, fMaxPoints * 256);
-    if (size > limit)
-        throw EOrnError("Point set file \"" + path + "\": it is larger than " + std::to_string(limit) +
-                        " bytes.");
-    std::string text;
-    if (size > 0) {
-        text.resize(static_cast<std::size_t>(size));
-        in.seekg(0);
-        in.read(text.data(), size);
-    }
-    if (size < 0 || !in) throw EOrnError("Point set file \"" + path + "\": it could not be read.");
-    ReadFromText(text, path);
+    const auto limit =
+        std::max<std::uint64_t>(std::uint64_t{1} << 26, static_cast<std::uint64_t>(fMaxPoints) * 256);
+    const std::vector<std::uint8_t> bytes = detail::ReadFileBytes(path, {}, limit, "point data");
+    ReadFromText(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), path);
     fFileName = path;
 }
 
@@ -243,63 +225,32 @@ void TOrnPointSet::InitPrimitives() {
 void TOrnPointSet::Assign(const TPersistent* source) {
     if (auto* s = dynamic_cast<const TOrnPointSet*>(source)) {
         fFileName = s->fFileName;
-        fFormat = s->fFormat;
-        fColumns = s->fColumns;
         fRows = s->fRows;
-        fSpacingX = s->fSpacingX;
-        fSpacingY = s->fSpacingY;
-        fHeightScale = s->fHeightScale;
-        fMaxPoints = s->fMaxPoints;
-        fColorByHeight = s->fColorByHeight;
-        fColorRamp = s->fColorRamp;
         fValues = s->fValues;
     }
     TOrnPrimitiveObj::Assign(source);
 }
 
 void TOrnPointSet::WriteValues(TOrnCustomExchange& exchange) {
-    std::string name;
-    if (!fValues.empty()) {
-        name = exchange.GetFileName(fFormat == pfXYZ ? "xyz" : "txt");
-        const std::string path = exchange.FilePath(name);
-        if (path.empty())
-            name.clear();
-        else
-            SaveToFile(path);
-    }
-    exchange.WriteString("FileName", name, "");
+    // The data goes beside the scene file under a new name; without a place for it, no name.
+    const std::string name = fValues.empty() ? "" : exchange.GetFileName(fFormat == pfXYZ ? "xyz" : "txt");
+    const std::string path = name.empty() ? name : exchange.FilePath(name);
+    if (!path.empty()) SaveToFile(path);
+    exchange.WriteString("FileName", path.empty() ? "" : name, "");
     TOrnPrimitiveObj::WriteValues(exchange);
 }
 
 void TOrnPointSet::ReadValues(TOrnCustomExchange& exchange) {
+    // The data last, laid out by the format and the columns just read.
     TOrnPrimitiveObj::ReadValues(exchange);
-    const auto format =
-        static_cast<TOrnPointSetFormat>(exchange.ReadEnum("Format", fFormat, kPointSetFormatNames));
-    if (format != fFormat) {
-        fValues.clear();
-        fRows = 0;
-        fFormat = format;
-        Invalidate();
-    }
-    const int columns = exchange.ReadInt32("Columns", fColumns);
-    if (columns >= 1) fColumns = columns;
     const std::string name = exchange.ReadString("FileName", "");
     const std::string path = name.empty() ? std::string() : exchange.FilePath(name);
     if (!path.empty()) LoadFromFile(path);
 }
 
-// Format and Columns are read by hand: a new format drops the values, and columns below 1 are
-// ignored without a setter of their own.
 ORN_DESCRIBE_PROPERTIES(TOrnPointSet, &TOrnPrimitiveObj::ClassProperties()) {
-    b.Enum("Format", &TOrnPointSet::fFormat, &TOrnPointSet::SetFormat, pfMatrix, kPointSetFormatNames).flags =
-        pfNoRead;
-    b.Access<std::int32_t>(
-         "Columns", [](const TOrnPointSet& p) { return p.fColumns; },
-         [](TOrnPointSet& p, std::int32_t v) {
-             if (v >= 1) p.fColumns = v;
-         },
-         0)
-        .flags = pfNoRead;
+    b.Enum("Format", &TOrnPointSet::fFormat, &TOrnPointSet::SetFormat, pfMatrix, kPointSetFormatNames);
+    ORN_PROP(b, TOrnPointSet, Columns, 0).min = 1;
     ORN_PROP(b, TOrnPointSet, SpacingX, 1.0);
     ORN_PROP(b, TOrnPointSet, SpacingY, 1.0);
     ORN_PROP(b, TOrnPointSet, HeightScale, 1.0);

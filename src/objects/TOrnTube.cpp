@@ -1,8 +1,6 @@
 #include <orn/objects/TOrnTube.h>
 #include <orn/scene/TOrnRegistry.h>
 
-#include "math/detail/NumberText.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -271,14 +269,7 @@ void TOrnTube::InitPrimitives() {
 
 void TOrnTube::Assign(const TPersistent* source) {
     if (auto* t = dynamic_cast<const TOrnTube*>(source)) {
-        fRadius = t->fRadius;
-        fSlices = t->fSlices;
-        fCapStart = t->fCapStart;
-        fCapEnd = t->fCapEnd;
-        fClosedPath = t->fClosedPath;
-        fPathSteps = t->fPathSteps;
         OnCalcPath = t->OnCalcPath;
-        fPath = t->fPath;
         fFrames = t->fFrames;
         fRingPoints = t->fRingPoints;
         fStartCapCentre = t->fStartCapCentre;
@@ -288,37 +279,27 @@ void TOrnTube::Assign(const TPersistent* source) {
 }
 
 ORN_DESCRIBE_PROPERTIES(TOrnTube, &TOrnPrimitiveObj::ClassProperties()) {
-    static constexpr auto PathText = [](const std::vector<PathPointData>& path) {
-        std::string points;
-        for (const auto& p : path) {
-            const double parts[4] = {p.p.x, p.p.y, p.p.z, p.radius};
-            for (int k = 0; k < 4; ++k) {
-                if (!points.empty()) points += k == 0 ? ';' : ',';
-                detail::AppendNumber(points, parts[k]);
-            }
-        }
-        return points;
-    };
     ORN_PROP(b, TOrnTube, Radius, 0.25);
     ORN_PROP(b, TOrnTube, Slices, 12);
     ORN_PROP(b, TOrnTube, CapStart, false);
     ORN_PROP(b, TOrnTube, CapEnd, false);
     ORN_PROP(b, TOrnTube, ClosedPath, false);
     ORN_PROP(b, TOrnTube, PathSteps, 32);
-    // x,y,z,radius groups split by ';'; a value that is not four numbers each is ignored.
-    b.Access<std::string>(
-         "Points", [](const TOrnTube& t) { return PathText(t.fPath); },
-         [](TOrnTube& t, std::string text) {
-             std::vector<double> v;
-             if (text.empty() || text == PathText(t.fPath) || !detail::ParseNumberGroups(text, 4, v)) return;
-             std::vector<PathPointData> path;
-             for (std::size_t i = 0; i < v.size(); i += 4)
-                 path.push_back({{v[i], v[i + 1], v[i + 2]}, v[i + 3]});
-             t.fPath = std::move(path);
-             t.Invalidate();
-         },
-         "")
-        .examples = {std::string("0,0,0,0.5;1,0,0,0.25;1,1,0,0.125")};
+    // x, y, z and radius of each path point.
+    b.Groups(
+        "Points", 4,
+        [](const TOrnTube& t) {
+            std::vector<double> v;
+            for (const auto& p : t.fPath)
+                v.insert(v.end(), {p.p.x, p.p.y, p.p.z, p.radius});
+            return v;
+        },
+        [](TOrnTube& t, std::vector<double> v) {
+            t.fPath.clear();
+            for (std::size_t i = 0; i < v.size(); i += 4)
+                t.fPath.push_back({{v[i], v[i + 1], v[i + 2]}, v[i + 3]});
+            t.Invalidate();
+        });
 }
 
 } // namespace orn

@@ -12,14 +12,7 @@
 
 namespace orn {
 
-namespace {
-
-[[maybe_unused]] const bool kRegistered = [] {
-    RegisterComponents("Samples", {ClassOf<TOrnCalendar>()});
-    return true;
-}();
-
-} // namespace
+ORN_REGISTER_COMPONENT(TOrnCalendar, "Samples")
 
 namespace {
 

@@ -8,14 +8,7 @@
 
 namespace orn {
 
-namespace {
-
-[[maybe_unused]] const bool kRegistered = [] {
-    RegisterComponents("Samples", {ClassOf<TOrnColorGrid>()});
-    return true;
-}();
-
-} // namespace
+ORN_REGISTER_COMPONENT(TOrnColorGrid, "Samples")
 
 TOrnColorGrid::TOrnColorGrid(TComponent* owner) : TControl(owner) {
     SetBounds(0, 0, 100, 100);

@@ -11,14 +11,7 @@
 
 namespace orn {
 
-namespace {
-
-[[maybe_unused]] const bool kRegistered = [] {
-    RegisterComponents("Samples", {ClassOf<TOrnGauge>()});
-    return true;
-}();
-
-} // namespace
+ORN_REGISTER_COMPONENT(TOrnGauge, "Samples")
 
 namespace {
 

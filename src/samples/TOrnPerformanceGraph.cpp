@@ -10,14 +10,7 @@
 
 namespace orn {
 
-namespace {
-
-[[maybe_unused]] const bool kRegistered = [] {
-    RegisterComponents("Samples", {ClassOf<TOrnPerformanceGraph>()});
-    return true;
-}();
-
-} // namespace
+ORN_REGISTER_COMPONENT(TOrnPerformanceGraph, "Samples")
 
 TOrnPerformanceGraph::TOrnPerformanceGraph(TComponent* owner) : TControl(owner) {
     SetBounds(0, 0, 200, 80);

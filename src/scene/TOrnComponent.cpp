@@ -13,6 +13,7 @@ void TOrnComponent::Changed() {
 void TOrnComponent::Assign(const TPersistent* source) {
     auto* c = dynamic_cast<const TOrnComponent*>(source);
     if (!c) return;
+    AssignProperties(c);
     OnChange = c->OnChange;
     Changed();
 }
@@ -30,12 +31,6 @@ void TOrnTransformed::SetTransformation(const TOrnTransformation* value) {
 
 void TOrnTransformed::SubChange(TObject*) {
     Changed();
-}
-
-void TOrnTransformed::Assign(const TPersistent* source) {
-    if (auto* t = dynamic_cast<const TOrnTransformed*>(source))
-        fTransformation->Assign(t->fTransformation.get());
-    TOrnComponent::Assign(source);
 }
 
 ORN_DESCRIBE_PROPERTIES(TOrnComponent, nullptr) {

@@ -46,13 +46,6 @@ void TOrnObject::SetStateRef(TOrnRender*& slot, TOrnRender* value) {
     Changed();
 }
 
-void TOrnObject::Assign(const TPersistent* source) {
-    TOrnRender::Assign(source);
-    auto* o = dynamic_cast<const TOrnObject*>(source);
-    if (!o) return;
-    ClassProperties().CopyOwn(*this, *o);
-}
-
 bool TOrnObject::GetBounds(TOrnBounds&) { return false; }
 
 bool TOrnObject::IntersectRay(int, const TOrnMathVector&, const TOrnMathVector&, double&) {

@@ -209,10 +209,7 @@ void TOrnRender::Notification(TComponent* component, TOperation operation) {
 }
 
 void TOrnRender::Assign(const TPersistent* source) {
-    if (auto* r = dynamic_cast<const TOrnRender*>(source)) {
-        fEnabled = r->fEnabled;
-        OnTransform = r->OnTransform;
-    }
+    if (auto* r = dynamic_cast<const TOrnRender*>(source)) OnTransform = r->OnTransform;
     TOrnTransformed::Assign(source);
 }
 

@@ -102,12 +102,6 @@ void TOrnAttributes::Changed() {
     TOrnRender::Changed();
 }
 
-void TOrnAttributes::Assign(const TPersistent* source) {
-    if (auto* a = dynamic_cast<const TOrnAttributes*>(source); a && a != this)
-        ClassProperties().CopyOwn(*this, *a);
-    TOrnRender::Assign(source);
-}
-
 void TOrnAttributes::DoRender(TOrnCustomView* view) {
     TOrnRenderState* state = view ? view->RenderState() : nullptr;
     if (state) {

@@ -8,7 +8,9 @@
 
 namespace orn {
 
-TOrnFog::TOrnFog(TComponent* owner) : TOrnRender(owner), fColor(std::make_unique<TOrnColor>()) {}
+TOrnFog::TOrnFog(TComponent* owner) : TOrnRender(owner), fColor(std::make_unique<TOrnColor>()) {
+    fColor->OnChange = SubChangeHandler();
+}
 
 void TOrnFog::SetMode(TOrnFogMode value) {
     if (assignIfChanged(fMode, value)) Changed();
@@ -27,9 +29,7 @@ void TOrnFog::SetEndDepth(float value) {
 }
 
 void TOrnFog::SetColor(const TOrnColor* value) {
-    if (!value) return;
     detail::CopyColor(*fColor, value);
-    Changed();
 }
 
 void TOrnFog::SetQuality(TOrnQuality value) {
@@ -37,16 +37,8 @@ void TOrnFog::SetQuality(TOrnQuality value) {
 }
 
 void TOrnFog::Assign(const TPersistent* source) {
-    auto* f = dynamic_cast<const TOrnFog*>(source);
-    if (!f || f == this) return; // a source of another family changes nothing
-    TOrnRender::Assign(source);
-    fMode = f->fMode;
-    fDensity = f->fDensity;
-    fStartDepth = f->fStartDepth;
-    fEndDepth = f->fEndDepth;
-    detail::CopyColor(*fColor, f->fColor.get());
-    OnChange = f->OnChange;
-    Changed();
+    // A source of another family changes nothing, not even the render values.
+    if (dynamic_cast<const TOrnFog*>(source)) TOrnRender::Assign(source);
 }
 
 void TOrnFog::DoRender(TOrnCustomView* view) {

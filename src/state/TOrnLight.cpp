@@ -4,6 +4,7 @@
 
 #include "state/detail/CopyColor.h"
 
+#include <algorithm>
 #include <strings.h>
 
 namespace orn {
@@ -46,18 +47,7 @@ void TOrnLight::SetKind(TLightKind value) {
 }
 
 void TOrnLight::SetCutOff(float value) {
-    if (value == fCutOff) return;
-    if (fKind != lkSpot)
-        fCutOff = 180.0f;
-    else
-        fCutOff = value < 0.0f ? 0.0f : value > 90.0f ? 90.0f : value;
-    Changed();
-}
-
-void TOrnLight::Assign(const TPersistent* source) {
-    if (auto* l = dynamic_cast<const TOrnLight*>(source); l && l != this)
-        ClassProperties().CopyOwn(*this, *l);
-    TOrnRender::Assign(source);
+    if (assignIfChanged(fCutOff, fKind != lkSpot ? 180.0f : std::clamp(value, 0.0f, 90.0f))) Changed();
 }
 
 void TOrnLight::DoRender(TOrnCustomView* view) {

@@ -43,12 +43,6 @@ void TOrnMaterial::SetShininess(std::int32_t value) {
     if (assignIfChanged(fShininess, value)) Changed();
 }
 
-void TOrnMaterial::Assign(const TPersistent* source) {
-    if (auto* m = dynamic_cast<const TOrnMaterial*>(source); m && m != this)
-        ClassProperties().CopyOwn(*this, *m);
-    TOrnRender::Assign(source);
-}
-
 void TOrnMaterial::DoRender(TOrnCustomView* view) {
     TOrnRenderState* state = view ? view->RenderState() : nullptr;
     if (state) {

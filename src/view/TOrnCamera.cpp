@@ -10,12 +10,10 @@
 
 namespace orn {
 
-namespace {
+ORN_REGISTER_COMPONENT(TOrnPerspectiveCamera, "Orn")
+ORN_REGISTER_COMPONENT(TOrnOrthographicCamera, "Orn")
 
-[[maybe_unused]] const bool kRegistered = [] {
-    RegisterComponents("Orn", {ClassOf<TOrnPerspectiveCamera>(), ClassOf<TOrnOrthographicCamera>()});
-    return true;
-}();
+namespace {
 
 // A window that has collapsed to nothing still gets a projection, of one pixel.
 double Aspect(int width, int height) {
@@ -46,28 +44,6 @@ void TOrnCamera::PlanesChanged() {
 
 void TOrnCamera::Adjust(int, int) {}
 
-void TOrnCamera::Assign(const TPersistent* source) {
-    if (auto* c = dynamic_cast<const TOrnCamera*>(source)) {
-        fViewNear = c->fViewNear;
-        fViewFar = c->fViewFar;
-    }
-    TOrnTransformed::Assign(source);
-}
-
-void TOrnCamera::ReadValues(TOrnCustomExchange& exchange) {
-    TOrnTransformed::ReadValues(exchange);
-    const auto nearValue = static_cast<float>(exchange.ReadFloat("ViewNear", fViewNear));
-    const auto farValue = static_cast<float>(exchange.ReadFloat("ViewFar", fViewFar));
-    // Each setter checks against the other plane, so move the one that makes room first.
-    if (nearValue >= fViewFar) {
-        SetViewFar(farValue);
-        SetViewNear(nearValue);
-    } else {
-        SetViewNear(nearValue);
-        SetViewFar(farValue);
-    }
-}
-
 void TOrnPerspectiveCamera::SetViewAngle(float value) {
     if (!(value > 0.0f && value < 180.0f)) return;
     if (assignIfChanged(fViewAngle, value)) Changed();
@@ -75,11 +51,6 @@ void TOrnPerspectiveCamera::SetViewAngle(float value) {
 
 void TOrnPerspectiveCamera::Adjust(int width, int height) {
     gluPerspective(fViewAngle, Aspect(width, height), ProjectionNear(), ProjectionFar());
-}
-
-void TOrnPerspectiveCamera::Assign(const TPersistent* source) {
-    if (auto* c = dynamic_cast<const TOrnPerspectiveCamera*>(source)) fViewAngle = c->fViewAngle;
-    TOrnCamera::Assign(source);
 }
 
 void TOrnOrthographicCamera::SetViewWidth(float value) {
@@ -98,18 +69,9 @@ void TOrnOrthographicCamera::Adjust(int width, int height) {
     glOrtho(-halfWidth, halfWidth, -halfHeight, halfHeight, ProjectionNear(), ProjectionFar());
 }
 
-void TOrnOrthographicCamera::Assign(const TPersistent* source) {
-    if (auto* c = dynamic_cast<const TOrnOrthographicCamera*>(source)) {
-        fViewWidth = c->fViewWidth;
-        fViewHeight = c->fViewHeight;
-    }
-    TOrnCamera::Assign(source);
-}
-
 ORN_DESCRIBE_PROPERTIES(TOrnCamera, &TOrnTransformed::ClassProperties()) {
-    // Read by hand: each plane's setter checks against the other one.
-    ORN_PROP(b, TOrnCamera, ViewNear, 0.1f).flags = pfNoRead;
-    ORN_PROP(b, TOrnCamera, ViewFar, 10.0f).flags = pfNoRead;
+    ORN_PROP(b, TOrnCamera, ViewNear, 0.1f);
+    ORN_PROP(b, TOrnCamera, ViewFar, 10.0f);
 }
 
 ORN_DESCRIBE_PROPERTIES(TOrnPerspectiveCamera, &TOrnCamera::ClassProperties()) {

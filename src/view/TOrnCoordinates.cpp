@@ -44,14 +44,7 @@ void TOrnCoordinates::Render() {
 }
 
 void TOrnCoordinates::Assign(const TPersistent* source) {
-    auto* c = dynamic_cast<const TOrnCoordinates*>(source);
-    if (!c) return;
-    fVisible = c->fVisible;
-    fLength = c->fLength;
-    fColorX = c->fColorX;
-    fColorY = c->fColorY;
-    fColorZ = c->fColorZ;
-    Changed();
+    if (AssignProperties(source)) Changed();
 }
 
 ORN_DESCRIBE_PROPERTIES(TOrnCoordinates, nullptr) {

@@ -11,12 +11,10 @@
 
 namespace orn {
 
-namespace {
+ORN_REGISTER_COMPONENT(TOrnView, "Orn")
+ORN_REGISTER_COMPONENT(TOrnCanvasView, "Orn")
 
-[[maybe_unused]] const bool kRegistered = [] {
-    RegisterComponents("Orn", {ClassOf<TOrnView>(), ClassOf<TOrnCanvasView>()});
-    return true;
-}();
+namespace {
 
 // What describing format 1 of a surface gives: the headless default, RGBA8 with depth and stencil.
 constexpr TOrnPixelFormat kDescribedFormat{40, 1, PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL, 0, 24, 8, 24,

@@ -30,7 +30,6 @@ public:
     /// Values ≤ 0 are ignored.
     void SetDetailZ(int value);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnBox)
 
 protected:

@@ -30,7 +30,6 @@ public:
     bool Caps() const { return fCaps; }
     void SetCaps(bool value);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnCylinder)
 
 protected:

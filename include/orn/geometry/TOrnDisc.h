@@ -29,7 +29,6 @@ public:
     float SweepAngle() const { return fSweepAngle; }
     void SetSweepAngle(float value);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnDisc)
 
 protected:

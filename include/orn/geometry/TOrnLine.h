@@ -14,7 +14,6 @@ public:
     float Length() const { return fLength; }
     void SetLength(float value);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnLine)
 
 protected:

@@ -122,7 +122,7 @@ public:
     /// −1); −1 when there is none.
     int getNearPoint(int position, const TOrnMathVector& v);
 
-    /// From another primitive object: texture, Textured, texture flags, Initialized, points and lists.
+    /// After the described values: from another primitive object its points, lists and Initialized.
     void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
     /// The box of the points once built; before that the shape's own box where it knows one

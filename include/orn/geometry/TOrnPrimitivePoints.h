@@ -2,6 +2,7 @@
 
 #include <orn/host/TSet.h>
 #include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/math/TOrnVector.h>
 #include <orn/scene/TOrnCustomView.h>
 
@@ -38,9 +39,7 @@ public:
 
     void Assign(const TPersistent* source) override;
     /// "Flag" and "EdgeFlag", and the elements "Point", "Normal", "Texture", "Color".
-    void WriteValues(TOrnCustomExchange& exchange) override;
-    void ReadValues(TOrnCustomExchange& exchange) override;
-    TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName) override;
+    ORN_DECLARE_PROPERTIES(TOrnPointItem)
 
 private:
     std::unique_ptr<TOrnVector> fPoint;

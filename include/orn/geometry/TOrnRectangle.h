@@ -25,7 +25,6 @@ public:
     void SetDetY(int value);
     void SetDetailY(int value) { SetDetY(value); }
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnRectangle)
 
 protected:

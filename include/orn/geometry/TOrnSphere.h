@@ -32,7 +32,6 @@ public:
     float BottomAngle() const { return fBottomAngle; }
     void SetBottomAngle(float value);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnSphere)
 
 protected:

@@ -25,7 +25,6 @@ public:
     /// Values ≤ 0 are ignored.
     void SetRings(int value);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnTorus)
 
 protected:

@@ -16,7 +16,6 @@ public:
     float Height() const { return fHeight; }
     void SetHeight(float value);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnTriangle)
 
 protected:

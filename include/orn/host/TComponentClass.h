@@ -35,3 +35,12 @@ std::vector<TComponentClass> GetPaletteClasses(const std::string& page);
 TComponentClass FindComponentClass(const std::string& name);
 
 } // namespace orn
+
+/// Puts Class on a palette page when the library loads (at namespace scope, once per class).
+#define ORN_REGISTER_COMPONENT(Class, Page)                                                                  \
+    namespace {                                                                                              \
+    [[maybe_unused]] const bool kOnPalette##Class = [] {                                                     \
+        ::orn::RegisterComponents(Page, {::orn::ClassOf<Class>()});                                          \
+        return true;                                                                                         \
+    }();                                                                                                     \
+    }

@@ -65,8 +65,6 @@ public:
     /// The forward vector for the rotation angles in radians.
     static TOrnMathVector CalcVecZ(double rx, double ry, double rz);
 
-    /// From a mouse controller also copies the sensitivities and CntrlFlags, not SwitchButtons.
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnMouseController)
 
     /// The set as flag names joined by commas ("teMoveX,teTurnY"); "" for the empty set.

@@ -12,6 +12,7 @@ namespace orn {
 
 class TComponent;
 class TOrnCustomExchange;
+class TPersistent;
 class TOrnPropList;
 
 /// Anything that writes itself as an element of the scene file and reads its keys back: the value
@@ -29,6 +30,9 @@ public:
     virtual void WriteValues(TOrnCustomExchange& exchange);
     /// Reads this item's keys from the current element, each with the present value as default.
     virtual void ReadValues(TOrnCustomExchange& exchange);
+    /// Assign's common part: copies the described properties that source shares with this item
+    /// (Copy of the property list); false when source is this item or not of this item's family.
+    bool AssignProperties(const TPersistent* source);
     /// The item that takes the child element tagName (and has read its keys), or nullptr to skip it.
     virtual TOrnExchangeItem* ReadComp(TOrnCustomExchange& exchange, const std::string& tagName);
 };

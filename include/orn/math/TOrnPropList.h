@@ -81,7 +81,10 @@ struct TOrnPropInfo {
 /// comparison of two items all run from it.
 class TOrnPropList {
 public:
-    explicit TOrnPropList(const TOrnPropList* parent = nullptr) : fParent(parent) {}
+    /// isA tells whether an item belongs to the class described (Assign copies only those levels).
+    explicit TOrnPropList(const TOrnPropList* parent = nullptr,
+                          std::function<bool(const TOrnExchangeItem&)> isA = {})
+        : fParent(parent), fIsA(std::move(isA)) {}
 
     const TOrnPropList* Parent() const { return fParent; }
     const std::vector<TOrnPropInfo>& Own() const { return fOwn; }
@@ -99,6 +102,10 @@ public:
     /// Copies this class's own properties (not the bases') from source, except those marked
     /// pfNoAssign.
     void CopyOwn(TOrnExchangeItem& item, const TOrnExchangeItem& source) const;
+    /// What Assign copies: the properties of every class of item that source belongs to too, bases
+    /// first, except those marked pfNoAssign. False (nothing copied) when source is item or does not
+    /// belong to the first class.
+    bool Copy(TOrnExchangeItem& item, const TOrnExchangeItem& source) const;
     /// The first described property (value objects searched too) in which a and b differ, as
     /// "Key: a-value != b-value"; "" when they agree. References compare by name.
     std::string Difference(const TOrnExchangeItem& a, const TOrnExchangeItem& b) const;
@@ -107,8 +114,15 @@ private:
     static void ReadKey(const TOrnPropInfo& p, TOrnExchangeItem& item, TOrnCustomExchange& exchange);
 
     const TOrnPropList* fParent;
+    std::function<bool(const TOrnExchangeItem&)> fIsA;
     std::vector<TOrnPropInfo> fOwn;
 };
+
+/// Numbers in groups of width, as a number-groups property writes them: "1,2,3;4,5,6".
+std::string OrnGroupsText(const std::vector<double>& values, std::size_t width);
+/// The numbers of a text of whole groups of width finite numbers; false (values untouched) for any
+/// other text.
+bool OrnParseGroups(const std::string& text, std::size_t width, std::vector<double>& values);
 
 /// Declares the properties of class C into a list; member pointers give the value, the setter
 /// is what reading calls.
@@ -165,6 +179,36 @@ public:
         info.get = [getter](const TOrnExchangeItem& i) { return ToValue<M>(getter(self(i))); };
         info.set = [setter](TOrnExchangeItem& i, const TOrnPropValue& v) {
             setter(self(i), FromValue<M>(v));
+        };
+        return fList.Add(std::move(info));
+    }
+    /// Numbers in groups of width, written as one text ("x,y,z;x,y,z") and reached as one flat list.
+    /// Reading gives setter only a text of whole groups that differs from the list held: any other
+    /// text is ignored. Assign gives it any list, the empty one too.
+    TOrnPropInfo& Groups(const char* name, std::size_t width,
+                         std::function<std::vector<double>(const C&)> getter,
+                         std::function<void(C&, std::vector<double>)> setter) {
+        TOrnPropInfo info;
+        info.name = name;
+        info.kind = pkString;
+        info.def = std::string();
+        std::vector<double> example;
+        for (std::size_t k = 0; k < 3 * width; ++k)
+            example.push_back(static_cast<double>(k / width) + 0.25 * static_cast<double>(k % width + 1));
+        info.examples = {OrnGroupsText(example, width)};
+        info.get = [getter, width](const TOrnExchangeItem& i) {
+            return TOrnPropValue(OrnGroupsText(getter(self(i)), width));
+        };
+        info.set = [getter, setter, width](TOrnExchangeItem& i, const TOrnPropValue& v) {
+            std::vector<double> values;
+            if (OrnParseGroups(std::get<std::string>(v), width, values) && !values.empty() &&
+                values != getter(self(i)))
+                setter(self(i), std::move(values));
+        };
+        info.store = [setter, width](TOrnExchangeItem& i, const TOrnPropValue& v) {
+            std::vector<double> values;
+            OrnParseGroups(std::get<std::string>(v), width, values);
+            setter(self(i), std::move(values));
         };
         return fList.Add(std::move(info));
     }
@@ -260,7 +304,9 @@ private:
 #define ORN_DESCRIBE_PROPERTIES(Class, ParentList)                                                           \
     const ::orn::TOrnPropList& Class::ClassProperties() {                                                    \
         static const ::orn::TOrnPropList list = [] {                                                         \
-            ::orn::TOrnPropList l(ParentList);                                                               \
+            ::orn::TOrnPropList l(ParentList, [](const ::orn::TOrnExchangeItem& i) {                         \
+                return dynamic_cast<const Class*>(&i) != nullptr;                                            \
+            });                                                                                              \
             ::orn::TOrnPropBuilder<Class> builder(l);                                                        \
             DescribeProperties(builder);                                                                     \
             return l;                                                                                        \

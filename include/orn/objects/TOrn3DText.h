@@ -44,7 +44,6 @@ public:
     /// Values outside the enumeration are ignored.
     void SetAlignment(TOrnAlignment value);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrn3DText)
 
 protected:

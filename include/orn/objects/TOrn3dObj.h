@@ -51,7 +51,6 @@ public:
     /// The profile point at row parameter t (0 … OverDraw).
     TOrnMathVector calcz(const TOrnMathVector& V, double t) override;
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrn3dObj)
 
 protected:

@@ -30,7 +30,6 @@ public:
     TOrnMathVector calcxy(const TOrnMathVector& V, double t) override;
     TOrnMathVector CalcXY(const TOrnMathVector& V, double t) { return TOrnCustomRotObj::calcxy(V, t); }
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnCustomRotObj)
 
 protected:

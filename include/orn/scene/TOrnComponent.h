@@ -18,7 +18,8 @@ public:
     TNotifyEvent OnChange;
     /// Calls OnChange when it is assigned.
     virtual void Changed();
-    /// From a TOrnComponent: takes over its change handler and notifies.
+    /// From a TOrnComponent: copies the described properties of the classes both belong to (those
+    /// marked pfNoAssign left), takes over its change handler and notifies.
     void Assign(const TPersistent* source) override;
 
     ORN_DECLARE_PROPERTIES(TOrnComponent)
@@ -36,7 +37,6 @@ public:
     /// A change of an owned value object: notifies the owner of this component.
     virtual void SubChange(TObject* sender);
 
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnTransformed)
 
 protected:

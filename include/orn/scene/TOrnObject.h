@@ -36,8 +36,6 @@ public:
 
     /// The object name follows the component name while they are equal (and not loading).
     void SetName(const std::string& name) override;
-    /// Besides the render values: colour, names and the state references.
-    void Assign(const TPersistent* source) override;
     void Notification(TComponent* component, TOperation operation) override;
     /// False: what an object draws through its own events or descendants has no known extent.
     bool GetBounds(TOrnBounds& bounds) override;

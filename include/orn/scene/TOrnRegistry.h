@@ -18,12 +18,13 @@ std::vector<TComponentClass> GetRenderClassList();
 
 } // namespace orn
 
-/// Registers Class as a render class and puts it on a palette page, when the library loads.
-#define ORN_REGISTER_RENDER_CLASS(Class, Page)                                                            \
-    namespace {                                                                                           \
-    [[maybe_unused]] const bool kRegistered##Class = [] {                                                 \
-        ::orn::RegisterRenderClass(::orn::ClassOf<Class>());                                              \
-        ::orn::RegisterComponents(Page, {::orn::ClassOf<Class>()});                                       \
-        return true;                                                                                      \
-    }();                                                                                                  \
-    }
+/// Registers Class as a render class and puts it on a palette page (ORN_REGISTER_COMPONENT), when
+/// the library loads.
+#define ORN_REGISTER_RENDER_CLASS(Class, Page)                                                               \
+    namespace {                                                                                              \
+    [[maybe_unused]] const bool kRegistered##Class = [] {                                                    \
+        ::orn::RegisterRenderClass(::orn::ClassOf<Class>());                                                 \
+        return true;                                                                                         \
+    }();                                                                                                     \
+    }                                                                                                        \
+    ORN_REGISTER_COMPONENT(Class, Page)

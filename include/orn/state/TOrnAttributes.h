@@ -80,9 +80,6 @@ public:
     /// Notifies and makes the next render send the block again.
     void Changed() override;
     std::uint64_t Stamp() const override { return fStamp; }
-    /// From attributes: copies all but Dithering, PerspectiveCorrection, the stipple shift and
-    /// factor, PointSize and LineWidth; then the render values.
-    void Assign(const TPersistent* source) override;
 
     ORN_DECLARE_PROPERTIES(TOrnAttributes)
 

@@ -38,7 +38,8 @@ public:
     TOrnQuality Quality() const { return fQuality; }
     void SetQuality(TOrnQuality value);
 
-    /// From a fog: the render values, then all but Quality (kept on purpose), then notifies.
+    /// From a fog only: what every component copies (Quality kept on purpose); other sources change
+    /// nothing.
     void Assign(const TPersistent* source) override;
 
     ORN_DECLARE_PROPERTIES(TOrnFog)

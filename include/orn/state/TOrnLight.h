@@ -56,9 +56,6 @@ public:
     TOrnDirection* Direction() const { return fDirection.get(); }
     void SetDirection(const TOrnDirection* value);
 
-    /// From a light: ID, colours, kind, cut-off and direction, then the render values.
-    void Assign(const TPersistent* source) override;
-
     ORN_DECLARE_PROPERTIES(TOrnLight)
 
 protected:

@@ -44,9 +44,6 @@ public:
     void Changed() override;
     std::uint64_t Stamp() const override { return fStamp; }
 
-    /// From a material: face, colours and shininess (unchecked), then the render values.
-    void Assign(const TPersistent* source) override;
-
     ORN_DECLARE_PROPERTIES(TOrnMaterial)
 
 protected:

@@ -34,10 +34,7 @@ public:
     /// count as 1. The base camera sets none.
     virtual void Adjust(int width, int height);
 
-    /// From a camera: near and far, then the inherited values.
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnCamera)
-    void ReadValues(TOrnCustomExchange& exchange) override;
 
 private:
     /// Keeps the last valid pair and notifies.
@@ -61,7 +58,6 @@ public:
 
     /// gluPerspective(ViewAngle, width / height, ViewNear, ViewFar).
     void Adjust(int width, int height) override;
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnPerspectiveCamera)
 
 private:
@@ -82,7 +78,6 @@ public:
     void SetViewHeight(float value);
 
     void Adjust(int width, int height) override;
-    void Assign(const TPersistent* source) override;
     ORN_DECLARE_PROPERTIES(TOrnOrthographicCamera)
 
 private:

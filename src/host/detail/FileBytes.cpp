@@ -52,11 +52,12 @@ FilePtr OpenForReading(const std::string& fileName, struct stat& st) {
 } // namespace
 
 std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string_view magic,
-                                        std::uint64_t maxSize) {
+                                        std::uint64_t maxSize, const char* what) {
     struct stat st;
     FilePtr f = OpenForReading(fileName, st);
     if (!S_ISREG(st.st_mode))
-        throw EOrnError("Cannot read file \"" + fileName + "\": it is not a regular file");
+        throw EOrnError("Cannot read file \"" + fileName +
+                        "\": " + (S_ISDIR(st.st_mode) ? "it is a folder" : "it is not a regular file"));
     if (!magic.empty()) {
         std::string start(magic.size(), '\0');
         if (std::fread(start.data(), 1, start.size(), f.get()) != start.size() || start != magic)
@@ -65,7 +66,7 @@ std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string
         std::rewind(f.get());
     }
     if (static_cast<std::uint64_t>(st.st_size) > maxSize)
-        TooLarge(fileName, static_cast<std::uint64_t>(st.st_size), maxSize, "an image of it may have");
+        TooLarge(fileName, static_cast<std::uint64_t>(st.st_size), maxSize, std::string(what) + " may have");
     std::vector<std::uint8_t> bytes;
     bytes.reserve(static_cast<std::size_t>(st.st_size));
     std::uint8_t chunk[65536];

@@ -9,9 +9,12 @@
 namespace orn::detail {
 
 /// The whole content of a regular file that starts with magic and holds at most maxSize bytes
-/// (both checked before anything is read); throws EOrnError with the file's name and the reason.
+/// (both checked before anything is read; a FIFO is refused without waiting for a writer); throws EOrnError
+/// "Cannot open file "NAME": REASON" (or "Cannot read ..."). what names in the size message the
+/// thing the file holds.
 std::vector<std::uint8_t> ReadFileBytes(const std::string& fileName, std::string_view magic = {},
-                                        std::uint64_t maxSize = UINT64_MAX);
+                                        std::uint64_t maxSize = UINT64_MAX,
+                                        const char* what = "an image of it");
 /// Looks at the first bytes read (up to 64 KiB) and throws when they cannot start the file.
 using HeadCheck = std::function<void(std::string_view head)>;
 /// The whole content of fileName as text; unlike ReadFileBytes it also reads a FIFO or a device
