@@ -271,6 +271,7 @@ void TOrnView::RenderScene() {
             fNextID = 0;
             RenderState()->BeginFrame();
             RenderSceneGL();
+            if (fReadBack) ReadFrame(*fReadBack);
             if (fDrawMode != dmSelection) fSurface->Swap();
         } catch (...) {
             SetCurrent(false);

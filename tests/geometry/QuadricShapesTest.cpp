@@ -70,6 +70,7 @@ TEST_F(ShapeFixture, SphereFlagsItsSeamAndPolesAndHonoursPartialSweeps) {
     TOrnSphere s(&form);
     s.SetSlices(4);
     s.SetStacks(2);
+    s.SetTextured(true);
     s.Init();
     EXPECT_TRUE(s.Points()->GetFlag(0, 0));  // pole row
     EXPECT_TRUE(s.Points()->GetFlag(5, 0));  // seam, first column

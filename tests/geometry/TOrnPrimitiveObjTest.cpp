@@ -76,11 +76,29 @@ TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndCallsOnAfterInit) {
         obj->calls.push_back("OnAfterInit");
     };
     obj->Points()->SetDefineArrays({daVertex});
+    obj->SetTextured(true);
     EXPECT_FALSE(obj->Initialized());
     obj->Init();
     EXPECT_TRUE(obj->Initialized());
     EXPECT_EQ(obj->calls,
               (std::vector<std::string>{"ClearAll", "InitPoints", "InitPrimitives+texture", "OnAfterInit"}));
+}
+
+// An untextured build carries no texture coordinates; texturing it asks for a build that does.
+TEST_F(PrimitiveObjFixture, OnlyTexturedBuildsCarryTextureCoordinates) {
+    obj->points = [](Probe& p) { p.Points()->SetCount(1000); };
+    obj->Init();
+    EXPECT_FALSE(obj->Points()->HasArray(daTexture));
+    EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 1)); // position, normal, flags
+    obj->SetTextured(true);
+    EXPECT_FALSE(obj->Initialized());
+    obj->Init();
+    EXPECT_TRUE(obj->Points()->HasArray(daTexture));
+    EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 24 + 1));
+    obj->SetTextured(false);
+    EXPECT_TRUE(obj->Initialized()); // the coordinates stay until the next build
+    obj->Init();
+    EXPECT_FALSE(obj->Points()->HasArray(daTexture));
 }
 
 TEST_F(PrimitiveObjFixture, AddIndexBeyondTheListsChangesNothing) {
@@ -201,6 +219,7 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxes) {
         obj->TextureFlags()->SetShiftX(1);
         obj->TextureFlags()->SetScaleY(100);
         obj->TextureFlags()->SetShiftY(2);
+        obj->SetTextured(true);
         obj->Init();
         const TOrnMathVector t = obj->Points()->GetVector(0, daTexture);
         EXPECT_NEAR(t.x, c.expect.x, 1e-12) << kTextureModeNames[c.mode];
@@ -212,6 +231,7 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxes) {
 TEST_F(PrimitiveObjFixture, TexturePointOutsideThePoolAndBetweenBuildsStaysPut) {
     obj->points = [](Probe& p) { p.Points()->Add({1, 0, 0}, {}, {}); };
     obj->TextureFlags()->SetMode(txLinearX);
+    obj->SetTextured(true);
     obj->Init();
     obj->Points()->SetVector(0, daVertex, {5, 0, 0});
     EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 1); // computed at the build only

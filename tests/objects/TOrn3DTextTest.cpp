@@ -210,6 +210,8 @@ TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
 
 TEST(TOrn3DTextMesh, TextureCoordinatesSpanTheCapsAndRunAlongTheWalls) {
     Built b("L");
+    b.text->SetTextured(true); // coordinates come with texturing
+    b.text->Init();
     const TOrnPrimitivePoints& pts = *b.text->Points();
     double smin = 1e9, smax = -1e9;
     for (int i = 0; i < b.text->Primitive(0)->Count(); ++i) {

@@ -73,8 +73,7 @@ void Fill(TOrnCustomObj& obj, const ObjectData& d) {
                 pool.Add(p, normal, none);
             }
         }
-        l.SetCount(n);
-        std::uint32_t* idx = l.Data();
+        std::uint32_t* idx = l.Append(n);
         for (int i = 0; i < n; ++i)
             idx[i] = static_cast<std::uint32_t>(first + i);
     };
