@@ -40,6 +40,7 @@ TEST_F(FigureFixture, PointIsOneNormalZPointAtTheOrigin) {
 TEST_F(FigureFixture, LineRunsFromTheOriginAlongZEvenAtLengthZero) {
     TOrnLine line(&form);
     line.SetLength(2.5f);
+    line.SetTextured(true);
     line.Init();
     EXPECT_EQ(pos(line, 1), (TOrnMathVector{0, 0, 2.5}));
     EXPECT_EQ(tex(line, 1), (TOrnMathVector{0, 1, 0}));
@@ -60,6 +61,7 @@ TEST_F(FigureFixture, TriangleApexAtOriginBaseAtHeightWithScaledTexture) {
     t.TextureFlags()->SetShiftX(1);
     t.TextureFlags()->SetScaleY(4);
     t.TextureFlags()->SetShiftY(0.5);
+    t.SetTextured(true);
     t.Init();
     EXPECT_EQ(pos(t, 0), (TOrnMathVector{0, 0, 0}));
     EXPECT_EQ(pos(t, 1), (TOrnMathVector{-1, 0, 3}));
@@ -80,6 +82,7 @@ TEST_F(FigureFixture, RectangleThreeByTwoHasTwelvePointsAndTwoStripsOfEight) {
     r.SetDetY(2);
     r.SetWidth(6);
     r.SetHeight(4);
+    r.SetTextured(true);
     r.Init();
     EXPECT_EQ(r.Points()->Count(), 12);
     ASSERT_EQ(r.PrimitiveCount(), 2);

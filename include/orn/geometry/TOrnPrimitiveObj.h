@@ -176,6 +176,9 @@ protected:
     std::vector<std::unique_ptr<TOrnPrimitiveArray>> fPrimitives;
     bool fInitialized = false;
     bool fAutoCalcNormals = true;
+    /// Builds keep texture coordinates also when not textured (points that carry the
+    /// application's own coordinates, a relief that samples them).
+    bool fKeepTexCoords = false;
 
 private:
     /// For every point, the point whose normal sum it shares under the seam rule.
@@ -183,7 +186,6 @@ private:
     TOrnTexture* fTexture = nullptr;
     TOrnRender* fTextureRender = nullptr;
     std::unique_ptr<TOrnTextureFlags> fTextureFlags;
-    bool fKeepTexCoords = false; // builds make texture coordinates also when not textured
     bool fBuilding = false;
     TOrnBounds fPointBounds; // of the points at fBoundsVersion and fBoundsCount
     std::uint64_t fBoundsVersion = 0;
