@@ -50,6 +50,22 @@ void BM_DemoImage(benchmark::State& state) {
 }
 BENCHMARK(BM_DemoImage)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+// The same picture read back from a view connected at 800 × 600: one frame in its own context.
+void BM_DemoSurfaceImage(benchmark::State& state) {
+    TComponent form(nullptr);
+    TOrnPerspectiveCamera camera(nullptr);
+    app::AimDemoCamera(camera);
+    auto* view = new TOrnView(&form);
+    view->SetBounds(800, 600);
+    view->SetCamera(&camera);
+    app::ShowDemoScene(*view, app::BuildDemoScene(&form));
+    view->OpenGLConnect();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(view->GetSurfaceImage());
+    view->SetCamera(nullptr);
+}
+BENCHMARK(BM_DemoSurfaceImage)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 // GetObj over a 100 × 100 grid of cubes filling an 800 × 600 view, with a cube under the point.
 void BM_GetObj10000(benchmark::State& state) {
     TComponent form(nullptr);

@@ -125,8 +125,7 @@ void TOrnCustomObj::LayMesh() {
         }
     }
     TOrnPrimitiveArray& list = *Primitive(AddPrimitiveArray(m.type));
-    list.SetCount(static_cast<int>(m.indices.size()));
-    std::uint32_t* out = list.Data();
+    std::uint32_t* out = list.Append(static_cast<int>(m.indices.size()));
     for (std::size_t i = 0; i < m.indices.size(); ++i)
         out[i] = m.indices[i] + static_cast<std::uint32_t>(first);
 }

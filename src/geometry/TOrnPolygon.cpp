@@ -16,6 +16,7 @@ TOrnPolygon::TOrnPolygon(TComponent* owner)
     : TOrnPrimitiveObj(owner), fNormal(std::make_unique<TOrnNormal>()) {
     fNormal->OnChange = SubChangeHandler();
     fPoints->SetDefineArrays(fPoints->DefineArrays() + TOrnArrays{daVertex, daNormal, daTexture, daFlag});
+    fKeepTexCoords = true; // the points and their coordinates are the application's
 }
 
 TOrnPolygon::~TOrnPolygon() {

@@ -11,6 +11,17 @@
 
 namespace orn {
 
+namespace {
+
+constexpr int kMaxIndices = 1 << 28;
+
+EOrnError tooMany(std::int64_t n) {
+    return EOrnError("TOrnPrimitiveArray: " + std::to_string(n) + " indices are beyond the limit of " +
+                     std::to_string(kMaxIndices) + ".");
+}
+
+} // namespace
+
 TOrnPrimitiveArray::TOrnPrimitiveArray(GLenum type) : fType(type) {}
 
 TOrnPrimitiveArray::~TOrnPrimitiveArray() {
@@ -31,28 +42,46 @@ void TOrnPrimitiveArray::Reserve(int n) {
 }
 
 void TOrnPrimitiveArray::SetSize(int n) {
+    const int old = fSize;
+    SetSizeUncleared(n);
+    // Entries past the old size read as 0, as a zero-filled block would.
+    if (n > old) std::fill(fData + old, fData + n, 0u);
+}
+
+void TOrnPrimitiveArray::SetSizeUncleared(int n) {
     if (n < 0) return;
-    constexpr int kMaxIndices = 1 << 28;
-    if (n > kMaxIndices)
-        throw EOrnError("TOrnPrimitiveArray: " + std::to_string(n) + " indices are beyond the limit of " +
-                        std::to_string(kMaxIndices) + ".");
+    if (n > kMaxIndices) throw tooMany(n);
     if (n == 0) {
         std::free(fData);
         fData = nullptr;
         fCapacity = 0;
     } else {
         Reserve(n);
-        // Entries past the old size read as 0, as a zero-filled block would.
-        if (n > fSize) std::fill(fData + fSize, fData + n, 0u);
     }
     fSize = n;
     fCount = std::min(fCount, n);
+}
+
+std::uint32_t* TOrnPrimitiveArray::Overwrite(int n) {
+    SetSizeUncleared(n);
+    fCount = n;
+    return fData;
 }
 
 void TOrnPrimitiveArray::SetCount(int n) {
     if (n < 0) return;
     SetSize(n);
     fCount = n;
+}
+
+std::uint32_t* TOrnPrimitiveArray::Append(int n) {
+    if (n < 1) return nullptr;
+    const std::int64_t wanted = std::int64_t{fCount} + n;
+    if (wanted > kMaxIndices) throw tooMany(wanted);
+    const int first = fCount;
+    if (wanted > fSize) SetSizeUncleared(static_cast<int>(wanted));
+    fCount = static_cast<int>(wanted);
+    return fData + first;
 }
 
 void TOrnPrimitiveArray::GrowForAppend() {
@@ -148,8 +177,7 @@ void TOrnPrimitiveArray::SwitchToTriangles() {
     } else {
         return;
     }
-    SetCount(static_cast<int>(out.size()));
-    std::copy(out.begin(), out.end(), fData);
+    std::copy(out.begin(), out.end(), Overwrite(static_cast<int>(out.size())));
     fType = GL_TRIANGLES;
 }
 
@@ -165,8 +193,7 @@ void TOrnPrimitiveArray::SwitchToQuads() {
         const std::uint32_t* p = fData + 2 * k;
         out.insert(out.end(), {p[0], p[1], p[3], p[2]});
     }
-    SetCount(static_cast<int>(out.size()));
-    std::copy(out.begin(), out.end(), fData);
+    std::copy(out.begin(), out.end(), Overwrite(static_cast<int>(out.size())));
     fType = GL_QUADS;
 }
 
@@ -220,7 +247,7 @@ void TOrnPrimitiveArray::Assign(const TPersistent* source) {
     fTextured = a->fTextured;
     fTexture = a->fTexture;
     fTextureRender = a->fTextureRender;
-    SetCount(a->fCount);
+    Overwrite(a->fCount);
     if (fCount > 0) std::memcpy(fData, a->fData, static_cast<std::size_t>(fCount) * 4);
     Changed();
 }

@@ -50,6 +50,7 @@ void TOrnPrimitiveObj::SetTextured(bool value) {
     fPoints->SetEnabledArrays(enabled);
     for (auto& list : fPrimitives)
         list->SetTextured(value);
+    if (value && fInitialized && fPoints->Count() > 0 && !fPoints->HasArray(daTexture)) Invalidate();
 }
 
 void TOrnPrimitiveObj::SetTextureRef(TOrnTexture* texture, TOrnRender* render) {
@@ -71,9 +72,24 @@ void TOrnPrimitiveObj::SetTextureFlags(const TOrnTextureFlags* value) {
 // Building
 
 void TOrnPrimitiveObj::Init() {
+    struct Building {
+        bool& flag;
+        bool was;
+        explicit Building(bool& f) : flag(f), was(std::exchange(f, true)) {}
+        ~Building() { flag = was; }
+    } building(fBuilding);
     ClearAll();
+    // Coordinates that are never drawn would be a quarter to a third of the memory of the points.
+    // Points that a shape keeps across builds keep their coordinates too.
+    if (fPoints->Count() == 0) {
+        TOrnArrays arrays = fPoints->DefineArrays();
+        arrays.Exclude(daTexture);
+        if (GetTextured() || fKeepTexCoords) arrays.Include(daTexture);
+        fPoints->SetDefineArrays(arrays);
+    }
     InitPoints();
-    CalcTexture();
+    // A shape may bring coordinates of its own (a mesh given with them); they get the rule too.
+    if (fPoints->DefineArrays().Contains(daTexture)) CalcTexture();
     InitPrimitives();
     fInitialized = true;
     if (OnAfterInit) OnAfterInit(this);
@@ -193,9 +209,9 @@ int TOrnPrimitiveObj::AddPrimitiveObj(TOrnPrimitiveObj* other) {
     for (int i = 0; i < lists; ++i) {
         TOrnPrimitiveArray* src = other->GetPrimitive(i);
         TOrnPrimitiveArray* dst = GetPrimitive(AddPrimitiveArray(src->Type()));
-        dst->SetCount(src->Count());
+        std::uint32_t* out = dst->Append(src->Count());
         for (int k = 0; k < src->Count(); ++k)
-            dst->Data()[k] = src->Data()[k] + static_cast<std::uint32_t>(offset);
+            out[k] = src->Data()[k] + static_cast<std::uint32_t>(offset);
         dst->SetTextureRef(src->Texture(), src->TextureRender());
     }
     return offset;
@@ -430,6 +446,7 @@ void TOrnPrimitiveObj::Assign(const TPersistent* source) {
     auto* src = dynamic_cast<const TOrnPrimitiveObj*>(source);
     if (!src || src == this) return;
     fAutoCalcNormals = src->fAutoCalcNormals;
+    fKeepTexCoords = src->fKeepTexCoords;
     ClearAll();
     fPoints->Assign(src->fPoints.get());
     for (const auto& list : src->fPrimitives)

@@ -40,6 +40,14 @@ std::uint64_t edgeKey(std::uint32_t a, std::uint32_t b) {
 void TOrnPrimitiveObj::SetRelief(const std::function<double(double s, double t)>& brightness, float height,
                                  float base, float gamma) {
     if (!brightness) return;
+    if (!fPoints->HasArray(daTexture) && fPoints->Count() > 0) {
+        fKeepTexCoords = true;
+        if (fBuilding) { // the build under way has no coordinates; the next one will
+            Invalidate();
+            return;
+        }
+        Init();
+    }
     const double g = gamma > 0 ? gamma : 1.0;
     for (int i = 0; i < fPoints->Count(); ++i) {
         const TOrnMathVector st = fPoints->GetVector(i, daTexture);

@@ -69,8 +69,7 @@ void TOrn3DText::InitPrimitives() {
         {&fFront, GL_TRIANGLES}, {&fBack, GL_TRIANGLES}, {&fWalls, GL_QUADS}};
     for (const auto& [indices, type] : std::span(lists).first(fDepth > 0 ? 3 : 1)) {
         TOrnPrimitiveArray* list = Primitive(AddPrimitiveArray(type));
-        list->SetCount(static_cast<int>(indices->size()));
-        std::copy(indices->begin(), indices->end(), list->Data());
+        std::copy(indices->begin(), indices->end(), list->Append(static_cast<int>(indices->size())));
         indices->clear();
         indices->shrink_to_fit();
     }

@@ -118,8 +118,7 @@ void TOrnCustomFuncObj::InitPrimitives() {
     const auto row = static_cast<std::uint32_t>(fSlices + 1);
     for (std::int64_t r = 1; r <= R; ++r) {
         TOrnPrimitiveArray* list = Primitive(AddPrimitiveArray(GL_QUAD_STRIP));
-        list->SetCount(2 * fSlices + 2);
-        std::uint32_t* out = list->Data();
+        std::uint32_t* out = list->Append(2 * fSlices + 2);
         const auto below = static_cast<std::uint32_t>(r - 1) * row,
                    above = static_cast<std::uint32_t>(r) * row;
         for (std::uint32_t c = 0; c < row; ++c) {

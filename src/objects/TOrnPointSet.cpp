@@ -210,8 +210,7 @@ void TOrnPointSet::InitPrimitives() {
     const auto cols = static_cast<std::uint32_t>(fColumns);
     for (int r = 1; r < fRows; ++r) {
         TOrnPrimitiveArray* list = Primitive(AddPrimitiveArray(GL_QUAD_STRIP));
-        list->SetCount(2 * fColumns);
-        std::uint32_t* out = list->Data();
+        std::uint32_t* out = list->Append(2 * fColumns);
         // The upper row first, so that the faces wind counter-clockwise seen from +z.
         const std::uint32_t above = static_cast<std::uint32_t>(r) * cols, below = above - cols;
         for (std::uint32_t c = 0; c < cols; ++c) {

@@ -248,8 +248,7 @@ void TOrnTube::InitPrimitives() {
     const auto ring = static_cast<std::uint32_t>(fSlices + 1);
     for (int k = 1; k < rings; ++k) {
         TOrnPrimitiveArray* list = Primitive(AddPrimitiveArray(GL_QUAD_STRIP));
-        list->SetCount(2 * fSlices + 2);
-        std::uint32_t* out = list->Data();
+        std::uint32_t* out = list->Append(2 * fSlices + 2);
         // The later ring first, so that the faces wind counter-clockwise seen from outside.
         const std::uint32_t later = static_cast<std::uint32_t>(k) * ring, earlier = later - ring;
         for (std::uint32_t j = 0; j < ring; ++j) {

@@ -46,8 +46,11 @@ void TOrnLight::SetKind(TLightKind value) {
     Changed();
 }
 
+// Tells of every value other than the stored one, also when the kind or the clamp keeps the old.
 void TOrnLight::SetCutOff(float value) {
-    if (assignIfChanged(fCutOff, fKind != lkSpot ? 180.0f : std::clamp(value, 0.0f, 90.0f))) Changed();
+    if (value == fCutOff) return;
+    fCutOff = fKind != lkSpot ? 180.0f : std::clamp(value, 0.0f, 90.0f);
+    Changed();
 }
 
 void TOrnLight::DoRender(TOrnCustomView* view) {

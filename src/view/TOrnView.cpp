@@ -273,6 +273,10 @@ void TOrnView::RenderScene() {
             fNextID = 0;
             RenderState()->BeginFrame();
             RenderSceneGL();
+            if (fReadBack) {
+                fSurface->Resolve();
+                ReadFrame(*fReadBack);
+            }
             if (fDrawMode != dmSelection) fSurface->Swap();
         } catch (...) {
             SetCurrent(false);

@@ -66,6 +66,7 @@ void expectUnitOutwardNormals(TOrnPrimitiveObj& o, const std::string& what) {
 
 TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
     TOrnPoint point(&form);
+    point.SetTextured(true); // texture coordinates come with texturing
     point.Init();
     ASSERT_EQ(point.Points()->Count(), 1);
     expectPoint(point, 0, {0, 0, 0}, {0, 0, 1}, 0, 0);
@@ -74,6 +75,7 @@ TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
 
     TOrnLine line(&form); // from the origin along +z, even at length 0
     line.SetLength(2.5f);
+    line.SetTextured(true); // texture coordinates come with texturing
     line.Init();
     expectPoint(line, 0, {0, 0, 0}, {0, 0, 1}, 0, 0);
     expectPoint(line, 1, {0, 0, 2.5}, {0, 0, 1}, 0, 1);
@@ -87,6 +89,7 @@ TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
     t.TextureFlags()->SetShiftX(1);
     t.TextureFlags()->SetScaleY(4);
     t.TextureFlags()->SetShiftY(0.5);
+    t.SetTextured(true); // texture coordinates come with texturing
     t.Init();
     expectPoint(t, 0, {0, 0, 0}, {0, 1, 0}, 2, 4.5);
     expectPoint(t, 1, {-1, 0, 3}, {0, 1, 0}, 1, 0.5);
@@ -97,6 +100,7 @@ TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
     r.SetDetY(2);
     r.SetWidth(6);
     r.SetHeight(4);
+    r.SetTextured(true); // texture coordinates come with texturing
     r.Init();
     EXPECT_EQ(r.Points()->Count(), 12);
     ASSERT_EQ(r.PrimitiveCount(), 2);
@@ -118,6 +122,7 @@ TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
     s.SetRadius(2);
     s.SetSlices(4);
     s.SetStacks(2);
+    s.SetTextured(true); // texture coordinates come with texturing
     s.Init();
     ASSERT_EQ(s.Points()->Count(), 15);
     expectPoint(s, 0, {0, 2, 0}, {0, 1, 0}, 0, 1);
@@ -135,6 +140,7 @@ TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
     c.SetBaseRadius(2);
     c.SetTopRadius(1);
     c.SetHeight(3);
+    c.SetTextured(true); // texture coordinates come with texturing
     c.Init();
     ASSERT_EQ(c.Points()->Count(), 10 + 6 + 6);
     const double k = 1 / std::sqrt(10.0); // the side leans in by 1 over a height of 3
@@ -151,6 +157,7 @@ TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
     d.SetLoops(1);
     d.SetInnerRadius(0.5f);
     d.SetOuterRadius(2);
+    d.SetTextured(true); // texture coordinates come with texturing
     d.Init();
     ASSERT_EQ(d.Points()->Count(), 10);
     expectPoint(d, 0, {0, 0, 0.5}, {0, 1, 0}, 0.5, 0.625);
@@ -161,6 +168,7 @@ TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
     t.SetRings(4);
     t.SetRingRadius(2);
     t.SetTubeRadius(0.5f);
+    t.SetTextured(true); // texture coordinates come with texturing
     t.Init();
     ASSERT_EQ(t.Points()->Count(), 25);
     expectPoint(t, 0, {0, 0, 2.5}, {0, 0, 1}, 0, 0);
@@ -174,6 +182,7 @@ TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTextu
     b.SetWidth(2);
     b.SetHeight(4);
     b.SetDepth(6);
+    b.SetTextured(true); // texture coordinates come with texturing
     b.Init();
     ASSERT_EQ(b.Points()->Count(), 24);
     std::map<std::tuple<double, double, double>, std::set<std::pair<double, double>>> faces;
@@ -194,6 +203,7 @@ TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTextu
                                       {{0, 0, -1}, corners}}));
     b.SetDetailX(2);
     b.SetDetailY(3);
+    b.SetTextured(true); // texture coordinates come with texturing
     b.Init();
     EXPECT_EQ(b.Points()->Count(), 2 * 3 * 4 + 2 * 4 * 2 + 2 * 3 * 2);
 }

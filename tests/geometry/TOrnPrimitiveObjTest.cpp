@@ -70,10 +70,28 @@ struct PrimitiveObjFixture : ::testing::Test {
 TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndCallsOnAfterInit) {
     obj->OnAfterInit = [this](TObject* sender) { obj->calls.push_back(sender == obj ? "OnAfterInit" : "?"); };
     obj->Points()->SetDefineArrays({daVertex});
+    obj->SetTextured(true);
     obj->Init();
     EXPECT_TRUE(obj->Initialized());
     EXPECT_EQ(obj->calls,
               (std::vector<std::string>{"ClearAll", "InitPoints", "InitPrimitives+texture", "OnAfterInit"}));
+}
+
+// An untextured build carries no texture coordinates; texturing it asks for a build that does.
+TEST_F(PrimitiveObjFixture, OnlyTexturedBuildsCarryTextureCoordinates) {
+    obj->points = [](Probe& p) { p.Points()->SetCount(1000); };
+    obj->Init();
+    EXPECT_FALSE(obj->Points()->HasArray(daTexture));
+    EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 1)); // position, normal, flags
+    obj->SetTextured(true);
+    EXPECT_FALSE(obj->Initialized());
+    obj->Init();
+    EXPECT_TRUE(obj->Points()->HasArray(daTexture));
+    EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 24 + 1));
+    obj->SetTextured(false);
+    EXPECT_TRUE(obj->Initialized()); // the coordinates stay until the next build
+    obj->Init();
+    EXPECT_FALSE(obj->Points()->HasArray(daTexture));
 }
 
 TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExist) {
@@ -166,6 +184,7 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
     obj->TextureFlags()->SetShiftX(1);
     obj->TextureFlags()->SetScaleY(100);
     obj->TextureFlags()->SetShiftY(2);
+    obj->SetTextured(true);
     for (const auto& [mode, expect] : cases) {
         obj->TextureFlags()->SetMode(mode);
         obj->Init();
@@ -173,6 +192,7 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
             << kTextureModeNames[mode];
     }
     obj->TextureFlags()->SetMode(txLinearX);
+    obj->SetTextured(true);
     obj->Init();
     obj->Points()->SetVector(0, daVertex, {5, 0, 0});
     EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 11); // computed at the build only

@@ -102,6 +102,8 @@ const std::set<std::string> kQuiet = {
     "TOrnAttributes.StippleShift", "TOrnAttributes.StippleFactor", "TOrnClip.*",
     // A texture marks its upload stale instead; a label measures its caption at the next render.
     "TOrnTexture.*", "TOrnLabel.*",
+    // A light's cut-off tells of any other value given, also one its kind or the clamp refuses.
+    "TOrnLight.CutOff",
     // The ambient colour is not linked back to the attributes.
     "TOrnAttributes.ColorAmbient/Color", "TOrnAttributes.ColorAmbient/Alpha"};
 

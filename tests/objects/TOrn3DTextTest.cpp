@@ -185,6 +185,8 @@ TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
 
 TEST(TOrn3DTextMesh, TextureCoordinatesSpanTheCapsAndRunAlongTheWalls) {
     Built b("L");
+    b.text->SetTextured(true); // coordinates come with texturing
+    b.text->Init();
     for (int i = 0; i < b.text->Primitive(0)->Count(); ++i) {
         const double s = b.T(b.text->Primitive(0)->Data()[i]).x;
         EXPECT_TRUE(s >= 0 && s <= 1) << s;

@@ -122,6 +122,7 @@ TEST_F(FuncFixture, StandardTextureRunsBackwardsAcrossColumnsAndFromOneStackOn) 
     obj->TextureFlags()->SetShiftX(0.5);
     obj->TextureFlags()->SetScaleY(0.5);
     obj->TextureFlags()->SetShiftY(1);
+    obj->SetTextured(true);
     obj->Init();
     // (a / ScaleX − ShiftX, b / ScaleY − ShiftY) with a = (S − j) / S, b = (i + 1) / Stacks.
     ExpectNear(tex(0), {1.0 / 2 - 0.5, 0.1 / 0.5 - 1, 0});
@@ -133,6 +134,7 @@ TEST_F(FuncFixture, OtherTextureModesTakeTheRuleInstead) {
     Plane();
     obj->TextureFlags()->SetMode(txLinearXY);
     obj->TextureFlags()->SetScaleX(3);
+    obj->SetTextured(true);
     obj->Init();
     ExpectNear(tex(2 * 11 + 5), {0.5 * 3, 0.2, 0});
     EXPECT_EQ(obj->TextureIt({1, 2, 3}, 0.5, 0.5), (TOrnMathVector{0, 0, 0}));

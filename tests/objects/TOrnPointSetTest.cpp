@@ -59,6 +59,7 @@ TEST_F(PointSetFixture, MatrixRowsAreLinesWithSpacesTabsOrCommas) {
     EXPECT_EQ(set->Rows(), 2);
     EXPECT_EQ(set->Columns(), 3);
     EXPECT_EQ(set->Values(), (std::vector<double>{1, 2, 3, 4, 5, 6}));
+    set->SetTextured(true);
     set->Init();
     ASSERT_EQ(set->Points()->Count(), 6);
     EXPECT_EQ(pos(0), (TOrnMathVector{0, 0, 10}));

@@ -31,8 +31,12 @@ TEST(TOrnLight, CutOffFollowsTheKindAndANewKindResetsIt) {
     for (const Case& c : cases) {
         TOrnLight l(nullptr);
         l.SetKind(c.kind);
+        int changes = 0;
+        l.OnChange = [&changes](TObject*) { ++changes; };
         l.SetCutOff(c.set);
         EXPECT_EQ(l.CutOff(), c.expected) << kLightKindNames[c.kind] << " " << c.set;
+        // Any value other than the stored one is told, also one the kind or the clamp refuses.
+        EXPECT_EQ(changes, c.kind == lkSpot && c.set == 90 ? 0 : 1) << c.set; // a new spot holds 90
     }
     TOrnLight l(nullptr);
     l.SetKind(lkSpot);

@@ -6,6 +6,7 @@
 #include "support/GLRecorder.h"
 #include "view/ViewTestSupport.h"
 
+#include <EGL/egl.h>
 #include <GL/gl.h>
 #include <gtest/gtest.h>
 
@@ -49,6 +50,38 @@ TEST_F(ViewTest, GetImageRendersAtAnySizeWithoutAConnection) {
     EXPECT_EQ(image->Pixel(75, 45), clRed);
     EXPECT_EQ(image->Pixel(45, 15), clRed);
     EXPECT_FALSE(v.Active());
+}
+
+// A connected view reads back its own frame: one render, in the context it already has.
+TEST_F(ViewTest, GetSurfaceImageReadsTheViewsOwnFrame) {
+    TOrnOrthographicCamera camera(nullptr);
+    TOrnView v(nullptr);
+    v.SetBounds(120, 60);
+    v.SetBackgroundColor(clRed);
+    v.Coordinates()->SetVisible(false);
+    v.SetCamera(&camera);
+    std::vector<EGLContext> contexts;
+    v.OnRender = [&](TOrnView*) {
+        contexts.push_back(eglGetCurrentContext());
+        glColor3f(0, 0, 1);
+        glRectf(0, 0, 1, 1);
+    };
+    EXPECT_THROW(v.GetSurfaceImage(), EOrnError); // not connected
+    v.OpenGLConnect();
+    v.RenderScene();
+    const auto image = v.GetSurfaceImage();
+    ASSERT_EQ(contexts.size(), 2u);
+    EXPECT_EQ(contexts[1], contexts[0]);
+    ASSERT_EQ(image->Width(), 120);
+    ASSERT_EQ(image->Height(), 60);
+    EXPECT_EQ(image->Pixel(5, 55), clRed);
+    EXPECT_EQ(image->Pixel(75, 15), clBlue);
+    EXPECT_EQ(image->Pixel(75, 45), clRed);
+    EXPECT_EQ(image->Pixel(45, 15), clRed);
+    EXPECT_FALSE(v.GetCurrent());
+    v.GetImage(8, 8); // a bitmap render, by contrast, draws in a context of its own
+    ASSERT_EQ(contexts.size(), 3u);
+    EXPECT_NE(contexts[2], contexts[0]);
 }
 
 TEST_F(ViewTest, GetImageRendersInBitmapModeAndRestoresTheView) {

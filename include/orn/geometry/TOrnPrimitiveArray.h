@@ -44,6 +44,9 @@ public:
 
     /// Appends a point index; its position.
     int AddIndex(std::uint32_t index);
+    /// Appends n entries that the caller writes at once, left uncleared: the first of them, or null
+    /// for n < 1. Valid until the next resize.
+    std::uint32_t* Append(int n);
     /// Inserts at position (clamped to 0 … Count).
     void Insert(int position, std::uint32_t index);
     /// Removes count entries from first; a negative first eats into count.
@@ -73,6 +76,9 @@ public:
 
 private:
     void Reserve(int n);
+    void SetSizeUncleared(int n);
+    /// SetCount(n) for a caller that writes all n entries next.
+    std::uint32_t* Overwrite(int n);
     void GrowForAppend();
 
     int fCount = 0;

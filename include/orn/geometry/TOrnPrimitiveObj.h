@@ -54,10 +54,13 @@ public:
     bool AutoCalcNormals() const { return fAutoCalcNormals; }
     void SetAutoCalcNormals(bool value);
 
-    /// Whether texture coordinates are drawn (daTexture among the pool's enabled arrays).
+    /// Whether texture coordinates are drawn (daTexture among the pool's enabled arrays). A build
+    /// makes texture coordinates only for a textured object (or one that asked for them through
+    /// SetRelief): an untextured one carries none.
     bool Textured() const { return GetTextured(); }
     bool GetTextured() const;
-    /// Also sets the Textured flag of every index list.
+    /// Also sets the Textured flag of every index list; turning it on for geometry built without
+    /// texture coordinates asks for a new build.
     void SetTextured(bool value);
     /// The texture bound to every index list (not owned), or nullptr.
     TOrnTexture* Texture() const { return fTexture; }
@@ -69,7 +72,8 @@ public:
     /// Called at the end of every build, with the object as sender.
     TNotifyEvent OnAfterInit;
 
-    /// Builds the geometry now: ClearAll, InitPoints, CalcTexture, InitPrimitives.
+    /// Builds the geometry now: ClearAll, InitPoints, CalcTexture (where the object has texture
+    /// coordinates), InitPrimitives.
     virtual void Init();
     /// Appends a list of a GL primitive type with the object's texture and Textured; its position.
     int AddPrimitiveArray(GLenum type);
@@ -95,7 +99,9 @@ public:
 
     /// Raises every point along its normal by base + height × brightness^gamma, the brightness
     /// (0 … 1) of bitmap sampled bilinearly at the point's texture coordinate (s to the right, t
-    /// upwards, wrapped into 0 … 1). Needs normals and texture coordinates; gamma ≤ 0 counts as 1.
+    /// upwards, wrapped into 0 … 1). Needs normals and texture coordinates: an object built without
+    /// coordinates is built again with them first (asked during a build, from OnAfterInit, it only
+    /// asks for the next build to carry them); gamma ≤ 0 counts as 1.
     void SetReliefBitmap(const TBitmap* bitmap, float height, float base, float gamma);
     /// The same with the brightness given as a function of (s, t).
     void SetRelief(const std::function<double(double s, double t)>& brightness, float height, float base,
@@ -174,6 +180,9 @@ protected:
     std::vector<std::unique_ptr<TOrnPrimitiveArray>> fPrimitives;
     bool fInitialized = false;
     bool fAutoCalcNormals = true;
+    /// Builds keep texture coordinates also when not textured (points that carry the
+    /// application's own coordinates, a relief that samples them).
+    bool fKeepTexCoords = false;
 
 private:
     /// For every point, the point whose normal sum it shares under the seam rule.
@@ -181,6 +190,7 @@ private:
     TOrnTexture* fTexture = nullptr;
     TOrnRender* fTextureRender = nullptr;
     std::unique_ptr<TOrnTextureFlags> fTextureFlags;
+    bool fBuilding = false;
     TOrnBounds fPointBounds; // of the points at fBoundsVersion and fBoundsCount
     std::uint64_t fBoundsVersion = 0;
     int fBoundsCount = -1;

@@ -192,6 +192,10 @@ public:
     /// connected. Throws EOrnError for a size below 1 or beyond the bitmap limit, or when no
     /// context can be had.
     std::unique_ptr<TBitmap> GetImage(int width, int height);
+    /// Renders one frame on the view's own surface (window or headless) and reads it back before
+    /// the swap: a 24-bit bitmap of the client size, from the context the view already has. Throws
+    /// EOrnError when the view is not connected or its context cannot be made current.
+    std::unique_ptr<TBitmap> GetSurfaceImage();
 
     // --- Picking and projection (window coordinates: pixels, y downwards)
     /// Renders in dmSelection around (x, y) and answers the nearest hit (Object nullptr: none);
@@ -228,6 +232,8 @@ protected:
     virtual void RenderOverlay() {}
 
 private:
+    /// Pixels that GetSurfaceImage asks of a frame.
+    struct ReadBack;
     /// The camera's change handler while this view holds it: a type of its own, so that the view
     /// can tell its own handler from the one of another view that took the camera since.
     struct CameraHook;
@@ -240,6 +246,8 @@ private:
     bool EnsureMatrices();
     /// The surface drawn on now: the bitmap's during GetImage, else the view's own.
     TOrnSurface* DrawingSurface() const;
+    /// Reads the frame just drawn into target, in the current context.
+    static void ReadFrame(ReadBack& target);
 
     TColor fBackgroundColor = clBlack;
     std::unique_ptr<TOrnCoordinates> fCoordinates;
@@ -267,6 +275,7 @@ private:
     TOrnSurfaceFactory fSurfaceFactory;
     std::unique_ptr<TOrnSurface> fSurface;
     TOrnSurface* fBitmapSurface = nullptr;
+    ReadBack* fReadBack = nullptr; // set by GetSurfaceImage for the frame RenderScene draws next
     TOrnPixelFormat fPixelFormatRequest;
 
     // Picking and projection state.

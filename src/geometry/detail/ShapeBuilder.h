@@ -3,7 +3,6 @@
 #include <orn/geometry/TOrnPrimitiveObj.h>
 
 #include <cstdint>
-#include <cstring>
 
 namespace orn::detail {
 
@@ -18,7 +17,6 @@ public:
         fN = pool.Normals();
         fT = pool.TexCoords();
         fF = pool.Flags();
-        if (fF) std::memset(fF + fFirst, 0, static_cast<std::size_t>(count));
         fNext = fFirst;
     }
     /// Stores the next point; its index.
@@ -65,8 +63,7 @@ void AddGridStrips(TOrnPrimitiveObj& obj, int first, int columns, int bands, boo
                    Reversed reversed) {
     for (int j = 0; j < bands; ++j) {
         TOrnPrimitiveArray* list = obj.Primitive(obj.AddPrimitiveArray(GL_QUAD_STRIP));
-        list->SetCount(2 * columns);
-        std::uint32_t* d = list->Data();
+        std::uint32_t* d = list->Append(2 * columns);
         const auto upper = static_cast<std::uint32_t>(first + j * columns);
         const auto lower = static_cast<std::uint32_t>(first + (j + 1) * columns);
         const std::uint32_t a = rowFirst ? upper : lower, b = rowFirst ? lower : upper;
