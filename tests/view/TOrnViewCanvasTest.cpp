@@ -18,6 +18,7 @@ constexpr Rgba kBlack{0, 0, 0, 255};
 constexpr Rgba kWhite{255, 255, 255, 255};
 constexpr Rgba kRed{255, 0, 0, 255};
 constexpr Rgba kBlue{0, 0, 255, 255};
+constexpr Rgba kLime{0, 255, 0, 255};
 
 class CanvasTest : public test::ViewTest {
 protected:
@@ -51,34 +52,24 @@ TEST_F(CanvasTest, DrawsNothingOutsideARender) {
     EXPECT_FALSE(view.Canvas().CanDraw());
 }
 
-TEST_F(CanvasTest, FillRectCoversExactlyItsPixels) {
+TEST_F(CanvasTest, FillRectLinesAndOutlinesCoverExactlyTheirPixels) {
     const Image image = Draw([](TOrnViewCanvas& c) {
         c.SetBrushColor(clRed);
         c.FillRect(Rect(10, 5, 20, 8));
-    });
-    EXPECT_EQ(test::CountPixels(image, kRed, 0), 30u);
-    EXPECT_TRUE(ColorNear(Top(image, 10, 5), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 19, 7), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 20, 7), kBlack, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 10, 8), kBlack, 0));
-}
-
-TEST_F(CanvasTest, LinesAndOutlines) {
-    const Image image = Draw([](TOrnViewCanvas& c) {
         c.SetPenColor(clWhite);
         c.MoveTo(5, 30);
         c.LineTo(25, 30);
-        c.SetPenColor(clRed);
+        c.SetPenColor(clLime);
         c.SetBrushColor(clBlue);
         c.Rectangle(Rect(40, 10, 50, 20));
     });
-    EXPECT_TRUE(ColorNear(Top(image, 5, 30), kWhite, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 24, 30), kWhite, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 15, 31), kBlack, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 40, 10), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 49, 19), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 45, 15), kBlue, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 50, 15), kBlack, 0));
+    EXPECT_EQ(test::CountPixels(image, kRed, 0), 30u);
+    const std::tuple<int, int, Rgba> expected[] = {{10, 5, kRed},    {19, 7, kRed},   {20, 7, kBlack},
+                                                   {10, 8, kBlack},  {5, 30, kWhite}, {24, 30, kWhite},
+                                                   {15, 31, kBlack}, {40, 10, kLime}, {49, 19, kLime},
+                                                   {45, 15, kBlue},  {50, 15, kBlack}};
+    for (const auto& [x, y, colour] : expected)
+        EXPECT_TRUE(ColorNear(Top(image, x, y), colour, 0)) << x << "," << y;
 }
 
 TEST_F(CanvasTest, DrawsOverTheSceneAndLeavesItsState) {

@@ -11,11 +11,9 @@
 #include <GLFW/glfw3.h>
 #define GLFW_EXPOSE_NATIVE_X11
 #include <GLFW/glfw3native.h>
-#include <X11/Xlib.h>
-#include <X11/keysym.h>
 
-#include <chrono>
-#include <functional>
+#include "XInput.h"
+
 #include <string>
 
 namespace orn {
@@ -53,12 +51,7 @@ protected:
 
     /// Processes the window's events, as the application's loop does, until done() holds.
     static bool PollUntil(const std::function<bool()>& done) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-        while (std::chrono::steady_clock::now() < end) {
-            glfwWaitEventsTimeout(0.02);
-            if (done()) return true;
-        }
-        return done();
+        return test::StepUntil(done, [] { glfwWaitEventsTimeout(0.02); });
     }
 
     GLFWwindow* window = nullptr;
@@ -95,15 +88,7 @@ TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreate) {
 }
 
 TEST_F(EmbeddedWindow, KeysReachTheViewAndTheApplicationsCallback) {
-    Display* display = glfwGetX11Display();
-    XEvent e{};
-    e.xkey.type = KeyPress;
-    e.xkey.display = display;
-    e.xkey.window = glfwGetX11Window(window);
-    e.xkey.keycode = XKeysymToKeycode(display, XK_a);
-    e.xkey.same_screen = True;
-    XSendEvent(display, e.xkey.window, True, KeyPressMask, &e);
-    XFlush(display);
+    test::XInput{glfwGetX11Display(), glfwGetX11Window(window)}.Key(XK_a);
     EXPECT_TRUE(PollUntil([&] { return viewKey != 0 && app.keys > 0; }))
         << "view key " << viewKey << ", application keys " << app.keys;
     EXPECT_EQ(viewKey, 'A');
