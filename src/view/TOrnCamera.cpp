@@ -50,6 +50,8 @@ void TOrnCamera::Assign(const TPersistent* source) {
     if (auto* c = dynamic_cast<const TOrnCamera*>(source)) {
         fViewNear = c->fViewNear;
         fViewFar = c->fViewFar;
+        fValidNear = c->fValidNear;
+        fValidFar = c->fValidFar;
     }
     TOrnTransformed::Assign(source);
 }

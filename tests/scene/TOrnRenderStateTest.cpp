@@ -189,6 +189,9 @@ TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
     };
     TOrnRectangle* live = rectangle(false);
     TOrnRectangle* cached = rectangle(true);
+    auto* attributes = new TOrnAttributes(&form); // the list does not touch it: it stays applied
+    attributes->SetLineWidth(2);
+    live->SetAttributes(attributes);
     view->RenderState()->BeginFrame();
     GLRecorder rec;
     live->Render(view);
@@ -196,6 +199,7 @@ TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
     EXPECT_EQ(rec.Count("glNewList"), 1u);
     EXPECT_EQ(rec.Count("glMaterialfv"), 8u);
     EXPECT_EQ(rec.Count("glBindTexture"), 2u);
+    EXPECT_EQ(rec.Count("glLineWidth"), 1u);
 
     // After the list ran, what it applied counts as applied.
     rec.Clear();
@@ -204,6 +208,7 @@ TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
     EXPECT_EQ(rec.Count("glCallList"), 1u);
     EXPECT_EQ(rec.Count("glMaterialfv"), 0u);
     EXPECT_EQ(rec.Count("glBindTexture"), 0u);
+    EXPECT_EQ(rec.Count("glLineWidth"), 0u);
 
     rec.Clear();
     material->SetShininess(9); // the list holds the old material: compiled again

@@ -54,6 +54,11 @@ TEST(TOrnCameraRange, TheProjectionKeepsTheLastPairOfPlanesInOrder) {
     c.SetViewNear(1.0f);
     EXPECT_FLOAT_EQ(c.ProjectionNear(), 1.0f);
     EXPECT_FLOAT_EQ(c.ProjectionFar(), 1.5f);
+    c.SetViewNear(20.0f);
+    TOrnPerspectiveCamera copy(nullptr); // a copy projects as the original does
+    copy.Assign(&c);
+    EXPECT_FLOAT_EQ(copy.ProjectionNear(), 1.0f);
+    EXPECT_FLOAT_EQ(copy.ProjectionFar(), 1.5f);
 }
 
 TEST(TOrnCameraExchange, ReadingMovesBothPlanesWhateverTheOrder) {

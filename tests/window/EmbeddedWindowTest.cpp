@@ -14,6 +14,7 @@
 
 #include "XInput.h"
 
+#include <array>
 #include <string>
 
 namespace orn {
@@ -74,12 +75,10 @@ TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreate) {
     view.SetCurrent(true);
     EXPECT_EQ(glfwGetCurrentContext(), window);
     view.RenderSceneGL();
-    unsigned char pixel[4] = {};
-    glReadPixels(width / 2, height / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
+    std::array<unsigned char, 4> pixel{};
+    glReadPixels(width / 2, height / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel.data());
     view.SetCurrent(false);
-    EXPECT_EQ(pixel[0], 255);
-    EXPECT_EQ(pixel[1], 0);
-    EXPECT_EQ(pixel[2], 0);
+    EXPECT_EQ(pixel, (std::array<unsigned char, 4>{255, 0, 0, 255}));
 
     // The application resizes its window; the view follows, and does not fight it back.
     glfwSetWindowSize(window, 260, 180);
@@ -87,7 +86,7 @@ TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreate) {
         << view.Width() << "x" << view.Height();
 }
 
-TEST_F(EmbeddedWindow, KeysReachTheViewAndTheApplicationsCallback) {
+TEST_F(EmbeddedWindow, KeysReachTheViewAndTheApplicationsCallbackWhichDisconnectingGivesBack) {
     test::XInput{glfwGetX11Display(), glfwGetX11Window(window)}.Key(XK_a);
     EXPECT_TRUE(PollUntil([&] { return viewKey != 0 && app.keys > 0; }))
         << "view key " << viewKey << ", application keys " << app.keys;
@@ -95,9 +94,7 @@ TEST_F(EmbeddedWindow, KeysReachTheViewAndTheApplicationsCallback) {
     EXPECT_EQ(app.keys, 1);
     // The window's user pointer stays the application's.
     EXPECT_EQ(glfwGetWindowUserPointer(window), &app);
-}
 
-TEST_F(EmbeddedWindow, DisconnectingGivesTheWindowBackAsItWas) {
     view.OpenGLDisconnect();
     EXPECT_EQ(glfwSetKeyCallback(window, ApplicationKey), &ApplicationKey);
     EXPECT_FALSE(glfwWindowShouldClose(window));
