@@ -28,7 +28,7 @@ namespace {
 constexpr const char* kUsage = R"(Usage: orn view [SCENE] [--still] [--size WxH] [--samples N]
 
 Opens a window with the scene file SCENE, or without one the built-in demo scene. A scene file
-is shown whole, in examine mode; the demo starts with the mouse controller steering the camera,
+is seen through the camera it holds, or else shown whole, in examine mode; the demo starts with the mouse controller steering the camera,
 and C hands the camera to the keyboard's walking and driving controllers. In the demo a
 ringed sphere turns while the animation runs; with it stopped the viewer sleeps until input
 comes.
@@ -60,7 +60,7 @@ Keys:
   P                   show or hide the frame-time graph (ms per repaint) and the frame rate
   F1                  show or hide the about box (version and OpenGL driver)
   Space               start or stop the animation
-  R                   put the camera back where it started and stop the car
+  R                   put the camera back where it started (the file's own) and stop the car
   H                   print this text
   Esc, Q              quit
 )";
@@ -117,7 +117,9 @@ public:
             fSpinner = dynamic_cast<TOrnTransformed*>(fForm.FindComponent("Ring"));
             ShowDemoScene(*fView, fScene);
         } else {
-            fScene = LoadScene(options.file, &fForm).node;
+            LoadedScene loaded = LoadScene(options.file, &fForm);
+            fScene = loaded.node;
+            fFileCamera = std::move(loaded.camera);
             fView->OnRender = [this](TOrnView* v) { fScene->Render(v); };
         }
         fView->OnMouseMove = [this](TObject*, TShiftState, int x, int y) {
@@ -143,7 +145,10 @@ public:
         Use(0);
         if (!options.file.empty()) {
             std::printf("orn view: %s, %d objects\n", options.file.c_str(), fScene->CountAllItems());
-            Frame();
+            if (fFileCamera)
+                ShowFileCamera();
+            else
+                Frame();
         }
     }
 
@@ -170,7 +175,17 @@ private:
         t->Translation()->SetValues(0, -2.5f, -9);
     }
 
+    // A scene file's own camera, as orn render shows it; any controller or examine mode leaves it.
+    void ShowFileCamera() {
+        fExamining = false;
+        fView->SetController(nullptr);
+        fView->SetCamera(fFileCamera.get());
+        fView->InvalidateGL();
+        std::printf("seen through the file's camera (F frames the scene)\n");
+    }
+
     void Use(std::size_t index) {
+        fView->SetCamera(fCamera);
         if (fExamining) {
             fExamining = false;
             ResetCamera(); // the controllers' camera order differs from examine mode's
@@ -236,6 +251,7 @@ private:
 
     void StartExamining() {
         fExamining = true;
+        fView->SetCamera(fCamera);
         fView->SetController(nullptr);
         if (fExamine.distance <= 0 || !fMeasured) Measure();
         AimAt(*fCamera, fExamine.bounds, fExamine.distance, fExamine.angleX, fExamine.angleY);
@@ -331,6 +347,10 @@ private:
             UpdateTimer();
             break;
         case 'R':
+            if (fFileCamera) {
+                ShowFileCamera();
+                break;
+            }
             if (fExamining) Use(fCurrent);
             ResetCamera();
             fCar->Stop();
@@ -349,6 +369,8 @@ private:
         std::fflush(stdout);
     }
 
+    // Declared before the form, so that it outlives the view that may look through it.
+    std::unique_ptr<TOrnCamera> fFileCamera;
     TComponent fForm{nullptr};
     TOrnNode* fScene = nullptr;
     // What the animation turns (the demo's ring; nothing in a scene file).

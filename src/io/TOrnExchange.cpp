@@ -420,7 +420,11 @@ void TOrnExchange::ObjectStep() {
 
 void TOrnExchange::LoadFromFile(TOrnNode& node, const std::string& fileName) {
     fFileName = fileName;
-    std::string text = detail::ReadFileText(fileName);
+    // A file with no element in its first chunk is no scene: refused before the rest is read.
+    std::string text = detail::ReadFileText(fileName, fMaxFileBytes, [&fileName](std::string_view head) {
+        if (head.find('<') == std::string_view::npos)
+            throw EOrnError("Can not load " + fileName + ": not a scene file (" + describeStart(head) + ")");
+    });
     LoadFromString(node, std::move(text));
 }
 

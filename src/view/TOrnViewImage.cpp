@@ -51,6 +51,7 @@ std::unique_ptr<TBitmap> TOrnView::GetImage(int width, int height) {
         fNextID = 0;
         RenderState()->BeginFrame();
         RenderSceneGL();
+        surface->Resolve();
         glFinish();
         glPixelStorei(GL_PACK_ALIGNMENT, 1);
         glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());

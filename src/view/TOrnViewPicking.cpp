@@ -145,6 +145,7 @@ bool TOrnView::GetPoint(int x, int y, TOrnMathVector& point) {
         fNextID = 0;
         RenderState()->BeginFrame();
         RenderSceneGL();
+        if (TOrnSurface* surface = DrawingSurface()) surface->Resolve();
         glReadPixels(x, ClientHeight() - 1 - y, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
     } catch (...) {
         SetCurrent(false);

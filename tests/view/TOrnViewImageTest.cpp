@@ -108,8 +108,10 @@ TEST_F(ViewTest, GetImageCallsListsCachedInTheFirstViewAndSendsSharedStateAfresh
     EXPECT_EQ(rec.Count("glLineWidth"), 3u);
 }
 
-// The samples a view asks for reach the context it renders into, connected and in GetImage.
-TEST_F(ViewTest, SamplesReachTheContextsWhereTheDriverHasThem) {
+// The samples a view asks for reach the context it renders into, connected and in GetImage, and
+// smooth the edges of what it draws: a white triangle on black gives grey pixels along its edges
+// only with samples.
+TEST_F(ViewTest, SamplesReachTheContextsAndSmoothEdges) {
     TOrnView clamped(nullptr);
     clamped.SetSamples(99);
     EXPECT_EQ(clamped.Samples(), 16);
@@ -121,18 +123,34 @@ TEST_F(ViewTest, SamplesReachTheContextsWhereTheDriverHasThem) {
         TOrnView v(nullptr);
         v.SetSamples(asked);
         v.SetBounds(8, 8);
+        v.SetBackgroundColor(clBlack);
+        v.Coordinates()->SetVisible(false);
         v.OpenGLConnect();
         const int obtained = v.PixelFormat().Samples;
         if (asked == 0) EXPECT_EQ(obtained, 0);
-        if (asked > 0 && obtained == 0) GTEST_SKIP() << "the driver has no multisampled EGL configuration";
+        if (asked > 0 && obtained == 0) GTEST_SKIP() << "the driver has no multisampled buffers";
         GLint buffers = -1, samples = -1;
         v.OnRender = [&](TOrnView*) {
             glGetIntegerv(0x80A8 /* GL_SAMPLE_BUFFERS */, &buffers);
             glGetIntegerv(0x80A9 /* GL_SAMPLES */, &samples);
+            glColor3f(1, 1, 1);
+            glBegin(GL_TRIANGLES);
+            glVertex2f(-0.9f, -0.9f);
+            glVertex2f(0.9f, -0.7f);
+            glVertex2f(-0.5f, 0.9f);
+            glEnd();
         };
-        v.GetImage(16, 16);
+        const auto image = v.GetImage(32, 32);
         EXPECT_EQ(buffers, obtained > 0 ? 1 : 0);
         EXPECT_EQ(samples, obtained);
+        int grey = 0;
+        for (int y = 0; y < 32; ++y)
+            for (int x = 0; x < 32; ++x)
+                grey += image->ScanLine(y)[3 * x] != 0 && image->ScanLine(y)[3 * x] != 255;
+        if (asked == 0)
+            EXPECT_EQ(grey, 0);
+        else
+            EXPECT_GT(grey, 20);
     }
 }
 

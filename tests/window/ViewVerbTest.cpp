@@ -168,18 +168,21 @@ TEST_F(ViewVerb, DemoPicksDragsExaminesSwitchesControllersAndQuits) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
-TEST_F(ViewVerb, SceneFileOpensFramedZoomsOrbitsFramesAndTakesScreenshots) {
+TEST_F(ViewVerb, SceneFileOpensThroughItsCameraZoomsOrbitsFramesAndTakesScreenshots) {
     // No driver here has 16 samples per pixel: the viewer says so and goes on without.
     Start(ORN_SOURCE_DIR "/examples/scenes/demo.orngl --samples=16");
     EXPECT_NE(Output().find("orn view: Cannot get 16 samples per pixel"), std::string::npos) << Output();
     EXPECT_NE(Output().find("demo.orngl, "), std::string::npos) << Output();
-    EXPECT_NE(Output().find("framed: "), std::string::npos) << Output();
+    EXPECT_NE(Output().find("seen through the file's camera"), std::string::npos) << Output();
+    EXPECT_EQ(Output().find("framed: "), std::string::npos) << Output();
+    Picture own;
+    ASSERT_TRUE(WaitFor([&] { return !(own = Grab()).empty(); })) << "the window cannot be read";
+    input.Key(XK_f);
+    ASSERT_TRUE(Prints("framed: ", 0)) << Output();
+    const Picture framed = Changed(own);
     // Framed, the scene fills the middle of the window.
     EXPECT_EQ(Pick(kWidth / 2, kHeight / 2).find("nothing"), std::string::npos);
     EXPECT_EQ(Pick(5, 5), "at 5,5: nothing");
-
-    Picture framed;
-    ASSERT_TRUE(WaitFor([&] { return !(framed = Grab()).empty(); })) << "the window cannot be read";
     Wheel(Button4); // nearer
     Wheel(Button4);
     const Picture zoomed = Changed(framed);

@@ -81,6 +81,10 @@ public:
     /// since reading it takes several times its size.
     std::size_t MaxValueBytes() const { return fMaxValueBytes; }
     void SetMaxValueBytes(std::size_t value) { fMaxValueBytes = value; }
+    /// The largest scene file LoadFromFile reads (default 1 GiB); a larger one is refused before
+    /// it is read, since loading takes several times its size.
+    std::uint64_t MaxFileBytes() const { return fMaxFileBytes; }
+    void SetMaxFileBytes(std::uint64_t value) { fMaxFileBytes = value; }
 
     /// What the last load could not take, one message each (file, element or line, and why);
     /// empty when it read everything.
@@ -161,6 +165,7 @@ private:
     std::string fFileCameraClass;
     bool fCompact = false;
     std::size_t fMaxValueBytes = std::size_t{64} << 20;
+    std::uint64_t fMaxFileBytes = std::uint64_t{1} << 30;
     TOrnCamera* fCamera = nullptr;
 
     // Writing: every element written so far, and which of them are open.

@@ -60,6 +60,9 @@ public:
     virtual void DoneCurrent() = 0;
     virtual bool IsCurrent() const = 0;
     virtual void Swap() = 0;
+    /// Makes what was drawn readable by glReadPixels: a drawable that draws into a multisampled
+    /// buffer of its own copies it into the readable one. Called with the context current.
+    virtual void Resolve() {}
     /// Follows the view's new client size.
     virtual void Resize(int width, int height) = 0;
     /// Asks for a repaint (a window repaints in its event processing; headless does nothing).

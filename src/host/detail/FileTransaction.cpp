@@ -104,6 +104,7 @@ FileTransaction::Entry& FileTransaction::Add(const std::string& fileName, bool a
     }
     if (exists && !S_ISREG(st.st_mode)) {
         if (allowStream && (S_ISCHR(st.st_mode) || S_ISFIFO(st.st_mode))) {
+            e.streamed = true;
             fEntries.push_back(std::move(e));
             return fEntries.back();
         }
@@ -137,7 +138,7 @@ std::string FileTransaction::Stage(const std::string& fileName) {
 
 void FileTransaction::Write(const std::string& fileName, std::string_view bytes) {
     Entry& e = Add(fileName, true);
-    if (e.temp.empty()) {
+    if (e.streamed) {
         e.bytes.assign(bytes);
         return;
     }
@@ -154,21 +155,54 @@ void FileTransaction::Write(const std::string& fileName, std::string_view bytes)
 }
 
 void FileTransaction::Commit() {
-    for (Entry& e : fEntries) {
-        if (e.temp.empty()) {
-            const int fd = ::open(e.target.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
-            if (fd < 0) failErrno(e.name, errno);
-            try {
-                writeAll(fd, e.bytes, e.name);
-            } catch (...) {
-                ::close(fd);
-                throw;
-            }
-            ::close(fd);
-            continue;
+    // Each file that is replaced keeps its old content under a second name (a hard link) until
+    // every rename has succeeded; a rename that fails puts the ones before it back.
+    struct Placed {
+        const Entry* entry;
+        std::string backup; // empty: no old content kept
+        bool existed;
+    };
+    std::vector<Placed> placed;
+    placed.reserve(fEntries.size());
+    auto rollBack = [&placed] {
+        for (auto p = placed.rbegin(); p != placed.rend(); ++p) {
+            if (!p->backup.empty())
+                ::rename(p->backup.c_str(), p->entry->target.c_str());
+            else if (!p->existed)
+                ::unlink(p->entry->target.c_str());
         }
-        if (::rename(e.temp.c_str(), e.target.c_str()) != 0) failErrno(e.name, errno);
+    };
+    for (Entry& e : fEntries) {
+        if (e.temp.empty()) continue;
+        std::string backup = e.temp + ".old";
+        bool existed = true;
+        if (::link(e.target.c_str(), backup.c_str()) != 0) {
+            existed = errno != ENOENT;
+            backup.clear();
+        }
+        if (::rename(e.temp.c_str(), e.target.c_str()) != 0) {
+            const int err = errno;
+            if (!backup.empty()) ::unlink(backup.c_str());
+            rollBack();
+            failErrno(e.name, err);
+        }
         e.temp.clear();
+        placed.push_back({&e, std::move(backup), existed});
+    }
+    for (const Placed& p : placed)
+        if (!p.backup.empty()) ::unlink(p.backup.c_str());
+    // Devices and FIFOs last: what went through them cannot be taken back.
+    for (Entry& e : fEntries) {
+        if (!e.streamed) continue;
+        const int fd = ::open(e.target.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+        if (fd < 0) failErrno(e.name, errno);
+        try {
+            writeAll(fd, e.bytes, e.name);
+        } catch (...) {
+            ::close(fd);
+            throw;
+        }
+        ::close(fd);
     }
 }
 

@@ -30,15 +30,18 @@ public:
     /// Writes bytes for fileName: to a temporary file, or kept for Commit when fileName is a
     /// device or a FIFO.
     void Write(const std::string& fileName, std::string_view bytes);
-    /// Puts every file in place, in the order they were staged or written.
+    /// Puts every file in place, in the order they were staged or written, devices and FIFOs
+    /// last. When one cannot be put in place, those put before it get their old content back
+    /// (or are removed where there was none) and EOrnError names the file and the reason.
     void Commit();
 
 private:
     struct Entry {
-        std::string name;   // as the caller gave it, for messages
-        std::string target; // where the content goes (a link resolved)
-        std::string temp;   // empty: written through at Commit
-        std::string bytes;  // what is written through
+        std::string name;      // as the caller gave it, for messages
+        std::string target;    // where the content goes (a link resolved)
+        std::string temp;      // empty once put in place
+        std::string bytes;     // what is written through
+        bool streamed = false; // a device or a FIFO: written through at Commit
     };
     Entry& Add(const std::string& fileName, bool allowStream);
 

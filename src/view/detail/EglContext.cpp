@@ -3,6 +3,8 @@
 #include <orn/host/EOrnError.h>
 
 #include <EGL/eglext.h>
+#include <GL/gl.h>
+#include <GL/glext.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -10,6 +12,7 @@
 #include <iterator>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace orn::detail {
@@ -114,6 +117,51 @@ const char* EglErrorName(EGLint code) {
     return buffer;
 }
 
+// Framebuffer objects (GL 3.0 or ARB_framebuffer_object), reached through EGL: the 1.1 library
+// exports none of them. Drivers that give multisampled pbuffers without anti-aliasing them
+// (llvmpipe) still resolve a multisampled framebuffer object.
+struct EglContext::Multisample {
+    PFNGLGENFRAMEBUFFERSPROC genFramebuffers = nullptr;
+    PFNGLBINDFRAMEBUFFERPROC bindFramebuffer = nullptr;
+    PFNGLGENRENDERBUFFERSPROC genRenderbuffers = nullptr;
+    PFNGLBINDRENDERBUFFERPROC bindRenderbuffer = nullptr;
+    PFNGLRENDERBUFFERSTORAGEMULTISAMPLEPROC storage = nullptr;
+    PFNGLFRAMEBUFFERRENDERBUFFERPROC attach = nullptr;
+    PFNGLCHECKFRAMEBUFFERSTATUSPROC status = nullptr;
+    PFNGLBLITFRAMEBUFFERPROC blit = nullptr;
+    GLuint framebuffer = 0;
+    GLuint color = 0, depth = 0;
+    GLenum depthFormat = 0, depthAttachment = 0;
+    int samples = 0;
+
+    bool Load() {
+        auto get = [](auto& fn, const char* name) {
+            fn = reinterpret_cast<std::remove_reference_t<decltype(fn)>>(eglGetProcAddress(name));
+            return fn != nullptr;
+        };
+        return get(genFramebuffers, "glGenFramebuffers") && get(bindFramebuffer, "glBindFramebuffer") &&
+               get(genRenderbuffers, "glGenRenderbuffers") && get(bindRenderbuffer, "glBindRenderbuffer") &&
+               get(storage, "glRenderbufferStorageMultisample") && get(attach, "glFramebufferRenderbuffer") &&
+               get(status, "glCheckFramebufferStatus") && get(blit, "glBlitFramebuffer");
+    }
+    /// Storage of width x height for the buffers; false when the driver refuses the combination.
+    bool Allocate(int width, int height) {
+        bindRenderbuffer(GL_RENDERBUFFER, color);
+        storage(GL_RENDERBUFFER, samples, GL_RGBA8, width, height);
+        if (depth) {
+            bindRenderbuffer(GL_RENDERBUFFER, depth);
+            storage(GL_RENDERBUFFER, samples, depthFormat, width, height);
+        }
+        // A renderbuffer exists once bound: only then can it be attached.
+        bindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+        attach(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, color);
+        if (depth) attach(GL_FRAMEBUFFER, depthAttachment, GL_RENDERBUFFER, depth);
+        return status(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+    }
+};
+
+EglContext::EglContext() = default;
+
 EglContext::~EglContext() {
     Release();
 }
@@ -132,6 +180,7 @@ EglContext& EglContext::operator=(EglContext&& other) noexcept {
         fWidth = std::exchange(other.fWidth, 0);
         fHeight = std::exchange(other.fHeight, 0);
         fObtained = other.fObtained;
+        fMultisample = std::move(other.fMultisample);
     }
     return *this;
 }
@@ -167,19 +216,9 @@ void EglContext::Create(int width, int height, const EglContext* shareWith, cons
                         std::max(0, request.depthBits),
                         EGL_STENCIL_SIZE,
                         std::max(0, request.stencilBits),
-                        EGL_SAMPLE_BUFFERS,
-                        request.samples > 0 ? 1 : 0,
-                        EGL_SAMPLES,
-                        std::max(0, request.samples),
                         EGL_NONE};
     EGLint count = 0;
     if (!eglChooseConfig(fDisplay, attribs, &fConfig, 1, &count)) ThrowEgl("eglChooseConfig");
-    if (count < 1 && request.samples > 0) {
-        // No multisampled configuration: the same without (the caller sees it in Obtained()).
-        attribs[std::size(attribs) - 4] = 0;
-        attribs[std::size(attribs) - 2] = 0;
-        if (!eglChooseConfig(fDisplay, attribs, &fConfig, 1, &count)) ThrowEgl("eglChooseConfig");
-    }
     if (count < 1) {
         fDisplay = EGL_NO_DISPLAY;
         throw EOrnError("EGL: no pbuffer configuration with OpenGL and RGBA " +
@@ -206,9 +245,18 @@ void EglContext::Create(int width, int height, const EglContext* shareWith, cons
     fObtained.alphaBits = ConfigAttrib(fDisplay, fConfig, EGL_ALPHA_SIZE);
     fObtained.depthBits = ConfigAttrib(fDisplay, fConfig, EGL_DEPTH_SIZE);
     fObtained.stencilBits = ConfigAttrib(fDisplay, fConfig, EGL_STENCIL_SIZE);
-    fObtained.samples = ConfigAttrib(fDisplay, fConfig, EGL_SAMPLE_BUFFERS) > 0
-                            ? ConfigAttrib(fDisplay, fConfig, EGL_SAMPLES)
-                            : 0;
+    fObtained.samples = 0;
+    if (request.samples > 0) {
+        const EGLDisplay oldDisplay = eglGetCurrentDisplay();
+        const EGLContext oldContext = eglGetCurrentContext();
+        const EGLSurface oldDraw = eglGetCurrentSurface(EGL_DRAW), oldRead = eglGetCurrentSurface(EGL_READ);
+        MakeCurrent();
+        fObtained.samples = SetUpMultisample(request.samples);
+        if (oldContext != EGL_NO_CONTEXT)
+            eglMakeCurrent(oldDisplay, oldDraw, oldRead, oldContext);
+        else
+            DoneCurrent();
+    }
     EGLint renderBuffer = EGL_SINGLE_BUFFER;
     eglQuerySurface(fDisplay, fSurface, EGL_RENDER_BUFFER, &renderBuffer);
     fObtained.doubleBuffer = renderBuffer == EGL_BACK_BUFFER;
@@ -226,6 +274,8 @@ void EglContext::CreateSurface(int width, int height) {
 void EglContext::Release() {
     if (fDisplay == EGL_NO_DISPLAY) return;
     if (IsCurrent()) DoneCurrent();
+    // Framebuffer objects are the context's own: they go with it.
+    fMultisample.reset();
     if (fSurface != EGL_NO_SURFACE) eglDestroySurface(fDisplay, fSurface);
     if (fContext != EGL_NO_CONTEXT) eglDestroyContext(fDisplay, fContext);
     fSurface = EGL_NO_SURFACE;
@@ -239,6 +289,46 @@ void EglContext::MakeCurrent() {
     if (!IsCreated()) throw EOrnError("EGL: MakeCurrent on a context that has not been created");
     if (!eglBindAPI(EGL_OPENGL_API)) ThrowEgl("eglBindAPI(EGL_OPENGL_API)");
     if (!eglMakeCurrent(fDisplay, fSurface, fSurface, fContext)) ThrowEgl("eglMakeCurrent");
+    if (fMultisample) fMultisample->bindFramebuffer(GL_FRAMEBUFFER, fMultisample->framebuffer);
+}
+
+int EglContext::SetUpMultisample(int samples) {
+    auto ms = std::make_unique<Multisample>();
+    if (!ms->Load()) return 0;
+    GLint most = 0;
+    glGetIntegerv(GL_MAX_SAMPLES, &most);
+    ms->samples = std::min(samples, static_cast<int>(most));
+    if (ms->samples < 1) return 0;
+    if (fObtained.depthBits > 0) {
+        ms->depthFormat = fObtained.stencilBits > 0  ? GL_DEPTH24_STENCIL8
+                          : fObtained.depthBits > 16 ? GL_DEPTH_COMPONENT24
+                                                     : GL_DEPTH_COMPONENT16;
+        ms->depthAttachment = fObtained.stencilBits > 0 ? GL_DEPTH_STENCIL_ATTACHMENT : GL_DEPTH_ATTACHMENT;
+    }
+    ms->genFramebuffers(1, &ms->framebuffer);
+    ms->genRenderbuffers(1, &ms->color);
+    if (ms->depthFormat) ms->genRenderbuffers(1, &ms->depth);
+    if (!ms->Allocate(fWidth, fHeight)) {
+        // The buffers stay unused until the context goes; the pbuffer is drawn into directly.
+        ms->bindFramebuffer(GL_FRAMEBUFFER, 0);
+        return 0;
+    }
+    fMultisample = std::move(ms);
+    return fMultisample->samples;
+}
+
+void EglContext::Resolve() {
+    if (!fMultisample || !IsCurrent()) return;
+    const Multisample& ms = *fMultisample;
+    ms.bindFramebuffer(GL_READ_FRAMEBUFFER, ms.framebuffer);
+    ms.bindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    const GLbitfield buffers =
+        GL_COLOR_BUFFER_BIT | (ms.depth ? GL_DEPTH_BUFFER_BIT : 0) |
+        (ms.depthAttachment == GL_DEPTH_STENCIL_ATTACHMENT ? GL_STENCIL_BUFFER_BIT : 0);
+    ms.blit(0, 0, fWidth, fHeight, 0, 0, fWidth, fHeight, buffers, GL_NEAREST);
+    // Reading finds the resolved pixels, drawing goes on into the samples.
+    ms.bindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+    ms.bindFramebuffer(GL_DRAW_FRAMEBUFFER, ms.framebuffer);
 }
 
 void EglContext::DoneCurrent() {
@@ -258,11 +348,22 @@ void EglContext::Resize(int width, int height) {
     eglDestroySurface(fDisplay, fSurface);
     fSurface = EGL_NO_SURFACE;
     CreateSurface(width, height);
-    if (wasCurrent) MakeCurrent();
+    if (fMultisample) {
+        MakeCurrent();
+        if (!fMultisample->Allocate(fWidth, fHeight)) {
+            fMultisample->bindFramebuffer(GL_FRAMEBUFFER, 0);
+            fMultisample.reset();
+            fObtained.samples = 0;
+        }
+        if (!wasCurrent) DoneCurrent();
+    } else if (wasCurrent) {
+        MakeCurrent();
+    }
 }
 
 void EglContext::Swap() {
     if (!IsCreated()) throw EOrnError("EGL: Swap on a context that has not been created");
+    Resolve();
     if (!eglSwapBuffers(fDisplay, fSurface)) ThrowEgl("eglSwapBuffers");
 }
 

@@ -2,6 +2,7 @@
 
 #include <EGL/egl.h>
 
+#include <memory>
 #include <string>
 
 namespace orn::detail {
@@ -15,8 +16,9 @@ struct EglFormat {
     int depthBits = 24;
     int stencilBits = 8;
     bool doubleBuffer = false; // ignored when asking: the surface's EGL_RENDER_BUFFER decides
-    /// Multisampling: samples per pixel, 0 for none. Asked for where the driver has such a
-    /// configuration, otherwise none.
+    /// Multisampling: samples per pixel, 0 for none. Drawn into a multisampled framebuffer
+    /// object that Resolve() copies into the pbuffer; fewer (the driver's most) or none where the
+    /// driver has no such buffers.
     int samples = 0;
 };
 
@@ -26,7 +28,7 @@ class EglContext {
 public:
     using Format = EglFormat;
 
-    EglContext() = default;
+    EglContext();
     ~EglContext();
     EglContext(EglContext&& other) noexcept;
     EglContext& operator=(EglContext&& other) noexcept;
@@ -48,8 +50,11 @@ public:
 
     /// Replaces the pbuffer by one of the new size (contents are lost); stays current if it was.
     void Resize(int width, int height);
-    /// Presents the back buffer; a no-op in effect for single-buffered pbuffers.
+    /// Presents the back buffer; a no-op in effect for single-buffered pbuffers. Resolves first.
     void Swap();
+    /// Copies what the multisampled framebuffer holds into the pbuffer, where glReadPixels finds
+    /// it; drawing goes on into the multisampled one. Nothing to do without samples. Current only.
+    void Resolve();
 
     int Width() const { return fWidth; }
     int Height() const { return fHeight; }
@@ -61,7 +66,11 @@ public:
     static bool Available(std::string* reason = nullptr);
 
 private:
+    struct Multisample;
     void CreateSurface(int width, int height);
+    /// Sets up (or, with samples 0, drops) the multisampled framebuffer of the pbuffer's size;
+    /// returns the samples obtained. The context must be current.
+    int SetUpMultisample(int samples);
 
     EGLDisplay fDisplay = EGL_NO_DISPLAY;
     EGLConfig fConfig = nullptr;
@@ -70,6 +79,7 @@ private:
     int fWidth = 0;
     int fHeight = 0;
     Format fObtained;
+    std::unique_ptr<Multisample> fMultisample;
 };
 
 /// The name of an EGL error code ("EGL_BAD_MATCH"), or its hex value when unknown.

@@ -71,6 +71,8 @@ public:
         }
     }
 
+    void Resolve() override { fContext.Resolve(); }
+
     void Resize(int width, int height) override {
         if (fContext.IsCreated()) fContext.Resize(width, height);
     }
