@@ -48,14 +48,10 @@ protected:
         s->SetCached(true);
         return s;
     }
-    // The window pixel at (x, y) counted from the bottom, after a repaint.
-    Rgba WindowPixel(int x, int y) {
+    // The window after a repaint, rows counted from the bottom.
+    Image Repaint() {
         view->RenderScene();
-        return ViewImage(*view).At(x, y);
-    }
-    std::size_t LitAfterRepaint() {
-        view->RenderScene();
-        return orn::test::CountPixels(ViewImage(*view), kWhite);
+        return ViewImage(*view);
     }
 
     TComponent form{nullptr};
@@ -78,7 +74,7 @@ TEST_F(RenderCache, EveryChangeDropsTheListsThatHoldIt) {
     ASSERT_EQ(sphere->ListId(), 0u) << "recorded inside the node's list";
 
     sphere->Color()->SetColor(clRed);
-    EXPECT_EQ(WindowPixel(32, 32), kRed);
+    EXPECT_EQ(Repaint().At(32, 32), kRed);
     ASSERT_NE(node->ListId(), 0u);
     TOrnTextureFlags flags;
     flags.SetMode(txLinearX);
@@ -87,7 +83,7 @@ TEST_F(RenderCache, EveryChangeDropsTheListsThatHoldIt) {
     view->RenderScene();
     ASSERT_NE(node->ListId(), 0u);
     sphere->Transformation()->Translation()->SetX(-1.5f);
-    EXPECT_EQ(WindowPixel(8, 32), kRed);
+    EXPECT_EQ(Repaint().At(8, 32), kRed);
 }
 
 TEST_F(RenderCache, SharedBlocksAreCompiledIntoACachedObject) {
@@ -124,13 +120,13 @@ TEST_F(RenderCache, CachedShapeRedrawsAfterAGeometrySetterInBitmapsAndAfterRecon
     for (int i = 0; i < 3; ++i) // unconnected: every image has a context of its own
         EXPECT_EQ(view->GetImage(64, 64)->Pixel(32, 32), clWhite) << "image " << i;
     view->OpenGLConnect();
-    const std::size_t small = LitAfterRepaint();
+    const std::size_t small = orn::test::CountPixels(Repaint(), kWhite);
     ASSERT_GT(small, 100u);
     sphere->SetRadius(1.5f);
-    EXPECT_GT(LitAfterRepaint(), small * 8); // nine times the area
+    EXPECT_GT(orn::test::CountPixels(Repaint(), kWhite), small * 8); // nine times the area
     view->OpenGLDisconnect();
     view->OpenGLConnect();
-    EXPECT_EQ(WindowPixel(32, 32), kWhite);
+    EXPECT_EQ(Repaint().At(32, 32), kWhite);
 }
 
 TEST_F(RenderCache, BitmapOfAWindowDrawsWhatTheWindowCached) {
@@ -146,9 +142,9 @@ TEST_F(RenderCache, BitmapOfAWindowDrawsWhatTheWindowCached) {
     TOrnSphere* right = Sphere(0.75f, 1);
     scene = {left, right};
     view->GetImage(64, 64);
-    EXPECT_EQ(WindowPixel(48 + 10, 32), kWhite) << "the right sphere, not the left one's list";
+    EXPECT_EQ(Repaint().At(58, 32), kWhite) << "the right sphere, not the left one's list";
     right->SetCached(false);
-    EXPECT_EQ(WindowPixel(16, 32), kWhite) << "uncaching one object keeps the other's list";
+    EXPECT_EQ(Repaint().At(16, 32), kWhite) << "uncaching one object keeps the other's list";
 }
 
 TEST_F(RenderCache, TextureNameIsDeletedInItsOwnContext) {
@@ -194,25 +190,19 @@ TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
     live->SetAttributes(attributes);
     view->RenderState()->BeginFrame();
     GLRecorder rec;
+    auto expectCounts = [&](std::initializer_list<std::pair<const char*, std::size_t>> counts) {
+        for (auto [call, n] : counts)
+            EXPECT_EQ(rec.Count(call), n) << call;
+        rec.Clear();
+    };
     live->Render(view);
     cached->Render(view);
-    EXPECT_EQ(rec.Count("glNewList"), 1u);
-    EXPECT_EQ(rec.Count("glMaterialfv"), 8u);
-    EXPECT_EQ(rec.Count("glBindTexture"), 2u);
-    EXPECT_EQ(rec.Count("glLineWidth"), 1u);
-
+    expectCounts({{"glNewList", 1}, {"glMaterialfv", 8}, {"glBindTexture", 2}, {"glLineWidth", 1}});
     // After the list ran, what it applied counts as applied.
-    rec.Clear();
     cached->Render(view);
     live->Render(view);
-    EXPECT_EQ(rec.Count("glCallList"), 1u);
-    EXPECT_EQ(rec.Count("glMaterialfv"), 0u);
-    EXPECT_EQ(rec.Count("glBindTexture"), 0u);
-    EXPECT_EQ(rec.Count("glLineWidth"), 0u);
-
-    rec.Clear();
+    expectCounts({{"glCallList", 1}, {"glMaterialfv", 0}, {"glBindTexture", 0}, {"glLineWidth", 0}});
     material->SetShininess(9); // the list holds the old material: compiled again
     cached->Render(view);
-    EXPECT_EQ(rec.Count("glNewList"), 1u);
-    EXPECT_EQ(rec.Count("glMateriali"), 1u);
+    expectCounts({{"glNewList", 1}, {"glMateriali", 1}});
 }

@@ -125,14 +125,10 @@ TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmap) {
     view.SetCurrent(true);
     glGenTextures(1, &name);
     glBindTexture(GL_TEXTURE_2D, name);
-    // A 4 × 4 image uploaded bottom-up: bitmap rows 0 … 1 (the top) are red, 2 …
-    // 3 blue.
-    std::uint8_t texels[16][4];
-    for (int i = 0; i < 16; ++i) {
-        const bool top = i >= 8;
-        texels[i][0] = top ? 255 : 0, texels[i][1] = 0, texels[i][2] = top ? 0 : 255, texels[i][3] = 255;
-    }
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels);
+    // A 4 × 4 image uploaded bottom-up: bitmap rows 0 … 1 (the top) are red, 2 … 3 blue.
+    std::vector<std::uint32_t> texels(16, 0xFFFF0000u); // A, B, G, R from the high byte: blue
+    std::fill(texels.begin() + 8, texels.end(), 0xFF0000FFu);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     view.SetCurrent(false);

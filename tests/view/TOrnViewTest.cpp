@@ -56,7 +56,6 @@ TEST(TOrnViewPixelFormat, WindowAsksForDoubleBufferingOnlyWhenToldAndBitmapKeeps
                    Case{dmBitmap, true, 0x38, 30, 2}, Case{dmBitmap, false, 0x38, 30, 2}}) {
         SCOPED_TRACE(std::to_string(c.mode) + (c.doubleBuffer ? " double" : " single"));
         const TOrnPixelFormat pfd = TOrnView::ChoosePixelFormat(c.mode, c.doubleBuffer, described);
-        EXPECT_EQ(pfd.DoubleBuffer(), c.flags == 0x425);
         const TOrnPixelFormat expected{40, 1, c.flags, 0, c.colorBits, c.alphaBits, 32, 1, 0};
         EXPECT_EQ(pfd, expected);
     }
@@ -169,9 +168,7 @@ TEST_F(ViewTest, NamesStartAtOneInEveryRender) {
     v.RenderScene();
     v.RenderScene();
     EXPECT_EQ(handed, (std::vector<int>{1, 2, 1, 2}));
-    ASSERT_EQ(told.size(), 4u);
-    EXPECT_EQ(told[1], (std::pair<TObject*, int>{&b, 3}));
-    EXPECT_EQ(told[2], (std::pair<TObject*, int>{&a, -1}));
+    EXPECT_EQ(told, (std::vector<std::pair<TObject*, int>>{{&a, -1}, {&b, 3}, {&a, -1}, {&b, 3}}));
 }
 
 TEST_F(ViewTest, ClearBuffersBorrowsTheContext) {
@@ -227,13 +224,10 @@ public:
     bool HandleMouseUp(TMouseButton b, TShiftState, int x, int y) override { return Log("up", b, x, y); }
 
 private:
-    bool Log(const std::string& line) {
+    bool Log(std::string line, int b = -1, int x = 0, int y = 0) {
+        if (b >= 0) line += " " + std::to_string(b) + " " + std::to_string(x) + "," + std::to_string(y);
         fLog.push_back(line);
         return answer;
-    }
-    bool Log(const char* what, int b, int x, int y) {
-        return Log(std::string(what) + " " + std::to_string(b) + " " + std::to_string(x) + "," +
-                   std::to_string(y));
     }
     Calls& fLog;
 };
