@@ -127,6 +127,12 @@ TEST_F(RenderCache, CachedShapeRedrawsAfterAGeometrySetterInBitmapsAndAfterRecon
     view->OpenGLDisconnect();
     view->OpenGLConnect();
     EXPECT_EQ(Repaint().At(32, 32), kWhite);
+    const GLuint list = sphere->ListId();
+    ASSERT_NE(list, 0u);
+    sphere->Transformation()->Translation()->SetX(-1.5f); // applied outside the list, which stays
+    EXPECT_EQ(sphere->ListId(), list);
+    sphere->Color()->SetColor(clRed);
+    EXPECT_EQ(Repaint().At(8, 32), kRed);
 }
 
 TEST_F(RenderCache, BitmapOfAWindowDrawsWhatTheWindowCached) {
