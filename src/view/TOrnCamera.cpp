@@ -44,6 +44,15 @@ void TOrnCamera::PlanesChanged() {
 
 void TOrnCamera::Adjust(int, int) {}
 
+// The planes are copied as described; the pair the projection falls back on goes with them.
+void TOrnCamera::Assign(const TPersistent* source) {
+    TOrnTransformed::Assign(source);
+    if (auto* c = dynamic_cast<const TOrnCamera*>(source)) {
+        fValidNear = c->fValidNear;
+        fValidFar = c->fValidFar;
+    }
+}
+
 void TOrnPerspectiveCamera::SetViewAngle(float value) {
     if (!(value > 0.0f && value < 180.0f)) return;
     if (assignIfChanged(fViewAngle, value)) Changed();

@@ -23,26 +23,7 @@ using orn::test::Rgba;
 namespace {
 
 constexpr Rgba kWhite{255, 255, 255, 255};
-
-// A surface like a window's: its bitmaps get contexts that share nothing with it.
-class UnsharedSurface : public TOrnSurface {
-public:
-    void Create(const TOrnPixelFormat& request, int width, int height, TOrnSurface*) override {
-        fInner = CreateHeadlessSurface();
-        fInner->Create(request, width, height, nullptr);
-        StartRenderState(nullptr);
-    }
-    bool MakeCurrent() override { return fInner->MakeCurrent(); }
-    void DoneCurrent() override { fInner->DoneCurrent(); }
-    bool IsCurrent() const override { return fInner->IsCurrent(); }
-    void Swap() override { fInner->Swap(); }
-    void Resize(int width, int height) override { fInner->Resize(width, height); }
-    TOrnPixelFormat Obtained() const override { return fInner->Obtained(); }
-    std::string Kind() const override { return "window"; }
-
-private:
-    std::unique_ptr<TOrnSurface> fInner;
-};
+constexpr Rgba kRed{255, 0, 0, 255};
 
 // A 64 × 64 view of the square −2 … 2, unlit, black, drawing the components in scene.
 class RenderCache : public orn::test::ViewTest {
@@ -67,11 +48,10 @@ protected:
         s->SetCached(true);
         return s;
     }
-    static std::size_t Lit(const Image& image) { return orn::test::CountPixels(image, kWhite); }
-    // The window pixel at (x, y) counted from the bottom, after a repaint.
-    Rgba WindowPixel(int x, int y) {
+    // The window after a repaint, rows counted from the bottom.
+    Image Repaint() {
         view->RenderScene();
-        return ViewImage(*view).At(x, y);
+        return ViewImage(*view);
     }
 
     TComponent form{nullptr};
@@ -81,18 +61,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(RenderCache, GeometrySetterRedrawsACachedShape) {
-    TOrnSphere* sphere = Sphere(0.5f, 0);
-    scene = {sphere};
-    view->OpenGLConnect();
-    view->RenderScene();
-    const std::size_t small = Lit(ViewImage(*view));
-    ASSERT_GT(small, 100u);
-    sphere->SetRadius(1.5f);
-    view->RenderScene();
-    EXPECT_GT(Lit(ViewImage(*view)), small * 8); // nine times the area
-}
 
 TEST_F(RenderCache, EveryChangeDropsTheListsThatHoldIt) {
     auto* node = new TOrnNode(&form);
@@ -106,7 +74,7 @@ TEST_F(RenderCache, EveryChangeDropsTheListsThatHoldIt) {
     ASSERT_EQ(sphere->ListId(), 0u) << "recorded inside the node's list";
 
     sphere->Color()->SetColor(clRed);
-    EXPECT_EQ(WindowPixel(32, 32), (Rgba{255, 0, 0, 255}));
+    EXPECT_EQ(Repaint().At(32, 32), kRed);
     ASSERT_NE(node->ListId(), 0u);
     TOrnTextureFlags flags;
     flags.SetMode(txLinearX);
@@ -115,7 +83,7 @@ TEST_F(RenderCache, EveryChangeDropsTheListsThatHoldIt) {
     view->RenderScene();
     ASSERT_NE(node->ListId(), 0u);
     sphere->Transformation()->Translation()->SetX(-1.5f);
-    EXPECT_EQ(WindowPixel(8, 32), (Rgba{255, 0, 0, 255}));
+    EXPECT_EQ(Repaint().At(8, 32), kRed);
 }
 
 TEST_F(RenderCache, SharedBlocksAreCompiledIntoACachedObject) {
@@ -146,14 +114,29 @@ TEST_F(RenderCache, SharedBlocksAreCompiledIntoACachedObject) {
     EXPECT_EQ(right, 9u) << "a point of size 3";
 }
 
-TEST_F(RenderCache, UnconnectedViewDrawsItsCachedShapeInEveryImage) {
-    scene = {Sphere(1, 0)};
-    for (int i = 0; i < 3; ++i)
+TEST_F(RenderCache, CachedShapeRedrawsAfterAGeometrySetterInBitmapsAndAfterReconnecting) {
+    TOrnSphere* sphere = Sphere(0.5f, 0);
+    scene = {sphere};
+    for (int i = 0; i < 3; ++i) // unconnected: every image has a context of its own
         EXPECT_EQ(view->GetImage(64, 64)->Pixel(32, 32), clWhite) << "image " << i;
+    view->OpenGLConnect();
+    const std::size_t small = orn::test::CountPixels(Repaint(), kWhite);
+    ASSERT_GT(small, 100u);
+    sphere->SetRadius(1.5f);
+    EXPECT_GT(orn::test::CountPixels(Repaint(), kWhite), small * 8); // nine times the area
+    view->OpenGLDisconnect();
+    view->OpenGLConnect();
+    EXPECT_EQ(Repaint().At(32, 32), kWhite);
+    const GLuint list = sphere->ListId();
+    ASSERT_NE(list, 0u);
+    sphere->Transformation()->Translation()->SetX(-1.5f); // applied outside the list, which stays
+    EXPECT_EQ(sphere->ListId(), list);
+    sphere->Color()->SetColor(clRed);
+    EXPECT_EQ(Repaint().At(8, 32), kRed);
 }
 
 TEST_F(RenderCache, BitmapOfAWindowDrawsWhatTheWindowCached) {
-    view->SetSurfaceFactory([](TOrnView&) { return std::make_unique<UnsharedSurface>(); });
+    view->SetSurfaceFactory([](TOrnView&) { return std::make_unique<orn::test::WindowLikeSurface>(); });
     TOrnSphere* left = Sphere(0.25f, -1);
     scene = {left};
     view->OpenGLConnect();
@@ -165,18 +148,9 @@ TEST_F(RenderCache, BitmapOfAWindowDrawsWhatTheWindowCached) {
     TOrnSphere* right = Sphere(0.75f, 1);
     scene = {left, right};
     view->GetImage(64, 64);
-    EXPECT_EQ(WindowPixel(48 + 10, 32), kWhite) << "the right sphere, not the left one's list";
+    EXPECT_EQ(Repaint().At(58, 32), kWhite) << "the right sphere, not the left one's list";
     right->SetCached(false);
-    EXPECT_EQ(WindowPixel(16, 32), kWhite) << "uncaching one object keeps the other's list";
-}
-
-TEST_F(RenderCache, ReconnectedViewCompilesItsListsAgain) {
-    scene = {Sphere(1, 0)};
-    view->OpenGLConnect();
-    EXPECT_EQ(WindowPixel(32, 32), kWhite);
-    view->OpenGLDisconnect();
-    view->OpenGLConnect();
-    EXPECT_EQ(WindowPixel(32, 32), kWhite);
+    EXPECT_EQ(Repaint().At(16, 32), kWhite) << "uncaching one object keeps the other's list";
 }
 
 TEST_F(RenderCache, TextureNameIsDeletedInItsOwnContext) {
@@ -199,17 +173,11 @@ TEST_F(RenderCache, TextureNameIsDeletedInItsOwnContext) {
     view->SetCurrent(false);
 }
 
-namespace {
-
-class RenderStateGL : public orn::test::GLTest {
-protected:
-    TComponent form{nullptr};
-    orn::test::TestView* view = new orn::test::TestView(&form);
-};
-
-} // namespace
+using RenderStateGL = orn::test::GLTest;
 
 TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
+    TComponent form{nullptr};
+    auto* view = new orn::test::TestView(&form);
     auto* material = new TOrnMaterial(&form);
     auto* texture = new TOrnTexture(&form);
     texture->Bitmap()->SetSize(2, 2);
@@ -223,25 +191,24 @@ TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
     };
     TOrnRectangle* live = rectangle(false);
     TOrnRectangle* cached = rectangle(true);
+    auto* attributes = new TOrnAttributes(&form); // the list does not touch it: it stays applied
+    attributes->SetLineWidth(2);
+    live->SetAttributes(attributes);
     view->RenderState()->BeginFrame();
     GLRecorder rec;
+    auto expectCounts = [&](std::initializer_list<std::pair<const char*, std::size_t>> counts) {
+        for (auto [call, n] : counts)
+            EXPECT_EQ(rec.Count(call), n) << call;
+        rec.Clear();
+    };
     live->Render(view);
     cached->Render(view);
-    EXPECT_EQ(rec.Count("glNewList"), 1u);
-    EXPECT_EQ(rec.Count("glMaterialfv"), 8u);
-    EXPECT_EQ(rec.Count("glBindTexture"), 2u);
-
+    expectCounts({{"glNewList", 1}, {"glMaterialfv", 8}, {"glBindTexture", 2}, {"glLineWidth", 1}});
     // After the list ran, what it applied counts as applied.
-    rec.Clear();
     cached->Render(view);
     live->Render(view);
-    EXPECT_EQ(rec.Count("glCallList"), 1u);
-    EXPECT_EQ(rec.Count("glMaterialfv"), 0u);
-    EXPECT_EQ(rec.Count("glBindTexture"), 0u);
-
-    rec.Clear();
+    expectCounts({{"glCallList", 1}, {"glMaterialfv", 0}, {"glBindTexture", 0}, {"glLineWidth", 0}});
     material->SetShininess(9); // the list holds the old material: compiled again
     cached->Render(view);
-    EXPECT_EQ(rec.Count("glNewList"), 1u);
-    EXPECT_EQ(rec.Count("glMateriali"), 1u);
+    expectCounts({{"glNewList", 1}, {"glMateriali", 1}});
 }

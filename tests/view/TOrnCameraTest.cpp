@@ -1,5 +1,3 @@
-#include <orn/host/TComponentClass.h>
-#include <orn/math/TOrnColor.h>
 #include <orn/view/TOrnCamera.h>
 
 #include "support/GLRecorder.h"
@@ -15,149 +13,101 @@
 namespace orn {
 namespace {
 
-struct ChangeCounter {
-    int count = 0;
-    TNotifyEvent Handler() {
-        return [this](TObject*) { ++count; };
-    }
-};
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
 
-TEST(TOrnCameraRange, NearAndFarStickInEitherOrder) {
+// Refused values leave the property as it was without a notification; a good one is stored.
+#define EXPECT_REFUSES(camera, Prop, kept, taken, ...)                                                       \
+    do {                                                                                                     \
+        SCOPED_TRACE(#Prop);                                                                                 \
+        changes = 0;                                                                                         \
+        for (float v : {__VA_ARGS__})                                                                        \
+            camera.Set##Prop(v);                                                                             \
+        EXPECT_FLOAT_EQ(camera.Prop(), kept);                                                                \
+        camera.Set##Prop(taken);                                                                             \
+        EXPECT_FLOAT_EQ(camera.Prop(), taken);                                                               \
+        EXPECT_EQ(changes, 1);                                                                               \
+    } while (false)
+
+TEST(TOrnCameraRange, RefusedValuesKeepTheOldOneWithoutNotifying) {
+    TOrnPerspectiveCamera p(nullptr);
+    TOrnOrthographicCamera o(nullptr);
+    int changes = 0;
+    p.OnChange = o.OnChange = [&](TObject*) { ++changes; };
+    EXPECT_REFUSES(p, ViewNear, 0.1f, 1.0f, 0.0f, -1.0f, kInf, kNaN);
+    EXPECT_REFUSES(p, ViewFar, 10.0f, 5.0f, 0.0f, -1.0f, kInf, kNaN);
+    EXPECT_REFUSES(p, ViewAngle, 45.0f, 179.5f, 0.0f, 180.0f, -30.0f, 200.0f, kNaN);
+    EXPECT_REFUSES(o, ViewWidth, 2.0f, 5.0f, 0.0f, -3.0f, kNaN);
+    EXPECT_REFUSES(o, ViewHeight, 2.0f, 0.25f, 0.0f, -3.0f);
+}
+
+TEST(TOrnCameraRange, TheProjectionKeepsTheLastPairOfPlanesInOrder) {
     TOrnPerspectiveCamera c(nullptr);
-    ChangeCounter changes;
-    c.OnChange = changes.Handler();
-    const float inf = std::numeric_limits<float>::infinity();
-    for (float bad : {0.0f, -1.0f, inf, std::numeric_limits<float>::quiet_NaN()}) {
-        c.SetViewNear(bad);
-        c.SetViewFar(bad);
-    }
-    EXPECT_FLOAT_EQ(c.ViewNear(), 0.1f);
-    EXPECT_FLOAT_EQ(c.ViewFar(), 10.0f);
-    EXPECT_EQ(changes.count, 0);
-
-    c.SetViewNear(20.0f); // beyond far for now: the projection keeps the last valid pair
+    c.SetViewNear(20.0f); // beyond far for now
+    EXPECT_FLOAT_EQ(c.ViewNear(), 20.0f);
     EXPECT_FLOAT_EQ(c.ProjectionNear(), 0.1f);
     EXPECT_FLOAT_EQ(c.ProjectionFar(), 10.0f);
     c.SetViewFar(100.0f);
-    c.SetViewFar(100.0f); // unchanged: no notification
-    EXPECT_FLOAT_EQ(c.ViewNear(), 20.0f);
     EXPECT_FLOAT_EQ(c.ProjectionNear(), 20.0f);
     EXPECT_FLOAT_EQ(c.ProjectionFar(), 100.0f);
-    EXPECT_EQ(changes.count, 2);
-
     c.SetViewFar(1.5f);
     c.SetViewNear(1.0f);
     EXPECT_FLOAT_EQ(c.ProjectionNear(), 1.0f);
     EXPECT_FLOAT_EQ(c.ProjectionFar(), 1.5f);
-}
-
-TEST(TOrnCameraRange, AngleMustLieStrictlyBetweenZeroAndHalfATurn) {
-    TOrnPerspectiveCamera c(nullptr);
-    for (float bad : {0.0f, 180.0f, -30.0f, 200.0f, std::numeric_limits<float>::quiet_NaN()})
-        c.SetViewAngle(bad);
-    EXPECT_FLOAT_EQ(c.ViewAngle(), 45.0f);
-    c.SetViewAngle(179.5f);
-    EXPECT_FLOAT_EQ(c.ViewAngle(), 179.5f);
-    c.SetViewAngle(0.5f);
-    EXPECT_FLOAT_EQ(c.ViewAngle(), 0.5f);
-}
-
-TEST(TOrnCameraRange, OrthographicExtentsMustBePositive) {
-    TOrnOrthographicCamera c(nullptr);
-    c.SetViewWidth(0.0f);
-    c.SetViewHeight(-3.0f);
-    EXPECT_FLOAT_EQ(c.ViewWidth(), 2.0f);
-    EXPECT_FLOAT_EQ(c.ViewHeight(), 2.0f);
-    c.SetViewWidth(5.0f);
-    c.SetViewHeight(0.25f);
-    EXPECT_FLOAT_EQ(c.ViewWidth(), 5.0f);
-    EXPECT_FLOAT_EQ(c.ViewHeight(), 0.25f);
-}
-
-TEST(TOrnCameraChange, TransformationChangesReachTheOwner) {
-    TOrnOrthographicCamera c(nullptr);
-    ChangeCounter changes;
-    c.OnChange = changes.Handler();
-    c.Transformation()->Rotation()->SetY(30.0f);
-    EXPECT_EQ(changes.count, 1);
+    c.SetViewNear(20.0f);
+    TOrnPerspectiveCamera copy(nullptr); // a copy projects as the original does
+    copy.Assign(&c);
+    EXPECT_FLOAT_EQ(copy.ProjectionNear(), 1.0f);
+    EXPECT_FLOAT_EQ(copy.ProjectionFar(), 1.5f);
 }
 
 TEST(TOrnCameraExchange, ReadingMovesBothPlanesWhateverTheOrder) {
     TOrnPerspectiveCamera p(nullptr);
     test::MemoryExchange ex;
-    // Both beyond the present far plane: near must wait for far.
-    ex.Set("ViewNear", "20");
-    ex.Set("ViewFar", "30");
-    ex.Set("ViewAngle", "90");
-    ex.Load(p);
-    EXPECT_FLOAT_EQ(p.ViewNear(), 20.0f);
-    EXPECT_FLOAT_EQ(p.ViewFar(), 30.0f);
-    EXPECT_FLOAT_EQ(p.ViewAngle(), 90.0f);
-
-    ex.Set("ViewNear", "0.5");
-    ex.Set("ViewFar", "1");
-    ex.Set("ViewAngle", "400");
-    ex.Load(p);
-    EXPECT_FLOAT_EQ(p.ViewNear(), 0.5f);
-    EXPECT_FLOAT_EQ(p.ViewFar(), 1.0f);
-    EXPECT_FLOAT_EQ(p.ViewAngle(), 90.0f); // out of range: kept
-
-    TOrnOrthographicCamera o(nullptr);
-    test::MemoryExchange ox;
-    ox.Set("ViewWidth", "6");
-    ox.Set("ViewHeight", "-1");
-    ox.Load(o);
-    EXPECT_FLOAT_EQ(o.ViewWidth(), 6.0f);
-    EXPECT_FLOAT_EQ(o.ViewHeight(), 2.0f);
+    // Both beyond the present far plane: near must wait for far; and the other way round.
+    for (auto [nearText, farText, nearValue, farValue] :
+         {std::tuple{"20", "30", 20.0f, 30.0f}, std::tuple{"0.5", "1", 0.5f, 1.0f}}) {
+        ex.Set("ViewNear", nearText);
+        ex.Set("ViewFar", farText);
+        ex.Load(p);
+        EXPECT_FLOAT_EQ(p.ViewNear(), nearValue);
+        EXPECT_FLOAT_EQ(p.ViewFar(), farValue);
+        EXPECT_FLOAT_EQ(p.ProjectionNear(), nearValue);
+    }
 }
 
-} // namespace
-} // namespace orn
+using TOrnCameraAdjust = test::GLTest;
 
-namespace orn {
-namespace {
-
-using test::GLRecorder;
-using Calls = std::vector<std::string>;
-
-class TOrnCameraAdjust : public test::GLTest {};
-
-TEST_F(TOrnCameraAdjust, PerspectiveUsesTheWindowAspect) {
-    TOrnPerspectiveCamera c(nullptr);
-    GLRecorder rec;
-    c.Adjust(400, 200);
-    c.Adjust(200, 400);
-    EXPECT_EQ(rec.Calls(), (Calls{"gluPerspective(45, 2, 0.1, 10)", "gluPerspective(45, 0.5, 0.1, 10)"}));
-}
-
-TEST_F(TOrnCameraAdjust, OrthographicKeepsItsHeight) {
-    TOrnOrthographicCamera c(nullptr);
-    GLRecorder rec;
-    c.Adjust(400, 200);
-    c.Adjust(200, 400);
-    EXPECT_EQ(rec.Calls(), (Calls{"glOrtho(-2, 2, -1, 1, 0.1, 10)", "glOrtho(-0.5, 0.5, -1, 1, 0.1, 10)"}));
-}
-
-TEST_F(TOrnCameraAdjust, AZeroHeightCountsAsOnePixel) {
+TEST_F(TOrnCameraAdjust, ProjectionFollowsTheWindowAspectAndOrthographicKeepsItsHeight) {
+    TOrnCamera base(nullptr);
     TOrnPerspectiveCamera p(nullptr);
     TOrnOrthographicCamera o(nullptr);
-    GLRecorder rec;
-    p.Adjust(300, 0);
-    o.Adjust(0, 0);
-    p.Adjust(-5, 10);
-    EXPECT_EQ(rec.Calls(), (Calls{"gluPerspective(45, 300, 0.1, 10)", "glOrtho(-1, 1, -1, 1, 0.1, 10)",
-                                  "gluPerspective(45, 0.1, 0.1, 10)"}));
-    GLdouble m[16];
-    glGetDoublev(GL_PROJECTION_MATRIX, m);
-    for (double v : m)
-        EXPECT_TRUE(std::isfinite(v));
-}
-
-TEST_F(TOrnCameraAdjust, BaseCameraSetsNoProjection) {
-    TOrnCamera c(nullptr);
-    GLRecorder rec;
-    c.Adjust(400, 200);
-    EXPECT_TRUE(rec.Calls().empty());
+    struct Row {
+        TOrnCamera* camera;
+        int width, height;
+        const char* call; // nullptr: none
+    };
+    const Row rows[] = {
+        {&p, 400, 200, "gluPerspective(45, 2, 0.1, 10)"},
+        {&p, 200, 400, "gluPerspective(45, 0.5, 0.1, 10)"},
+        {&p, 300, 0, "gluPerspective(45, 300, 0.1, 10)"}, // a zero side counts as one pixel
+        {&p, -5, 10, "gluPerspective(45, 0.1, 0.1, 10)"},
+        {&o, 400, 200, "glOrtho(-2, 2, -1, 1, 0.1, 10)"},
+        {&o, 200, 400, "glOrtho(-0.5, 0.5, -1, 1, 0.1, 10)"},
+        {&o, 0, 0, "glOrtho(-1, 1, -1, 1, 0.1, 10)"},
+        {&base, 400, 200, nullptr},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::to_string(row.width) + "x" + std::to_string(row.height));
+        glLoadIdentity();
+        test::GLRecorder rec;
+        row.camera->Adjust(row.width, row.height);
+        EXPECT_EQ(rec.Calls(), row.call ? std::vector<std::string>{row.call} : std::vector<std::string>{});
+        GLdouble m[16];
+        glGetDoublev(GL_MODELVIEW_MATRIX, m);
+        for (double v : m)
+            EXPECT_TRUE(std::isfinite(v));
+    }
 }
 
 } // namespace

@@ -52,16 +52,14 @@ TEST_F(CanvasViewTest, ControlsPaintOverTheRenderedScene) {
     view.OpenGLConnect();
     view.RenderScene();
     const test::Image image = ViewImage(view);
-    auto at = [&](int x, int y) { return image.At(x, image.height - 1 - y); };
-    EXPECT_TRUE(ColorNear(at(0, 10), kLime, 0));
-    EXPECT_TRUE(ColorNear(at(24, 29), kLime, 0));
-    EXPECT_TRUE(ColorNear(at(25, 20), kWhite, 0));
-    EXPECT_TRUE(ColorNear(at(59, 20), kWhite, 0));
-    EXPECT_TRUE(ColorNear(at(60, 20), kBlue, 0));    // the scene beside the gauge
-    EXPECT_TRUE(ColorNear(at(10, 9), kRed, 0));      // and above it
-    EXPECT_TRUE(ColorNear(at(109, 50), kYellow, 0)); // the graph's newest value at its top right
-    EXPECT_TRUE(ColorNear(at(80, 60), Rgba{0, 0, 0, 255}, 0));
-    EXPECT_TRUE(ColorNear(at(115, 60), kBlue, 0));
+    // (x, y from the top, colour): the gauge reaching out of the window, the
+    // scene beside and above it, the graph's newest value at its top right and
+    // its black background.
+    const std::tuple<int, int, Rgba> expected[] = {
+        {0, 10, kLime}, {24, 29, kLime},    {25, 20, kWhite},         {59, 20, kWhite}, {60, 20, kBlue},
+        {10, 9, kRed},  {109, 50, kYellow}, {80, 60, {0, 0, 0, 255}}, {115, 60, kBlue}};
+    for (const auto& [x, y, colour] : expected)
+        EXPECT_TRUE(ColorNear(image.At(x, image.height - 1 - y), colour, 0)) << x << "," << y;
     gauge.SetVisible(false);
     view.RenderScene();
     EXPECT_TRUE(ColorNear(ViewImage(view).At(25, 89 - 20), kRed, 0));

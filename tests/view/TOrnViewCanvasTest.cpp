@@ -10,7 +10,6 @@
 namespace orn {
 namespace {
 
-using test::ColorNear;
 using test::Image;
 using test::Rgba;
 
@@ -18,6 +17,8 @@ constexpr Rgba kBlack{0, 0, 0, 255};
 constexpr Rgba kWhite{255, 255, 255, 255};
 constexpr Rgba kRed{255, 0, 0, 255};
 constexpr Rgba kBlue{0, 0, 255, 255};
+constexpr Rgba kLime{0, 255, 0, 255};
+constexpr Rgba kYellow{255, 255, 0, 255};
 
 class CanvasTest : public test::ViewTest {
 protected:
@@ -28,60 +29,57 @@ protected:
         view.Coordinates()->SetVisible(false);
         view.OpenGLConnect();
     }
-    /// Renders with draw as the canvas overlay; the image's rows are read top-down through At(x, H-1-y).
+    /// Renders with draw as the canvas overlay.
     Image Draw(const std::function<void(TOrnViewCanvas&)>& draw) {
         view.OnDrawCanvas = [&](TOrnView* v) { draw(v->Canvas()); };
         view.RenderScene();
         return ViewImage(view);
     }
-    static Rgba Top(const Image& image, int x, int y) { return image.At(x, image.height - 1 - y); }
+    /// Checks pixels given as (x, y counted from the top, colour).
+    template <std::size_t N>
+    static void ExpectPixels(const Image& image, const std::tuple<int, int, Rgba> (&pixels)[N],
+                             int tolerance = 0) {
+        for (const auto& [x, y, colour] : pixels)
+            EXPECT_TRUE(test::ColorNear(image.At(x, image.height - 1 - y), colour, tolerance))
+                << x << "," << y;
+    }
 
     TOrnCanvasView view{nullptr};
 };
 
-TEST_F(CanvasTest, DrawsNothingOutsideARender) {
+TEST_F(CanvasTest, FillRectLinesOutlinesAndTurnedShapesCoverExactlyTheirPixels) {
+    const Image image = Draw([](TOrnViewCanvas& c) {
+        c.SetBrushColor(clRed);
+        c.FillRect(Rect(10, 5, 20, 8));
+        c.SetPenColor(clWhite);
+        c.MoveTo(5, 30);
+        c.LineTo(25, 30);
+        c.SetPenColor(clLime);
+        c.SetBrushColor(clBlue);
+        c.Rectangle(Rect(40, 10, 50, 20));
+        c.SetBrushColor(clYellow);
+        c.Transformation()->Rotation()->SetZ(90); // about the first point; x turns into y, running down
+        c.FillRect(Rect(30, 24, 50, 28));
+    });
+    EXPECT_EQ(test::CountPixels(image, kRed, 0), 30u);
+    EXPECT_EQ(test::CountPixels(image, kYellow, 0), 80u);
+    const std::tuple<int, int, Rgba> pixels[] = {{10, 5, kRed},    {19, 7, kRed},    {20, 7, kBlack},
+                                                 {10, 8, kBlack},  {5, 30, kWhite},  {24, 30, kWhite},
+                                                 {15, 31, kBlack}, {40, 10, kLime},  {49, 19, kLime},
+                                                 {45, 15, kBlue},  {50, 15, kBlack}, {28, 40, kYellow}};
+    ExpectPixels(image, pixels);
+}
+
+TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneAndLeavesItsState) {
     test::GLRecorder rec;
     view.Canvas().FillRect(Rect(0, 0, 10, 10));
-    view.Canvas().Line(0, 0, 5, 5);
     view.SetCurrent(true);
     view.Canvas().Rectangle(Rect(0, 0, 10, 10)); // current, but not rendering
     view.SetCurrent(false);
     rec.Stop();
     EXPECT_TRUE(rec.Calls().empty());
     EXPECT_FALSE(view.Canvas().CanDraw());
-}
 
-TEST_F(CanvasTest, FillRectCoversExactlyItsPixels) {
-    const Image image = Draw([](TOrnViewCanvas& c) {
-        c.SetBrushColor(clRed);
-        c.FillRect(Rect(10, 5, 20, 8));
-    });
-    EXPECT_EQ(test::CountPixels(image, kRed, 0), 30u);
-    EXPECT_TRUE(ColorNear(Top(image, 10, 5), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 19, 7), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 20, 7), kBlack, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 10, 8), kBlack, 0));
-}
-
-TEST_F(CanvasTest, LinesAndOutlines) {
-    const Image image = Draw([](TOrnViewCanvas& c) {
-        c.SetPenColor(clWhite);
-        c.MoveTo(5, 30);
-        c.LineTo(25, 30);
-        c.SetPenColor(clRed);
-        c.SetBrushColor(clBlue);
-        c.Rectangle(Rect(40, 10, 50, 20));
-    });
-    EXPECT_TRUE(ColorNear(Top(image, 5, 30), kWhite, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 24, 30), kWhite, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 15, 31), kBlack, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 40, 10), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 49, 19), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 45, 15), kBlue, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 50, 15), kBlack, 0));
-}
-
-TEST_F(CanvasTest, DrawsOverTheSceneAndLeavesItsState) {
     TOrnOrthographicCamera camera(nullptr);
     view.SetCamera(&camera);
     GLint depthTest = -1, matrixMode = -1;
@@ -98,8 +96,7 @@ TEST_F(CanvasTest, DrawsOverTheSceneAndLeavesItsState) {
         depthTest = glIsEnabled(GL_DEPTH_TEST);
         glGetIntegerv(GL_MATRIX_MODE, &matrixMode);
     });
-    EXPECT_TRUE(ColorNear(Top(image, 1, 1), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 30, 30), kBlue, 0));
+    ExpectPixels(image, {{1, 1, kRed}, {30, 30, kBlue}});
     EXPECT_EQ(depthTest, GL_TRUE);
     EXPECT_EQ(matrixMode, GL_MODELVIEW);
     EXPECT_TRUE(std::equal(before, before + 16, after));
@@ -118,20 +115,9 @@ TEST_F(CanvasTest, TransparencyBlends) {
         c.FillRect(Rect(10, 0, 12, 8)); // added to the grey
     });
     // The alpha channel is written (and blended) too.
-    EXPECT_TRUE(ColorNear(Top(image, 4, 4), {255, 255, 255, 128}, 1));
-    EXPECT_TRUE(ColorNear(Top(image, 14, 4), {128, 128, 128, 191}, 1));
-    EXPECT_TRUE(ColorNear(Top(image, 11, 4), {255, 128, 128, 255}, 1));
-}
-
-TEST_F(CanvasTest, TransformationTurnsAboutTheFirstPoint) {
-    const Image image = Draw([](TOrnViewCanvas& c) {
-        c.SetBrushColor(clRed);
-        c.Transformation()->Rotation()->SetZ(90); // x turns into y, which runs downwards
-        c.FillRect(Rect(30, 10, 50, 14));
-    });
-    EXPECT_TRUE(ColorNear(Top(image, 28, 25), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 40, 12), kBlack, 0));
-    EXPECT_EQ(test::CountPixels(image, kRed, 0), 80u);
+    ExpectPixels(image,
+                 {{4, 4, {255, 255, 255, 128}}, {14, 4, {128, 128, 128, 191}}, {11, 4, {255, 128, 128, 255}}},
+                 1);
 }
 
 TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmap) {
@@ -140,31 +126,22 @@ TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmap) {
     glGenTextures(1, &name);
     glBindTexture(GL_TEXTURE_2D, name);
     // A 4 × 4 image uploaded bottom-up: bitmap rows 0 … 1 (the top) are red, 2 … 3 blue.
-    std::uint8_t texels[4 * 4 * 4];
-    for (int row = 0; row < 4; ++row)
-        for (int x = 0; x < 4; ++x) {
-            std::uint8_t* t = texels + (row * 4 + x) * 4;
-            const bool top = row >= 2;
-            t[0] = top ? 255 : 0, t[1] = 0, t[2] = top ? 0 : 255, t[3] = 255;
-        }
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels);
+    std::vector<std::uint32_t> texels(16, 0xFFFF0000u); // A, B, G, R from the high byte: blue
+    std::fill(texels.begin() + 8, texels.end(), 0xFF0000FFu);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     view.SetCurrent(false);
-    TOrnGLTextureName texture(name, 4, 4);
+    TOrnGLTextureName texture(name, 4, 4), missing(0, 4, 4);
 
     Image image = Draw([&](TOrnViewCanvas& c) {
         c.DrawTexture(texture, Rect(0, 0, 16, 16), Rect(0, 0, 4, 2)); // the red top half
         c.DrawTexture(texture, Rect(20, 0, 28, 8), Rect(0, 0, 4, 4));
     });
     EXPECT_EQ(test::CountPixels(image, kRed, 0), 16u * 16u + 8u * 4u);
-    EXPECT_TRUE(ColorNear(Top(image, 24, 1), kRed, 0));
-    EXPECT_TRUE(ColorNear(Top(image, 24, 6), kBlue, 0));
-
-    TOrnGLTextureName missing(0, 4, 4);
+    ExpectPixels(image, {{24, 1, kRed}, {24, 6, kBlue}});
     image = Draw([&](TOrnViewCanvas& c) { c.DrawTexture(missing, Rect(0, 0, 16, 16), Rect(0, 0, 4, 4)); });
     EXPECT_EQ(test::CountPixels(image, kBlack, 0), 64u * 48u);
-
     view.SetCurrent(true);
     glDeleteTextures(1, &name);
     view.SetCurrent(false);
@@ -177,18 +154,16 @@ TEST_F(CanvasTest, TextOutDrawsInTheFontColourInsideItsCell) {
         c.Font().SetHeight(20);
         c.TextOut(10, 5, "HHH");
     });
-    std::size_t reddish = 0, outside = 0;
-    for (int y = 0; y < image.height; ++y)
+    std::size_t red = 0, other = 0;
+    for (int y = 0; y < image.height; ++y) // counted from the bottom: the cell is rows 11 … 42
         for (int x = 0; x < image.width; ++x) {
-            const Rgba p = Top(image, x, y);
-            if (p[0] == 0 && p[1] == 0 && p[2] == 0) continue;
-            EXPECT_EQ(p[1], 0);
-            EXPECT_EQ(p[2], 0);
-            ++reddish;
-            if (x < 10 || y < 5 || y >= 5 + 32) ++outside;
+            const Rgba p = image.At(x, y);
+            const bool inside = x >= 10 && y >= 48 - 5 - 32 && y < 48 - 5;
+            red += p[0] > 0 && p[1] == 0 && p[2] == 0 && inside;
+            other += p != kBlack && !(p[0] > 0 && p[1] == 0 && p[2] == 0 && inside);
         }
-    EXPECT_GT(reddish, 60u);
-    EXPECT_EQ(outside, 0u);
+    EXPECT_GT(red, 60u);
+    EXPECT_EQ(other, 0u);
 }
 
 TEST_F(CanvasTest, CanvasDrawingCanBePicked) {

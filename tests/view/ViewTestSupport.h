@@ -45,28 +45,32 @@ protected:
     }
 };
 
-/// A headless surface that counts what the view asks of it.
-class CountingSurface : public TOrnSurface {
+/// A headless surface standing in for a window's: it counts the view's swaps, and the bitmaps of
+/// GetImage share nothing with it. With share false, neither do the other views' contexts.
+class WindowLikeSurface : public TOrnSurface {
 public:
-    explicit CountingSurface(int* swaps) : fInner(CreateHeadlessSurface()), fSwaps(swaps) {}
+    explicit WindowLikeSurface(int* swaps = nullptr, bool share = true)
+        : fInner(CreateHeadlessSurface()), fSwaps(swaps), fShare(share) {}
     void Create(const TOrnPixelFormat& request, int width, int height, TOrnSurface* shareWith) override {
-        auto* counting = dynamic_cast<CountingSurface*>(shareWith);
-        fInner->Create(request, width, height, counting ? counting->fInner.get() : shareWith);
+        auto* like = dynamic_cast<WindowLikeSurface*>(shareWith);
+        fInner->Create(request, width, height, !fShare ? nullptr : like ? like->fInner.get() : shareWith);
+        StartRenderState(fShare ? shareWith : nullptr);
     }
     bool MakeCurrent() override { return fInner->MakeCurrent(); }
     void DoneCurrent() override { fInner->DoneCurrent(); }
     bool IsCurrent() const override { return fInner->IsCurrent(); }
     void Swap() override {
-        ++*fSwaps;
+        if (fSwaps) ++*fSwaps;
         fInner->Swap();
     }
     void Resize(int width, int height) override { fInner->Resize(width, height); }
     TOrnPixelFormat Obtained() const override { return fInner->Obtained(); }
-    std::string Kind() const override { return "counting"; }
+    std::string Kind() const override { return "window"; }
 
 private:
     std::unique_ptr<TOrnSurface> fInner;
     int* fSwaps;
+    bool fShare;
 };
 
 } // namespace orn::test

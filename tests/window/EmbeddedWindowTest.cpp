@@ -11,11 +11,10 @@
 #include <GLFW/glfw3.h>
 #define GLFW_EXPOSE_NATIVE_X11
 #include <GLFW/glfw3native.h>
-#include <X11/Xlib.h>
-#include <X11/keysym.h>
 
-#include <chrono>
-#include <functional>
+#include "XInput.h"
+
+#include <array>
 #include <string>
 
 namespace orn {
@@ -53,12 +52,7 @@ protected:
 
     /// Processes the window's events, as the application's loop does, until done() holds.
     static bool PollUntil(const std::function<bool()>& done) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-        while (std::chrono::steady_clock::now() < end) {
-            glfwWaitEventsTimeout(0.02);
-            if (done()) return true;
-        }
-        return done();
+        return test::StepUntil(done, [] { glfwWaitEventsTimeout(0.02); });
     }
 
     GLFWwindow* window = nullptr;
@@ -81,12 +75,10 @@ TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreate) {
     view.SetCurrent(true);
     EXPECT_EQ(glfwGetCurrentContext(), window);
     view.RenderSceneGL();
-    unsigned char pixel[4] = {};
-    glReadPixels(width / 2, height / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
+    std::array<unsigned char, 4> pixel{};
+    glReadPixels(width / 2, height / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel.data());
     view.SetCurrent(false);
-    EXPECT_EQ(pixel[0], 255);
-    EXPECT_EQ(pixel[1], 0);
-    EXPECT_EQ(pixel[2], 0);
+    EXPECT_EQ(pixel, (std::array<unsigned char, 4>{255, 0, 0, 255}));
 
     // The application resizes its window; the view follows, and does not fight it back.
     glfwSetWindowSize(window, 260, 180);
@@ -94,25 +86,15 @@ TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreate) {
         << view.Width() << "x" << view.Height();
 }
 
-TEST_F(EmbeddedWindow, KeysReachTheViewAndTheApplicationsCallback) {
-    Display* display = glfwGetX11Display();
-    XEvent e{};
-    e.xkey.type = KeyPress;
-    e.xkey.display = display;
-    e.xkey.window = glfwGetX11Window(window);
-    e.xkey.keycode = XKeysymToKeycode(display, XK_a);
-    e.xkey.same_screen = True;
-    XSendEvent(display, e.xkey.window, True, KeyPressMask, &e);
-    XFlush(display);
+TEST_F(EmbeddedWindow, KeysReachTheViewAndTheApplicationsCallbackWhichDisconnectingGivesBack) {
+    test::XInput{glfwGetX11Display(), glfwGetX11Window(window)}.Key(XK_a);
     EXPECT_TRUE(PollUntil([&] { return viewKey != 0 && app.keys > 0; }))
         << "view key " << viewKey << ", application keys " << app.keys;
     EXPECT_EQ(viewKey, 'A');
     EXPECT_EQ(app.keys, 1);
     // The window's user pointer stays the application's.
     EXPECT_EQ(glfwGetWindowUserPointer(window), &app);
-}
 
-TEST_F(EmbeddedWindow, DisconnectingGivesTheWindowBackAsItWas) {
     view.OpenGLDisconnect();
     EXPECT_EQ(glfwSetKeyCallback(window, ApplicationKey), &ApplicationKey);
     EXPECT_FALSE(glfwWindowShouldClose(window));

@@ -33,6 +33,7 @@ public:
     /// Sets the projection for a width × height viewport on the current matrix; sizes below 1
     /// count as 1. The base camera sets none.
     virtual void Adjust(int width, int height);
+    void Assign(const TPersistent* source) override;
 
     ORN_DECLARE_PROPERTIES(TOrnCamera)
 
