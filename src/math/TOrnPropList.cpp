@@ -26,6 +26,13 @@ double ShortestSingle(double v) {
     return out;
 }
 
+/// A vector as it is written: single-precision components in their shortest form.
+TOrnMathVector VectorValue(const TOrnPropInfo& p, const TOrnPropValue& v) {
+    const TOrnMathVector& m = std::get<TOrnMathVector>(v);
+    if (!(p.flags & pfSingle)) return m;
+    return {ShortestSingle(m.x), ShortestSingle(m.y), ShortestSingle(m.z)};
+}
+
 std::string Hex(std::int64_t v) {
     char text[24];
     std::snprintf(text, sizeof text, "%06llX",
@@ -101,7 +108,7 @@ std::string TOrnPropInfo::Text(const TOrnExchangeItem& item) const {
     case pkString:
         return std::get<std::string>(v);
     case pkVector:
-        return VectorText(std::get<TOrnMathVector>(v));
+        return VectorText(VectorValue(*this, v));
     default:
         return {};
     }
@@ -154,7 +161,7 @@ void TOrnPropList::Write(const TOrnExchangeItem& item, TOrnCustomExchange& excha
                                 static_cast<TColor>(std::get<std::int64_t>(d)));
             break;
         case pkVector:
-            exchange.WriteVector(p.name, std::get<TOrnMathVector>(v), std::get<TOrnMathVector>(d));
+            exchange.WriteVector(p.name, VectorValue(p, v), VectorValue(p, d));
             break;
         case pkEnum:
             exchange.WriteEnum(p.name, static_cast<int>(std::get<std::int64_t>(v)),

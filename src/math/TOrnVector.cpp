@@ -64,10 +64,11 @@ void TOrnNormal::Normalize() {
 }
 
 ORN_DESCRIBE_PROPERTIES(TOrnVector, nullptr) {
-    b.Access<TOrnMathVector>(
-         "P", [](const TOrnVector& v) { return v.AsMathVector(); },
-         [](TOrnVector& v, TOrnMathVector p) { v.SetAsMathVector(p); }, {})
-        .defOf = [](const TOrnExchangeItem& i) {
+    TOrnPropInfo& p = b.Access<TOrnMathVector>(
+        "P", [](const TOrnVector& v) { return v.AsMathVector(); },
+        [](TOrnVector& v, TOrnMathVector value) { v.SetAsMathVector(value); }, {});
+    p.flags |= pfSingle;
+    p.defOf = [](const TOrnExchangeItem& i) {
         return TOrnPropValue(dynamic_cast<const TOrnVector&>(i).DefaultP());
     };
 }

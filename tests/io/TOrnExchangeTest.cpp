@@ -1,6 +1,7 @@
 // The scene file itself: value forms, escapes, nesting, references, limits and damaged input.
 // What each class writes is checked over every class in PropertyContractTest.
 #include <orn/geometry/TOrnPolygon.h>
+#include <orn/geometry/TOrnSphere.h>
 #include <orn/host/EOrnError.h>
 #include <orn/io/TOrnExchange.h>
 #include <orn/math/TOrnPropList.h>
@@ -152,6 +153,19 @@ TEST_F(ExchangeFixture, ValueFormsAreWrittenAsDocumented) {
     for (const char* form : {" B=\"true\"", " I=\"-42\"", " D=\"0.1\"", " S=\"text\"", " C=\"FF8000\"",
                              " V=\"1.5,-2,0.25\"", " E=\"peThird\"", " Ref=\"\""})
         EXPECT_NE(text.find(form), std::string::npos) << form;
+    // Single precision, alone and in vectors, in its shortest form: 0.4, not 0.4000000059604645.
+    auto* material = new TOrnMaterial(&form);
+    material->ColorDiffuse()->SetAlpha(0.45f);
+    scene->Add(material);
+    auto* sphere = new TOrnSphere(&form);
+    sphere->SetRadius(0.4f);
+    sphere->Transformation()->Translation()->SetValues(0.1f, -0.45f, 3.3f);
+    scene->Add(sphere);
+    text = exchange.SaveToString(*scene);
+    for (const char* form : {" Alpha=\"0.45\"", " Radius=\"0.4\"", " P=\"0.1,-0.45,3.3\""})
+        EXPECT_NE(text.find(form), std::string::npos) << form;
+    scene->Remove(material);
+    scene->Remove(sphere);
     // What the reader needs: no space before '>', and no element self-closed.
     EXPECT_EQ(text.find(" >"), std::string::npos);
     EXPECT_EQ(text.find("/>"), std::string::npos);

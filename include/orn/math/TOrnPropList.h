@@ -35,6 +35,7 @@ enum TOrnPropFlag : unsigned {
     pfNoRead = 1u << 1,     ///< read by the class's own ReadValues (an order or a rule of its own)
     pfIdentifier = 1u << 2, ///< a component name: only identifiers are taken
     pfReadFirst = 1u << 3,  ///< read before the class's other keys (a limit that clamps them)
+    pfSingle = 1u << 4,     ///< a vector of single-precision components, written in their shortest form
 };
 
 /// A value of any scalar kind; colours and enumerations travel as integers.
