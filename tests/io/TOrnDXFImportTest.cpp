@@ -203,6 +203,9 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
     for (const Vec& p : d.world.lines) // on an end's half circle, or on a side
         EXPECT_NEAR(std::hypot(p.x - std::clamp(p.x, 0.0, 40.0), p.y - 10), 10, 1e-9);
     EXPECT_TRUE(Near(d.report.extMin, {-10, 0, 0}, 1e-9) && Near(d.report.extMax, {50, 20, 0}, 1e-9));
+    // Widths: 4 narrowing to 0 over 10 units, then the constant 1 over 5 and back over 5 √5.
+    Imported wide(Dxf(G("0 LWPOLYLINE 90 3 70 1 43 1 10 0 20 0 40 4 41 0 10 10 20 0 10 10 20 5")));
+    EXPECT_NEAR(TriangleArea(wide.world.triangles), 10 * 4 / 2 + 5 * 1 + std::sqrt(125.0) * 1, 1e-9);
     // With a face and a point, saved as a scene and loaded into a fresh node.
     Imported f(Dxf(kSlot + G("0 3DFACE 10 0 20 0 30 1 11 4 21 0 31 1 12 0 22 3 32 1 0 POINT 10 7 20 8")));
     TOrnExchange exchange(nullptr);

@@ -76,20 +76,25 @@ void Ellipse(const Ent& e, EntityContext& ctx, Batch& b) {
 
 void LwPolyline(const Ent& e, EntityContext& ctx, Batch& b) {
     const double elevation = e.D(38, 0);
+    // A width below 0 is one the vertex does not give: the constant width (43) stands for it.
     struct V {
         Vec p;
-        double bulge = 0;
+        double bulge = 0, startWidth = -1, endWidth = -1;
     };
     std::vector<V> vs;
     for (const Group& g : e) {
         if (g.code == 10)
-            vs.push_back({{Num(g), 0, elevation}, 0});
+            vs.push_back({{Num(g), 0, elevation}});
         else if (vs.empty())
             continue;
         else if (g.code == 20)
             vs.back().p.y = Num(g);
         else if (g.code == 42)
             vs.back().bulge = Num(g);
+        else if (g.code == 40)
+            vs.back().startWidth = Num(g);
+        else if (g.code == 41)
+            vs.back().endWidth = Num(g);
     }
     const std::int64_t declared = e.I(90, -1);
     if (declared >= 0 && declared != static_cast<std::int64_t>(vs.size()))
@@ -97,25 +102,37 @@ void LwPolyline(const Ent& e, EntityContext& ctx, Batch& b) {
                              std::to_string(vs.size()) + " vertices declared " + std::to_string(declared));
     if (vs.empty()) throw Bad{e.Where(), "LWPOLYLINE without vertices"};
     const bool closed = (e.I(70, 0) & 1) != 0;
-    std::vector<Vec> pts{vs[0].p};
-    const std::size_t n = vs.size();
-    for (std::size_t i = 0; i + 1 < n + (closed ? 1 : 0); ++i)
-        BulgePoints(vs[i].p, vs[(i + 1) % n].p, vs[i].bulge, ctx.options.circleSegments,
-                    ctx.options.tolerance, pts);
+    const std::size_t n = vs.size(), segments = n - 1 + (closed && n > 1 ? 1 : 0);
     const Ocs ocs = MakeOcs(e.P(210, {0, 0, 1}));
     const double width = e.D(43, 0);
-    if (width > 0 && pts.size() > 1) {
-        // A wide polyline as a band of quads, one per drawn segment.
-        for (Vec& p : pts)
-            p = ocs.ToWorld(p);
-        for (std::size_t i = 1; i < pts.size(); ++i) {
-            const Vec d = Normalized(pts[i] - pts[i - 1]);
-            const Vec side = Cross(ocs.az, d) * (width / 2);
-            AddTriangle(b, pts[i - 1] - side, pts[i] - side, pts[i] + side);
-            AddTriangle(b, pts[i - 1] - side, pts[i] + side, pts[i - 1] + side);
+    const bool wide = width > 0 || std::any_of(vs.begin(), vs.end(),
+                                               [](const V& v) { return v.startWidth > 0 || v.endWidth > 0; });
+    if (wide && segments > 0) {
+        // A wide polyline as a band of quads, each segment's width going from its start vertex's
+        // to its end width along the points drawn.
+        for (std::size_t i = 0; i < segments; ++i) {
+            std::vector<Vec> seg{vs[i].p};
+            BulgePoints(vs[i].p, vs[(i + 1) % n].p, vs[i].bulge, ctx.options.circleSegments,
+                        ctx.options.tolerance, seg);
+            const double w0 = vs[i].startWidth >= 0 ? vs[i].startWidth : width;
+            const double w1 = vs[i].endWidth >= 0 ? vs[i].endWidth : width;
+            for (Vec& p : seg)
+                p = ocs.ToWorld(p);
+            const double last = static_cast<double>(seg.size() - 1);
+            for (std::size_t k = 1; k < seg.size(); ++k) {
+                const Vec across = Cross(ocs.az, Normalized(seg[k] - seg[k - 1])) * 0.5;
+                const Vec a = across * (w0 + (w1 - w0) * static_cast<double>(k - 1) / last);
+                const Vec c = across * (w0 + (w1 - w0) * static_cast<double>(k) / last);
+                AddTriangle(b, seg[k - 1] - a, seg[k] - c, seg[k] + c);
+                AddTriangle(b, seg[k - 1] - a, seg[k] + c, seg[k - 1] + a);
+            }
         }
         return;
     }
+    std::vector<Vec> pts{vs[0].p};
+    for (std::size_t i = 0; i < segments; ++i)
+        BulgePoints(vs[i].p, vs[(i + 1) % n].p, vs[i].bulge, ctx.options.circleSegments,
+                    ctx.options.tolerance, pts);
     if (pts.size() == 1) {
         const Vec p = ocs.ToWorld(pts[0]);
         b.points.Append({p.x, p.y, p.z});
