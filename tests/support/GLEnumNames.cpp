@@ -22,7 +22,6 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_PROJECTION),
     N(GL_TEXTURE),
     N(GL_RENDER),
-    N(GL_SELECT),
     N(GL_COMPILE),
     N(GL_COMPILE_AND_EXECUTE),
     // capabilities
@@ -61,13 +60,8 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_FLAT),
     // compare functions, stencil operations, blend factors
     N(GL_ALWAYS),
-    N(GL_REPLACE),
-    N(GL_SRC_COLOR),
-    N(GL_ONE_MINUS_SRC_COLOR),
     N(GL_SRC_ALPHA),
     N(GL_ONE_MINUS_SRC_ALPHA),
-    N(GL_DST_COLOR),
-    N(GL_ONE_MINUS_DST_COLOR),
     // hints
     N(GL_PERSPECTIVE_CORRECTION_HINT),
     N(GL_FOG_HINT),
@@ -98,11 +92,6 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_TEXTURE_MIN_FILTER),
     N(GL_TEXTURE_MAG_FILTER),
     N(GL_NEAREST),
-    N(GL_TEXTURE_ENV),
-    N(GL_TEXTURE_ENV_MODE),
-    N(GL_TEXTURE_ENV_COLOR),
-    N(GL_MODULATE),
-    N(GL_DECAL),
     // pixel formats and storage
     N(GL_RGBA),
     N(GL_DEPTH_COMPONENT),
@@ -112,13 +101,11 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_MODELVIEW_MATRIX),
     N(GL_PROJECTION_MATRIX),
     N(GL_TEXTURE_MATRIX),
-    N(GL_VIEWPORT),
     N(GL_MATRIX_MODE),
     N(GL_MODELVIEW_STACK_DEPTH),
     N(GL_PROJECTION_STACK_DEPTH),
     N(GL_ATTRIB_STACK_DEPTH),
     N(GL_RENDER_MODE),
-    N(GL_VERSION),
     // GLU
     N(GLU_SMOOTH),
 };
