@@ -206,6 +206,15 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
     // Widths: 4 narrowing to 0 over 10 units, then the constant 1 over 5 and back over 5 √5.
     Imported wide(Dxf(G("0 LWPOLYLINE 90 3 70 1 43 1 10 0 20 0 40 4 41 0 10 10 20 0 10 10 20 5")));
     EXPECT_NEAR(TriangleArea(wide.world.triangles), 10 * 4 / 2 + 5 * 1 + std::sqrt(125.0) * 1, 1e-9);
+    // Fit points alone give a smooth curve through them: on a circle of radius 10, the two inner
+    // spans stay within 0.05 of it (straight chords would come 0.76 inside).
+    Imported fit(Dxf(G("0 SPLINE 71 3 11 10 21 0 11 7.0710678 21 7.0710678 11 0 21 10 "
+                       "11 -7.0710678 21 7.0710678 11 -10 21 0")));
+    ASSERT_TRUE(Contains(fit.world.lines, {0, 10, 0}, 1e-6));
+    int inner = 0;
+    for (const Vec& p : fit.world.lines)
+        if (p.y > 7.08 && std::fabs(std::hypot(p.x, p.y) - 10) < 0.05) ++inner;
+    EXPECT_EQ(inner, 2 * 16 * 2 - 2); // both ends of the 16 segments a span, less the outer two
     // With a face and a point, saved as a scene and loaded into a fresh node.
     Imported f(Dxf(kSlot + G("0 3DFACE 10 0 20 0 30 1 11 4 21 0 31 1 12 0 22 3 32 1 0 POINT 10 7 20 8")));
     TOrnExchange exchange(nullptr);

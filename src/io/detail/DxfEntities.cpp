@@ -197,7 +197,7 @@ void Spline(const Ent& e, EntityContext& ctx, Batch& b) {
                                      std::to_string(knots.size()) + " knots and " +
                                      std::to_string(weights.size()) + " weights does not fit together"};
     } else if (fit.size() >= 2) {
-        pts = fit; // no control points: the curve through its fit points, drawn straight between them
+        FitSplinePoints(fit, ctx.options.splineSegments, pts); // no control points: through the fit points
     } else {
         throw Bad{e.Where(), "SPLINE without control or fit points"};
     }

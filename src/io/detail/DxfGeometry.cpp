@@ -167,6 +167,38 @@ bool SplinePoints(int degree, const std::vector<double>& knots, const std::vecto
     return true;
 }
 
+void FitSplinePoints(const std::vector<Vec>& fit, int samplesPerSpan, std::vector<Vec>& out) {
+    const std::size_t n = fit.size();
+    std::vector<double> h(n > 0 ? n - 1 : 0);
+    for (std::size_t i = 0; i + 1 < n; ++i)
+        h[i] = Length(fit[i + 1] - fit[i]);
+    if (n < 3 || std::any_of(h.begin(), h.end(), [](double v) { return !(v > 0); })) {
+        out.insert(out.end(), fit.begin(), fit.end()); // too few or repeated points: straight
+        return;
+    }
+    // Second derivatives at the fit points from the tridiagonal system of a natural spline
+    // (Thomas algorithm), for x, y and z at once.
+    std::vector<Vec> m(n, Vec{0, 0, 0}), c(n, Vec{0, 0, 0});
+    std::vector<double> diag(n, 1), upper(n, 0);
+    for (std::size_t i = 1; i + 1 < n; ++i) {
+        const Vec rhs = ((fit[i + 1] - fit[i]) * (1 / h[i]) - (fit[i] - fit[i - 1]) * (1 / h[i - 1])) * 6;
+        diag[i] = 2 * (h[i - 1] + h[i]) - h[i - 1] * upper[i - 1];
+        upper[i] = h[i] / diag[i];
+        c[i] = (rhs - c[i - 1] * h[i - 1]) * (1 / diag[i]);
+    }
+    for (std::size_t i = n - 2; i >= 1; --i)
+        m[i] = c[i] - m[i + 1] * upper[i];
+    const int steps = std::max(samplesPerSpan, 1);
+    for (std::size_t i = 0; i + 1 < n; ++i)
+        for (int k = 0; k < steps; ++k) {
+            const double v = h[i] * k / steps, u = h[i] - v;
+            out.push_back(m[i] * (u * u * u / (6 * h[i])) + m[i + 1] * (v * v * v / (6 * h[i])) +
+                          (fit[i] * (1 / h[i]) - m[i] * (h[i] / 6)) * u +
+                          (fit[i + 1] * (1 / h[i]) - m[i + 1] * (h[i] / 6)) * v);
+        }
+    out.push_back(fit.back());
+}
+
 void FillLoops(const std::vector<std::vector<Vec>>& loops, std::vector<Vec>& out) {
     std::vector<std::vector<OutlinePoint>> contours;
     for (const auto& loop : loops) {

@@ -57,6 +57,10 @@ void BulgePoints(const Vec& p0, const Vec& p1, double bulge, int segmentsPerCirc
 bool SplinePoints(int degree, const std::vector<double>& knots, const std::vector<Vec>& control,
                   const std::vector<double>& weights, int samplesPerSpan, std::vector<Vec>& out);
 
+/// The cubic spline through fit (chord-length parameters, no bend at the ends) sampled at
+/// samplesPerSpan points between each two fit points; out gets every sample, fit points included.
+void FitSplinePoints(const std::vector<Vec>& fit, int samplesPerSpan, std::vector<Vec>& out);
+
 /// Triangles of the area inside the loops under the odd winding rule (islands become holes), in
 /// the loops' XY plane; appended to out as corner triples.
 void FillLoops(const std::vector<std::vector<Vec>>& loops, std::vector<Vec>& out);
