@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 using namespace orn;
@@ -25,14 +26,6 @@ public:
 
 private:
     TOrnClockOverride fGuard;
-};
-
-class EventSourceSpy : public TEventSource {
-public:
-    int polls = 0;
-    int waits = 0;
-    void PollEvents() override { ++polls; }
-    void WaitEvents(double) override { ++waits; }
 };
 
 // The application starts with no idle handler and active; when the form is gone no handler may be left.
@@ -51,7 +44,13 @@ protected:
         app.SetActive(fSavedActive);
     }
 
-    TOrnTimer* NewTimer() { return new TOrnTimer(form.get()); }
+    /// A timer of the form; one given a name writes it into order at each tick.
+    TOrnTimer* NewTimer(char name = 0) {
+        auto* t = new TOrnTimer(form.get());
+        if (name) t->OnTimer = [this, name](TObject*, int) { order += name; };
+        return t;
+    }
+    std::int64_t Count(char name) const { return std::count(order.begin(), order.end(), name); }
 
     // Runs the application's idle handler once with the clock at ms milliseconds; returns done.
     bool IdleAt(double ms) {
@@ -71,10 +70,6 @@ protected:
             EXPECT_EQ(sender, timer);
             ticks.push_back({static_cast<double>(clock.now) / kNsPerMs, n});
         };
-    }
-    void Count(std::initializer_list<std::pair<TOrnTimer*, char>> timers) {
-        for (auto [timer, name] : timers)
-            timer->OnTimer = [this, name](TObject*, int) { order += name; };
     }
     std::vector<Tick> ticks;
     std::string order;
@@ -98,16 +93,14 @@ TEST_F(TOrnTimerTest, TicksWhenMoreThanAnIntervalPassedKeepingThePhaseAndCountsS
     Record(t);
     for (int ms = 1; ms <= 45; ++ms)
         EXPECT_FALSE(IdleAt(ms)) << "a running timer asks for more";
-    IdleAt(78); // a stall of three intervals; the phase stays at 70
-    IdleAt(80);
-    IdleAt(80.000001);
-    EXPECT_EQ(ticks, (std::vector<Tick>{{11, 1}, {21, 1}, {31, 1}, {41, 1}, {78, 3}, {80.000001, 1}}));
+    for (double ms : {78.0, 80.0, 80.000001}) // a stall of three intervals; the phase stays at 70
+        IdleAt(ms);
     clock.now = 100 * kNsPerMs;
     t->Reset(); // a full interval from now
     IdleAt(110);
     IdleAt(110.5);
-    EXPECT_EQ(ticks.back(), (Tick{110.5, 1}));
-    EXPECT_EQ(ticks.size(), 7u);
+    EXPECT_EQ(ticks,
+              (std::vector<Tick>{{11, 1}, {21, 1}, {31, 1}, {41, 1}, {78, 3}, {80.000001, 1}, {110.5, 1}}));
     // A counter that jumps backwards is no tick; a huge stall is counted without overflow.
     EXPECT_FALSE(t->DoTimer(-5000 * kNsPerMs));
     EXPECT_EQ(ticks.size(), 7u);
@@ -149,15 +142,13 @@ TEST_F(TOrnTimerTest, DisabledOrInactiveTimerLetsTheLoopWaitAndCatchesUpInOneTic
     EXPECT_EQ(ticks, (std::vector<Tick>{{5200, 5}, {6600, 1}, {7601, 1}}));
 }
 
-TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClock) {
-    struct Case {
+TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClockAndTheStopwatchNests) {
+    const struct {
         std::int64_t frequency;
         bool byRate;
-        int value;
-        int intervall, rate;
+        int value, intervall, rate;
         std::int64_t ticks;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {1'000'000'000, true, 3, 333, 3, 333'333'333},
         {1'000'000'000, false, 400, 400, 3, 400'000'000}, // 2.5 rounds up
         {1'000'000'000, true, 10'000, 0, 10'000, 100'000},
@@ -171,23 +162,15 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClock) {
         {3'579'545, true, 3, 333, 3, 1'193'182},    // 1,193,181.67
         {100, false, 1, 1, 1000, 1},                // at least one count
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE((c.byRate ? "Rate " : "Intervall ") + std::to_string(c.value) + " at " +
-                     std::to_string(c.frequency) + " Hz");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
         FakeClock counter(c.frequency);
         TOrnTimer t(nullptr);
-        if (c.byRate)
-            t.SetRate(c.value);
-        else
-            t.SetIntervall(c.value);
-        EXPECT_EQ(t.Frequency(), c.frequency);
-        EXPECT_EQ(t.Intervall(), c.intervall);
-        EXPECT_EQ(t.Rate(), c.rate);
-        EXPECT_EQ(t.IntervalTicks(), c.ticks);
+        c.byRate ? t.SetRate(c.value) : t.SetIntervall(c.value);
+        EXPECT_EQ((std::tuple{t.Frequency(), t.Intervall(), t.Rate(), t.IntervalTicks()}),
+                  (std::tuple{c.frequency, c.intervall, c.rate, c.ticks}));
     }
-}
 
-TEST_F(TOrnTimerTest, StopwatchNestsAndReportsSecondsOfTheClock) {
     TOrnTimer* t = NewTimer();
     // At ms: start (true) or stop (false), and what Stop returns.
     const std::tuple<int, bool, double> steps[] = {{0, false, -1},     {1000, true, 0},
@@ -201,8 +184,7 @@ TEST_F(TOrnTimerTest, StopwatchNestsAndReportsSecondsOfTheClock) {
             EXPECT_DOUBLE_EQ(t->Stop(), seconds) << ms;
         EXPECT_EQ(t->IsStarted(), ms >= 1000 && ms < 2500) << ms;
     }
-
-    FakeClock slow(100);
+    FakeClock slow(100); // the stopwatch and the stall count in the clock's own counts
     TOrnTimer s(nullptr);
     int reported = 0;
     s.OnTimer = [&](TObject*, int n) { reported = n; };
@@ -216,9 +198,9 @@ TEST_F(TOrnTimerTest, StopwatchNestsAndReportsSecondsOfTheClock) {
 }
 
 TEST_F(TOrnTimerTest, RootDrivesItsTreeInOrderEachAtItsIntervalAndParentsNeverFormACycle) {
-    TOrnTimer* root = NewTimer();
-    TOrnTimer* a = NewTimer();
-    TOrnTimer* b = NewTimer();
+    TOrnTimer* root = NewTimer('r');
+    TOrnTimer* a = NewTimer('a');
+    TOrnTimer* b = NewTimer('b');
     a->SetParent(root);
     b->SetParent(a); // b hangs under the root
     b->SetParent(b);
@@ -230,15 +212,12 @@ TEST_F(TOrnTimerTest, RootDrivesItsTreeInOrderEachAtItsIntervalAndParentsNeverFo
     root->SetIntervall(100);
     a->SetIntervall(10);
     b->SetIntervall(50);
-    Count({{root, 'r'}, {a, 'a'}, {b, 'b'}});
     IdleAt(101);
     EXPECT_EQ(order, "rab");
     for (int ms = 102; ms <= 1000; ++ms)
         IdleAt(ms);
     // Phase kept from 101: root 201…901, a every 10 ms from 111, b every 50 ms from 151.
-    EXPECT_EQ(std::count(order.begin(), order.end(), 'r'), 1 + 8);
-    EXPECT_EQ(std::count(order.begin(), order.end(), 'a'), 1 + 89);
-    EXPECT_EQ(std::count(order.begin(), order.end(), 'b'), 1 + 17);
+    EXPECT_EQ((std::tuple{Count('r'), Count('a'), Count('b')}), (std::tuple{1 + 8, 1 + 89, 1 + 17}));
     // Any running timer of the tree keeps the loop busy.
     root->SetEnabled(false);
     b->SetEnabled(false);
@@ -249,11 +228,10 @@ TEST_F(TOrnTimerTest, RootDrivesItsTreeInOrderEachAtItsIntervalAndParentsNeverFo
 
 TEST_F(TOrnTimerTest, ClearingParentKeepsTheTimerDrivenByItsFormerRootOnce) {
     TOrnTimer* root = NewTimer();
-    TOrnTimer* child = NewTimer();
+    TOrnTimer* child = NewTimer('c');
     child->SetParent(root);
     child->SetParent(nullptr);
     EXPECT_EQ(child->Parent(), nullptr);
-    Count({{child, 'c'}});
     IdleAt(1001);
     EXPECT_EQ(order, "c");
     // Attached elsewhere it leaves the former list, so it is not driven twice; nor can it close a cycle.
@@ -262,35 +240,31 @@ TEST_F(TOrnTimerTest, ClearingParentKeepsTheTimerDrivenByItsFormerRootOnce) {
     child->SetParent(other);
     EXPECT_EQ(root->Children(), (std::vector<TOrnTimer*>{other, child}));
     IdleAt(2002);
-    EXPECT_EQ(order, "cc");
     child->SetParent(nullptr);
     root->SetParent(child);
     EXPECT_EQ(root->Parent(), nullptr);
     IdleAt(3003);
     EXPECT_EQ(order, "ccc");
-    // Deleting it takes it out of the list it is still in.
-    delete child;
+    delete child; // it leaves the list it is still in
     EXPECT_EQ(root->Children(), (std::vector<TOrnTimer*>{other}));
     IdleAt(4004);
 }
 
 TEST_F(TOrnTimerTest, TheHookFollowsTheRootAndSurvivesItsFormerOwner) {
-    TOrnTimer* first = NewTimer();
-    TOrnTimer* second = NewTimer();
-    TOrnTimer* third = NewTimer();
+    TOrnTimer* first = NewTimer('1');
+    TOrnTimer* second = NewTimer('2');
+    TOrnTimer* third = NewTimer('3');
     first->SetParent(second); // the hook owner attached: the new root takes the hook
     third->SetParent(second);
     EXPECT_FALSE(first->OwnsIdleHook());
     EXPECT_TRUE(second->OwnsIdleHook());
-    Count({{first, '1'}, {second, '2'}, {third, '3'}});
     IdleAt(1001);
     EXPECT_EQ(order, "213");
     delete first; // must not take the new owner's handler with it
     IdleAt(2002);
     EXPECT_EQ(order, "21323");
-    TOrnTimer* fourth = NewTimer();
+    TOrnTimer* fourth = NewTimer('4');
     fourth->SetParent(second);
-    Count({{fourth, '4'}});
     delete second; // every child goes on ticking, the first driving the others
     EXPECT_EQ(third->Parent(), nullptr);
     EXPECT_EQ(fourth->Parent(), nullptr);
@@ -303,13 +277,12 @@ TEST_F(TOrnTimerTest, TheHookFollowsTheRootAndSurvivesItsFormerOwner) {
     EXPECT_EQ(order, "21323344");
 }
 
-TEST_F(TOrnTimerTest, ApplicationsOwnHandlerIsLeftAlone) {
+TEST_F(TOrnTimerTest, HandlersOfTheApplicationAreLeftAloneAndTimersMayBeFreedWhileDriven) {
     int calls = 0;
     app.OnIdle = [&](TObject*, bool&) { ++calls; };
     TOrnTimer* t = NewTimer();
     EXPECT_FALSE(t->OwnsIdleHook());
     IdleAt(1);
-    EXPECT_EQ(calls, 1);
     delete t;
     EXPECT_TRUE(app.OnIdle);
     app.OnIdle = nullptr;
@@ -322,19 +295,15 @@ TEST_F(TOrnTimerTest, ApplicationsOwnHandlerIsLeftAlone) {
     IdleAt(2);
     EXPECT_EQ(calls, 2);
     app.OnIdle = nullptr;
-}
 
-TEST_F(TOrnTimerTest, HandlerMayFreeTimersWhileTheyAreDriven) {
+    clock.now = 0;
     TOrnTimer* root = NewTimer();
     TOrnTimer* a = NewTimer();
     TOrnTimer* b = NewTimer();
     a->SetParent(root);
     b->SetParent(root);
     // a frees its sibling, then the root frees itself from its own event.
-    a->OnTimer = [&](TObject*, int) {
-        delete b;
-        b = nullptr;
-    };
+    a->OnTimer = [&](TObject*, int) { delete std::exchange(b, nullptr); };
     IdleAt(1001);
     EXPECT_EQ(b, nullptr);
     EXPECT_EQ(root->Children(), (std::vector<TOrnTimer*>{a}));
@@ -348,22 +317,20 @@ TEST_F(TOrnTimerTest, HandlerMayFreeTimersWhileTheyAreDriven) {
 }
 
 TEST_F(TOrnTimerTest, StepPollsAgainWhileATimerRunsAndWaitsOtherwise) {
-    EventSourceSpy source;
+    struct Source : TEventSource {
+        int polls = 0, waits = 0;
+        void PollEvents() override { ++polls; }
+        void WaitEvents(double) override { ++waits; }
+        ~Source() override { TApplication::Instance().RemoveEventSource(this); }
+    } source;
     app.AddEventSource(&source);
-    struct Unregister {
-        TEventSource* s;
-        ~Unregister() { TApplication::Instance().RemoveEventSource(s); }
-    } unregister{&source};
-
     app.Step(0.5);
     EXPECT_EQ(source.waits, 1) << "without a timer there is nothing to poll for";
-    TOrnTimer* t = NewTimer();
-    Count({{t, 't'}});
+    TOrnTimer* t = NewTimer('t');
     clock.now = 1500 * kNsPerMs;
     app.Step(0.5);
     EXPECT_EQ(order, "t");
-    EXPECT_EQ(source.waits, 1);
-    EXPECT_EQ(source.polls, 3);
+    EXPECT_EQ((std::pair{source.waits, source.polls}), (std::pair{1, 3}));
     t->SetEnabled(false);
     app.Step(0.5);
     EXPECT_EQ(source.waits, 2);
