@@ -1,6 +1,9 @@
 // A scene and the files it refers to are saved as one: every way a save can fail here leaves the
-// previous files as they were and nothing else behind; a load says what it could not read.
+// previous files as they were and nothing else behind. A load says what it could not read, and readers
+// decide from a file's type, size and first bytes whether to read it, before it can block them or fill
+// the memory.
 #include <orn/host/EOrnError.h>
+#include <orn/host/TBitmap.h>
 #include <orn/io/TOrnExchange.h>
 #include <orn/objects/TOrnPointSet.h>
 #include <orn/scene/TOrnNode.h>
@@ -8,12 +11,16 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -39,6 +46,15 @@ std::map<std::string, std::string> Snapshot(const fs::path& dir) {
     for (const auto& e : fs::directory_iterator(dir))
         m[e.path().filename().string()] = e.is_regular_file() ? ReadAll(e.path()) : "?";
     return m;
+}
+
+std::string ErrorOf(const std::function<void()>& load) {
+    try {
+        load();
+    } catch (const EOrnError& e) {
+        return e.what();
+    }
+    return "no error";
 }
 
 /// Runs save in a child process; its exit status (128 + the signal that killed it).
@@ -108,12 +124,8 @@ TEST_F(SceneSave, AFailureOfAnyFileLeavesEveryFileAsItWas) {
     // The point data cannot be put in place: the texture, written before it, must not be either.
     fs::remove(dir / "out_2.txt");
     fs::create_directory(dir / "out_2.txt");
-    try {
-        exchange.SaveToFile(*scene, file.string());
-        ADD_FAILURE() << "the save succeeded";
-    } catch (const EOrnError& e) {
-        EXPECT_NE(std::string(e.what()).find("out_2.txt"), std::string::npos) << e.what();
-    }
+    EXPECT_NE(ErrorOf([&] { exchange.SaveToFile(*scene, file.string()); }).find("out_2.txt"),
+              std::string::npos);
     auto expected = before;
     expected["out_2.txt"] = "?";
     EXPECT_EQ(Snapshot(dir), expected);
@@ -225,16 +237,55 @@ TEST_F(SceneSave, ReferencedFilesLoadFromTheFolderOrAreWarnedAbout) {
 }
 
 TEST_F(SceneSave, SavingToAStringWritesTheSideFilesInFileNamesFolderOrThrows) {
-    try {
-        exchange.SaveToString(*scene);
-        ADD_FAILURE() << "a scene naming files nobody writes";
-    } catch (const EOrnError& e) {
-        EXPECT_NE(std::string(e.what()).find("'scene_1.bmp'"), std::string::npos) << e.what();
-        EXPECT_NE(std::string(e.what()).find("FileName is empty"), std::string::npos) << e.what();
-    }
+    const std::string error = ErrorOf([&] { exchange.SaveToString(*scene); }); // files nobody writes
+    EXPECT_TRUE(error.find("'scene_1.bmp'") != std::string::npos &&
+                error.find("FileName is empty") != std::string::npos)
+        << error;
     EXPECT_TRUE(Snapshot(dir).empty());
     exchange.SetFileName(file.string());
     EXPECT_NE(exchange.SaveToString(*scene).find("Bitmap=\"out_1.bmp\""), std::string::npos);
     EXPECT_EQ(Snapshot(dir).size(), 2u);
     EXPECT_EQ(Snapshot(dir).count("out_2.txt"), 1u);
+}
+
+TEST_F(SceneSave, ReadersRefuseFifosHugeFilesAndFilesWithoutMarkupBeforeReadingThem) {
+    const fs::path fifo = dir / "wood.bmp";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    // Should the load wait for a writer after all, one comes after a while, and the test fails.
+    std::mutex m;
+    std::condition_variable done;
+    bool loaded = false, blocked = false;
+    std::thread writer([&] {
+        std::unique_lock lock(m);
+        if (done.wait_for(lock, std::chrono::seconds(3), [&] { return loaded; })) return;
+        blocked = true;
+        const int fd = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
+        if (fd >= 0) ::close(fd);
+    });
+    TBitmap bitmap;
+    const std::string error = ErrorOf([&] { bitmap.LoadFromFile(fifo.string()); });
+    {
+        std::lock_guard lock(m);
+        loaded = true;
+    }
+    done.notify_one();
+    writer.join();
+    EXPECT_FALSE(blocked);
+    EXPECT_NE(error.find("not a regular file"), std::string::npos) << error;
+
+    TOrnNode node(nullptr);
+    std::ofstream(file) << "<ORNGL version=\"1\"><Objects class=\"TOrnNode\"/></ORNGL>"
+                        << std::string(200, ' ');
+    exchange.SetMaxFileBytes(100);
+    EXPECT_NE(ErrorOf([&] { exchange.LoadFromFile(node, file.string()); }).find("more than the 100 allowed"),
+              std::string::npos);
+    exchange.SetMaxFileBytes(1000);
+    EXPECT_EQ(ErrorOf([&] { exchange.LoadFromFile(node, file.string()); }), "no error");
+    // Only the first chunk of a file without a single '<' is looked at.
+    std::ofstream(file) << std::string(300000, 'x');
+    exchange.SetMaxFileBytes(1 << 20);
+    EXPECT_NE(ErrorOf([&] {
+                  exchange.LoadFromFile(node, file.string());
+              }).find("not a scene file (no element found in 65536 bytes)"),
+              std::string::npos);
 }
