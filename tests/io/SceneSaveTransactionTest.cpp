@@ -1,9 +1,7 @@
 // A scene and the files it refers to are saved as one: every way a save can fail here leaves the
-// previous files as they were and nothing else behind. A load says what it could not read, and readers
-// decide from a file's type, size and first bytes whether to read it, before it can block them or fill
-// the memory.
+// previous files as they were and nothing else behind. A load says what it could not read, and refuses
+// a file from its size and first bytes before it can fill the memory.
 #include <orn/host/EOrnError.h>
-#include <orn/host/TBitmap.h>
 #include <orn/io/TOrnExchange.h>
 #include <orn/objects/TOrnPointSet.h>
 #include <orn/scene/TOrnNode.h>
@@ -11,16 +9,12 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <csignal>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -248,31 +242,7 @@ TEST_F(SceneSave, SavingToAStringWritesTheSideFilesInFileNamesFolderOrThrows) {
     EXPECT_EQ(Snapshot(dir).count("out_2.txt"), 1u);
 }
 
-TEST_F(SceneSave, ReadersRefuseFifosHugeFilesAndFilesWithoutMarkupBeforeReadingThem) {
-    const fs::path fifo = dir / "wood.bmp";
-    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    // Should the load wait for a writer after all, one comes after a while, and the test fails.
-    std::mutex m;
-    std::condition_variable done;
-    bool loaded = false, blocked = false;
-    std::thread writer([&] {
-        std::unique_lock lock(m);
-        if (done.wait_for(lock, std::chrono::seconds(3), [&] { return loaded; })) return;
-        blocked = true;
-        const int fd = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
-        if (fd >= 0) ::close(fd);
-    });
-    TBitmap bitmap;
-    const std::string error = ErrorOf([&] { bitmap.LoadFromFile(fifo.string()); });
-    {
-        std::lock_guard lock(m);
-        loaded = true;
-    }
-    done.notify_one();
-    writer.join();
-    EXPECT_FALSE(blocked);
-    EXPECT_NE(error.find("not a regular file"), std::string::npos) << error;
-
+TEST_F(SceneSave, SceneFilesOverTheLimitOrWithoutMarkupAreRefusedBeforeTheyAreRead) {
     TOrnNode node(nullptr);
     std::ofstream(file) << "<ORNGL version=\"1\"><Objects class=\"TOrnNode\"/></ORNGL>"
                         << std::string(200, ' ');

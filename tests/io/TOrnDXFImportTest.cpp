@@ -1,6 +1,7 @@
 #include <orn/geometry/TOrnCustomObj.h>
 #include <orn/io/TOrnDXFImport.h>
 #include <orn/io/TOrnExchange.h>
+#include <orn/math/TOrnBounds.h>
 #include <orn/objects/TOrn3DText.h>
 #include <orn/scene/TOrnNode.h>
 
@@ -32,22 +33,11 @@ Mat Mul(const Mat& a, const Mat& b) {
     return r;
 }
 
-/// The item's own matrix, as GL would compose it for the translation-rotation-scale order.
+/// The item's own matrix (checked against what GL makes of it in the transformation's tests).
 Mat Local(const TOrnRender& item) {
-    const TOrnTransformation& t = *item.Transformation();
-    EXPECT_TRUE(t.GetEmpty() || t.Order() == toTraRotSca);
-    const Vec p = t.Translation()->AsMathVector(), r = t.Rotation()->AsMathVector(),
-              s = t.Scale()->AsMathVector();
-    Mat m{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, p.x, p.y, p.z, 1};
-    const double degrees[3] = {r.x, r.y, r.z};
-    for (int axis = 0; axis < 3; ++axis) {
-        const double a = degrees[axis] * std::numbers::pi / 180, c = std::cos(a), sn = std::sin(a);
-        const int i = (axis + 1) % 3, j = (axis + 2) % 3;
-        Mat rot{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-        rot[i * 4 + i] = rot[j * 4 + j] = c, rot[i * 4 + j] = sn, rot[j * 4 + i] = -sn;
-        m = Mul(m, rot);
-    }
-    return Mul(m, Mat{s.x, 0, 0, 0, 0, s.y, 0, 0, 0, 0, s.z, 0, 0, 0, 0, 1});
+    Mat m;
+    OrnTransformationMatrix(*item.Transformation(), m.data());
+    return m;
 }
 
 Vec Apply(const Mat& m, const Vec& v) {
