@@ -29,12 +29,14 @@ namespace {
                                          << ", " << b.y << ", " << b.z << ")";
 }
 
-// One key and where the controlled component stands after it.
+// One key (0: none), how many presentation steps follow it, and where the controlled component stands
+// after them.
 struct KeyStep {
     std::uint16_t key;
-    TShiftState shift;
     bool handled;
     TOrnMathVector t, r;
+    int presents = 0;
+    TShiftState shift = {};
 };
 
 // A form with a transformed component to steer; every notification of the component is recorded
@@ -56,10 +58,13 @@ protected:
         EXPECT_TRUE(Near(T()->AsMathVector(), t, tolerance)) << "translation";
         EXPECT_TRUE(Near(R()->AsMathVector(), r, 1e-4)) << "rotation";
     }
-    void Press(TOrnCustomController* c, std::initializer_list<KeyStep> steps) {
+    void Press(TOrnCustomController* c, std::initializer_list<KeyStep> steps,
+               const std::function<void()>& present = {}) {
         for (const KeyStep& s : steps) {
             SCOPED_TRACE(&s - steps.begin());
-            EXPECT_EQ(c->HandleKey(s.key, s.shift), s.handled);
+            EXPECT_TRUE(s.key == 0 || c->HandleKey(s.key, s.shift) == s.handled);
+            for (int i = 0; i < s.presents; ++i)
+                present();
             ExpectAt(s.t, s.r);
         }
     }
@@ -166,18 +171,18 @@ TEST_F(ControlledTest, PersonStepsTurnsNodsAndLooksAhead) {
     person->SetTurnAngle(10);
     const TOrnMathVector ahead{0.0173648, 0, 0.0984808}; // sin 10°, cos 10° of a step
     Press(person, {
-                      {VK_UP, {}, true, {0, 0, 0.1}, {}}, // heading 0: along +z
-                      {VK_DOWN, {}, true, {}, {}},
-                      {VK_RIGHT, {}, true, {}, {0, 10, 0}},
-                      {VK_LEFT, {}, true, {}, {0, 0, 0}},
-                      {VK_LEFT, {}, true, {}, {0, 350, 0}},
-                      {VK_UP, {}, true, ahead, {0, 350, 0}},
-                      {VK_NEXT, {}, true, ahead, {10, 350, 0}},
-                      {VK_PRIOR, {ssCtrl}, true, ahead, {0, 350, 0}},
-                      {VK_PRIOR, {}, true, ahead, {350, 350, 0}},
-                      {VK_HOME, {}, true, ahead, {0, 350, 0}}, // the heading stays
-                      {VK_END, {}, false, ahead, {0, 350, 0}},
-                      {VK_ESCAPE, {}, false, ahead, {0, 350, 0}},
+                      {VK_UP, true, {0, 0, 0.1}, {}}, // heading 0: along +z
+                      {VK_DOWN, true, {}, {}},
+                      {VK_RIGHT, true, {}, {0, 10, 0}},
+                      {VK_LEFT, true, {}, {0, 0, 0}},
+                      {VK_LEFT, true, {}, {0, 350, 0}},
+                      {VK_UP, true, ahead, {0, 350, 0}},
+                      {VK_NEXT, true, ahead, {10, 350, 0}},
+                      {VK_PRIOR, true, ahead, {0, 350, 0}, 0, {ssCtrl}},
+                      {VK_PRIOR, true, ahead, {350, 350, 0}},
+                      {VK_HOME, true, ahead, {0, 350, 0}}, // the heading stays
+                      {VK_END, false, ahead, {0, 350, 0}},
+                      {VK_ESCAPE, false, ahead, {0, 350, 0}},
                   });
     Place({0, 1.8, 0}, {0, 270, 0});
     person->Move(2);
@@ -187,10 +192,10 @@ TEST_F(ControlledTest, PersonStepsTurnsNodsAndLooksAhead) {
 TEST_F(ControlledTest, CarKeysChangeSpeedAndHeadingAndMoveGoesAlongTheHeading) {
     auto* car = Make<TOrnCarController>();
     car->SetTurnAngle(15);
-    Press(car, {{VK_RIGHT, {}, true, {}, {0, 15, 0}},
-                {VK_LEFT, {}, true, {}, {0, 0, 0}},
-                {VK_LEFT, {}, true, {}, {0, 345, 0}},
-                {VK_UP, {}, true, {}, {0, 345, 0}}});
+    Press(car, {{VK_RIGHT, true, {}, {0, 15, 0}},
+                {VK_LEFT, true, {}, {0, 0, 0}},
+                {VK_LEFT, true, {}, {0, 345, 0}},
+                {VK_UP, true, {}, {0, 345, 0}}});
     for (int key : std::initializer_list<int>{VK_PRIOR, VK_NEXT, VK_END, VK_HOME, VK_SPACE, 0, 65535})
         EXPECT_FALSE(car->HandleKey(static_cast<std::uint16_t>(key), {})) << key;
     EXPECT_FLOAT_EQ(car->CurrentSpeed(), 0.05f);
@@ -224,42 +229,30 @@ TEST_F(ControlledTest, PresentationKeysChooseTheTurnAndTheDistance) {
     auto* show = Make<TOrnPresentationController>();
     show->SetTurnAngle(5);
     Place({0, 0, 5}, {});
-    const struct {
-        std::uint16_t key;
-        bool handled;
-        int presents;
-        TOrnPresentationMode mode;
-        TOrnMathVector t, r;
-    } steps[] = {
-        {0, false, 1, pmStop, {0, 0, 5}, {}},
-        {VK_RIGHT, true, 0, pmRight, {0, 0, 5}, {}}, // the key only chooses
-        {VK_RIGHT, true, 2, pmRight, {0, 0, 5}, {0, 10, 0}},
-        {VK_LEFT, true, 3, pmLeft, {0, 0, 5}, {0, 355, 0}},
-        {VK_END, true, 1, pmStop, {0, 0, 5}, {0, 355, 0}},
-        {VK_UP, true, 0, pmStop, {0, 0, 5.1}, {0, 355, 0}},
-        {VK_DOWN, true, 0, pmStop, {0, 0, 5}, {0, 355, 0}},
-        {VK_DOWN, true, 0, pmStop, {0, 0, 4.9}, {0, 355, 0}},
-        {VK_HOME, false, 0, pmStop, {0, 0, 4.9}, {0, 355, 0}},
-        {VK_PRIOR, false, 0, pmStop, {0, 0, 4.9}, {0, 355, 0}},
-        {VK_RETURN, false, 0, pmStop, {0, 0, 4.9}, {0, 355, 0}},
-    };
-    for (const auto& s : steps) {
-        SCOPED_TRACE(&s - steps);
-        EXPECT_TRUE(s.key == 0 || show->HandleKey(s.key, {}) == s.handled);
-        for (int i = 0; i < s.presents; ++i)
-            show->Present();
-        EXPECT_EQ(show->Mode(), s.mode);
-        ExpectAt(s.t, s.r);
-    }
+    Press(show,
+          {
+              {0, false, {0, 0, 5}, {}, 1},
+              {VK_RIGHT, true, {0, 0, 5}, {}}, // the key only chooses
+              {VK_RIGHT, true, {0, 0, 5}, {0, 10, 0}, 2},
+              {VK_LEFT, true, {0, 0, 5}, {0, 355, 0}, 3},
+              {VK_END, true, {0, 0, 5}, {0, 355, 0}, 1},
+              {VK_UP, true, {0, 0, 5.1}, {0, 355, 0}},
+              {VK_DOWN, true, {0, 0, 5}, {0, 355, 0}},
+              {VK_DOWN, true, {0, 0, 4.9}, {0, 355, 0}},
+              {VK_HOME, false, {0, 0, 4.9}, {0, 355, 0}},
+              {VK_PRIOR, false, {0, 0, 4.9}, {0, 355, 0}},
+              {VK_RETURN, false, {0, 0, 4.9}, {0, 355, 0}},
+          },
+          [&] { show->Present(); });
     EXPECT_EQ(seen.size(), 8u) << "two turns, three turns, three distance steps";
 }
 
-TEST_F(ControlledTest, MouseButtonsChooseTheDragModeAndAnyButtonUpEndsIt) {
+TEST_F(ControlledTest, MouseButtonsChooseTheDragModeAndDragsMoveAndTurnAsTheFlagsAllow) {
     auto* mouse = Make<TOrnMouseController>();
     // button, SwitchButtons, mode before, mode after
-    const std::tuple<TMouseButton, bool, int, int> cases[] = {
+    const std::tuple<TMouseButton, bool, int, int> buttons[] = {
         {mbLeft, false, 0, 1}, {mbRight, false, 0, 2}, {mbLeft, true, 0, 2}, {mbMiddle, true, 1, 1}};
-    for (auto [button, switched, before, after] : cases) {
+    for (auto [button, switched, before, after] : buttons) {
         mouse->SetSwitchButtons(switched);
         mouse->HandleMouseUp(mbLeft, {}, 0, 0);
         if (before == 1) mouse->HandleMouseDown(switched ? mbRight : mbLeft, {}, 0, 0);
@@ -273,10 +266,7 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragModeAndAnyButtonUpEndsIt) {
     EXPECT_EQ(mouse->DragMode(), 0);
     EXPECT_FALSE(mouse->HandleMouseMove({}, 0, 100));
     EXPECT_TRUE(seen.empty());
-}
 
-TEST_F(ControlledTest, MouseDragsMoveAndTurnAsTheFlagsAllow) {
-    auto* mouse = Make<TOrnMouseController>();
     const TOrnCntrlFlags all = kAllCntrlFlags, turns{teTurnY, teTurnX, teTurnZ};
     // One move is 1 / 50000 and one degree of turn 1 / 2000 of (sensitivity + 5) per pixel; the
     // sensitivities are 128 unless given.
@@ -364,9 +354,10 @@ TEST_F(ControlledTest, MouseVectorsKeepTheirQuirksAndMovesWriteEachComponentThro
 TEST_F(ControlledTest, ScenesReadOddValuesSafelyAndTheCarsLimitsFirst) {
     TOrnMouseController mouse(nullptr);
     test::MemoryExchange file;
-    file.Set("turnsensitivity", "-40");
-    file.Set("MoveSensitivity", "99999999999");
-    file.Set("CntrlFlags", "[ teMoveX , TETURNZ ]");
+    for (auto [key, value] : {std::pair{"turnsensitivity", "-40"},
+                              {"MoveSensitivity", "99999999999"},
+                              {"CntrlFlags", "[ teMoveX , TETURNZ ]"}})
+        file.Set(key, value);
     file.Load(mouse);
     EXPECT_EQ(mouse.TurnSensitivity(), 1);
     EXPECT_EQ(mouse.MoveSensitivity(), 128); // outside 32 bits: the value stays
