@@ -238,12 +238,10 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
     const std::string value = text.substr(at, text.find('"', at) - at);
     for (char bad : {'<', '>', '/', '\n', '\r', '\t', '\x7F'})
         EXPECT_EQ(value.find(bad), std::string::npos) << int(bad);
-    EXPECT_NE(value.find("&#47;"), std::string::npos);
-    EXPECT_NE(value.find("&#38;#65;"), std::string::npos);
-    EXPECT_EQ(Probe(0)->S, nasty);
-    EXPECT_EQ(Probe(0)->C, clBlue);
-    EXPECT_EQ(Probe(0)->E, 2);
-    EXPECT_EQ(exchange.Description(), "scene / \"demo\" <1>");
+    EXPECT_TRUE(value.find("&#47;") != std::string::npos && value.find("&#38;#65;") != std::string::npos)
+        << value;
+    EXPECT_EQ(std::tuple(Probe(0)->S, Probe(0)->C, Probe(0)->E, exchange.Description()),
+              std::tuple(nasty, clBlue, 2, "scene / \"demo\" <1>"));
 
     // Control characters (not even as references), stray and overlong bytes, a surrogate, U+FFFE.
     p->S = std::string("a\x01") + "b" + '\0' + "c\xFF d\xC0\xAF e\xED\xA0\x80 f\xEF\xBF\xBE g\xE2\x82";
@@ -266,14 +264,10 @@ TEST_F(ExchangeFixture, ReadingIgnoresLetterCaseUnknownElementsAndValuesOfTheWro
     TOrnNode* node = Load("<orngl version=\"1.0\"><objects><texchangeprobe NAME=\"Low\" b=\"YES\" i=\"5\" "
                           "s=\"x\" e=\"PESECOND\" enabled=\"0\"><transformation><translation p=\"1,2,3\">"
                           "</translation></transformation></texchangeprobe></objects></orngl>");
-    EXPECT_EQ(Probe(0, node)->Name(), "Low");
-    EXPECT_TRUE(Probe(0, node)->B);
-    EXPECT_EQ(Probe(0, node)->I, 5);
-    EXPECT_EQ(Probe(0, node)->S, "x");
-    EXPECT_EQ(Probe(0, node)->E, 1);
-    EXPECT_FALSE(Probe(0, node)->Enabled());
-    EXPECT_EQ(Probe(0, node)->Transformation()->Translation()->AsMathVector(), (TOrnMathVector{1, 2, 3}));
-    EXPECT_EQ(exchange.FileVersion(), "1.0");
+    TExchangeProbe* low = Probe(0, node);
+    EXPECT_EQ(std::tuple(low->Name(), low->B, low->I, low->S, low->E, low->Enabled(), exchange.FileVersion()),
+              std::tuple("Low", true, 5, "x", 1, false, "1.0"));
+    EXPECT_EQ(low->Transformation()->Translation()->AsMathVector(), (TOrnMathVector{1, 2, 3}));
 
     node = Load(
         Scene("<TNOSUCHCLASS name=\"Gone\"><TEXCHANGEPROBE></TEXCHANGEPROBE></TNOSUCHCLASS>"
@@ -283,14 +277,12 @@ TEST_F(ExchangeFixture, ReadingIgnoresLetterCaseUnknownElementsAndValuesOfTheWro
               "</Rotation></Transformation></TEXCHANGEPROBE>"));
     ASSERT_EQ(node->Count(), 3);
     EXPECT_EQ(node->ComponentCount(), 3); // nothing made for the skipped elements
-    EXPECT_EQ(Probe(0, node)->Name() + Probe(1, node)->Name(), "KeptNext");
-    EXPECT_EQ(Probe(0, node)->I, 3);
-    EXPECT_EQ(Probe(2, node)->I, INT64_MIN);
+    EXPECT_EQ(
+        std::tuple(Probe(0, node)->Name(), Probe(1, node)->Name(), Probe(0, node)->I, Probe(2, node)->I),
+        std::tuple("Kept", "Next", 3, INT64_MIN));
     const TOrnMathVector r = Probe(2, node)->Transformation()->Rotation()->AsMathVector();
-    for (double angle : {r.x, r.y, r.z}) {
-        EXPECT_GE(angle, 0.0);
-        EXPECT_LT(angle, 360.0);
-    }
+    for (double angle : {r.x, r.y, r.z})
+        EXPECT_TRUE(angle >= 0 && angle < 360) << angle;
 
     node = Load(Scene("<TEXCHANGEPROBE B=\"maybe\" I=\"12abc\" D=\"1e999\" C=\"XYZ\" V=\"1,2\" E=\"peNone\" "
                       "Enabled=\"\"></TEXCHANGEPROBE><TEXCHANGEPROBE I=\"99999999999999999999999\" D=\"nan\" "
@@ -322,31 +314,25 @@ TEST_F(ExchangeFixture, ReferencesResolveByNameBeforeLoadedWhichIsCalledOnce) {
     auto* innerLoaded = dynamic_cast<TOrnNode*>(loaded->Items(2));
     ASSERT_NE(innerLoaded, nullptr);
     TExchangeProbe* lc = Probe(0, innerLoaded);
-    EXPECT_EQ(lc->Owner(), innerLoaded);
-    EXPECT_EQ(Probe(0)->Ref, lc);
-    EXPECT_EQ(Probe(0)->RefAtLoaded, lc);
-    EXPECT_EQ(lc->Ref, Probe(1));
-    EXPECT_EQ(Probe(1)->Ref, nullptr);
-    for (TExchangeProbe* p : {Probe(0), Probe(1), lc}) {
-        EXPECT_TRUE(p->LoadingWhileRead);
-        EXPECT_EQ(p->LoadedCalls, 1);
-        EXPECT_FALSE(p->ComponentState().Contains(csLoading));
-    }
+    EXPECT_EQ(std::tuple(lc->Owner(), Probe(0)->Ref, Probe(0)->RefAtLoaded, lc->Ref, Probe(1)->Ref),
+              std::tuple(innerLoaded, lc, lc, Probe(1), nullptr));
+    for (TExchangeProbe* p : {Probe(0), Probe(1), lc})
+        EXPECT_EQ(std::tuple(p->LoadingWhileRead, p->LoadedCalls, p->ComponentState().Contains(csLoading)),
+                  std::tuple(true, 1, false));
     EXPECT_FALSE(innerLoaded->ComponentState().Contains(csLoading));
     EXPECT_FALSE(Load(exchange.SaveToString(*scene))->ComponentState().Contains(csLoading));
 
     TOrnNode* node = Load(Scene("<TEXCHANGEPROBE name=\"A\" Ref=\"Nobody\"></TEXCHANGEPROBE>"
                                 "<TEXCHANGEPROBE name=\"B\" Ref=\"a\"></TEXCHANGEPROBE>"));
-    EXPECT_EQ(Probe(0, node)->Ref, nullptr);
-    EXPECT_EQ(Probe(1, node)->Ref, Probe(0, node)); // names ignore letter case
+    EXPECT_EQ(std::tuple(Probe(0, node)->Ref, Probe(1, node)->Ref),
+              (std::tuple<TComponent*, TComponent*>(nullptr, Probe(0, node)))); // names ignore letter case
 
     // A name found on a component of another class than the slot takes leaves the slot empty.
     auto* object = new TOrnObject(&loadForm);
     auto* material = new TOrnMaterial(&loadForm);
     for (const TOrnPropInfo* p : object->Properties()->All())
         if (p->kind == pkReference) p->setRef(*object, material);
-    EXPECT_EQ(object->Attributes(), nullptr);
-    EXPECT_EQ(object->Material(), material);
+    EXPECT_TRUE(object->Attributes() == nullptr && object->Material() == material);
 }
 
 TEST_F(ExchangeFixture, ACameraTravelsWithTheScene) {
@@ -359,14 +345,13 @@ TEST_F(ExchangeFixture, ACameraTravelsWithTheScene) {
     EXPECT_NE(text.find("</Objects>\n  <Camera class=\"TOrnPerspectiveCamera\""), std::string::npos) << text;
     TOrnExchange reader(nullptr);
     reader.LoadFromString(*loaded, text); // no camera assigned: the element is skipped
-    EXPECT_EQ(reader.FileCameraClass(), "TOrnPerspectiveCamera");
-    EXPECT_EQ(loaded->Count(), 1);
+    EXPECT_EQ(std::tuple(reader.FileCameraClass(), loaded->Count()), std::tuple("TOrnPerspectiveCamera", 1));
     {
         TOrnPerspectiveCamera back(nullptr);
         reader.SetCamera(&back);
         reader.LoadFromString(*new TOrnNode(&loadForm), text);
-        EXPECT_EQ(back.ViewAngle(), 30.0f);
-        EXPECT_EQ(back.Transformation()->Translation()->AsMathVector(), (TOrnMathVector{1, 2, -12}));
+        EXPECT_TRUE(back.ViewAngle() == 30 &&
+                    back.Transformation()->Translation()->AsMathVector() == (TOrnMathVector{1, 2, -12}));
     }
     EXPECT_EQ(reader.Camera(), nullptr); // a destroyed camera is forgotten
 }
@@ -386,10 +371,9 @@ TEST_F(ExchangeFixture, DamagedFilesLoadWhatTheyHoldAndSaySo) {
         }
         EXPECT_GE(node->Count(), lastCount);
         lastCount = node->Count();
-        for (int i = 0; i < node->Count(); ++i) {
-            EXPECT_EQ(Probe(i, node)->Name(), "P" + std::to_string(i));
-            EXPECT_EQ(Probe(i, node)->I, i); // an element is taken only once its start tag is complete
-        }
+        for (int i = 0; i < node->Count(); ++i) // an element is taken only once its start tag is complete
+            EXPECT_EQ(std::tuple(Probe(i, node)->Name(), Probe(i, node)->I),
+                      std::tuple("P" + std::to_string(i), i));
     }
     EXPECT_EQ(lastCount, 6);
 
@@ -418,8 +402,8 @@ TEST_F(ExchangeFixture, DamagedFilesLoadWhatTheyHoldAndSaySo) {
                     error.find(says) != std::string::npos)
             << error;
     }
-    EXPECT_EQ(loaded->Count(), 0);
-    EXPECT_FALSE(loaded->ComponentState().Contains(csLoading));
+    EXPECT_EQ(std::tuple(loaded->Count(), loaded->ComponentState().Contains(csLoading)),
+              std::tuple(0, false));
 }
 
 TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTheirProgress) {
@@ -447,8 +431,7 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
     risesToOne("save");
     exchange.LoadFromString(*loaded, chain);
     risesToOne("load");
-    EXPECT_TRUE(exchange.Warnings().empty());
-    EXPECT_EQ(depthOf(loaded), 124);
+    EXPECT_EQ(std::tuple(depthOf(loaded), exchange.Warnings().size()), std::tuple(124, std::size_t{0}));
     exchange.OnProgress = nullptr;
     n->Add(new TOrnNode(n));
     EXPECT_NE(ErrorOf([&] { exchange.SaveToString(*scene); }).find("would nest deeper than 128"),
@@ -465,28 +448,28 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
     p->I = 5;
     const std::string text = exchange.SaveToString(*flat);
     exchange.SetMaxValueBytes(99);
-    EXPECT_EQ(Probe(0, Load(text))->S, "text"); // its default
-    EXPECT_EQ(Probe(0, Load(text))->I, 5);
-    ASSERT_EQ(exchange.Warnings().size(), 1u);
+    TExchangeProbe* cut = Probe(0, Load(text)); // the long value keeps its default
+    EXPECT_EQ(std::tuple(cut->S, cut->I, exchange.Warnings().size()), std::tuple("text", 5, std::size_t{1}));
     EXPECT_TRUE(Warned("'S' in 'TEXCHANGEPROBE' has 100 bytes, more than the limit of 99"));
     exchange.SetMaxValueBytes(100);
-    EXPECT_EQ(Probe(0, Load(text))->S, p->S);
-    EXPECT_TRUE(exchange.Warnings().empty());
+    cut = Probe(0, Load(text));
+    EXPECT_EQ(std::tuple(cut->S, exchange.Warnings().size()), std::tuple(p->S, std::size_t{0}));
 }
 
 TEST_F(ExchangeFixture, ReferencedFilesStayInTheScenesFolder) {
     const fs::path dir = fs::temp_directory_path() / "orn_no_such_folder";
     exchange.SetFileName((dir / "demo.orngl").string());
-    EXPECT_EQ(exchange.GetFileName("bmp"), "demo_1.bmp");
-    EXPECT_EQ(exchange.GetFileName(".dat"), "demo_2.dat");
-    EXPECT_EQ(exchange.FilePath("demo_1.bmp"), (dir / "demo_1.bmp").string());
-    EXPECT_EQ(exchange.FilePath("sub/x.bmp"), (dir / "sub" / "x.bmp").string());
+    EXPECT_EQ((std::array{exchange.GetFileName("bmp"), exchange.GetFileName(".dat"),
+                          exchange.FilePath("demo_1.bmp"), exchange.FilePath("sub/x.bmp")}),
+              (std::array{std::string("demo_1.bmp"), std::string("demo_2.dat"), (dir / "demo_1.bmp").string(),
+                          (dir / "sub" / "x.bmp").string()}));
     for (const char* outside :
          {"", ".", "..", "sub/", "sub/..", "../x.bmp", "sub/../../x.bmp", "/etc/passwd", "..\\x.bmp", "a\\b"})
         EXPECT_EQ(exchange.FilePath(outside), "") << outside;
     exchange.SetFileName("");
-    EXPECT_EQ(exchange.FilePath("x.bmp"), ""); // text with no file: no folder either
-    EXPECT_EQ(exchange.GetFileName("bmp"), "scene_3.bmp");
+    EXPECT_EQ(std::tuple(exchange.FilePath("x.bmp"), exchange.GetFileName("bmp")),
+              std::tuple("", "scene_3.bmp"))
+        << "text with no file: no folder either";
 
     const std::string missing = (dir / "absent.orngl").string();
     EXPECT_EQ(ErrorOf([&] { exchange.LoadFromFile(*loaded, missing); }),
