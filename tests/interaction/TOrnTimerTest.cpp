@@ -133,7 +133,7 @@ TEST_F(TOrnTimerTest, DisabledOrInactiveTimerLetsTheLoopWaitAndCatchesUpInOneTic
     EXPECT_FALSE(IdleAt(5200));
     t->SetActiveonly(true);
     app.SetActive(false);
-    EXPECT_TRUE(IdleAt(6500));
+    EXPECT_TRUE(IdleAt(6500)) << "inactive";
     app.SetActive(true);
     EXPECT_FALSE(IdleAt(6600));
     t->SetActiveonly(false); // then the active flag does not matter
@@ -205,9 +205,8 @@ TEST_F(TOrnTimerTest, RootDrivesItsTreeInOrderEachAtItsIntervalAndParentsNeverFo
     b->SetParent(a); // b hangs under the root
     b->SetParent(b);
     root->SetParent(b);
-    EXPECT_EQ(b->Parent(), root);
-    EXPECT_EQ(root->Parent(), nullptr);
-    EXPECT_TRUE(root->OwnsIdleHook());
+    EXPECT_EQ(std::tuple(b->Parent(), root->Parent(), root->OwnsIdleHook()),
+              std::tuple(root, static_cast<TOrnTimer*>(nullptr), true));
     EXPECT_EQ(root->Children(), (std::vector<TOrnTimer*>{a, b}));
     root->SetIntervall(100);
     a->SetIntervall(10);
@@ -256,8 +255,7 @@ TEST_F(TOrnTimerTest, TheHookFollowsTheRootAndSurvivesItsFormerOwner) {
     TOrnTimer* third = NewTimer('3');
     first->SetParent(second); // the hook owner attached: the new root takes the hook
     third->SetParent(second);
-    EXPECT_FALSE(first->OwnsIdleHook());
-    EXPECT_TRUE(second->OwnsIdleHook());
+    EXPECT_EQ(std::pair(first->OwnsIdleHook(), second->OwnsIdleHook()), std::pair(false, true));
     IdleAt(1001);
     EXPECT_EQ(order, "213");
     delete first; // must not take the new owner's handler with it
@@ -266,9 +264,7 @@ TEST_F(TOrnTimerTest, TheHookFollowsTheRootAndSurvivesItsFormerOwner) {
     TOrnTimer* fourth = NewTimer('4');
     fourth->SetParent(second);
     delete second; // every child goes on ticking, the first driving the others
-    EXPECT_EQ(third->Parent(), nullptr);
-    EXPECT_EQ(fourth->Parent(), nullptr);
-    EXPECT_TRUE(third->OwnsIdleHook());
+    EXPECT_TRUE(third->Parent() == nullptr && fourth->Parent() == nullptr && third->OwnsIdleHook());
     IdleAt(3003);
     EXPECT_EQ(order, "2132334");
     delete third;
@@ -305,8 +301,7 @@ TEST_F(TOrnTimerTest, HandlersOfTheApplicationAreLeftAloneAndTimersMayBeFreedWhi
     // a frees its sibling, then the root frees itself from its own event.
     a->OnTimer = [&](TObject*, int) { delete std::exchange(b, nullptr); };
     IdleAt(1001);
-    EXPECT_EQ(b, nullptr);
-    EXPECT_EQ(root->Children(), (std::vector<TOrnTimer*>{a}));
+    EXPECT_TRUE(b == nullptr && root->Children() == std::vector<TOrnTimer*>{a});
     root->OnTimer = [&](TObject* sender, int) { delete static_cast<TOrnTimer*>(sender); };
     IdleAt(2002);
     EXPECT_TRUE(a->OwnsIdleHook());
