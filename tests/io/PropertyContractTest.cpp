@@ -242,25 +242,35 @@ std::vector<float> Numbers(const std::string& s) {
 
 } // namespace
 
-TEST(PropertyContract, EveryClassIsDescribedAndAFreshOneWritesOnlyItsIdentity) {
+TEST(PropertyContract, EveryClassIsDescribedAndAFreshOneHoldsItsDefaultsAndWritesOnlyItsIdentity) {
     for (TComponentClass cls : GetRenderClassList()) {
         TComponent form(nullptr);
         auto* item = dynamic_cast<TOrnExchangeItem*>(cls->Create(&form));
         EXPECT_TRUE(item && item->Properties()) << cls->Name << " describes no properties";
     }
+    // Values that follow others: the object name follows the component name, a label measures its
+    // caption, a colour object starts with its owner's colour; a camera starts two units back.
+    const auto follows = [](const std::string& cls, const std::string& k) {
+        const std::string tail = k.substr(k.find_last_of('/') + 1);
+        return k == "ObjectName" || ((k == "Width" || k == "Height") && cls == "TOrnLabel") ||
+               (k == "Transformation/Translation/P" && cls.ends_with("Camera")) ||
+               (k.find('/') != std::string::npos && (tail == "Color" || tail == "Alpha"));
+    };
     for (TComponentClass cls : DescribedClasses()) {
         Scene probe(cls);
+        for (const PropPath& p : Paths(probe.Exchange())) {
+            const TOrnExchangeItem& holder = p.Holder(probe.Exchange());
+            if (p.Info().kind == pkReference || p.Info().flags & pfIdentifier || follows(cls->Name, p.path))
+                continue;
+            EXPECT_TRUE(p.Info().get(holder) == p.Info().Default(holder))
+                << cls->Name << "." << p.path << " starts at " << p.Text(probe.Exchange());
+        }
         if (!dynamic_cast<TOrnRender*>(probe.item)) continue;
-        // Keys that follow others stay: the object name follows the component name, a label measures
-        // its caption, a colour object starts with its owner's colour.
         std::map<std::string, std::string> keys = ItemKeys(probe.Save(true));
-        const std::string element = keys[""], name = keys["name"];
+        const std::string name = keys["name"];
         std::erase_if(keys, [&](const auto& key) {
-            const std::string& k = key.first;
-            const std::string tail = k.substr(k.find_last_of('/') + 1);
-            return k.empty() || k == "name" || (k == "ObjectName" && key.second == name) ||
-                   ((k == "Width" || k == "Height") && element == "TORNLABEL") ||
-                   (k.find('/') != std::string::npos && (tail == "Color" || tail == "Alpha"));
+            return key.first.empty() || key.first == "name" ||
+                   (follows(cls->Name, key.first) && (key.first != "ObjectName" || key.second == name));
         });
         EXPECT_TRUE(keys.empty()) << cls->Name << " writes keys equal to their defaults: "
                                   << ::testing::PrintToString(keys);

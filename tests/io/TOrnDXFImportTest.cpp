@@ -193,6 +193,11 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
     for (const Vec& p : d.world.lines) // on an end's half circle, or on a side
         EXPECT_NEAR(std::hypot(p.x - std::clamp(p.x, 0.0, 40.0), p.y - 10), 10, 1e-9);
     EXPECT_TRUE(Near(d.report.extMin, {-10, 0, 0}, 1e-9) && Near(d.report.extMax, {50, 20, 0}, 1e-9));
+    // A quarter circle (bulge tan 22.5°) up the y axis bends to the right, about (-5, 5).
+    Imported arc(Dxf(G("0 LWPOLYLINE 90 2 10 0 20 0 42 0.41421356237 10 0 20 10")));
+    for (const Vec& p : arc.world.lines)
+        EXPECT_NEAR(std::hypot(p.x + 5, p.y - 5), std::sqrt(50.0), 1e-6);
+    EXPECT_TRUE(Contains(arc.world.lines, {std::sqrt(50.0) - 5, 5, 0}));
     // Widths: 4 narrowing to 0 over 10 units, then the constant 1 over 5 and back over 5 √5.
     Imported wide(Dxf(G("0 LWPOLYLINE 90 3 70 1 43 1 10 0 20 0 40 4 41 0 10 10 20 0 10 10 20 5")));
     EXPECT_NEAR(TriangleArea(wide.world.triangles), 10 * 4 / 2 + 5 * 1 + std::sqrt(125.0) * 1, 1e-9);

@@ -95,10 +95,11 @@ TEST(TOrnBounds, TransformedHoldsEveryTurnedCorner) {
     box.Add(ToVec(0, 0, 0));
     box.Add(ToVec(1, 2, 3));
     TOrnTransformation t;
-    t.Rotation()->SetX(45);
+    t.Rotation()->SetValues(45, 0, 45); // the far corner (1, 2, 3) alone reaches the top
     const TOrnBounds turned = box.Transformed(t);
-    const double r = std::sqrt(0.5);
-    EXPECT_TRUE(std::fabs(turned.Lo.y + 3 * r) < 1e-6 && std::fabs(turned.Hi.y - 2 * r) < 1e-6 &&
-                std::fabs(turned.Lo.z) < 1e-6 && std::fabs(turned.Hi.z - 5 * r) < 1e-6);
+    const double want[6] = {-1.4142136, -2.1213203, 0, 0.7071068, 1.5, 3.6213203};
+    const double got[6] = {turned.Lo.x, turned.Lo.y, turned.Lo.z, turned.Hi.x, turned.Hi.y, turned.Hi.z};
+    for (int i = 0; i < 6; ++i)
+        EXPECT_NEAR(got[i], want[i], 1e-6) << i;
     EXPECT_TRUE(empty.Transformed(t).Empty());
 }

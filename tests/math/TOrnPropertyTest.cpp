@@ -87,10 +87,12 @@ TEST(TOrnColor, ChannelsAlphaAndAssign) {
     c.SetAlpha(1.01f); // outside 0 … 1: ignored
     c.SetAlpha(-0.1f);
     EXPECT_EQ(changes.own, 0);
+    c.SetAlpha(0); // the ends are inside
+    c.SetAlpha(1);
     c.SetColor(0x0000FF); // red in the low byte
     c.SetAlpha(0.5f);
     EXPECT_EQ(c.GetParams(), (std::array<float, 4>{1, 0, 0, 0.5f}));
-    EXPECT_EQ(changes.own, 2);
+    EXPECT_EQ(changes.own, 4);
     c.SetColor(0x00FF8000);
     EXPECT_EQ(c.GetParams(), (std::array<float, 4>{0, 128 / 255.0f, 1, 0.5f}));
     c.SetColor(clBtnFace); // a system colour is not translated
@@ -103,7 +105,7 @@ TEST(TOrnColor, ChannelsAlphaAndAssign) {
     const float half[4] = {0.5f, 0, 0, 0.3f};
     c.SetParams(half);
     EXPECT_EQ(c.Color(), 128);
-    EXPECT_EQ(changes.own, 4);
+    EXPECT_EQ(changes.own, 6);
 
     // The copy notifies its own owner once, then the handler moves to the source's.
     TOrnColor b;
@@ -112,7 +114,7 @@ TEST(TOrnColor, ChannelsAlphaAndAssign) {
     EXPECT_EQ(b.GetParams(), (std::array<float, 4>{128 / 255.0f, 0, 0, 0.3f}));
     EXPECT_EQ(bChanges.own, 1);
     b.SetColor(clBlue);
-    EXPECT_EQ((std::array{bChanges.own, changes.own, changes.others}), (std::array{1, 4, 1}));
+    EXPECT_EQ((std::array{bChanges.own, changes.own, changes.others}), (std::array{1, 6, 1}));
 }
 
 TEST(TOrnMatrix, IndexingIdentityAndAssign) {
