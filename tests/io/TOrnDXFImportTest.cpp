@@ -359,3 +359,34 @@ TEST(TOrnDXFImport, BinaryFileReadsLikeText) {
     for (std::size_t n = 22; n < b.size(); n += 5)
         Imported(b.substr(0, n));
 }
+
+TEST(TOrnDXFImport, AlignedAndFitTextRunBetweenTheirPoints) {
+    // The same caption 2 high: plain, half as wide (41), fit from (1, 2) to (11, 2), and aligned
+    // from (0, 0) to (0, 8), which turns it by its points whatever its angle says.
+    Imported d(Dxf(G("0 TEXT 1 Wide 40 2 0 TEXT 1 Wide 40 2 41 0.5 "
+                     "0 TEXT 1 Wide 40 2 72 5 10 1 20 2 11 11 21 2 "
+                     "0 TEXT 1 Wide 40 2 72 3 10 0 20 0 11 0 21 8 50 45")));
+    ASSERT_EQ(d.world.texts.size(), 4u);
+    std::vector<Vec> lo, hi;
+    for (std::size_t i = 0; i < 4; ++i) {
+        auto* text = const_cast<TOrn3DText*>(d.world.texts[i]);
+        text->Init();
+        ASSERT_GT(text->Points()->Count(), 0) << "no glyphs for caption " << i;
+        lo.push_back({1e9, 1e9, 1e9}), hi.push_back({-1e9, -1e9, -1e9});
+        for (int p = 0; p < text->Points()->Count(); ++p) {
+            const Vec v = Apply(d.world.textPlaces[i], text->Points()->GetVector(p, daVertex));
+            lo[i] = {std::min(lo[i].x, v.x), std::min(lo[i].y, v.y), 0};
+            hi[i] = {std::max(hi[i].x, v.x), std::max(hi[i].y, v.y), 0};
+        }
+    }
+    const double width = hi[0].x - lo[0].x, height = hi[0].y - lo[0].y;
+    EXPECT_NEAR(hi[1].x - lo[1].x, width / 2, 1e-4);
+    EXPECT_NEAR(hi[1].y - lo[1].y, height, 1e-4);
+    EXPECT_NEAR(hi[2].x, 11, 1e-4); // fit: stretched to the second point, its height kept
+    EXPECT_GE(lo[2].x, 1);
+    EXPECT_LT(lo[2].x, 1.5);
+    EXPECT_NEAR(hi[2].y - lo[2].y, height, 1e-4);
+    EXPECT_NEAR(hi[3].y, 8, 1e-4); // aligned: along +y, its proportions kept
+    EXPECT_NEAR((hi[3].x - lo[3].x) / (hi[3].y - lo[3].y), height / width, 1e-3);
+    EXPECT_LT(hi[3].x, 0.1); // standing on the baseline, left of it
+}

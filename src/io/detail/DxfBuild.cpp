@@ -276,9 +276,30 @@ private:
                 obj->Transformation()->SetOrder(toTraRotSca);
                 obj->Transformation()->Translation()->SetValues(0, static_cast<float>(y), 0);
             }
+            if (text.fit > 0) Fit(*obj, text);
             node->Add(obj);
         }
         parent.Add(node);
+    }
+
+    /// Stretches an aligned or fit caption to its baseline's length; only these few captions are
+    /// laid out during the import, since their width depends on their glyphs.
+    void Fit(TOrn3DText& obj, const TextRef& text) {
+        try {
+            obj.Init();
+        } catch (const std::exception& e) {
+            Note(fReport, std::string("an aligned or fit text keeps its height: ") + e.what());
+            return;
+        }
+        const TOrnPrimitivePoints& pool = *obj.Points();
+        double right = 0;
+        for (int i = 0; i < pool.Count(); ++i)
+            right = std::max(right, pool.Vertices()[3 * i]);
+        const double em = std::hypot(text.matrix[0], text.matrix[4], text.matrix[8]);
+        if (right <= 0 || !(em > 0)) return;
+        const auto along = static_cast<float>(text.fit / (right * em));
+        obj.Transformation()->SetOrder(toTraRotSca);
+        obj.Transformation()->Scale()->SetValues(along, text.aligned ? along : 1.0f, 1.0f);
     }
 
     /// A line of text long enough to pass the build limit of one caption would stop the whole

@@ -360,22 +360,34 @@ void Text(std::string_view type, const Ent& e, EntityContext& ctx) {
     } else {
         const std::int64_t h = e.I(72, 0);
         const std::int64_t v = e.I(73, 0);
-        t.align = h == 1 || h == 4 ? 1 : h == 2 ? 2 : 0;
-        t.valign = h == 4 ? 2 : v >= 0 && v <= 3 ? static_cast<int>(v) : 0;
-        // The alignment point decides unless the text is left-aligned on its baseline.
-        if ((h != 0 || v != 0) && e.Find(11)) at = e.P(11);
-        at = ocs.ToWorld(at);
         const double a = e.D(50, 0) * kDeg;
         x = ocs.ToWorld({std::cos(a), std::sin(a), 0});
+        const Vec along = e.P(11) - at;
+        if ((h == 3 || h == 5) && e.Find(11) && Length(along) > 0 && std::isfinite(Length(along))) {
+            // Aligned or fit: the baseline runs from the first point to the second.
+            t.fit = Length(along);
+            t.aligned = h == 3;
+            x = ocs.ToWorld(along);
+        } else {
+            t.align = h == 1 || h == 4 ? 1 : h == 2 ? 2 : 0;
+            t.valign = h == 4 ? 2 : v >= 0 && v <= 3 ? static_cast<int>(v) : 0;
+            // The alignment point decides unless the text is left-aligned on its baseline.
+            if ((h != 0 || v != 0) && e.Find(11)) at = e.P(11);
+        }
+        at = ocs.ToWorld(at);
     }
     const double len = Length(x);
     if (!std::isfinite(len) || len == 0) throw Bad{e.Where(), "text direction of length 0"};
     x = x * (1 / len);
     const Vec y = Cross(ocs.az, x);
     height /= kCapHeight;
-    t.matrix = {x.x * height, y.x * height, ocs.az.x * height, at.x,
-                x.y * height, y.y * height, ocs.az.y * height, at.y,
-                x.z * height, y.z * height, ocs.az.z * height, at.z};
+    // TEXT's relative width (MTEXT's 41 is the width of its frame).
+    double wide = mtext ? 1 : e.D(41, 1);
+    if (!std::isfinite(wide) || wide <= 0) wide = 1;
+    const double xs = height * wide;
+    t.matrix = {x.x * xs, y.x * height, ocs.az.x * height, at.x,
+                x.y * xs, y.y * height, ocs.az.y * height, at.y,
+                x.z * xs, y.z * height, ocs.az.z * height, at.z};
     for (double v : t.matrix)
         if (!std::isfinite(v)) throw Bad{e.Where(), "text placement is not finite"};
     ctx.space->texts.push_back(std::move(t));

@@ -111,6 +111,11 @@ struct TextRef {
     Affine matrix = kIdentity;
     int align = 0;  ///< 0 left, 1 centre, 2 right
     int valign = 0; ///< where the anchor is on the lines: 0 first baseline, 1 bottom, 2 middle, 3 top
+    /// Aligned and fit text run between two points, this far apart in drawing units (0: neither).
+    /// Its caption's width, known only once its glyphs are laid out, decides the scale along the
+    /// baseline; aligned text keeps its proportions, so its height follows.
+    double fit = 0;
+    bool aligned = false;
 };
 
 /// Model space, paper space or one block.
