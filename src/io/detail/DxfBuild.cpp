@@ -232,17 +232,23 @@ private:
                 AdviseHugePages(indices.data(), count * sizeof(std::uint32_t));
                 indices.resize(count);
                 std::iota(indices.begin(), indices.end(), 0u);
+                std::vector<std::uint8_t> edges;
+                if (type == GL_TRIANGLES && !batch.edges.empty())
+                    edges.assign(batch.edges.begin() + static_cast<std::ptrdiff_t>(first),
+                                 batch.edges.begin() + static_cast<std::ptrdiff_t>(first + count));
                 auto* obj = new TOrnCustomObj(fOwner);
                 parent.Add(obj);
                 obj->SetAutoCalcNormals(false);
                 obj->Color()->SetColor(color);
-                obj->SetMesh(std::move(positions), std::move(normals), {}, std::move(indices), type);
+                obj->SetMesh(std::move(positions), std::move(normals), {}, std::move(indices), type,
+                             std::move(edges));
             }
             if (release) coords.Clear();
         };
         add(batch.points, GL_POINTS);
         add(batch.lines, GL_LINES);
         add(batch.triangles, GL_TRIANGLES);
+        if (release) std::vector<std::uint8_t>().swap(batch.edges);
     }
 
     /// A flat caption (no depth) per line, in a node of its own that places them. Lines are 5/3 of
@@ -352,10 +358,7 @@ private:
         fVariants[variant] = node;
         std::map<std::uint32_t, Batch> byColor;
         for (const auto& [k, batch] : b.space.batches) {
-            Batch& into = byColor[Resolve(k.second, byBlock, layer0)];
-            into.points.Append(batch.points);
-            into.lines.Append(batch.lines);
-            into.triangles.Append(batch.triangles);
+            byColor[Resolve(k.second, byBlock, layer0)].Append(batch);
         }
         for (auto& [rgb, batch] : byColor)
             AddObject(*node, rgb, batch, {}, true);

@@ -80,7 +80,13 @@ private:
 /// Coordinates as x, y, z triples: loose points, segment ends in pairs, triangle corners in threes.
 struct Batch {
     Coords points, lines, triangles;
+    /// One per triangle corner: whether the edge from it to the next corner shows when faces are
+    /// drawn as outlines (a face's diagonal and a 3DFACE's invisible edges do not). Empty while
+    /// every edge shows.
+    std::vector<std::uint8_t> edges;
     bool Empty() const { return points.empty() && lines.empty() && triangles.empty(); }
+    /// Appends other's geometry.
+    void Append(const Batch& other);
 };
 
 /// Row-major 3 × 4 affine matrix: the block's coordinates into its parent's.
