@@ -255,16 +255,14 @@ struct Scene {
     }
 };
 
-TEST_F(ViewTest, IndexedPickEqualsDrawingEverythingOnRandomScenes) {
-    TOrnPerspectiveCamera camera(nullptr);
-    camera.Transformation()->Translation()->SetZ(-22);
-    camera.SetViewFar(100);
-    TOrnView view(nullptr);
+TEST_F(PickTest, IndexedPickEqualsDrawingEverythingOnRandomScenes) {
+    TOrnPerspectiveCamera perspective(nullptr);
+    perspective.Transformation()->Translation()->SetZ(-22);
+    perspective.SetViewFar(100);
     view.SetBounds(160, 120);
-    view.SetCamera(&camera);
+    view.SetCamera(&perspective);
     TOrnNode* drawn = nullptr;
     view.OnRender = [&drawn](TOrnView* v) { drawn->Render(v); };
-    view.OpenGLConnect();
     // The centre, points all over, and the edges and corners of the view.
     const std::pair<int, int> points[] = {{80, 60},  {0, 0},   {159, 119}, {0, 60},   {159, 60}, {80, 0},
                                           {80, 119}, {30, 40}, {120, 90},  {55, 100}, {140, 20}, {10, 110}};
