@@ -110,7 +110,8 @@ TEST_F(PickTest, PickRegionIsCentredOnThePointWithYDownwards) {
     // Without a camera the scene is drawn unprojected, but the pick still narrows to the point.
     view.SetCamera(nullptr);
     objects.back()->Transformation()->Translation()->SetY(0);
-    EXPECT_EQ(view.GetObj(100, 50).Object, objects[0].get());
+    EXPECT_EQ(view.GetObj(100, 57).Object, objects[0].get()); // the square ends at row 55
+    EXPECT_EQ(view.GetObj(100, 59).Object, nullptr);
     EXPECT_EQ(view.GetObj(10, 10).Object, nullptr);
     EXPECT_EQ(view.DrawMode(), dmBitmap);
 }
