@@ -58,29 +58,23 @@ TEST_F(ViewTest, GetImageRendersAtAnySizeAndGetSurfaceImageReadsTheViewsOwnFrame
 TEST_F(ViewTest, GetImageRendersInBitmapModeAndRestoresTheViewAfterwardsAndOnFailure) {
     TOrnView v(nullptr);
     v.OpenGLConnect();
-    std::vector<std::pair<TOrnDrawMode, int>> seen;
-    bool current = false;
+    using Seen = std::vector<std::tuple<TOrnDrawMode, int, bool>>; // mode, ReInit, current
+    Seen seen;
     v.OnRender = [&](TOrnView* view) {
-        seen.emplace_back(view->DrawMode(), view->ReInit());
-        current = view->GetCurrent();
+        seen.emplace_back(view->DrawMode(), view->ReInit(), view->GetCurrent());
     };
     v.SetDrawMode(dmPick);
     v.GetImage(10, 10);
-    EXPECT_EQ(seen, (std::vector<std::pair<TOrnDrawMode, int>>{{dmBitmap, 1}}));
-    EXPECT_TRUE(current);
-    EXPECT_EQ(v.DrawMode(), dmPick);
-    EXPECT_EQ(v.ReInit(), 0);
-    EXPECT_FALSE(v.GetCurrent());
+    EXPECT_EQ(std::tuple(v.DrawMode(), v.ReInit(), v.GetCurrent()), std::tuple(dmPick, 0, false));
     v.SetDrawMode(dmWindow);
     v.RenderScene();
-    EXPECT_EQ(seen.back(), (std::pair<TOrnDrawMode, int>{dmWindow, 0}));
+    EXPECT_EQ(seen, (Seen{{dmBitmap, 1, true}, {dmWindow, 0, true}}));
 
     for (auto [w, h] : {std::pair{0, 10}, std::pair{10, -1}, std::pair{100000, 100000}})
         EXPECT_THROW(v.GetImage(w, h), EOrnError) << w << "x" << h;
     v.OnRender = [](TOrnView*) { throw EOrnError("scene failed"); };
     EXPECT_THROW(v.GetImage(8, 8), EOrnError);
-    EXPECT_EQ(v.DrawMode(), dmWindow);
-    EXPECT_EQ(v.ReInit(), 0);
+    EXPECT_EQ(std::pair(v.DrawMode(), v.ReInit()), std::pair(dmWindow, 0));
     EXPECT_THROW(v.RenderScene(), EOrnError);
     EXPECT_FALSE(v.GetCurrent());
     v.SetCurrent(true);
@@ -121,8 +115,7 @@ TEST_F(ViewTest, GetImageCallsListsCachedInTheFirstViewAndSendsSharedStateAfresh
     ASSERT_NE(square.ListId(), 0u);
     const auto image = v.GetImage(40, 40);
     EXPECT_EQ(square.built, 1); // the bitmap called the list
-    EXPECT_EQ(image->Pixel(20, 20), clWhite);
-    EXPECT_EQ(image->Pixel(2, 2), clBlack);
+    EXPECT_EQ(std::pair(image->Pixel(20, 20), image->Pixel(2, 2)), std::pair(clWhite, clBlack));
     EXPECT_EQ(rec.Count("glLineWidth"), 3u);
 }
 
