@@ -53,6 +53,7 @@ struct TOrnCustomObj::Mesh {
     std::vector<double> positions, normals, texCoords;
     std::vector<std::uint32_t> indices;
     GLenum type = GL_TRIANGLES;
+    std::vector<std::uint8_t> edgeFlags;
 };
 
 void TOrnCustomObj::InitPoints() {}
@@ -66,7 +67,8 @@ void TOrnCustomObj::InitPrimitives() {
 }
 
 void TOrnCustomObj::SetMesh(std::vector<double> positions, std::vector<double> normals,
-                            std::vector<double> texCoords, std::vector<std::uint32_t> indices, GLenum type) {
+                            std::vector<double> texCoords, std::vector<std::uint32_t> indices, GLenum type,
+                            std::vector<std::uint8_t> edgeFlags) {
     auto fail = [](const std::string& why) { throw EOrnError("CustomObj mesh: " + why); };
     const std::size_t n = positions.size() / 3;
     if (positions.size() % 3 != 0)
@@ -75,6 +77,8 @@ void TOrnCustomObj::SetMesh(std::vector<double> positions, std::vector<double> n
         fail(std::to_string(normals.size()) + " normal values for " + std::to_string(n) + " points");
     if (!texCoords.empty() && texCoords.size() != 2 * n && texCoords.size() != 3 * n)
         fail(std::to_string(texCoords.size()) + " texture values for " + std::to_string(n) + " points");
+    if (!edgeFlags.empty() && edgeFlags.size() != n)
+        fail(std::to_string(edgeFlags.size()) + " edge flags for " + std::to_string(n) + " points");
     if (type > GL_POLYGON) fail("primitive type " + std::to_string(type) + " is not a GL primitive");
     CheckBuildSize(static_cast<std::int64_t>(n), "CustomObj");
     CheckBuildSize(static_cast<std::int64_t>(indices.size()), "CustomObj");
@@ -82,8 +86,8 @@ void TOrnCustomObj::SetMesh(std::vector<double> positions, std::vector<double> n
         if (indices[i] >= n)
             fail("index " + std::to_string(indices[i]) + " at " + std::to_string(i) + " is beyond the " +
                  std::to_string(n) + " points");
-    fMesh = std::make_unique<Mesh>(
-        Mesh{std::move(positions), std::move(normals), std::move(texCoords), std::move(indices), type});
+    fMesh = std::make_unique<Mesh>(Mesh{std::move(positions), std::move(normals), std::move(texCoords),
+                                        std::move(indices), type, std::move(edgeFlags)});
     Invalidate();
 }
 
@@ -98,6 +102,10 @@ void TOrnCustomObj::LayMesh() {
     const int n = static_cast<int>(m.positions.size() / 3);
     TOrnArrays arrays = fPoints->DefineArrays() + TOrnArrays{daVertex, daNormal};
     if (!m.texCoords.empty()) arrays = arrays + TOrnArrays{daTexture};
+    if (!m.edgeFlags.empty()) {
+        arrays = arrays + TOrnArrays{daEdgeFlag};
+        fPoints->SetEnabledArrays(fPoints->EnabledArrays() + TOrnArrays{daEdgeFlag});
+    }
     fPoints->SetDefineArrays(arrays);
     const int first = fPoints->Count();
     fPoints->SetCount(first + n);
@@ -124,6 +132,9 @@ void TOrnCustomObj::LayMesh() {
             t[3 * i + 2] = per == 3 ? m.texCoords[per * i + 2] : 0.0;
         }
     }
+    if (!m.edgeFlags.empty())
+        std::transform(m.edgeFlags.begin(), m.edgeFlags.end(), fPoints->EdgeFlags() + first,
+                       [](std::uint8_t f) { return f ? 1 : 0; });
     TOrnPrimitiveArray& list = *Primitive(AddPrimitiveArray(m.type));
     std::uint32_t* out = list.Append(static_cast<int>(m.indices.size()));
     for (std::size_t i = 0; i < m.indices.size(); ++i)
@@ -177,6 +188,7 @@ void TOrnCustomObj::WriteValues(TOrnCustomExchange& exchange) {
     exchange.WriteString("Normals", JoinNumbers(fMesh->normals), "");
     exchange.WriteString("TexCoords", JoinNumbers(fMesh->texCoords), "");
     exchange.WriteString("Indices", JoinNumbers(fMesh->indices), "");
+    exchange.WriteString("EdgeFlags", JoinNumbers(fMesh->edgeFlags), "");
     exchange.EndTag();
 }
 
@@ -188,7 +200,8 @@ TOrnExchangeItem* TOrnCustomObj::ReadComp(TOrnCustomExchange& exchange, const st
             SplitNumbers<double>("Normals", exchange.ReadString("Normals", "")),
             SplitNumbers<double>("TexCoords", exchange.ReadString("TexCoords", "")),
             SplitNumbers<std::uint32_t>("Indices", exchange.ReadString("Indices", "")),
-            static_cast<GLenum>(type));
+            static_cast<GLenum>(type),
+            SplitNumbers<std::uint8_t>("EdgeFlags", exchange.ReadString("EdgeFlags", "")));
     return nullptr; // the element holds no children to read
 }
 

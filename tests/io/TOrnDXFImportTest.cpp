@@ -48,6 +48,7 @@ Vec Apply(const Mat& m, const Vec& v) {
 /// What the drawing puts into the world, every insert followed to its block.
 struct World {
     std::vector<Vec> points, lines, triangles;
+    std::vector<int> edges;     // each triangle corner's edge flag, 255 where its object has none
     std::vector<TColor> colors; // one per object met
     std::vector<const TOrn3DText*> texts;
     std::vector<Mat> textPlaces; // the world matrix of each text
@@ -69,8 +70,11 @@ void Walk(TOrnRender& item, World& w, const Mat& parent = kOne) {
     for (int l = 0; l < obj->PrimitiveCount(); ++l) {
         const TOrnPrimitiveArray& list = *obj->Primitive(l);
         auto& out = list.Type() == GL_LINES ? w.lines : list.Type() == GL_POINTS ? w.points : w.triangles;
-        for (int i = 0; i < list.Count(); ++i)
-            out.push_back(Apply(m, obj->Points()->GetVector(static_cast<int>(list.Indices(i)), daVertex)));
+        for (int i = 0; i < list.Count(); ++i) {
+            const int p = static_cast<int>(list.Indices(i));
+            out.push_back(Apply(m, obj->Points()->GetVector(p, daVertex)));
+            if (&out == &w.triangles) w.edges.push_back(obj->Points()->GetEdgeFlag(p));
+        }
     }
 }
 
@@ -211,7 +215,8 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
         if (p.y > 7.08 && std::fabs(std::hypot(p.x, p.y) - 10) < 0.05) ++inner;
     EXPECT_EQ(inner, 2 * 16 * 2 - 2); // both ends of the 16 segments a span, less the outer two
     // With a face and a point, saved as a scene and loaded into a fresh node.
-    Imported f(Dxf(kSlot + G("0 3DFACE 10 0 20 0 30 1 11 4 21 0 31 1 12 0 22 3 32 1 0 POINT 10 7 20 8")));
+    Imported f(
+        Dxf(kSlot + G("0 3DFACE 70 8 10 0 20 0 30 1 11 4 21 0 31 1 12 0 22 3 32 1 0 POINT 10 7 20 8")));
     TOrnExchange exchange(nullptr);
     const std::string scene = exchange.SaveToString(*f.node);
     TComponent form(nullptr);
@@ -221,7 +226,9 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
     Walk(*loaded, w);
     // Exactly: numbers are written as the shortest text that reads back.
     EXPECT_TRUE(exchange.Warnings().empty() && !w.lines.empty() && w.lines == f.world.lines &&
-                w.points == f.world.points && w.triangles == f.world.triangles && w.colors == f.world.colors);
+                w.points == f.world.points && w.triangles == f.world.triangles &&
+                w.colors == f.world.colors && w.edges == f.world.edges &&
+                w.edges == std::vector<int>({1, 1, 0}));
     // A mesh whose numbers do not read is left out with a warning; the rest of the scene loads.
     const std::size_t at = scene.find("Positions=\"") + 11;
     exchange.LoadFromString(*new TOrnNode(&form), scene.substr(0, at) + "x" + scene.substr(at));
@@ -353,4 +360,53 @@ TEST(TOrnDXFImport, BinaryFileReadsLikeText) {
     // Cut anywhere, it still reads what is whole and says what is not.
     for (std::size_t n = 22; n < b.size(); n += 5)
         Imported(b.substr(0, n));
+}
+
+TEST(TOrnDXFImport, AlignedAndFitTextRunBetweenTheirPoints) {
+    // The same caption 2 high: plain, half as wide (41), fit from (1, 2) to (11, 2), and aligned
+    // from (0, 0) to (0, 8), which turns it by its points whatever its angle says.
+    Imported d(Dxf(G("0 TEXT 1 Wide 40 2 0 TEXT 1 Wide 40 2 41 0.5 "
+                     "0 TEXT 1 Wide 40 2 72 5 10 1 20 2 11 11 21 2 "
+                     "0 TEXT 1 Wide 40 2 72 3 10 0 20 0 11 0 21 8 50 45")));
+    ASSERT_EQ(d.world.texts.size(), 4u);
+    std::vector<Vec> lo, hi;
+    for (std::size_t i = 0; i < 4; ++i) {
+        auto* text = const_cast<TOrn3DText*>(d.world.texts[i]);
+        text->Init();
+        ASSERT_GT(text->Points()->Count(), 0) << "no glyphs for caption " << i;
+        lo.push_back({1e9, 1e9, 1e9}), hi.push_back({-1e9, -1e9, -1e9});
+        for (int p = 0; p < text->Points()->Count(); ++p) {
+            const Vec v = Apply(d.world.textPlaces[i], text->Points()->GetVector(p, daVertex));
+            lo[i] = {std::min(lo[i].x, v.x), std::min(lo[i].y, v.y), 0};
+            hi[i] = {std::max(hi[i].x, v.x), std::max(hi[i].y, v.y), 0};
+        }
+    }
+    const double width = hi[0].x - lo[0].x, height = hi[0].y - lo[0].y;
+    EXPECT_NEAR(hi[1].x - lo[1].x, width / 2, 1e-4);
+    EXPECT_NEAR(hi[1].y - lo[1].y, height, 1e-4);
+    EXPECT_NEAR(hi[2].x, 11, 1e-4); // fit: stretched to the second point, its height kept
+    EXPECT_GE(lo[2].x, 1);
+    EXPECT_LT(lo[2].x, 1.5);
+    EXPECT_NEAR(hi[2].y - lo[2].y, height, 1e-4);
+    EXPECT_NEAR(hi[3].y, 8, 1e-4); // aligned: along +y, its proportions kept
+    EXPECT_NEAR((hi[3].x - lo[3].x) / (hi[3].y - lo[3].y), height / width, 1e-3);
+    EXPECT_LT(hi[3].x, 0.1); // standing on the baseline, left of it
+}
+
+TEST(TOrnDXFImport, FaceDiagonalsAndInvisibleEdgesStayOutOfOutlines) {
+    // A quad 3DFACE with its first edge invisible, a triangle with its closing edge invisible, a
+    // SOLID; and a polyface quad whose negative second index hides the edge from that corner.
+    Imported d(Dxf(G("0 3DFACE 70 1 10 0 20 0 11 1 21 0 12 1 22 1 13 0 23 1 "
+                     "0 3DFACE 70 8 10 5 20 0 11 6 21 0 12 5 22 1 "
+                     "0 SOLID 10 0 20 5 11 1 21 5 12 0 22 6 13 1 23 6 "
+                     "0 POLYLINE 70 64 0 VERTEX 70 192 0 VERTEX 70 192 10 1 0 VERTEX 70 192 10 1 20 1 "
+                     "0 VERTEX 70 192 20 1 0 VERTEX 70 128 71 1 72 -2 73 3 74 4 0 SEQEND")));
+    ASSERT_EQ(d.world.triangles.size(), 21u);
+    EXPECT_TRUE(Near(d.world.triangles[0], {0, 0, 0}) && Near(d.world.triangles[2], {1, 1, 0}) &&
+                Near(d.world.triangles[5], {0, 1, 0}));
+    EXPECT_EQ(d.world.edges, std::vector<int>({0, 1, 0, 0, 1, 1, /**/ 1, 1, 0, /**/ 1, 1, 0, 0, 1, 1, /**/
+                                               1, 0, 0, 0, 1, 1}));
+    // Where nothing is hidden, faces carry no edge flags at all.
+    Imported plain(Dxf(G("0 3DFACE 10 0 20 0 11 1 21 0 12 1 22 1")));
+    EXPECT_EQ(plain.world.edges, std::vector<int>({255, 255, 255}));
 }

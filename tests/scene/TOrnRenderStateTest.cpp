@@ -1,6 +1,5 @@
 // Display lists, shared state blocks and textures belong to a context (a share group): cached
 // components must draw right whatever happens to the contexts and to the components around them.
-#include <orn/geometry/TOrnPoint.h>
 #include <orn/geometry/TOrnRectangle.h>
 #include <orn/geometry/TOrnSphere.h>
 #include <orn/scene/TOrnNode.h>
@@ -84,34 +83,6 @@ TEST_F(RenderCache, EveryChangeDropsTheListsThatHoldIt) {
     ASSERT_NE(node->ListId(), 0u);
     sphere->Transformation()->Translation()->SetX(-1.5f);
     EXPECT_EQ(Repaint().At(8, 32), kRed);
-}
-
-TEST_F(RenderCache, SharedBlocksAreCompiledIntoACachedObject) {
-    auto* a = new TOrnAttributes(&form);
-    a->SetPointSize(3);
-    auto* b = new TOrnAttributes(&form);
-    b->SetPointSize(7);
-    auto point = [&](TOrnAttributes* attributes, float x, float y, bool cached) {
-        auto* p = new TOrnPoint(&form);
-        p->SetAttributes(attributes);
-        p->Transformation()->Translation()->SetValues(x, y, 0);
-        p->SetCached(cached);
-        return p;
-    };
-    TOrnPoint* first = point(a, -1, 0, false);
-    TOrnPoint* cached = point(a, 1, 0, true);
-    TOrnPoint* other = point(b, 0, 1, false);
-    view->OpenGLConnect();
-    scene = {first, cached}; // the cached one compiles while a is still applied
-    view->RenderScene();
-    scene = {other, cached};
-    view->RenderScene();
-    const Image image = ViewImage(*view);
-    std::size_t right = 0;
-    for (int y = 0; y < 64; ++y)
-        for (int x = 40; x < 64; ++x)
-            right += orn::test::SameColor(image.At(x, y), kWhite);
-    EXPECT_EQ(right, 9u) << "a point of size 3";
 }
 
 TEST_F(RenderCache, CachedShapeRedrawsAfterAGeometrySetterInBitmapsAndAfterReconnecting) {

@@ -1,3 +1,7 @@
+#include <orn/host/TOrnClock.h>
+#include <orn/samples/TOrnColorGrid.h>
+#include <orn/samples/TOrnGauge.h>
+#include <orn/samples/TOrnPerformanceGraph.h>
 #include <orn/scene/TOrnObject.h>
 #include <orn/view/TOrnCanvasView.h>
 
@@ -57,6 +61,16 @@ TEST_F(CanvasTest, FillRectLinesOutlinesAndTurnedShapesCoverExactlyTheirPixels) 
         c.SetPenColor(clLime);
         c.SetBrushColor(clBlue);
         c.Rectangle(Rect(40, 10, 50, 20));
+        c.SetBrushColor(clWhite);
+        c.SetAlpha(0.5f);
+        c.FillRect(Rect(0, 40, 8, 48)); // ctNone: alpha ignored
+        c.SetTransparency(ctAlpha);
+        c.FillRect(Rect(10, 40, 18, 48));
+        c.SetTransparency(ctAddAlpha);
+        c.SetBrushColor(clRed);
+        c.FillRect(Rect(10, 40, 12, 48)); // added to the grey
+        c.SetTransparency(ctNone);
+        c.SetAlpha(1);
         c.SetBrushColor(clYellow);
         c.Transformation()->Rotation()->SetZ(90); // about the first point; x turns into y, running down
         c.FillRect(Rect(30, 24, 50, 28));
@@ -68,9 +82,13 @@ TEST_F(CanvasTest, FillRectLinesOutlinesAndTurnedShapesCoverExactlyTheirPixels) 
                                                  {15, 31, kBlack}, {40, 10, kLime},  {49, 19, kLime},
                                                  {45, 15, kBlue},  {50, 15, kBlack}, {28, 40, kYellow}};
     ExpectPixels(image, pixels);
+    // Blending writes (and blends) the alpha channel too.
+    ExpectPixels(
+        image,
+        {{4, 44, {255, 255, 255, 128}}, {14, 44, {128, 128, 128, 191}}, {11, 44, {255, 128, 128, 255}}}, 1);
 }
 
-TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneAndLeavesItsState) {
+TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneLeavesItsStateAndCanBePicked) {
     test::GLRecorder rec;
     view.Canvas().FillRect(Rect(0, 0, 10, 10));
     view.SetCurrent(true);
@@ -101,23 +119,16 @@ TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneAndLeavesItsState) {
     EXPECT_EQ(matrixMode, GL_MODELVIEW);
     EXPECT_TRUE(std::equal(before, before + 16, after));
     view.SetCamera(nullptr);
-}
 
-TEST_F(CanvasTest, TransparencyBlends) {
-    const Image image = Draw([](TOrnViewCanvas& c) {
-        c.SetBrushColor(clWhite);
-        c.SetAlpha(0.5f);
-        c.FillRect(Rect(0, 0, 8, 8)); // ctNone: alpha ignored
-        c.SetTransparency(ctAlpha);
-        c.FillRect(Rect(10, 0, 18, 8));
-        c.SetTransparency(ctAddAlpha);
-        c.SetBrushColor(clRed);
-        c.FillRect(Rect(10, 0, 12, 8)); // added to the grey
-    });
-    // The alpha channel is written (and blended) too.
-    ExpectPixels(image,
-                 {{4, 4, {255, 255, 255, 128}}, {14, 4, {128, 128, 128, 191}}, {11, 4, {255, 128, 128, 255}}},
-                 1);
+    TOrnObject marker(nullptr); // what the canvas draws can be picked
+    view.OnRender = [&](TOrnView* v) {
+        const bool named = IsNamingDrawMode(v->DrawMode());
+        if (named) glPushName(static_cast<GLuint>(v->GetNextID(&marker, -1)));
+        v->Canvas().FillRect(Rect(10, 10, 20, 20));
+        if (named) glPopName();
+    };
+    EXPECT_EQ(view.GetObj(15, 15).Object, &marker);
+    EXPECT_EQ(view.GetObj(40, 30).Object, nullptr);
 }
 
 TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmap) {
@@ -166,16 +177,83 @@ TEST_F(CanvasTest, TextOutDrawsInTheFontColourInsideItsCell) {
     EXPECT_EQ(other, 0u);
 }
 
-TEST_F(CanvasTest, CanvasDrawingCanBePicked) {
-    TOrnObject marker(nullptr);
-    view.OnRender = [&](TOrnView* v) {
-        const bool named = IsNamingDrawMode(v->DrawMode());
-        if (named) glPushName(static_cast<GLuint>(v->GetNextID(&marker, -1)));
-        v->Canvas().FillRect(Rect(10, 10, 20, 20));
-        if (named) glPopName();
+TEST_F(CanvasTest, ControlsPaintOverTheRenderedScene) {
+    TOrnCanvasView v(nullptr);
+    v.SetBounds(120, 90);
+    v.Coordinates()->SetVisible(false);
+    v.SetBackgroundColor(clBlue);
+    // The scene: the left half of the window red, the rest the blue background.
+    v.OnRender = [](TOrnView*) {
+        glColor3f(1, 0, 0);
+        glRectf(-1, -1, 0, 1);
     };
-    EXPECT_EQ(view.GetObj(15, 15).Object, &marker);
-    EXPECT_EQ(view.GetObj(40, 30).Object, nullptr);
+    TOrnGauge gauge(nullptr);
+    gauge.SetBounds(-10, 10, 70, 20); // reaches out of the window on the left
+    gauge.SetBorderStyle(false);
+    gauge.SetShowText(false);
+    gauge.SetForeColor(clLime);
+    gauge.SetBackColor(clWhite);
+    gauge.SetProgress(50); // lime from x = -10 to 25, white up to 60
+    gauge.SetParent(&v);
+    TOrnPerformanceGraph graph(nullptr);
+    graph.SetBounds(50, 50, 60, 30);
+    graph.SetGridSize(0);
+    graph.SetAutoScale(false);
+    graph.SetScale(29);
+    graph.DataPoint(clYellow, 29);
+    graph.Update();
+    graph.SetParent(&v);
+    v.OpenGLConnect();
+    v.RenderScene();
+    // The gauge reaching out of the window, the scene beside and above it, the graph's newest value
+    // at its top right and its black background.
+    const std::tuple<int, int, Rgba> pixels[] = {{0, 10, kLime},     {24, 29, kLime},  {25, 20, kWhite},
+                                                 {59, 20, kWhite},   {60, 20, kBlue},  {10, 9, kRed},
+                                                 {109, 50, kYellow}, {80, 60, kBlack}, {115, 60, kBlue}};
+    ExpectPixels(ViewImage(v), pixels);
+    gauge.SetVisible(false);
+    v.RenderScene();
+    ExpectPixels(ViewImage(v), {{25, 20, kRed}});
+}
+
+TEST_F(CanvasTest, CanvasViewTimesItsOwnRepaints) {
+    std::int64_t now = 0;
+    // Every read of the clock is 4 ms later; a repaint reads it twice.
+    TOrnClockOverride clock([&] { return now += 4; }, 1000);
+    TOrnCanvasView v(nullptr);
+    v.SetBounds(8, 8);
+    v.RenderScene(); // not active: nothing to time
+    EXPECT_EQ(v.RenderTime(), 0.0);
+    v.OpenGLConnect();
+    v.RenderScene();
+    EXPECT_DOUBLE_EQ(v.RenderTime(), 0.004);
+    EXPECT_EQ(v.FrameRate(), 0.0);
+    now += 12;
+    v.RenderScene(); // started 20 ms after the first
+    EXPECT_DOUBLE_EQ(v.FrameRate(), 50.0);
+}
+
+TEST(TOrnCanvasViewInput, ControlsTakeTheirInputBeforeTheView) {
+    TOrnCanvasView view(nullptr);
+    TOrnColorGrid grid(nullptr);
+    grid.SetBounds(100, 100, 160, 160);
+    grid.SetParent(&view);
+    std::vector<std::string> log;
+    view.OnMouseDown = [&](TObject*, TMouseButton, TShiftState, int, int) { log.push_back("view down"); };
+    view.OnKeyDown = [&](TObject*, std::uint16_t&, TShiftState) { log.push_back("view key"); };
+    grid.OnChange = [&](TObject*) { log.push_back("grid " + std::to_string(grid.ForegroundIndex())); };
+    auto right = [&] {
+        std::uint16_t key = VK_RIGHT;
+        view.KeyDown(key, {});
+    };
+    right();                              // no control has the focus yet
+    view.MouseDown(mbLeft, {}, 190, 150); // cell 6
+    view.MouseUp(mbLeft, {}, 190, 150);
+    right();
+    view.MouseDown(mbLeft, {}, 10, 10); // the scene: the keys go back to the view
+    right();
+    EXPECT_EQ(log, (std::vector<std::string>{"view key", "grid 6", "grid 7", "view down", "view key"}));
+    EXPECT_EQ(grid.ForegroundIndex(), 7);
 }
 
 } // namespace

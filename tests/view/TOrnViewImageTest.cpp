@@ -15,34 +15,11 @@ namespace {
 
 using test::ViewTest;
 
-TEST_F(ViewTest, GetImageRendersAtAnySizeWithoutAConnection) {
+// Unconnected, GetImage renders at any size in a context of its own; connected, GetSurfaceImage reads
+// back the view's own frame, rendered once in the context it already has.
+TEST_F(ViewTest, GetImageRendersAtAnySizeAndGetSurfaceImageReadsTheViewsOwnFrame) {
     TOrnOrthographicCamera camera(nullptr);
     TOrnView v(nullptr);
-    v.SetBackgroundColor(clRed);
-    v.Coordinates()->SetVisible(false);
-    v.SetCamera(&camera);
-    v.OnRender = [](TOrnView*) {
-        glColor3f(0, 0, 1);
-        glRectf(0, 0, 1, 1); // the upper right quarter of the height, right of the centre
-    };
-    const auto image = v.GetImage(120, 60);
-    ASSERT_EQ(image->Width(), 120);
-    ASSERT_EQ(image->Height(), 60);
-    EXPECT_EQ(image->PixelFormat(), pf24bit);
-    // 30 pixels per unit; the square covers x 60 … 90 and the top half (rows 0 … 29 from the top).
-    const std::tuple<int, int, TColor> pixels[] = {{5, 55, clRed},  {75, 45, clRed}, {45, 15, clRed},
-                                                   {91, 15, clRed}, {75, 30, clRed}, {75, 15, clBlue},
-                                                   {60, 0, clBlue}, {89, 29, clBlue}};
-    for (auto [x, y, colour] : pixels)
-        EXPECT_EQ(image->Pixel(x, y), colour) << x << "," << y;
-    EXPECT_FALSE(v.Active());
-}
-
-// A connected view reads back its own frame: one render, in the context it already has.
-TEST_F(ViewTest, GetSurfaceImageReadsTheViewsOwnFrame) {
-    TOrnOrthographicCamera camera(nullptr);
-    TOrnView v(nullptr);
-    v.SetBounds(120, 60);
     v.SetBackgroundColor(clRed);
     v.Coordinates()->SetVisible(false);
     v.SetCamera(&camera);
@@ -50,52 +27,54 @@ TEST_F(ViewTest, GetSurfaceImageReadsTheViewsOwnFrame) {
     v.OnRender = [&](TOrnView*) {
         contexts.push_back(eglGetCurrentContext());
         glColor3f(0, 0, 1);
-        glRectf(0, 0, 1, 1);
+        glRectf(0, 0, 1, 1); // the upper right quarter of the height, right of the centre
     };
+    // 30 pixels per unit; the square covers x 60 … 90 and the top half (rows 0 … 29 from the top).
+    const std::tuple<int, int, TColor> pixels[] = {{5, 55, clRed},  {75, 45, clRed}, {45, 15, clRed},
+                                                   {91, 15, clRed}, {75, 30, clRed}, {75, 15, clBlue},
+                                                   {60, 0, clBlue}, {89, 29, clBlue}};
+    auto expectSquare = [&](const TBitmap& image) {
+        ASSERT_EQ(image.Width(), 120);
+        ASSERT_EQ(image.Height(), 60);
+        EXPECT_EQ(image.PixelFormat(), pf24bit);
+        for (auto [x, y, colour] : pixels)
+            EXPECT_EQ(image.Pixel(x, y), colour) << x << "," << y;
+    };
+    expectSquare(*v.GetImage(120, 60));
+    EXPECT_FALSE(v.Active());
     EXPECT_THROW(v.GetSurfaceImage(), EOrnError); // not connected
+    v.SetBounds(120, 60);
     v.OpenGLConnect();
     v.RenderScene();
-    const auto image = v.GetSurfaceImage();
-    ASSERT_EQ(contexts.size(), 2u);
-    EXPECT_EQ(contexts[1], contexts[0]);
-    ASSERT_EQ(image->Width(), 120);
-    ASSERT_EQ(image->Height(), 60);
-    EXPECT_EQ(image->Pixel(5, 55), clRed);
-    EXPECT_EQ(image->Pixel(75, 15), clBlue);
-    EXPECT_EQ(image->Pixel(75, 45), clRed);
-    EXPECT_EQ(image->Pixel(45, 15), clRed);
-    EXPECT_FALSE(v.GetCurrent());
-    v.GetImage(8, 8); // a bitmap render, by contrast, draws in a context of its own
+    expectSquare(*v.GetSurfaceImage());
     ASSERT_EQ(contexts.size(), 3u);
-    EXPECT_NE(contexts[2], contexts[0]);
+    EXPECT_EQ(contexts[2], contexts[1]);
+    EXPECT_FALSE(v.GetCurrent());
+    v.GetImage(8, 8); // while the view's context lives, a bitmap's is another
+    ASSERT_EQ(contexts.size(), 4u);
+    EXPECT_NE(contexts[3], contexts[1]);
 }
 
 TEST_F(ViewTest, GetImageRendersInBitmapModeAndRestoresTheViewAfterwardsAndOnFailure) {
     TOrnView v(nullptr);
     v.OpenGLConnect();
-    std::vector<std::pair<TOrnDrawMode, int>> seen;
-    bool current = false;
+    using Seen = std::vector<std::tuple<TOrnDrawMode, int, bool>>; // mode, ReInit, current
+    Seen seen;
     v.OnRender = [&](TOrnView* view) {
-        seen.emplace_back(view->DrawMode(), view->ReInit());
-        current = view->GetCurrent();
+        seen.emplace_back(view->DrawMode(), view->ReInit(), view->GetCurrent());
     };
     v.SetDrawMode(dmPick);
     v.GetImage(10, 10);
-    EXPECT_EQ(seen, (std::vector<std::pair<TOrnDrawMode, int>>{{dmBitmap, 1}}));
-    EXPECT_TRUE(current);
-    EXPECT_EQ(v.DrawMode(), dmPick);
-    EXPECT_EQ(v.ReInit(), 0);
-    EXPECT_FALSE(v.GetCurrent());
+    EXPECT_EQ(std::tuple(v.DrawMode(), v.ReInit(), v.GetCurrent()), std::tuple(dmPick, 0, false));
     v.SetDrawMode(dmWindow);
     v.RenderScene();
-    EXPECT_EQ(seen.back(), (std::pair<TOrnDrawMode, int>{dmWindow, 0}));
+    EXPECT_EQ(seen, (Seen{{dmBitmap, 1, true}, {dmWindow, 0, true}}));
 
     for (auto [w, h] : {std::pair{0, 10}, std::pair{10, -1}, std::pair{100000, 100000}})
         EXPECT_THROW(v.GetImage(w, h), EOrnError) << w << "x" << h;
     v.OnRender = [](TOrnView*) { throw EOrnError("scene failed"); };
     EXPECT_THROW(v.GetImage(8, 8), EOrnError);
-    EXPECT_EQ(v.DrawMode(), dmWindow);
-    EXPECT_EQ(v.ReInit(), 0);
+    EXPECT_EQ(std::pair(v.DrawMode(), v.ReInit()), std::pair(dmWindow, 0));
     EXPECT_THROW(v.RenderScene(), EOrnError);
     EXPECT_FALSE(v.GetCurrent());
     v.SetCurrent(true);
@@ -136,8 +115,7 @@ TEST_F(ViewTest, GetImageCallsListsCachedInTheFirstViewAndSendsSharedStateAfresh
     ASSERT_NE(square.ListId(), 0u);
     const auto image = v.GetImage(40, 40);
     EXPECT_EQ(square.built, 1); // the bitmap called the list
-    EXPECT_EQ(image->Pixel(20, 20), clWhite);
-    EXPECT_EQ(image->Pixel(2, 2), clBlack);
+    EXPECT_EQ(std::pair(image->Pixel(20, 20), image->Pixel(2, 2)), std::pair(clWhite, clBlack));
     EXPECT_EQ(rec.Count("glLineWidth"), 3u);
 }
 
@@ -145,24 +123,20 @@ TEST_F(ViewTest, GetImageCallsListsCachedInTheFirstViewAndSendsSharedStateAfresh
 // smooth the edges of what it draws: a white triangle on black gives grey pixels along its edges
 // only with samples.
 TEST_F(ViewTest, SamplesReachTheContextsAndSmoothEdges) {
-    TOrnView clamped(nullptr);
-    clamped.SetSamples(99);
-    EXPECT_EQ(clamped.Samples(), 16);
-    clamped.SetSamples(-3);
-    EXPECT_EQ(clamped.Samples(), 0);
-
     for (int asked : {0, 4}) {
         SCOPED_TRACE(asked);
         TOrnView v(nullptr);
+        v.SetSamples(99);
+        EXPECT_EQ(v.Samples(), 16);
+        v.SetSamples(-3);
+        EXPECT_EQ(v.Samples(), 0);
         v.SetSamples(asked);
         v.SetBounds(8, 8);
         v.SetBackgroundColor(clBlack);
         v.Coordinates()->SetVisible(false);
         v.OpenGLConnect();
         const int obtained = v.PixelFormat().Samples;
-        if (asked == 0) {
-            EXPECT_EQ(obtained, 0);
-        }
+        EXPECT_TRUE(asked > 0 || obtained == 0) << obtained;
         if (asked > 0 && obtained == 0) GTEST_SKIP() << "the driver has no multisampled buffers";
         GLint buffers = -1, samples = -1;
         v.OnRender = [&](TOrnView*) {

@@ -99,38 +99,6 @@ TEST_F(ViewTest, ViewWithoutOnRenderClearsToItsBackgroundAndDrawsItsAxes) {
     EXPECT_EQ(test::CountPixels(ViewImage(v), kBlack, 0), 100u * 100u);
 }
 
-TEST_F(ViewTest, TriangleAppearsWhereTheCameraPutsIt) {
-    // The scene point (0.3, 0.5) seen by the default cameras, 2 units away, in window pixels.
-    struct Case {
-        bool perspective;
-        int w, h, x, y;
-    };
-    for (Case c : {Case{true, 400, 200, 236, 160}, Case{true, 200, 400, 172, 320},
-                   Case{false, 400, 200, 230, 150}, Case{false, 200, 400, 160, 300}}) {
-        SCOPED_TRACE(std::string(c.perspective ? "perspective " : "orthographic ") + std::to_string(c.w) +
-                     "x" + std::to_string(c.h));
-        TOrnPerspectiveCamera perspective(nullptr);
-        TOrnOrthographicCamera orthographic(nullptr);
-        TOrnView v(nullptr);
-        v.SetBounds(c.w, c.h);
-        v.Coordinates()->SetVisible(false);
-        v.SetCamera(c.perspective ? static_cast<TOrnCamera*>(&perspective) : &orthographic);
-        v.OnRender = [&](TOrnView*) {
-            glColor3f(0, 1, 0);
-            glBegin(GL_TRIANGLES);
-            glVertex3d(0.22, 0.44, 0);
-            glVertex3d(0.38, 0.44, 0);
-            glVertex3d(0.3, 0.6, 0);
-            glEnd();
-        };
-        v.OpenGLConnect();
-        v.RenderScene();
-        const test::Image image = ViewImage(v);
-        EXPECT_TRUE(ColorNear(image.At(c.x, c.y), kGreen, 0));
-        EXPECT_TRUE(ColorNear(image.At(c.w - c.x, c.h - c.y), kBlack, 0)); // the point mirrored
-    }
-}
-
 TEST_F(ViewTest, DepthMaskAndDepthTestDecideWhatTheSceneWrites) {
     TOrnOrthographicCamera camera(nullptr);
     TOrnView v(nullptr);

@@ -1,12 +1,18 @@
+#include <orn/host/EOrnError.h>
 #include <orn/scene/TOrnCustomController.h>
 #include <orn/scene/TOrnObject.h>
 #include <orn/view/TOrnView.h>
+#include <orn/view/TOrnWindowSurface.h>
 
 #include "support/GLRecorder.h"
 #include "view/ViewTestSupport.h"
 
 #include <GL/gl.h>
+#include <GLFW/glfw3.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <array>
 
 namespace orn {
 namespace {
@@ -18,13 +24,11 @@ TEST(TOrnViewWithoutContext, ClampsItsSizesAndFailsSilently) {
     TOrnView v(nullptr);
     v.SetSelectWidth(0);
     v.SetSelectHeight(-4);
-    EXPECT_EQ(v.SelectWidth(), 1);
-    EXPECT_EQ(v.SelectHeight(), 1);
+    EXPECT_EQ(std::pair(v.SelectWidth(), v.SelectHeight()), std::pair(1, 1));
     int resized = 0;
     v.OnResize = [&](TObject*) { ++resized; };
     v.SetBounds(-10, 30);
-    EXPECT_EQ(v.Width(), 0);
-    EXPECT_EQ(v.Height(), 30);
+    EXPECT_EQ(std::pair(v.Width(), v.Height()), std::pair(0, 30));
     v.SetBounds(0, 30);
     EXPECT_EQ(resized, 1);
 
@@ -67,17 +71,11 @@ TEST_F(ViewTest, ConnectedViewsJoinTheListAndShareListsWithTheFirst) {
     ASSERT_TRUE(first->OpenGLConnect());
     EXPECT_TRUE(first->Active());
     EXPECT_TRUE(first->OpenGLConnect()); // already connected: nothing new
-    EXPECT_EQ(first->PixelFormatRequest().Flags, 0x24u);
-    EXPECT_EQ(first->PixelFormatRequest().DepthBits, 32);
-    EXPECT_EQ(first->PixelFormat().ColorBits, 24);
-    EXPECT_GE(first->PixelFormat().DepthBits, 16);
-    EXPECT_GE(first->PixelFormat().StencilBits, 1);
+    const TOrnPixelFormat asked = first->PixelFormatRequest(), got = first->PixelFormat();
+    EXPECT_EQ(std::tuple(asked.Flags, asked.DepthBits, got.ColorBits), std::tuple(0x24u, 32, 24));
+    EXPECT_TRUE(got.DepthBits >= 16 && got.StencilBits >= 1) << got.DepthBits << ", " << got.StencilBits;
     EXPECT_EQ(first->Surface()->Kind(), "headless");
     EXPECT_FALSE(first->GetCurrent()); // released after connecting
-    first->SetCurrent(true);
-    EXPECT_TRUE(first->GetCurrent());
-    first->SetCurrent(false);
-    EXPECT_FALSE(first->GetCurrent());
     first->SetDrawMode(dmBitmap);
     EXPECT_TRUE(first->GetCurrent()) << "a bitmap is always current";
 
@@ -100,14 +98,52 @@ TEST_F(ViewTest, ConnectedViewsJoinTheListAndShareListsWithTheFirst) {
         EXPECT_TRUE(glIsList(list)) << "sharing outlives the first view";
         third.SetCurrent(false);
     }
-    // A context outside the views' group knows nothing of the list.
-    detail::EglContext outsider;
-    outsider.Create(4, 4);
-    outsider.MakeCurrent();
-    EXPECT_FALSE(glIsList(list));
     second.OpenGLDisconnect();
     EXPECT_FALSE(second.Active());
     EXPECT_TRUE(TOrnView::ViewList().empty());
+}
+
+TEST_F(ViewTest, EglContextsAreRgba8Depth24StencilShareWhenAskedAndRefuseMisuseClearly) {
+    detail::EglContext first;
+    first.Create(32, 16);
+    EXPECT_EQ(std::pair(first.Width(), first.Height()), std::pair(32, 16));
+    const detail::EglContext::Format& got = first.Obtained();
+    EXPECT_EQ((std::array{got.redBits, got.greenBits, got.blueBits, got.alphaBits}),
+              (std::array{8, 8, 8, 8}));
+    EXPECT_TRUE(got.depthBits >= 24 && got.stencilBits >= 8) << got.depthBits << ", " << got.stencilBits;
+    first.MakeCurrent();
+    EXPECT_TRUE(first.IsCurrent());
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    detail::EglContext second;
+    second.Create(0, -5, &first); // clamped to one pixel
+    EXPECT_EQ(std::pair(second.Width(), second.Height()), std::pair(1, 1));
+    second.MakeCurrent();
+    EXPECT_TRUE(glIsTexture(texture));
+    detail::EglContext unshared;
+    unshared.Create(8, 8);
+    unshared.MakeCurrent();
+    EXPECT_FALSE(glIsTexture(texture));
+
+    detail::EglContext context, other;
+    EXPECT_THROW(context.MakeCurrent(), EOrnError);
+    EXPECT_THROW(context.Resize(4, 4), EOrnError);
+    using testing::HasSubstr, testing::ThrowsMessage;
+    EXPECT_THAT([&] { context.Create(4, 4, &other); }, ThrowsMessage<EOrnError>(HasSubstr("share")));
+    detail::EglContext::Format impossible;
+    impossible.redBits = 64;
+    EXPECT_THAT([&] { context.Create(4, 4, nullptr, impossible); },
+                ThrowsMessage<EOrnError>(HasSubstr("no pbuffer configuration")));
+    EXPECT_FALSE(context.IsCreated());
+    EXPECT_STREQ(detail::EglErrorName(EGL_BAD_MATCH), "EGL_BAD_MATCH");
+    EXPECT_STREQ(detail::EglErrorName(0x1234), "0x1234");
+    context.Create(4, 4);
+    detail::EglContext moved(std::move(context));
+    EXPECT_FALSE(context.IsCreated());
+    EXPECT_TRUE(moved.IsCreated());
+    moved.Release();
+    EXPECT_FALSE(moved.IsCreated());
 }
 
 TEST_F(ViewTest, CameraAndAxesChangesRepaintTheViewThatHoldsThemNow) {
@@ -154,49 +190,39 @@ TEST_F(ViewTest, CameraAndAxesChangesRepaintTheViewThatHoldsThemNow) {
     EXPECT_TRUE(second.PaintPending());
 }
 
-TEST_F(ViewTest, NamesStartAtOneInEveryRender) {
-    TOrnView v(nullptr);
-    TOrnObject a(nullptr), b(nullptr);
-    std::vector<std::pair<TObject*, int>> told;
-    std::vector<int> handed;
-    v.OnNextID = [&](TObject* o, int index) { told.emplace_back(o, index); };
-    v.OnRender = [&](TOrnView* view) {
-        handed.push_back(view->GetNextID(&a, -1));
-        handed.push_back(view->GetNextID(&b, 3));
-    };
-    v.OpenGLConnect();
-    v.RenderScene();
-    v.RenderScene();
-    EXPECT_EQ(handed, (std::vector<int>{1, 2, 1, 2}));
-    EXPECT_EQ(told, (std::vector<std::pair<TObject*, int>>{{&a, -1}, {&b, 3}, {&a, -1}, {&b, 3}}));
-}
-
-TEST_F(ViewTest, ClearBuffersBorrowsTheContext) {
-    TOrnView v(nullptr);
-    v.SetBounds(8, 8);
-    v.OpenGLConnect();
-    v.SetCurrent(true);
+TEST_F(ViewTest, ClearBuffersBorrowsTheContextNamesStartAtOneInEveryRenderAndAGoingViewFreesItsLists) {
+    TOrnView keeper(nullptr); // shares the lists, so they can be looked for afterwards
+    keeper.SetBounds(8, 8);
+    keeper.OpenGLConnect();
+    keeper.SetCurrent(true);
     glClearColor(0, 0, 1, 1);
-    v.SetCurrent(false);
+    keeper.SetCurrent(false);
     test::GLRecorder rec;
-    v.ClearBuffers({btColor});
+    keeper.ClearBuffers({btColor});
     rec.Stop();
     EXPECT_EQ(rec.Calls(), (Calls{"glClear(GL_COLOR_BUFFER_BIT)"}));
-    EXPECT_FALSE(v.GetCurrent());
-    EXPECT_TRUE(test::ColorNear(ViewImage(v).At(3, 3), {0, 0, 255, 255}, 0));
-}
+    EXPECT_FALSE(keeper.GetCurrent());
+    EXPECT_TRUE(test::ColorNear(ViewImage(keeper).At(3, 3), {0, 0, 255, 255}, 0));
 
-TEST_F(ViewTest, DestroyingTheViewFreesListsCachedInIt) {
-    TOrnView keeper(nullptr); // shares the lists, so they can be looked for afterwards
-    keeper.OpenGLConnect();
-    TOrnObject object(nullptr);
+    TOrnObject object(nullptr), other(nullptr);
     object.SetCached(true);
+    std::vector<std::pair<TObject*, int>> told;
+    std::vector<int> handed;
     GLuint list = 0;
     {
         TOrnView v(nullptr);
+        v.OnNextID = [&](TObject* o, int index) { told.emplace_back(o, index); };
+        v.OnRender = [&](TOrnView* view) {
+            handed.push_back(view->GetNextID(&object, -1));
+            handed.push_back(view->GetNextID(&other, 3));
+            object.Render(view);
+        };
         v.OpenGLConnect();
-        v.OnRender = [&](TOrnView* view) { object.Render(view); };
         v.RenderScene();
+        v.RenderScene();
+        EXPECT_EQ(handed, (std::vector<int>{1, 2, 1, 2}));
+        EXPECT_EQ(told, (std::vector<std::pair<TObject*, int>>{
+                            {&object, -1}, {&other, 3}, {&object, -1}, {&other, 3}}));
         EXPECT_EQ(object.View(), &v);
         list = object.ListId();
         ASSERT_NE(list, 0u);
@@ -209,27 +235,25 @@ TEST_F(ViewTest, DestroyingTheViewFreesListsCachedInIt) {
 }
 
 // Logs what reaches it, and answers as told.
-class RecordingController : public TOrnCustomController {
-public:
+struct RecordingController : TOrnCustomController {
     RecordingController(TComponent* owner, Calls& log) : TOrnCustomController(owner), fLog(log) {}
     bool answer = false;
+    Calls& fLog;
 
     bool HandleKey(std::uint16_t key, TShiftState shift) override {
         return Log("key " + std::to_string(key) + (shift.Contains(ssCtrl) ? " ctrl" : ""));
     }
     bool HandleMouseDown(TMouseButton b, TShiftState, int x, int y) override { return Log("down", b, x, y); }
-    bool HandleMouseMove(TShiftState shift, int x, int y) override {
-        return Log("move", shift.Contains(ssLeft), x, y);
+    bool HandleMouseMove(TShiftState s, int x, int y) override {
+        return Log("move", s.Contains(ssLeft), x, y);
     }
     bool HandleMouseUp(TMouseButton b, TShiftState, int x, int y) override { return Log("up", b, x, y); }
-
-private:
     bool Log(std::string line, int b = -1, int x = 0, int y = 0) {
-        if (b >= 0) line += " " + std::to_string(b) + " " + std::to_string(x) + "," + std::to_string(y);
-        fLog.push_back(line);
+        fLog.push_back(b < 0 ? line
+                             : line + " " + std::to_string(b) + " " + std::to_string(x) + "," +
+                                   std::to_string(y));
         return answer;
     }
-    Calls& fLog;
 };
 
 TEST_F(ViewTest, InputReachesTheViewEventsThenTheController) {
@@ -267,6 +291,31 @@ TEST_F(ViewTest, InputReachesTheViewEventsThenTheController) {
     delete controller;
     EXPECT_EQ(v.Controller(), nullptr);
     v.MouseMove({}, 1, 1); // nothing to forward to
+}
+
+TEST(GlfwKeyToVirtualKey, TranslatesTheKeysControllersUseAndGivesZeroForTheRest) {
+    // Runs of keys, each onto a run of virtual keys from its first.
+    for (auto [first, last, vk] : {std::tuple{GLFW_KEY_A, GLFW_KEY_Z, 'A'},
+                                   {GLFW_KEY_0, GLFW_KEY_9, '0'},
+                                   {GLFW_KEY_F1, GLFW_KEY_F12, 112},
+                                   {GLFW_KEY_KP_0, GLFW_KEY_KP_9, 96}})
+        for (int key = first; key <= last; ++key)
+            EXPECT_EQ(GlfwKeyToVirtualKey(key), vk + key - first) << key;
+    const int named[] = {GLFW_KEY_SPACE,   GLFW_KEY_ESCAPE,      GLFW_KEY_ENTER,      GLFW_KEY_KP_ENTER,
+                         GLFW_KEY_TAB,     GLFW_KEY_BACKSPACE,   GLFW_KEY_INSERT,     GLFW_KEY_DELETE,
+                         GLFW_KEY_LEFT,    GLFW_KEY_UP,          GLFW_KEY_RIGHT,      GLFW_KEY_DOWN,
+                         GLFW_KEY_PAGE_UP, GLFW_KEY_PAGE_DOWN,   GLFW_KEY_HOME,       GLFW_KEY_END,
+                         GLFW_KEY_KP_ADD,  GLFW_KEY_KP_SUBTRACT, GLFW_KEY_LEFT_SHIFT, GLFW_KEY_RIGHT_CONTROL,
+                         GLFW_KEY_UNKNOWN, GLFW_KEY_WORLD_1,     GLFW_KEY_MENU,       GLFW_KEY_GRAVE_ACCENT};
+    std::vector<int> got;
+    for (int key : named)
+        got.push_back(GlfwKeyToVirtualKey(key));
+    EXPECT_EQ(got, (std::vector<int>{VK_SPACE,  VK_ESCAPE,  VK_RETURN, VK_RETURN, VK_TAB,   VK_BACK,
+                                     VK_INSERT, VK_DELETE,  VK_LEFT,   VK_UP,     VK_RIGHT, VK_DOWN,
+                                     VK_PRIOR,  VK_NEXT,    VK_HOME,   VK_END,    VK_ADD,   VK_SUBTRACT,
+                                     VK_SHIFT,  VK_CONTROL, 0,         0,         0,        0}));
+    EXPECT_EQ(GlfwKeyToVirtualKey(100000), 0);
+    EXPECT_EQ(GlfwKeyToVirtualKey(-7), 0);
 }
 
 } // namespace

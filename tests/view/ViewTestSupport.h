@@ -8,10 +8,21 @@
 #include <GL/gl.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <string>
 
 namespace orn::test {
+
+/// For EXPECT_TRUE(VectorNear(point, {1, 0.5, 0}, 1e-6)): the message shows both points.
+inline ::testing::AssertionResult VectorNear(const TOrnMathVector& a, const TOrnMathVector& b,
+                                             double tolerance) {
+    if (std::abs(a.x - b.x) <= tolerance && std::abs(a.y - b.y) <= tolerance &&
+        std::abs(a.z - b.z) <= tolerance)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "(" << a.x << ", " << a.y << ", " << a.z << ") is not within "
+                                         << tolerance << " of (" << b.x << ", " << b.y << ", " << b.z << ")";
+}
 
 /// Tests of views on the headless surface: skipped only where EGL has no display at all. Views
 /// leave no context bound behind them.

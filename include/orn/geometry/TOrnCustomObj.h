@@ -67,11 +67,14 @@ public:
     /// A mesh kept as the application gives it and laid down at every build, before OnConstruct
     /// adds to it: positions and normals 3 per point (no normals: computed as AutoCalcNormals
     /// says; exactly 3 values: that one normal on every point), texture coordinates 2 or 3 per point (none:
-    /// as TextureFlags makes them), indices into the points forming primitives of type. Throws EOrnError,
+    /// as TextureFlags makes them), indices into the points forming primitives of type, and edge
+    /// flags one per point (none: every edge shows; 0: the edge from that point to the next corner of
+    /// its polygon is left out when polygons are drawn as outlines or points). Throws EOrnError,
     /// keeping the previous mesh, when the sizes disagree, an index is out of range or type is not a GL
     /// primitive.
     void SetMesh(std::vector<double> positions, std::vector<double> normals, std::vector<double> texCoords,
-                 std::vector<std::uint32_t> indices, GLenum type = GL_TRIANGLES);
+                 std::vector<std::uint32_t> indices, GLenum type = GL_TRIANGLES,
+                 std::vector<std::uint8_t> edgeFlags = {});
     /// Drops the mesh given to SetMesh.
     void ClearMesh();
 

@@ -41,7 +41,9 @@ struct TOrnDXFReport {
 /// it, holding one object per colour with the layer's points, lines and triangles; blocks are built
 /// once (in a disabled node "*Blocks") and every INSERT is a node with its transformation that links
 /// to the block's node. Items are owned by the target node's owner. Bad entities are reported and
-/// left out; the rest of the file still imports.
+/// left out; the rest of the file still imports. Faces carry edge flags, so that drawn as outlines
+/// (TOrnAttributes' polygon mode) they show the edges a CAD program shows: no diagonals of split
+/// quads, none of a 3DFACE's or a polyface mesh's invisible edges.
 class TOrnDXFImport : public TComponent {
     ORN_CLASS(TOrnDXFImport)
 public:

@@ -232,17 +232,23 @@ private:
                 AdviseHugePages(indices.data(), count * sizeof(std::uint32_t));
                 indices.resize(count);
                 std::iota(indices.begin(), indices.end(), 0u);
+                std::vector<std::uint8_t> edges;
+                if (type == GL_TRIANGLES && !batch.edges.empty())
+                    edges.assign(batch.edges.begin() + static_cast<std::ptrdiff_t>(first),
+                                 batch.edges.begin() + static_cast<std::ptrdiff_t>(first + count));
                 auto* obj = new TOrnCustomObj(fOwner);
                 parent.Add(obj);
                 obj->SetAutoCalcNormals(false);
                 obj->Color()->SetColor(color);
-                obj->SetMesh(std::move(positions), std::move(normals), {}, std::move(indices), type);
+                obj->SetMesh(std::move(positions), std::move(normals), {}, std::move(indices), type,
+                             std::move(edges));
             }
             if (release) coords.Clear();
         };
         add(batch.points, GL_POINTS);
         add(batch.lines, GL_LINES);
         add(batch.triangles, GL_TRIANGLES);
+        if (release) std::vector<std::uint8_t>().swap(batch.edges);
     }
 
     /// A flat caption (no depth) per line, in a node of its own that places them. Lines are 5/3 of
@@ -276,9 +282,30 @@ private:
                 obj->Transformation()->SetOrder(toTraRotSca);
                 obj->Transformation()->Translation()->SetValues(0, static_cast<float>(y), 0);
             }
+            if (text.fit > 0) Fit(*obj, text);
             node->Add(obj);
         }
         parent.Add(node);
+    }
+
+    /// Stretches an aligned or fit caption to its baseline's length; only these few captions are
+    /// laid out during the import, since their width depends on their glyphs.
+    void Fit(TOrn3DText& obj, const TextRef& text) {
+        try {
+            obj.Init();
+        } catch (const std::exception& e) {
+            Note(fReport, std::string("an aligned or fit text keeps its height: ") + e.what());
+            return;
+        }
+        const TOrnPrimitivePoints& pool = *obj.Points();
+        double right = 0;
+        for (int i = 0; i < pool.Count(); ++i)
+            right = std::max(right, pool.Vertices()[3 * i]);
+        const double em = std::hypot(text.matrix[0], text.matrix[4], text.matrix[8]);
+        if (right <= 0 || !(em > 0)) return;
+        const auto along = static_cast<float>(text.fit / (right * em));
+        obj.Transformation()->SetOrder(toTraRotSca);
+        obj.Transformation()->Scale()->SetValues(along, text.aligned ? along : 1.0f, 1.0f);
     }
 
     /// A line of text long enough to pass the build limit of one caption would stop the whole
@@ -331,10 +358,7 @@ private:
         fVariants[variant] = node;
         std::map<std::uint32_t, Batch> byColor;
         for (const auto& [k, batch] : b.space.batches) {
-            Batch& into = byColor[Resolve(k.second, byBlock, layer0)];
-            into.points.Append(batch.points);
-            into.lines.Append(batch.lines);
-            into.triangles.Append(batch.triangles);
+            byColor[Resolve(k.second, byBlock, layer0)].Append(batch);
         }
         for (auto& [rgb, batch] : byColor)
             AddObject(*node, rgb, batch, {}, true);

@@ -18,8 +18,7 @@ std::string Describe(const Group& g) {
 void Extrude(Batch& b, const std::vector<Vec>& pts, const Vec& t) {
     for (std::size_t i = 1; i < pts.size(); ++i) {
         const Vec &a = pts[i - 1], &c = pts[i];
-        AddTriangle(b, a, c, c + t);
-        AddTriangle(b, a, c + t, a + t);
+        AddQuad(b, a, c, c + t, a + t);
     }
 }
 
@@ -123,8 +122,7 @@ void LwPolyline(const Ent& e, EntityContext& ctx, Batch& b) {
                 const Vec across = Cross(ocs.az, Normalized(seg[k] - seg[k - 1])) * 0.5;
                 const Vec a = across * (w0 + (w1 - w0) * static_cast<double>(k - 1) / last);
                 const Vec c = across * (w0 + (w1 - w0) * static_cast<double>(k) / last);
-                AddTriangle(b, seg[k - 1] - a, seg[k] - c, seg[k] + c);
-                AddTriangle(b, seg[k - 1] - a, seg[k] + c, seg[k - 1] + a);
+                AddQuad(b, seg[k - 1] - a, seg[k] - c, seg[k] + c, seg[k - 1] + a);
             }
         }
         return;
@@ -147,12 +145,10 @@ void Face(const Ent& e, Batch& b, bool solid) {
         const Ocs ocs = MakeOcs(e.P(210, {0, 0, 1}));
         for (Vec& v : p)
             v = ocs.ToWorld(v);
-        AddTriangle(b, p[0], p[1], p[2]);
-        if (!(p[3] == p[2])) AddTriangle(b, p[1], p[3], p[2]);
+        AddQuad(b, p[0], p[1], p[3], p[2]);
         return;
     }
-    AddTriangle(b, p[0], p[1], p[2]);
-    if (!(p[3] == p[2])) AddTriangle(b, p[0], p[2], p[3]);
+    AddQuad(b, p[0], p[1], p[2], p[3], static_cast<unsigned>(e.I(70, 0)) & 15);
 }
 
 void Spline(const Ent& e, EntityContext& ctx, Batch& b) {
@@ -305,8 +301,36 @@ void AddPolyline(Batch& b, const std::vector<Vec>& pts, bool closed) {
     }
 }
 
-void AddTriangle(Batch& b, const Vec& a, const Vec& c, const Vec& d) {
+void AddTriangle(Batch& b, const Vec& a, const Vec& c, const Vec& d, unsigned shown) {
+    const bool flagged = shown != 7 || !b.edges.empty();
+    if (flagged) b.edges.resize(b.triangles.size() / 3, 1); // the corners before these show all
     b.triangles.Append({a.x, a.y, a.z, c.x, c.y, c.z, d.x, d.y, d.z});
+    if (flagged)
+        for (int i = 0; i < 3; ++i)
+            b.edges.push_back(static_cast<std::uint8_t>(shown >> i & 1));
+}
+
+void AddQuad(Batch& b, const Vec& p0, const Vec& p1, const Vec& p2, const Vec& p3, unsigned hidden) {
+    const unsigned shown = ~hidden & 15;
+    if (p3 == p2) {
+        AddTriangle(b, p0, p1, p2, (shown & 3) | (shown >> 1 & 4));
+        return;
+    }
+    AddTriangle(b, p0, p1, p2, shown & 3);
+    AddTriangle(b, p0, p2, p3, shown >> 1 & 6);
+}
+
+void Batch::Append(const Batch& other) {
+    const bool flagged = !edges.empty() || !other.edges.empty();
+    if (flagged) edges.resize(triangles.size() / 3, 1);
+    points.Append(other.points);
+    lines.Append(other.lines);
+    triangles.Append(other.triangles);
+    if (!flagged) return;
+    if (other.edges.empty())
+        edges.resize(triangles.size() / 3, 1);
+    else
+        edges.insert(edges.end(), other.edges.begin(), other.edges.end());
 }
 
 /// The entity's layer and colour key; false when its layer is hidden.
@@ -360,22 +384,34 @@ void Text(std::string_view type, const Ent& e, EntityContext& ctx) {
     } else {
         const std::int64_t h = e.I(72, 0);
         const std::int64_t v = e.I(73, 0);
-        t.align = h == 1 || h == 4 ? 1 : h == 2 ? 2 : 0;
-        t.valign = h == 4 ? 2 : v >= 0 && v <= 3 ? static_cast<int>(v) : 0;
-        // The alignment point decides unless the text is left-aligned on its baseline.
-        if ((h != 0 || v != 0) && e.Find(11)) at = e.P(11);
-        at = ocs.ToWorld(at);
         const double a = e.D(50, 0) * kDeg;
         x = ocs.ToWorld({std::cos(a), std::sin(a), 0});
+        const Vec along = e.P(11) - at;
+        if ((h == 3 || h == 5) && e.Find(11) && Length(along) > 0 && std::isfinite(Length(along))) {
+            // Aligned or fit: the baseline runs from the first point to the second.
+            t.fit = Length(along);
+            t.aligned = h == 3;
+            x = ocs.ToWorld(along);
+        } else {
+            t.align = h == 1 || h == 4 ? 1 : h == 2 ? 2 : 0;
+            t.valign = h == 4 ? 2 : v >= 0 && v <= 3 ? static_cast<int>(v) : 0;
+            // The alignment point decides unless the text is left-aligned on its baseline.
+            if ((h != 0 || v != 0) && e.Find(11)) at = e.P(11);
+        }
+        at = ocs.ToWorld(at);
     }
     const double len = Length(x);
     if (!std::isfinite(len) || len == 0) throw Bad{e.Where(), "text direction of length 0"};
     x = x * (1 / len);
     const Vec y = Cross(ocs.az, x);
     height /= kCapHeight;
-    t.matrix = {x.x * height, y.x * height, ocs.az.x * height, at.x,
-                x.y * height, y.y * height, ocs.az.y * height, at.y,
-                x.z * height, y.z * height, ocs.az.z * height, at.z};
+    // TEXT's relative width (MTEXT's 41 is the width of its frame).
+    double wide = mtext ? 1 : e.D(41, 1);
+    if (!std::isfinite(wide) || wide <= 0) wide = 1;
+    const double xs = height * wide;
+    t.matrix = {x.x * xs, y.x * height, ocs.az.x * height, at.x,
+                x.y * xs, y.y * height, ocs.az.y * height, at.y,
+                x.z * xs, y.z * height, ocs.az.z * height, at.z};
     for (double v : t.matrix)
         if (!std::isfinite(v)) throw Bad{e.Where(), "text placement is not finite"};
     ctx.space->texts.push_back(std::move(t));

@@ -52,7 +52,11 @@ struct EntityContext {
 Batch* Target(EntityContext& ctx, const Ent& e);
 /// Appends a polyline (closed joins the last point to the first) as segments.
 void AddPolyline(Batch& b, const std::vector<Vec>& pts, bool closed);
-void AddTriangle(Batch& b, const Vec& a, const Vec& c, const Vec& d);
+/// shown: bit 0, 1, 2 for the edges a–c, c–d, d–a in outline drawing.
+void AddTriangle(Batch& b, const Vec& a, const Vec& c, const Vec& d, unsigned shown = 7);
+/// Two triangles whose shared diagonal never shows; hidden: bit 0 … 3 for the edges p0–p1, p1–p2,
+/// p2–p3, p3–p0 left out too (a 3DFACE's flags). One triangle when p3 is p2.
+void AddQuad(Batch& b, const Vec& p0, const Vec& p1, const Vec& p2, const Vec& p3, unsigned hidden = 0);
 
 /// Builds entity type from its groups; false when the type is not one we draw. Throws Bad.
 bool BuildEntity(std::string_view type, const Ent& e, EntityContext& ctx);

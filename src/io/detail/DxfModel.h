@@ -80,7 +80,13 @@ private:
 /// Coordinates as x, y, z triples: loose points, segment ends in pairs, triangle corners in threes.
 struct Batch {
     Coords points, lines, triangles;
+    /// One per triangle corner: whether the edge from it to the next corner shows when faces are
+    /// drawn as outlines (a face's diagonal and a 3DFACE's invisible edges do not). Empty while
+    /// every edge shows.
+    std::vector<std::uint8_t> edges;
     bool Empty() const { return points.empty() && lines.empty() && triangles.empty(); }
+    /// Appends other's geometry.
+    void Append(const Batch& other);
 };
 
 /// Row-major 3 × 4 affine matrix: the block's coordinates into its parent's.
@@ -111,6 +117,11 @@ struct TextRef {
     Affine matrix = kIdentity;
     int align = 0;  ///< 0 left, 1 centre, 2 right
     int valign = 0; ///< where the anchor is on the lines: 0 first baseline, 1 bottom, 2 middle, 3 top
+    /// Aligned and fit text run between two points, this far apart in drawing units (0: neither).
+    /// Its caption's width, known only once its glyphs are laid out, decides the scale along the
+    /// baseline; aligned text keeps its proportions, so its height follows.
+    double fit = 0;
+    bool aligned = false;
 };
 
 /// Model space, paper space or one block.

@@ -22,8 +22,7 @@ void Mesh(const Ent& header, const std::vector<Vec>& v, int flags, Batch& b) {
     };
     for (std::int64_t i = 0; i + 1 < m + (closedM ? 1 : 0); ++i)
         for (std::int64_t j = 0; j + 1 < n + (closedN ? 1 : 0); ++j) {
-            AddTriangle(b, at(i, j), at(i + 1, j), at(i + 1, j + 1));
-            AddTriangle(b, at(i, j), at(i + 1, j + 1), at(i, j + 1));
+            AddQuad(b, at(i, j), at(i + 1, j), at(i + 1, j + 1), at(i, j + 1));
         }
 }
 
@@ -43,21 +42,24 @@ void BuildPolyline(const Ent& header, const std::vector<Ent>& vertices, EntityCo
             if ((v.I(70, 0) & 192) != 128) continue;
             Vec corner[4];
             int count = 0;
+            unsigned hidden = 0;
             for (int code = 71; code <= 74; ++code) {
-                const std::int64_t i = std::llabs(v.I(code, 0)); // negative: an invisible edge
+                const std::int64_t i = v.I(code, 0);
                 if (i == 0) continue;
-                if (i > static_cast<std::int64_t>(positions.size())) {
+                if (std::llabs(i) > static_cast<std::int64_t>(positions.size())) {
                     count = -1;
                     break;
                 }
-                corner[count++] = positions[static_cast<std::size_t>(i - 1)];
+                // A negative index hides the edge that starts at that corner.
+                if (i < 0) hidden |= 1u << count;
+                corner[count++] = positions[static_cast<std::size_t>(std::llabs(i) - 1)];
             }
             if (count < 3) {
                 badFaces += count < 0;
                 continue;
             }
-            AddTriangle(*b, corner[0], corner[1], corner[2]);
-            if (count == 4) AddTriangle(*b, corner[0], corner[2], corner[3]);
+            if (count == 3) hidden = (hidden & 3) | (hidden & 4) << 1; // its third edge closes it
+            AddQuad(*b, corner[0], corner[1], corner[2], count == 4 ? corner[3] : corner[2], hidden);
         }
         if (badFaces)
             Note(ctx.report, "line " + std::to_string(header.Where()) + ": polyface mesh with " +

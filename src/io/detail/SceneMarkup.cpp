@@ -13,6 +13,11 @@ bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
+/// Characters of a value that the reader takes only as character references.
+bool isReplaced(char c) {
+    return c == '"' || c == '<' || c == '>' || c == '/';
+}
+
 /// Anything that can stand in a name: ASCII name characters and every byte of a UTF-8 character.
 bool isNameChar(char c) {
     const auto u = static_cast<unsigned char>(c);
@@ -145,20 +150,22 @@ private:
             Problem(line, "a '<' starts no element");
             return;
         }
-        std::string tag = "<";
-        tag += name;
+        // The tag is written in place and taken back if it turns out cut off.
+        const std::size_t mark = fOut.size();
+        fOut += '<';
+        fOut += name;
         for (;;) {
             const std::size_t before = fPos;
             SkipSpaces();
             if (fPos >= fText.size()) {
                 Problem(line, "the file ends early, inside the start tag of '" + Shown(name) + "'");
+                fOut.resize(mark);
                 return;
             }
             const char c = fText[fPos];
             if (c == '>' || (c == '/' && fPos + 1 < fText.size() && fText[fPos + 1] == '>')) {
                 fPos += c == '>' ? 1 : 2;
-                tag += '>';
-                fOut += tag;
+                fOut += '>';
                 if (c == '/') {
                     fOut += "</";
                     fOut += name;
@@ -168,7 +175,7 @@ private:
                 }
                 return;
             }
-            if (fPos == before || !Attribute(tag, name, line)) {
+            if (fPos == before || !Attribute(name, line)) {
                 // Its attributes up to the malformed one are kept, and the element is read.
                 std::size_t stop = fPos;
                 while (stop < fText.size() && fText[stop] != '>' && fText[stop] != '<')
@@ -177,20 +184,20 @@ private:
                     // Only a complete start tag is taken: a cut one may lack what its keys needed.
                     Problem(line, "the file ends early, inside the start tag of '" + Shown(name) + "'");
                     Advance(stop);
+                    fOut.resize(mark);
                     return;
                 }
                 Problem(line, "the start tag of '" + Shown(name) + "' is malformed");
                 Advance(fText[stop] == '>' ? stop + 1 : stop);
-                tag += '>';
-                fOut += tag;
+                fOut += '>';
                 fOpen.emplace_back(name);
                 return;
             }
         }
     }
 
-    /// name S? = S? quoted value; appended to tag as ` name="value"`.
-    bool Attribute(std::string& tag, std::string_view element, std::size_t line) {
+    /// name S? = S? quoted value; written as ` name="value"`.
+    bool Attribute(std::string_view element, std::size_t line) {
         const std::string_view key = Name();
         if (key.empty()) return false;
         SkipSpaces();
@@ -209,19 +216,23 @@ private:
             Advance(end + 1);
             return true;
         }
-        tag += ' ';
-        tag += key;
-        tag += "=\"";
-        for (std::size_t i = fPos + 1; i < end; ++i) {
-            const char c = fText[i];
-            if (isSpace(c))
-                tag += ' ';
-            else if (c == '"' || c == '<' || c == '>' || c == '/')
-                AppendReference(tag, c);
+        fOut += ' ';
+        fOut += key;
+        fOut += "=\"";
+        // Values are long runs of ordinary characters: copied a run at a time.
+        for (std::size_t i = fPos + 1; i < end;) {
+            std::size_t run = i;
+            while (run < end && !isSpace(fText[run]) && !isReplaced(fText[run]))
+                ++run;
+            fOut.append(fText.data() + i, run - i);
+            if (run == end) break;
+            if (isSpace(fText[run]))
+                fOut += ' ';
             else
-                tag += c;
+                AppendReference(fOut, fText[run]);
+            i = run + 1;
         }
-        tag += '"';
+        fOut += '"';
         Advance(end + 1);
         return true;
     }
