@@ -389,6 +389,12 @@ TEST_F(ExchangeFixture, DamagedFilesLoadWhatTheyHoldAndSaySo) {
         EXPECT_TRUE(*says ? Warned(says) : exchange.Warnings().empty())
             << ::testing::PrintToString(exchange.Warnings());
     }
+    std::string many; // a hostile file is told about in its first hundred problems
+    for (int k = 0; k < 150; ++k)
+        many += "<TEXCHANGEPROBE I=3></TEXCHANGEPROBE>";
+    Load(Scene(many) + '\0');
+    ASSERT_EQ(exchange.Warnings().size(), 101u);
+    EXPECT_EQ(exchange.Warnings().back(), "more problems were not listed");
 
     const std::pair<std::string, std::string> noScenes[] = {
         {"", "empty"},
