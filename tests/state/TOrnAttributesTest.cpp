@@ -1,14 +1,15 @@
-#include <orn/scene/TOrnObject.h>
-#include <orn/scene/TOrnRegistry.h>
 #include <orn/state/TOrnAttributes.h>
+#include <orn/state/TOrnMaterial.h>
+#include <orn/state/TOrnTexture.h>
 
 #include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
 
 #include <GL/gl.h>
+
+#include <functional>
 
 using namespace orn;
 using orn::test::GLRecorder;
@@ -17,14 +18,8 @@ using Calls = std::vector<std::string>;
 
 namespace {
 
-class AttributesGL : public orn::test::GLTest {
+class AttributesGL : public orn::test::ViewGLTest {
 protected:
-    void SetUp() override {
-        GLTest::SetUp();
-        view->RenderState()->BeginFrame();
-    }
-    TComponent form{nullptr};
-    TestView* view = new TestView(&form);
     TOrnAttributes* attr = new TOrnAttributes(&form);
 
     // The calls of the block to the functions named (all of them when none is named).
@@ -36,15 +31,6 @@ protected:
 };
 
 } // namespace
-
-TEST(TOrnAttributes, ObjectForgetsDestroyedAttributes) {
-    TComponent form(nullptr);
-    auto* object = new TOrnObject(&form);
-    auto* a = new TOrnAttributes(&form);
-    object->SetAttributes(a);
-    delete a;
-    EXPECT_EQ(object->Attributes(), nullptr);
-}
 
 TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
     attr->SetAntialiasing(true);
@@ -83,9 +69,7 @@ TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
         glGetIntegerv(name, got);
         EXPECT_EQ(got[0], value) << std::hex << name;
     }
-}
-
-TEST_F(AttributesGL, QualityAndPolygonModeChooseTheirEnumerants) {
+    attr->SetAntialiasing(false);
     attr->SetPerspectiveCorrection(quFastest);
     attr->SetPolygonMode(pmPoint);
     EXPECT_EQ(BlockCalls({"glHint", "glPolygonMode"}),
@@ -124,42 +108,62 @@ TEST_F(AttributesGL, StipplePatternsAndRotation) {
     EXPECT_EQ(BlockCalls({"glLineStipple"}), Calls{}) << "not sent again within the frame";
 }
 
-TEST_F(AttributesGL, SentOncePerFrameAndContextAgainAfterAChangeOrAnotherInBetween) {
-    auto* other = new TOrnAttributes(&form);
-    other->SetLineWidth(5);
-    GLRecorder rec;
-    attr->Render(view);
-    attr->Render(view);
-    other->Render(view);
-    attr->Render(view);
-    attr->SetLineWidth(3);
-    attr->Render(view);
-    attr->Render(view);
-    view->RenderState()->BeginFrame();
-    attr->Render(view);
+// Attributes, materials and textures share the block cache of the render state.
+TEST_F(AttributesGL, EachBlockIsSentOncePerFrameAndContextAgainAfterAChangeOrAnotherInBetween) {
+    const auto texture = [&] {
+        auto* t = new TOrnTexture(&form);
+        t->Bitmap()->SetSize(2, 2);
+        return t;
+    };
+    auto* material = new TOrnMaterial(&form);
+    auto* tex = texture();
+    const struct {
+        TOrnRender *block, *other;
+        const char* call;
+        std::function<void()> change;
+    } blocks[] = {
+        {attr, new TOrnAttributes(&form), "glLineWidth", [&] { attr->SetLineWidth(3); }},
+        {material, new TOrnMaterial(&form), "glMateriali", [&] { material->SetShininess(20); }},
+        {tex, texture(), "glBindTexture", [&] { tex->SetMode(tmDecal); }},
+    };
     auto* bitmapContext = new TestView(&form); // another context knows nothing of the first's state
-    attr->Render(bitmapContext);
-    EXPECT_EQ(rec.Filter({"glLineWidth"}), (Calls{"glLineWidth(0)", "glLineWidth(5)", "glLineWidth(0)",
-                                                  "glLineWidth(3)", "glLineWidth(3)", "glLineWidth(3)"}));
-    rec.Clear();
-    other->SetEnabled(false);
-    other->Render(view);
-    EXPECT_EQ(rec.Calls(), Calls{});
+    for (const auto& b : blocks) {
+        SCOPED_TRACE(b.call);
+        GLRecorder rec;
+        std::vector<std::size_t> sent;
+        const std::function<void()> steps[] = {
+            [&] { b.block->Render(view); },
+            [&] { b.block->Render(view); },
+            [&] { b.other->Render(view); },
+            [&] { b.block->Render(view); },
+            [&] { b.change(), b.block->Render(view); },
+            [&] { b.block->Render(view); },
+            [&] { view->RenderState()->BeginFrame(), b.block->Render(view); },
+            [&] { b.block->Render(bitmapContext); },
+        };
+        for (const auto& step : steps) {
+            step();
+            sent.push_back(rec.Count(b.call));
+        }
+        EXPECT_EQ(sent, (std::vector<std::size_t>{1, 1, 2, 3, 4, 4, 5, 6}));
+    }
+    GLRecorder rec;
+    blocks[0].other->SetEnabled(false);
+    blocks[0].other->Render(view);
+    EXPECT_EQ(rec.Calls(), Calls{}) << "disabled attributes send nothing";
 }
 
 namespace {
 
 // Each case starts a fresh frame on black and applies its attributes to flat, depth-free quads.
-class AttributePixels : public orn::test::GLTest {
+class AttributePixels : public orn::test::ViewGLTest {
 protected:
     void Apply(TOrnAttributes& attr) {
-        view.RenderState()->BeginFrame();
+        view->RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
-        attr.Render(&view);
+        attr.Render(view);
         glDisable(GL_DEPTH_TEST);
     }
-    TComponent form{nullptr};
-    orn::test::TestView view{&form};
 };
 
 void Quad(float x0, float y0, float x1, float y1) {

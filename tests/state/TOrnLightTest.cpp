@@ -3,7 +3,6 @@
 #include <orn/state/TOrnMaterial.h>
 
 #include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
@@ -49,10 +48,8 @@ TEST(TOrnLight, CutOffFollowsTheKindAndANewKindResetsIt) {
 
 namespace {
 
-class LightGL : public orn::test::GLTest {
+class LightGL : public orn::test::ViewGLTest {
 protected:
-    TComponent form{nullptr};
-    TestView* view = new TestView(&form);
     TOrnLight* light = new TOrnLight(&form);
 };
 
@@ -101,17 +98,14 @@ TEST_F(LightGL, LightsShareTheirIDAndADisabledOneSwitchesItOff) {
 
 namespace {
 
-class LitSphere : public orn::test::GLTest {
+class LitSphere : public orn::test::ViewGLTest {
 protected:
-    LitSphere() : GLTest(129, 129) {}
+    LitSphere() : ViewGLTest(129, 129) {}
 };
 
 } // namespace
 
 TEST_F(LitSphere, DirectionalLightAlongTheViewAxisFollowsTheCosineLaw) {
-    TComponent form(nullptr);
-    TestView view(&form);
-    view.RenderState()->BeginFrame();
     ClearTo(0, 0, 0);
     glMatrixMode(GL_PROJECTION);
     glOrtho(-129.0 / 128, 129.0 / 128, -129.0 / 128, 129.0 / 128, -2, 2); // one pixel = 1/64 radius
@@ -125,9 +119,9 @@ TEST_F(LitSphere, DirectionalLightAlongTheViewAxisFollowsTheCosineLaw) {
     light->SetKind(lkDirection); // along +z: towards the viewer, the view axis
     auto* material = new TOrnMaterial(&form);
     material->SetColorAmbient(&black);
-    attributes->Render(&view);
-    light->Render(&view);
-    material->Render(&view);
+    attributes->Render(view);
+    light->Render(view);
+    material->Render(view);
     GLUquadric* q = gluNewQuadric();
     gluQuadricNormals(q, GLU_SMOOTH);
     gluSphere(q, 1.0, 96, 96);

@@ -159,13 +159,8 @@ int ParamCount(unsigned pname) {
     case GL_AMBIENT_AND_DIFFUSE:
     case GL_FOG_COLOR:
     case GL_LIGHT_MODEL_AMBIENT:
-    case GL_TEXTURE_ENV_COLOR:
-    case GL_TEXTURE_BORDER_COLOR:
-    case GL_OBJECT_PLANE:
-    case GL_EYE_PLANE:
         return 4;
     case GL_SPOT_DIRECTION:
-    case GL_COLOR_INDEXES:
         return 3;
     default:
         return 1;

@@ -20,7 +20,6 @@ ORN_GL(void, glGetDoublev, (GLenum pname, GLdouble* p), (pname, p), (En{pname}, 
 ORN_GL(void, glGetFloatv, (GLenum pname, GLfloat* p), (pname, p), (En{pname}, p))
 ORN_GL(void, glGetIntegerv, (GLenum pname, GLint* p), (pname, p), (En{pname}, p))
 ORN_GL(GLenum, glGetError, (void), (), ())
-ORN_GL(const GLubyte*, glGetString, (GLenum name), (name), (En{name}))
 ORN_GL(void, glEnable, (GLenum cap), (cap), (En{cap}))
 ORN_GL(void, glDisable, (GLenum cap), (cap), (En{cap}))
 ORN_GL(GLboolean, glIsEnabled, (GLenum cap), (cap), (En{cap}))
@@ -38,7 +37,6 @@ ORN_GL(void, glColorPointer, (GLint size, GLenum type, GLsizei stride, const GLv
        (size, type, stride, p), (size, En{type}, stride, p))
 ORN_GL(void, glTexCoordPointer, (GLint size, GLenum type, GLsizei stride, const GLvoid* p),
        (size, type, stride, p), (size, En{type}, stride, p))
-ORN_GL(void, glEdgeFlagPointer, (GLsizei stride, const GLvoid* p), (stride, p), (stride, p))
 ORN_GL(void, glEdgeFlag, (GLboolean flag), (flag), (Bool{flag}))
 ORN_GL(void, glDrawElements, (GLenum mode, GLsizei count, GLenum type, const GLvoid* indices),
        (mode, count, type, indices), (Prim{mode}, count, En{type}, indices))
@@ -66,7 +64,6 @@ ORN_GL(GLboolean, glIsList, (GLuint list), (list), (list))
 // Selection names
 ORN_GL(void, glPushName, (GLuint name), (name), (name))
 ORN_GL(void, glPopName, (void), (), ())
-ORN_GL(GLint, glRenderMode, (GLenum mode), (mode), (En{mode}))
 
 // Rasterisation state
 ORN_GL(void, glPolygonMode, (GLenum face, GLenum mode), (face, mode), (En{face}, En{mode}))
@@ -88,7 +85,6 @@ ORN_GL(void, glFinish, (void), (), ())
 
 // Lighting, material, fog, clip planes
 ORN_GL(void, glLightModelfv, (GLenum pname, const GLfloat* p), (pname, p), (En{pname}, PVec(pname, p)))
-ORN_GL(void, glLightModeli, (GLenum pname, GLint param), (pname, param), (En{pname}, IEn{double(param)}))
 ORN_GL(void, glMaterialfv, (GLenum face, GLenum pname, const GLfloat* p), (face, pname, p),
        (En{face}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glMateriali, (GLenum face, GLenum pname, GLint param), (face, pname, param),
@@ -114,10 +110,6 @@ ORN_GL(void, glTexImage2D,
        (En{target}, level, IEn{double(internal)}, w, h, border, En{format}, En{type}, pixels))
 ORN_GL(void, glTexParameteri, (GLenum target, GLenum pname, GLint param), (target, pname, param),
        (En{target}, En{pname}, IEn{double(param)}))
-ORN_GL(void, glTexEnvi, (GLenum target, GLenum pname, GLint param), (target, pname, param),
-       (En{target}, En{pname}, IEn{double(param)}))
-ORN_GL(void, glTexEnviv, (GLenum target, GLenum pname, const GLint* p), (target, pname, p),
-       (En{target}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glPixelStorei, (GLenum pname, GLint param), (pname, param), (En{pname}, param))
 ORN_GL(GLboolean, glIsTexture, (GLuint texture), (texture), (texture))
 

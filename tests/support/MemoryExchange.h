@@ -27,19 +27,6 @@ public:
                 if (strcasecmp(k.c_str(), key.c_str()) == 0) return &v;
             return nullptr;
         }
-        /// The key names in the order written.
-        std::vector<std::string> KeyNames() const {
-            std::vector<std::string> names;
-            for (const auto& kv : keys)
-                names.push_back(kv.first);
-            return names;
-        }
-        std::vector<std::string> ChildTags() const {
-            std::vector<std::string> tags;
-            for (const auto& c : children)
-                tags.push_back(c->tag);
-            return tags;
-        }
     };
 
     MemoryExchange() { fStack.push_back(&root); }
