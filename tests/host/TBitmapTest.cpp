@@ -1,6 +1,7 @@
 #include <orn/host/EOrnError.h>
 #include <orn/host/TBitmap.h>
 
+#include "host/detail/FileTransaction.h"
 #include "support/ErrorText.h"
 
 #include <gtest/gtest.h>
@@ -222,6 +223,35 @@ TEST(TBitmapFiles, AFailedSaveLeavesThePreviousImageAndNoTemporaryFile) {
         EXPECT_EQ(fs::file_size(file), before) << name;
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2);
+    fs::remove_all(dir);
+}
+
+// Files saved together are put in place together: a rename that fails halfway gives the files put
+// before it their old content back and leaves nothing else behind.
+TEST(FileTransaction, ARenameThatFailsPutsTheFilesBeforeItBack) {
+    const fs::path dir = fs::temp_directory_path() / ("orn-commit-" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    std::ofstream(dir / "scene.orngl") << "old scene";
+    {
+        detail::FileTransaction t;
+        t.Write((dir / "scene.orngl").string(), "new scene");
+        t.Write((dir / "new.txt").string(), "side file");
+        t.Write((dir / "blocked.bmp").string(), "bitmap");
+        // Once staged, the last target turns into a folder with something in it: renaming a file
+        // over it fails.
+        fs::create_directories(dir / "blocked.bmp" / "inside");
+        const std::string what = ErrorText([&] { t.Commit(); });
+        EXPECT_NE(what.find("blocked.bmp"), std::string::npos) << what;
+    }
+    std::string kept;
+    std::getline(std::ifstream(dir / "scene.orngl"), kept);
+    EXPECT_EQ(kept, "old scene");
+    EXPECT_FALSE(fs::exists(dir / "new.txt"));
+    std::vector<std::string> left;
+    for (const auto& entry : fs::directory_iterator(dir))
+        left.push_back(entry.path().filename().string());
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left, (std::vector<std::string>{"blocked.bmp", "scene.orngl"}));
     fs::remove_all(dir);
 }
 
