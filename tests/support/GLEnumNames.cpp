@@ -7,7 +7,6 @@
 #include <GL/glu.h>
 
 #include <cmath>
-#include <unordered_map>
 #include <utility>
 
 namespace orn::test::trace {
@@ -125,16 +124,6 @@ const std::pair<unsigned, const char*> kBits[] = {
 };
 #undef N
 
-const std::unordered_map<unsigned, const char*>& EnumTable() {
-    static const std::unordered_map<unsigned, const char*> table = [] {
-        std::unordered_map<unsigned, const char*> t;
-        for (const auto& [value, name] : kEnums)
-            t.emplace(value, name);
-        return t;
-    }();
-    return table;
-}
-
 void AppendHex(std::string& out, unsigned value) {
     char buffer[16];
     std::snprintf(buffer, sizeof buffer, "0x%X", value);
@@ -144,27 +133,16 @@ void AppendHex(std::string& out, unsigned value) {
 } // namespace
 
 const char* EnumName(unsigned value) {
-    const auto& table = EnumTable();
-    const auto found = table.find(value);
-    return found == table.end() ? nullptr : found->second;
+    for (const auto& [v, name] : kEnums)
+        if (v == value) return name;
+    return nullptr;
 }
 
 int ParamCount(unsigned pname) {
-    switch (pname) {
-    case GL_AMBIENT:
-    case GL_DIFFUSE:
-    case GL_SPECULAR:
-    case GL_EMISSION:
-    case GL_POSITION:
-    case GL_AMBIENT_AND_DIFFUSE:
-    case GL_FOG_COLOR:
-    case GL_LIGHT_MODEL_AMBIENT:
-        return 4;
-    case GL_SPOT_DIRECTION:
-        return 3;
-    default:
-        return 1;
-    }
+    for (unsigned four : {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION, GL_POSITION,
+                          GL_AMBIENT_AND_DIFFUSE, GL_FOG_COLOR, GL_LIGHT_MODEL_AMBIENT})
+        if (pname == four) return 4;
+    return pname == GL_SPOT_DIRECTION ? 3 : 1;
 }
 
 void Append(std::string& out, En e) {

@@ -20,16 +20,13 @@ void Record(const char* name, std::string arguments);
 /// The next definition of name after the test binary's own; never null (aborts with the name).
 void* Real(const char* name);
 
-/// Marks the span of a traced GLU call, whose inner gl* calls are not recorded.
-class GluScope {
-public:
-    explicit GluScope(bool glu);
-    ~GluScope();
-    GluScope(const GluScope&) = delete;
-    GluScope& operator=(const GluScope&) = delete;
-
-private:
-    bool fGlu;
+/// How many traced GLU calls are open on this thread: the gl* calls inside them are not recorded.
+inline thread_local int tGluDepth = 0;
+/// Marks the span of a traced call, of GLU or not.
+struct GluScope {
+    explicit GluScope(bool glu) : depth(glu) { tGluDepth += depth; }
+    ~GluScope() { tGluDepth -= depth; }
+    int depth;
 };
 
 /// A parameter whose C type hides its meaning, marked for Append; Kind only tells the markers apart.
