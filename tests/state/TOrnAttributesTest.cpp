@@ -10,6 +10,7 @@
 #include <GL/gl.h>
 
 #include <functional>
+#include <tuple>
 
 using namespace orn;
 using orn::test::GLRecorder;
@@ -54,21 +55,16 @@ TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
     for (GLenum cap : {GL_POINT_SMOOTH, GL_LINE_SMOOTH, GL_POLYGON_SMOOTH, GL_CULL_FACE, GL_DITHER,
                        GL_LIGHTING, GL_BLEND, GL_LINE_STIPPLE})
         EXPECT_TRUE(glIsEnabled(cap)) << std::hex << cap;
-    const std::pair<GLenum, GLint> values[] = {{GL_CULL_FACE_MODE, GL_FRONT},
-                                               {GL_LIGHT_MODEL_TWO_SIDE, 1},
-                                               {GL_POLYGON_MODE, GL_LINE},
-                                               {GL_SHADE_MODEL, GL_FLAT},
-                                               {GL_BLEND_SRC, GL_SRC_ALPHA},
-                                               {GL_BLEND_DST, GL_ONE_MINUS_SRC_ALPHA},
-                                               {GL_LINE_STIPPLE_PATTERN, 0xF0F0},
-                                               {GL_LINE_STIPPLE_REPEAT, 1},
-                                               {GL_LINE_WIDTH, 2},
-                                               {GL_POINT_SIZE, 4}};
-    for (auto [name, value] : values) {
+    std::vector<GLint> values;
+    for (GLenum name :
+         {GL_CULL_FACE_MODE, GL_LIGHT_MODEL_TWO_SIDE, GL_POLYGON_MODE, GL_SHADE_MODEL, GL_BLEND_SRC,
+          GL_BLEND_DST, GL_LINE_STIPPLE_PATTERN, GL_LINE_STIPPLE_REPEAT, GL_LINE_WIDTH, GL_POINT_SIZE}) {
         GLint got[2] = {};
         glGetIntegerv(name, got);
-        EXPECT_EQ(got[0], value) << std::hex << name;
+        values.push_back(got[0]);
     }
+    EXPECT_EQ(values, (std::vector<GLint>{GL_FRONT, 1, GL_LINE, GL_FLAT, GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA,
+                                          0xF0F0, 1, 2, 4}));
     attr->SetAntialiasing(false);
     attr->SetPerspectiveCorrection(quFastest);
     attr->SetPolygonMode(pmPoint);
@@ -182,19 +178,15 @@ TEST_F(AttributePixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
         TOrnTransparencyMode mode;
         orn::test::Rgba below, overlap, above;
     };
-    // On grey: opaque red below, blue with alpha 0.5 above.
+    // On grey: opaque red below, blue with alpha 0.5 above. Alpha: src·a + dst·(1 − a); add alpha:
+    // src·a + dst; add colour: src·dst + dst·src; subtract colour: src·(1 − dst) + dst·(1 − src); none:
+    // the upper quad replaces.
     const Case cases[] = {
-        {tmAlpha, {255, 0, 0, 255}, {128, 0, 128, 191}, {64, 64, 191, 191}}, // src·a + dst·(1 − a)
-        {tmAddAlpha, {255, 128, 128, 255}, {255, 128, 255, 255}, {128, 128, 255, 255}}, // src·a + dst
-        {tmAddColor, {255, 0, 0, 255}, {0, 0, 0, 255}, {0, 0, 255, 255}},               // src·dst + dst·src
-        {tmSubColor,
-         {128, 128, 128, 0},
-         {128, 128, 128, 128},
-         {128, 128, 128, 128}}, // src·(1 − dst) + dst·(1 − src)
-        {tmNone,
-         {255, 0, 0, 255},
-         {0, 0, 255, 128},
-         {0, 0, 255, 128}}, // no blending: the upper quad replaces
+        {tmAlpha, {255, 0, 0, 255}, {128, 0, 128, 191}, {64, 64, 191, 191}},
+        {tmAddAlpha, {255, 128, 128, 255}, {255, 128, 255, 255}, {128, 128, 255, 255}},
+        {tmAddColor, {255, 0, 0, 255}, {0, 0, 0, 255}, {0, 0, 255, 255}},
+        {tmSubColor, {128, 128, 128, 0}, {128, 128, 128, 128}, {128, 128, 128, 128}},
+        {tmNone, {255, 0, 0, 255}, {0, 0, 255, 128}, {0, 0, 255, 128}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(kTransparencyModeNames[c.mode]);
@@ -213,20 +205,15 @@ TEST_F(AttributePixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
 }
 
 TEST_F(AttributePixels, CullFaceHidesTheFacesItNames) {
-    struct Case {
-        TOrnCullFace cull;
-        bool frontShows;
-        bool backShows;
-    };
-    const Case cases[] = {{cfNone, true, true}, {cfBack, true, false}, {cfFront, false, true}};
-    for (const Case& c : cases) {
+    for (auto [cull, frontShows, backShows] :
+         {std::tuple{cfNone, true, true}, {cfBack, true, false}, {cfFront, false, true}}) {
         TOrnAttributes attr(nullptr);
-        attr.SetCullFace(c.cull);
+        attr.SetCullFace(cull);
         Apply(attr);
         glColor3f(1, 1, 1);
         Quad(-1, -1, 0, 1); // counter-clockwise: the front face, on the left
         Quad(1, -1, 0, 1);  // clockwise: the back face, on the right
-        EXPECT_EQ(ReadPixel(16, 32)[0] > 128, c.frontShows) << kCullFaceNames[c.cull];
-        EXPECT_EQ(ReadPixel(48, 32)[0] > 128, c.backShows) << kCullFaceNames[c.cull];
+        EXPECT_EQ(ReadPixel(16, 32)[0] > 128, frontShows) << kCullFaceNames[cull];
+        EXPECT_EQ(ReadPixel(48, 32)[0] > 128, backShows) << kCullFaceNames[cull];
     }
 }

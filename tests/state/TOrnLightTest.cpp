@@ -11,6 +11,7 @@
 #include <GL/glu.h>
 
 #include <cmath>
+#include <tuple>
 
 using namespace orn;
 using orn::test::GLRecorder;
@@ -18,24 +19,18 @@ using orn::test::TestView;
 using Calls = std::vector<std::string>;
 
 TEST(TOrnLight, CutOffFollowsTheKindAndANewKindResetsIt) {
-    struct Case {
-        TLightKind kind;
-        float set;
-        float expected;
-    };
-    const Case cases[] = {
-        {lkPoint, 45, 180}, {lkDirection, 10, 180}, {lkSpot, 45, 45},
-        {lkSpot, 120, 90},  {lkSpot, -5, 0},        {lkSpot, 90, 90},
-    };
-    for (const Case& c : cases) {
+    const std::tuple<TLightKind, float, float> cases[] = {{lkPoint, 45, 180}, {lkDirection, 10, 180},
+                                                          {lkSpot, 45, 45},   {lkSpot, 120, 90},
+                                                          {lkSpot, -5, 0},    {lkSpot, 90, 90}};
+    for (auto [kind, set, expected] : cases) {
         TOrnLight l(nullptr);
-        l.SetKind(c.kind);
+        l.SetKind(kind);
         int changes = 0;
         l.OnChange = [&changes](TObject*) { ++changes; };
-        l.SetCutOff(c.set);
-        EXPECT_EQ(l.CutOff(), c.expected) << kLightKindNames[c.kind] << " " << c.set;
+        l.SetCutOff(set);
+        EXPECT_EQ(l.CutOff(), expected) << kLightKindNames[kind] << " " << set;
         // Any value other than the stored one is told, also one the kind or the clamp refuses.
-        EXPECT_EQ(changes, c.kind == lkSpot && c.set == 90 ? 0 : 1) << c.set; // a new spot holds 90
+        EXPECT_EQ(changes, kind == lkSpot && set == 90 ? 0 : 1) << set; // a new spot holds 90
     }
     TOrnLight l(nullptr);
     l.SetKind(lkSpot);

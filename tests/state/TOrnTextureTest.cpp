@@ -261,29 +261,25 @@ TEST_F(TextureGL, ImageStandsUprightAndRepeatsAsTheTextureTransformationScalesIt
 }
 
 TEST_F(TextureGL, ModesCombineTexelAndFragmentAsNamed) {
-    struct Case {
-        TOrnTexMode mode;
-        orn::test::Rgba colour;
-    };
     // A white texel of alpha 0.5 over a blue fragment; the blend colour is green.
-    const Case cases[] = {{tmModulate, {0, 0, 255, 128}},
-                          {tmDecal, {128, 128, 255, 255}},
-                          {tmBlend, {0, 255, 0, 128}},
-                          {tmReplace, {255, 255, 255, 128}}};
+    const std::pair<TOrnTexMode, orn::test::Rgba> cases[] = {{tmModulate, {0, 0, 255, 128}},
+                                                             {tmDecal, {128, 128, 255, 255}},
+                                                             {tmBlend, {0, 255, 0, 128}},
+                                                             {tmReplace, {255, 255, 255, 128}}};
     auto* t = new TOrnTexture(&form);
     TBitmap white(1, 1);
     white.SetPixel(0, 0, clWhite);
     t->SetBitmap(&white);
     t->SetAlpha(0.5f);
     t->BlendColor()->SetColor(clLime);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(static_cast<int>(c.mode));
+    for (const auto& [mode, colour] : cases) {
+        SCOPED_TRACE(static_cast<int>(mode));
         view->RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
-        t->SetMode(c.mode);
+        t->SetMode(mode);
         t->Render(view);
         TexturedQuad(0, 0, 1);
-        EXPECT_TRUE(ColorNear(ReadPixel(32, 32), c.colour));
+        EXPECT_TRUE(ColorNear(ReadPixel(32, 32), colour));
     }
     // With alpha transparency, 0.25 of white over blue.
     auto* attr = new TOrnAttributes(&form);
