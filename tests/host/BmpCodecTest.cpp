@@ -235,7 +235,7 @@ TEST(BmpCorpus, TruncatedBuffersAreRefusedAtEveryLength) {
     }
 }
 
-TEST(BmpCodec, Rle8RunsDeltasLiteralsAndSkippedPixels) {
+TEST(BmpCodec, Rle8RunsDeltasLiteralsAndSkippedPixelsAndStreamsThatLeaveTheBitmapAreRefused) {
     const auto file = Rle8File({
         2, 1,          // bottom row: two red
         0, 2, 1, 1,    // delta to x 3 of the middle row
@@ -247,10 +247,22 @@ TEST(BmpCodec, Rle8RunsDeltasLiteralsAndSkippedPixels) {
     TBitmap bmp;
     bmp.LoadFromMemory(file.data(), file.size());
     const TColor k = clBlack, r = clRed, g = clLime;
-    const std::vector<std::vector<TColor>> expected = {{g, r, g, k}, {k, k, k, g}, {r, r, k, k}};
+    std::vector<TColor> pixels;
     for (int y = 0; y < 3; ++y)
         for (int x = 0; x < 4; ++x)
-            EXPECT_EQ(bmp.Pixel(x, y), expected[y][x]) << x << "," << y;
+            pixels.push_back(bmp.Pixel(x, y));
+    EXPECT_EQ(pixels, (std::vector<TColor>{g, r, g, k, k, k, k, g, r, r, k, k})) << "rows top down";
+    // Streams that leave the bitmap or the palette are refused, saying why.
+    const std::vector<std::pair<Bytes, std::string>> broken = {
+        {{5, 1, 0, 1}, "outside the bitmap"},             // run longer than the row
+        {{0, 3, 1, 1, 1}, "end-of-bitmap"},               // literal whose word padding is missing
+        {{0, 3, 1, 1, 9, 0, 0, 1}, "palette index 9"},    // index outside the palette of 3
+        {{0, 2, 5, 0, 0, 1}, "delta"},                    // delta past the right edge
+        {{0, 0, 0, 0, 0, 0, 0, 0}, "below the last row"}, // end of line below the last row
+        {{2, 1}, "end-of-bitmap"},                        // no end mark
+    };
+    for (const auto& [stream, reason] : broken)
+        EXPECT_NE(Refusal(Rle8File(stream)).find(reason), std::string::npos) << Refusal(Rle8File(stream));
 }
 
 TEST(BmpCodec, PixelsReadLeftmostFromTheHighBitsAndRle4FromTheHighNibble) {
@@ -273,17 +285,4 @@ TEST(BmpCodec, BitFieldChannelsScaleToEightBitsRoundedAndBrokenMasksAreRefused) 
     EXPECT_EQ(bmp.Pixel(1, 0), RGB(255, 255, 255));
     EXPECT_NE(Refusal(BmpFile(2, 1, 16, 3, {}, pixels, {0xF800, 0xF81F, 0x001F})), "") << "overlapping";
     EXPECT_NE(Refusal(BmpFile(2, 1, 16, 3, {}, pixels, {0xF800, 0x05E0, 0x001F})), "") << "with a hole";
-}
-
-TEST(BmpCodec, Rle8StreamsThatLeaveTheBitmapOrThePaletteAreRefused) {
-    const std::vector<std::pair<Bytes, std::string>> broken = {
-        {{5, 1, 0, 1}, "outside the bitmap"},             // run longer than the row
-        {{0, 3, 1, 1, 1}, "end-of-bitmap"},               // literal whose word padding is missing
-        {{0, 3, 1, 1, 9, 0, 0, 1}, "palette index 9"},    // index outside the palette of 3
-        {{0, 2, 5, 0, 0, 1}, "delta"},                    // delta past the right edge
-        {{0, 0, 0, 0, 0, 0, 0, 0}, "below the last row"}, // end of line below the last row
-        {{2, 1}, "end-of-bitmap"},                        // no end mark
-    };
-    for (const auto& [stream, reason] : broken)
-        EXPECT_NE(Refusal(Rle8File(stream)).find(reason), std::string::npos) << Refusal(Rle8File(stream));
 }
