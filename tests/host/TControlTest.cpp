@@ -47,8 +47,9 @@ TEST(TControlParent, RoutesToTheTopmostVisibleEnabledControlInItsOwnPixels) {
     EXPECT_TRUE(parent.DispatchMouseDown(mbLeft, {}, 40, 45));
     above.SetVisible(false);
     EXPECT_TRUE(parent.DispatchMouseDown(mbLeft, {}, 40, 45));
-    EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, 5, 5));   // nothing there: the parent's own
-    EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, 60, 60)); // right edge is outside
+    EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, 5, 5)); // nothing there: the parent's own
+    for (auto [x, y] : {std::pair{60, 40}, {40, 60}})         // the right and bottom edges are outside
+        EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, x, y)) << x << "," << y;
     below.SetEnabled(false);
     std::uint16_t key = 'A';
     EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, 40, 45)) << "a disabled control takes nothing";

@@ -242,22 +242,22 @@ TEST_F(TextureGL, SidesAreScaledToPowersOfTwoKeepingThePicture) {
 
 TEST_F(TextureGL, ImageStandsUprightAndRepeatsAsTheTextureTransformationScalesIt) {
     TOrnTexture* t = NewTexture();
-    t->Transformation()->Scale()->SetValues(2, 1, 1); // two repeats across, one down
+    t->Transformation()->Scale()->SetValues(4, 2, 1); // four repeats across, two down
     t->Render(view);
     GLint mode = 0;
     glGetIntegerv(GL_MATRIX_MODE, &mode);
     EXPECT_EQ(mode, GL_MODELVIEW);
     ClearTo(0, 0, 0);
-    TexturedQuad(); // squares of 16 × 32 pixels
+    TexturedQuad(); // texels of 8 × 16 pixels
     const orn::test::Rgba red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255},
         white{255, 255, 255, 255};
     const orn::test::Rgba rows[2][2] = {{red, green}, {blue, white}};
-    for (int j = 0; j < 2; ++j)
-        for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j)
+        for (int i = 0; i < 8; ++i)
             // Near the corners too: the edges fall exactly between texels.
-            for (int d : {1, 8, 14})
-                EXPECT_TRUE(ColorNear(ReadPixelTop(i * 16 + d, j * 32 + 2 * d), rows[j][i % 2]))
-                    << "square " << i << ", " << j;
+            for (int d : {1, 4, 7})
+                EXPECT_TRUE(ColorNear(ReadPixelTop(i * 8 + d, j * 16 + 2 * d), rows[j % 2][i % 2]))
+                    << "texel " << i << ", " << j;
 }
 
 TEST_F(TextureGL, ModesCombineTexelAndFragmentAsNamed) {
