@@ -54,6 +54,7 @@ TEST(TControlParent, RoutesToTheTopmostVisibleEnabledControlInItsOwnPixels) {
     std::uint16_t key = 'A';
     EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, 40, 45)) << "a disabled control takes nothing";
     EXPECT_FALSE(parent.DispatchKeyDown(key, {}));
+    EXPECT_EQ(parent.FocusedControl(), nullptr);
     EXPECT_EQ(above.events, (Events{"down 10,15"}));
     EXPECT_EQ(below.events, (Events{"down 30,35"}));
 }
