@@ -19,8 +19,6 @@ const std::pair<unsigned, const char*> kEnums[] = {
     // matrices, render modes, lists
     N(GL_MODELVIEW),
     N(GL_PROJECTION),
-    N(GL_TEXTURE),
-    N(GL_RENDER),
     N(GL_COMPILE),
     N(GL_COMPILE_AND_EXECUTE),
     // capabilities
@@ -99,12 +97,9 @@ const std::pair<unsigned, const char*> kEnums[] = {
     // queries
     N(GL_MODELVIEW_MATRIX),
     N(GL_PROJECTION_MATRIX),
-    N(GL_TEXTURE_MATRIX),
     N(GL_MATRIX_MODE),
     N(GL_MODELVIEW_STACK_DEPTH),
-    N(GL_PROJECTION_STACK_DEPTH),
     N(GL_ATTRIB_STACK_DEPTH),
-    N(GL_RENDER_MODE),
     // GLU
     N(GLU_SMOOTH),
 };
@@ -113,15 +108,8 @@ const char* const kPrimitives[] = {"GL_POINTS",     "GL_LINES",          "GL_LIN
                                    "GL_TRIANGLES",  "GL_TRIANGLE_STRIP", "GL_TRIANGLE_FAN", "GL_QUADS",
                                    "GL_QUAD_STRIP", "GL_POLYGON"};
 
-const std::pair<unsigned, const char*> kBits[] = {
-    N(GL_COLOR_BUFFER_BIT), N(GL_DEPTH_BUFFER_BIT), N(GL_STENCIL_BUFFER_BIT),
-    N(GL_ACCUM_BUFFER_BIT), N(GL_CURRENT_BIT),      N(GL_POINT_BIT),
-    N(GL_LINE_BIT),         N(GL_POLYGON_BIT),      N(GL_POLYGON_STIPPLE_BIT),
-    N(GL_PIXEL_MODE_BIT),   N(GL_LIGHTING_BIT),     N(GL_FOG_BIT),
-    N(GL_VIEWPORT_BIT),     N(GL_TRANSFORM_BIT),    N(GL_ENABLE_BIT),
-    N(GL_HINT_BIT),         N(GL_EVAL_BIT),         N(GL_LIST_BIT),
-    N(GL_TEXTURE_BIT),      N(GL_SCISSOR_BIT),
-};
+const std::pair<unsigned, const char*> kBits[] = {N(GL_COLOR_BUFFER_BIT), N(GL_DEPTH_BUFFER_BIT),
+                                                  N(GL_SCISSOR_BIT)};
 #undef N
 
 void AppendHex(std::string& out, unsigned value) {
