@@ -75,7 +75,6 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_SHININESS),
     N(GL_AMBIENT_AND_DIFFUSE),
     N(GL_LIGHT_MODEL_AMBIENT),
-    N(GL_LIGHT_MODEL_TWO_SIDE),
     // fog
     N(GL_FOG_MODE),
     N(GL_FOG_DENSITY),
@@ -85,23 +84,9 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_LINEAR),
     N(GL_EXP),
     N(GL_EXP2),
-    // textures
-    N(GL_TEXTURE_MIN_FILTER),
-    N(GL_TEXTURE_MAG_FILTER),
-    N(GL_NEAREST),
-    // pixel formats and storage
+    // pixel formats
     N(GL_RGBA),
-    N(GL_DEPTH_COMPONENT),
-    N(GL_PACK_ALIGNMENT),
     N(GL_LESS),
-    // queries
-    N(GL_MODELVIEW_MATRIX),
-    N(GL_PROJECTION_MATRIX),
-    N(GL_MATRIX_MODE),
-    N(GL_MODELVIEW_STACK_DEPTH),
-    N(GL_ATTRIB_STACK_DEPTH),
-    // GLU
-    N(GLU_SMOOTH),
 };
 
 const char* const kPrimitives[] = {"GL_POINTS",     "GL_LINES",          "GL_LINE_LOOP",    "GL_LINE_STRIP",
