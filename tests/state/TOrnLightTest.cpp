@@ -10,7 +10,6 @@
 #include <GL/gl.h>
 #include <GL/glu.h>
 
-#include <cmath>
 #include <tuple>
 
 using namespace orn;
