@@ -22,13 +22,7 @@ struct EditFixture : ::testing::Test {
         obj->AddTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
         obj->AddTriangle({0, 1, 0}, {1, 0, 0}, {1, 1, 0});
     }
-    int OpenEdges(bool weld = true) {
-        std::vector<T2DIntPoint> edges;
-        int count = -1;
-        obj->GetOpenEdges(edges, count, weld);
-        EXPECT_EQ(count, static_cast<int>(edges.size()));
-        return count;
-    }
+    int OpenEdges(bool weld = true) { return test::OpenEdges(*obj, weld); }
 };
 
 /// The faces' normals from the winding, each checked to point away from centre.
@@ -53,25 +47,23 @@ void expectFacesOutward(TOrnPrimitiveObj& o, const TOrnMathVector& centre) {
 
 } // namespace
 
-TEST_F(EditFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRuns) {
+TEST_F(EditFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRunsWithCoincidentPointsWelded) {
     Square();
     std::vector<T2DIntPoint> edges;
     int count = 0;
     obj->GetOpenEdges(edges, count, false);
     EXPECT_EQ(edges, (std::vector<T2DIntPoint>{{0, 1}, {2, 0}, {1, 3}, {3, 2}}));
-    obj->CloseEdges();
+    obj->CloseEdges(); // the same square far away
     obj->AddTriangle({5, 5, 0}, {6, 5, 0}, {5, 6, 0});
-    obj->AddTriangle({5, 6, 0}, {6, 5, 0}, {6, 6, 0}); // the same shape far away, welded
+    obj->AddTriangle({5, 6, 0}, {6, 5, 0}, {6, 6, 0});
     EXPECT_EQ(OpenEdges(false), 8);
-}
-
-TEST_F(EditFixture, WeldingCountsCoincidentPointsAsOne) {
-    obj->AddTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-    obj->CloseEdges(); // the second triangle gets points of its own at the same places
-    obj->AddTriangle({0, 1, 0}, {1, 0, 0}, {1, 1, 0});
-    EXPECT_EQ(obj->Points()->Count(), 6);
-    EXPECT_EQ(OpenEdges(false), 6);
-    EXPECT_EQ(OpenEdges(true), 4);
+    obj->CloseEdges(); // and again, its second triangle with points of its own at the same places
+    obj->AddTriangle({9, 9, 0}, {10, 9, 0}, {9, 10, 0});
+    obj->CloseEdges();
+    obj->AddTriangle({9, 10, 0}, {10, 9, 0}, {10, 10, 0});
+    EXPECT_EQ(obj->Points()->Count(), 4 + 4 + 6);
+    EXPECT_EQ(OpenEdges(false), 8 + 6);
+    EXPECT_EQ(OpenEdges(true), 8 + 4);
 }
 
 TEST_F(EditFixture, ExtrudingMakesClosedOutwardSolidsOrOpenTubes) {
@@ -83,8 +75,7 @@ TEST_F(EditFixture, ExtrudingMakesClosedOutwardSolidsOrOpenTubes) {
                     obj->Points()->GetVector(i, daVertex).z <= 2);
     expectFacesOutward(*obj, {0.5, 0.5, 1});
 
-    auto* against = new TOrnCustomObj(&form);
-    std::swap(obj, against);
+    obj = new TOrnCustomObj(&form);
     Square();
     obj->ExtrudeByVec({0, 0, -1}, 1, true);
     EXPECT_EQ(OpenEdges(), 0);
@@ -94,10 +85,7 @@ TEST_F(EditFixture, ExtrudingMakesClosedOutwardSolidsOrOpenTubes) {
     r.SetDetX(2);
     r.Init();
     r.Extrude(1, 1, true);
-    std::vector<T2DIntPoint> edges;
-    int count = -1;
-    r.GetOpenEdges(edges, count, true);
-    EXPECT_EQ(count, 0);
+    EXPECT_EQ(test::OpenEdges(r), 0);
     expectFacesOutward(r, {0, 0.5, 0.5});
 }
 

@@ -48,45 +48,40 @@ public:
     using TOrnRender::TOrnRender;
 };
 
+/// n points along x from x0, then one list per entry.
+void Fill(Probe& p, int n, const std::vector<std::pair<GLenum, Idx>>& lists, double x0 = 0) {
+    for (int i = 0; i < n; ++i)
+        p.Points()->Add({x0 + i, 0, 0}, {0, 0, 1}, {});
+    for (auto& [type, idx] : lists) {
+        const int l = p.AddPrimitiveArray(type);
+        for (auto i : idx)
+            p.AddIndex(i, l);
+    }
+}
+
 struct PrimitiveObjFixture : ::testing::Test {
     TComponent form{nullptr};
     Probe* obj = new Probe(&form);
 
-    /// n points along x, then one list per entry.
-    void Fill(int n, std::vector<std::pair<GLenum, Idx>> lists) {
-        for (int i = 0; i < n; ++i)
-            obj->Points()->Add({double(i), 0, 0}, {0, 0, 1}, {});
-        for (auto& [type, idx] : lists) {
-            const int l = obj->AddPrimitiveArray(type);
-            for (auto i : idx)
-                obj->AddIndex(i, l);
-        }
-    }
+    void Fill(int n, std::vector<std::pair<GLenum, Idx>> lists) { ::Fill(*obj, n, lists); }
     TOrnMathVector Normal(int i) const { return obj->Points()->GetVector(i, daNormal); }
 };
 
 } // namespace
 
-TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndCallsOnAfterInit) {
-    obj->OnAfterInit = [this](TObject* sender) { obj->calls.push_back(sender == obj ? "OnAfterInit" : "?"); };
-    obj->Points()->SetDefineArrays({daVertex});
-    obj->SetTextured(true);
-    obj->Init();
-    EXPECT_TRUE(obj->Initialized());
-    EXPECT_EQ(obj->calls,
-              (std::vector<std::string>{"ClearAll", "InitPoints", "InitPrimitives+texture", "OnAfterInit"}));
-}
-
-// An untextured build carries no texture coordinates; texturing it asks for a build that does.
-TEST_F(PrimitiveObjFixture, OnlyTexturedBuildsCarryTextureCoordinates) {
+// An untextured build carries no texture coordinates; texturing asks for a build that does.
+TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndOnlyTexturedBuildsCarryTextureCoordinates) {
     obj->points = [](Probe& p) { p.Points()->SetCount(1000); };
     obj->Init();
     EXPECT_FALSE(obj->Points()->HasArray(daTexture));
     EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 1)); // position, normal, flags
+    obj->OnAfterInit = [this](TObject* sender) { obj->calls.push_back(sender == obj ? "OnAfterInit" : "?"); };
+    obj->calls.clear();
     obj->SetTextured(true);
     EXPECT_FALSE(obj->Initialized());
     obj->Init();
-    EXPECT_TRUE(obj->Points()->HasArray(daTexture));
+    EXPECT_EQ(obj->calls,
+              (std::vector<std::string>{"ClearAll", "InitPoints", "InitPrimitives+texture", "OnAfterInit"}));
     EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 24 + 1));
     obj->SetTextured(false);
     EXPECT_TRUE(obj->Initialized()); // the coordinates stay until the next build
@@ -154,22 +149,14 @@ TEST_F(PrimitiveObjFixture, TextureAndTexturedReachEveryListAndARemovedTextureIs
 
 TEST_F(PrimitiveObjFixture, AddPrimitiveObjBuildsTheOtherAndShiftsItsIndices) {
     auto* other = new Probe(&form);
-    other->points = [](Probe& p) {
-        p.Points()->Add(5, 5, 5);
-        p.Points()->Add(6, 6, 6);
-    };
-    other->primitives = [](Probe& p) {
-        const int l = p.AddPrimitiveArray(GL_LINES);
-        p.AddIndex(0, l);
-        p.AddIndex(1, l);
-    };
+    other->points = [](Probe& p) { ::Fill(p, 2, {{GL_LINES, {0, 1}}}, 5); };
     Fill(3, {{GL_POINTS, {0, 1, 2}}});
     EXPECT_EQ(obj->AddPrimitiveObj(other), 3);
     EXPECT_TRUE(other->Initialized());
     ASSERT_EQ(obj->PrimitiveCount(), 2);
     EXPECT_EQ(obj->Primitive(1)->Type(), static_cast<GLenum>(GL_LINES));
     EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{3, 4}));
-    EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{6, 6, 6}));
+    EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{6, 0, 0}));
 }
 
 TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
