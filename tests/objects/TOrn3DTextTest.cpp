@@ -24,15 +24,9 @@ struct Built {
         text->SetDepth(depth);
         text->Init();
     }
-    TOrnMathVector P(std::uint32_t i) const {
-        return text->Points()->GetVector(static_cast<int>(i), daVertex);
-    }
-    TOrnMathVector N(std::uint32_t i) const {
-        return text->Points()->GetVector(static_cast<int>(i), daNormal);
-    }
-    TOrnMathVector T(std::uint32_t i) const {
-        return text->Points()->GetVector(static_cast<int>(i), daTexture);
-    }
+    TOrnMathVector P(std::uint32_t i, TOrnArray k = daVertex) const { return test::At(*text, int(i), k); }
+    TOrnMathVector N(std::uint32_t i) const { return P(i, daNormal); }
+    TOrnMathVector T(std::uint32_t i) const { return P(i, daTexture); }
     /// Every face (triangles of the caps, quads of the walls) as its corner indices.
     std::vector<std::vector<std::uint32_t>> Faces() const {
         std::vector<std::vector<std::uint32_t>> faces;
@@ -56,10 +50,6 @@ struct Built {
         return area;
     }
 };
-
-double Dot(const TOrnMathVector& a, const TOrnMathVector& b) {
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
 
 detail::TextOutline Outline(const std::string& text) {
     return detail::OutlineText({TFont::kDefaultName}, text, 0.01);
@@ -89,10 +79,10 @@ TEST(TOrn3DTextMesh, HolaIsClosedOutwardAndAsVoluminousAsItsCapTimesItsDepth) {
             TOrnMathVector geometric, cd;
             OrnMathNormalVector(b.P(f[0]), b.P(f[k]), b.P(f[k + 1]), false, geometric);
             OrnMathCrossProduct(b.P(f[k]), b.P(f[k + 1]), cd);
-            volume += Dot(b.P(f[0]), cd) / 6;
-            if (Dot(geometric, geometric) < 1e-18) continue;
+            volume += OrnMathDotProduct(b.P(f[0]), cd) / 6;
+            if (OrnMathDotProduct(geometric, geometric) < 1e-18) continue;
             for (std::uint32_t v : {f[0], f[k], f[k + 1]})
-                ASSERT_GT(Dot(geometric, b.N(v)), 0) << "face at " << b.P(f[0]).x;
+                ASSERT_GT(OrnMathDotProduct(geometric, b.N(v)), 0) << "face at " << b.P(f[0]).x;
         }
     }
     for (const auto& [edge, count] : directed) {
@@ -147,7 +137,7 @@ Walls WallsOf(const Built& b) {
             }
         EXPECT_EQ(front.size(), 2u);
         ++w.quads;
-        if (front.size() == 2 && Dot(front[0], front[1]) < 1 - 1e-9) ++w.bent;
+        if (front.size() == 2 && OrnMathDotProduct(front[0], front[1]) < 1 - 1e-9) ++w.bent;
     }
     return w;
 }
@@ -170,7 +160,8 @@ TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
     for (const auto& [place, normals] : o.normalsAt) {
         ASSERT_EQ(normals.size(), 2u) << place.first << ", " << place.second;
         EXPECT_NEAR(normals[0].z, 0, 1e-12);
-        EXPECT_GT(Dot(normals[0], normals[1]), 1 - 1e-9) << "seam at " << place.first << ", " << place.second;
+        EXPECT_GT(OrnMathDotProduct(normals[0], normals[1]), 1 - 1e-9)
+            << "seam at " << place.first << ", " << place.second;
     }
     // Straight: every quad is flat, and the two quads at each corner keep their own normals.
     const Walls h = WallsOf(Built("H"));
@@ -179,7 +170,7 @@ TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
     EXPECT_EQ(h.normalsAt.size(), 12u);
     for (const auto& [place, normals] : h.normalsAt) {
         ASSERT_EQ(normals.size(), 2u) << place.first << ", " << place.second;
-        EXPECT_NEAR(Dot(normals[0], normals[1]), 0, 1e-9) << "a right angle at " << place.first;
+        EXPECT_NEAR(OrnMathDotProduct(normals[0], normals[1]), 0, 1e-9) << "a right angle at " << place.first;
     }
 }
 
@@ -214,25 +205,21 @@ TEST(TOrn3DTextMesh, DepthAlignmentDetailAndStyleShapeTheSolid) {
         EXPECT_EQ(flat.P(static_cast<std::uint32_t>(i)).z, 0);
     EXPECT_GT(flat.CapArea(0), 0.1);
 
-    auto bounds = [](TOrnAlignment alignment) {
+    const auto bounds = [](TOrnAlignment alignment) {
         Built b("Hi");
         b.text->SetAlignment(alignment);
         b.text->Init();
-        double lo = 1e9, hi = -1e9;
-        for (int i = 0; i < b.text->Points()->Count(); ++i) {
-            lo = std::min(lo, b.P(static_cast<std::uint32_t>(i)).x);
-            hi = std::max(hi, b.P(static_cast<std::uint32_t>(i)).x);
-        }
-        return std::pair{lo, hi};
+        std::vector<double> xs;
+        for (int i = 0; i < b.text->Points()->Count(); ++i)
+            xs.push_back(b.P(static_cast<std::uint32_t>(i)).x);
+        return std::pair{*std::min_element(xs.begin(), xs.end()), *std::max_element(xs.begin(), xs.end())};
     };
     const double width = Outline("Hi").Width;
     const auto [leftLo, leftHi] = bounds(taLeftJustify);
-    EXPECT_GT(leftLo, 0);
-    EXPECT_LT(leftHi, width);
+    EXPECT_TRUE(leftLo > 0 && leftHi < width) << leftLo << " … " << leftHi;
     EXPECT_NEAR(bounds(taRightJustify).first, leftLo - width, 1e-12);
     EXPECT_NEAR(bounds(taCenter).second, leftHi - width / 2, 1e-12);
-
-    auto count = [](const std::string& caption, double detail) {
+    const auto count = [](const std::string& caption, double detail) {
         Built b(caption);
         b.text->SetDetail(detail);
         b.text->Init();
@@ -240,7 +227,6 @@ TEST(TOrn3DTextMesh, DepthAlignmentDetailAndStyleShapeTheSolid) {
     };
     EXPECT_GT(count("O", 0.001), 2 * count("O", 0.05)); // finer curves, same straight lines
     EXPECT_EQ(count("H", 0.001), count("H", 0.05));
-
     Built bold("m");
     const double regular = bold.CapArea(0);
     bold.text->Font()->SetStyle({fsBold});
