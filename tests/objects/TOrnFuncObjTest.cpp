@@ -78,7 +78,7 @@ TEST_F(FuncFixture, DefaultGridIsTenQuadStripsOf22WithNormalsFromTheFunctions) {
     ExpectNear(pos(30 * 11 + 10), {1, 3, 0});
 }
 
-TEST_F(FuncFixture, RowFunctionIsChainedFromItsOwnStart) {
+TEST_F(FuncFixture, RowsChainFromTheirOwnStartAndEmptyOneRowAndHugeGridsAreSafe) {
     // Each row adds one to the previous row's z; the build first calls it once at t = 0.
     obj->SetOnCalc(1, [](const TOrnMathVector& v, double) { return TOrnMathVector{v.x, v.y, v.z + 1}; });
     obj->SetStacks(2);
@@ -86,9 +86,6 @@ TEST_F(FuncFixture, RowFunctionIsChainedFromItsOwnStart) {
     obj->Init();
     ASSERT_EQ(obj->Points()->Count(), 6);
     EXPECT_EQ(std::vector<double>({pos(0).z, pos(2).z, pos(4).z}), std::vector<double>({2, 3, 4}));
-}
-
-TEST_F(FuncFixture, EmptyOneRowAndHugeGrids) {
     Plane();
     for (auto [stacks, slices] : {std::pair{0, 10}, {10, 0}, {-3, 10}, {10, -1}}) {
         obj->SetStacks(stacks);
@@ -218,7 +215,7 @@ double radial(const TOrnMathVector& p) {
 
 } // namespace
 
-TEST_F(RotFixture, DefaultIsAnUncappedUnitSphereFromSouthToNorthPole) {
+TEST_F(RotFixture, DefaultIsAnUncappedUnitSphereFromSouthToNorthPoleAndRadiiGoByIndex) {
     obj->Init();
     ASSERT_EQ(obj->Points()->Count(), 121);
     EXPECT_EQ(obj->PrimitiveCount(), 10);
@@ -238,6 +235,18 @@ TEST_F(RotFixture, DefaultIsAnUncappedUnitSphereFromSouthToNorthPole) {
     obj->Init();
     ExpectNear(pos(5, 0), {0, 2, 0});
     ExpectNear(pos(10, 0), {0, 0, 3});
+    obj->SetSlices(0);
+    obj->Init();
+    EXPECT_EQ(obj->Points()->Count(), 0);
+    obj->SetSlices(10);
+    obj->SetStacks(-1);
+    obj->SetClosed(TOrnClosed::TopBottom);
+    obj->Init();
+    EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0);
+    obj->SetRadius(0, 2);
+    obj->SetRadius(1, 3);
+    obj->SetRadius(2, 9);
+    EXPECT_EQ(std::vector<double>({obj->TopRadius(), obj->Radius()}), std::vector<double>({2, 3}));
 }
 
 TEST_F(RotFixture, CapsAddDiscRowsBeforeOrAfterTheWall) {
@@ -360,19 +369,4 @@ TEST_F(RotFixture, TextureModeFollowsTheProfileOnlyWhenTextured) {
     obj->TextureFlags()->SetScaleX(7);
     obj->SetTexMode(txSphereZ);
     EXPECT_EQ(std::vector<double>({f.ScaleX(), double(f.Mode())}), std::vector<double>({7, txSphereZ}));
-}
-
-TEST_F(RotFixture, SlicesOrStacksOfZeroBuildNothingAndRadiiGoByIndex) {
-    obj->SetSlices(0);
-    obj->Init();
-    EXPECT_EQ(obj->Points()->Count(), 0);
-    obj->SetSlices(10);
-    obj->SetStacks(-1);
-    obj->SetClosed(TOrnClosed::TopBottom);
-    obj->Init();
-    EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0);
-    obj->SetRadius(0, 2);
-    obj->SetRadius(1, 3);
-    obj->SetRadius(2, 9);
-    EXPECT_EQ(std::vector<double>({obj->TopRadius(), obj->Radius()}), std::vector<double>({2, 3}));
 }

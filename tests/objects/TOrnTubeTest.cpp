@@ -52,7 +52,7 @@ void ExpectSmoothFrames(const std::vector<TOrnTubeFrame>& frames, double slack =
 
 } // namespace
 
-TEST_F(TubeFixture, StraightLineIsACylinderWithoutTwist) {
+TEST_F(TubeFixture, StraightLineIsACylinderWithoutTwistAndRadiiPerPointMakeACone) {
     tube->SetRadius(0.5);
     tube->SetSlices(16);
     for (double z : {0.0, 0.5, 2.0, 3.0})
@@ -73,6 +73,18 @@ TEST_F(TubeFixture, StraightLineIsACylinderWithoutTwist) {
     EXPECT_EQ(pos(16), pos(0)); // the seam column repeats the first one exactly
     for (auto [i, seam] : {std::pair{0, true}, {16, true}, {5, false}})
         EXPECT_EQ(tube->Points()->GetFlag(i, 0), seam) << i;
+    tube->Clear(); // a radius per point makes a cone whose normals lean
+    tube->Add({0, 0, 0}, 1.0);
+    tube->Add({0, 0, 1}, 0.5);
+    tube->Add({0, 0, 2}); // the tube's radius
+    tube->SetRadius(0.0);
+    tube->Init();
+    EXPECT_NEAR(Length(pos(0)), 1.0, 1e-12);
+    EXPECT_NEAR(std::hypot(pos(17).x, pos(17).y), 0.5, 1e-12); // 16 slices: 17 points a ring
+    EXPECT_NEAR(std::hypot(pos(34).x, pos(34).y), 0.0, 1e-12);
+    // Radius falls by 0.5 per unit: the normal leans towards +z by atan(0.5).
+    const TOrnMathVector n = nrm(17);
+    EXPECT_NEAR(n.z / std::hypot(n.x, n.y), 0.5, 1e-9);
 }
 
 TEST_F(TubeFixture, FacesWindOutwardsAndCapsFaceAwayFromTheTube) {
@@ -94,20 +106,6 @@ TEST_F(TubeFixture, FacesWindOutwardsAndCapsFaceAwayFromTheTube) {
         EXPECT_EQ(nrm(static_cast<int>(fan->Indices(0))), (TOrnMathVector{direction, 0, 0}));
         EXPECT_NEAR(at(fan, 0).x, direction > 0 ? 2 : 0, 1e-12);
     }
-}
-
-TEST_F(TubeFixture, RadiusPerPointMakesAConeWhoseNormalsLean) {
-    tube->Add({0, 0, 0}, 1.0);
-    tube->Add({0, 0, 1}, 0.5);
-    tube->Add({0, 0, 2}); // the tube's radius
-    tube->SetRadius(0.0);
-    tube->Init();
-    EXPECT_NEAR(Length(pos(0)), 1.0, 1e-12);
-    EXPECT_NEAR(std::hypot(pos(13).x, pos(13).y), 0.5, 1e-12);
-    EXPECT_NEAR(std::hypot(pos(26).x, pos(26).y), 0.0, 1e-12);
-    // Radius falls by 0.5 per unit: the normal leans towards +z by atan(0.5).
-    const TOrnMathVector n = nrm(13);
-    EXPECT_NEAR(n.z / std::hypot(n.x, n.y), 0.5, 1e-9);
 }
 
 TEST_F(TubeFixture, AHelixHasNoFrameFlipAndAClosedTrefoilKnotMeetsItselfWithoutASeam) {
