@@ -119,32 +119,44 @@ TEST(TOrn3DTextMesh, TheOddRuleLeavesTheCountersOfOAndBOpen) {
 
 namespace {
 
-// Wall normals at the front cap grouped by place, and how many wall quads bend along their length.
+// Wall normals at the front cap grouped by place, how many wall quads bend along their length, and
+// (textured) how far s runs along the walls.
 struct Walls {
     std::map<std::pair<double, double>, std::vector<TOrnMathVector>> normalsAt;
     int bent = 0, quads = 0;
+    double perimeter = 0;
 };
 
 Walls WallsOf(const Built& b) {
     Walls w;
+    const bool textured = b.text->Textured();
     const TOrnPrimitiveArray* walls = b.text->Primitive(2);
     for (int i = 0; i + 4 <= walls->Count(); i += 4) {
-        std::vector<TOrnMathVector> front;
-        for (const std::uint32_t v : std::span(walls->Data() + i, 4))
-            if (b.P(v).z == 0) {
-                front.push_back(b.N(v));
-                w.normalsAt[{b.P(v).x, b.P(v).y}].push_back(b.N(v));
-            }
-        EXPECT_EQ(front.size(), 2u);
+        std::vector<std::uint32_t> front;
+        for (const std::uint32_t v : std::span(walls->Data() + i, 4)) {
+            EXPECT_TRUE(!textured || b.T(v).y == (b.P(v).z == 0 ? 1.0 : 0.0))
+                << "t: 0 at the back, 1 at the front";
+            if (b.P(v).z != 0) continue;
+            front.push_back(v);
+            w.normalsAt[{b.P(v).x, b.P(v).y}].push_back(b.N(v));
+        }
         ++w.quads;
-        if (front.size() == 2 && OrnMathDotProduct(front[0], front[1]) < 1 - 1e-9) ++w.bent;
+        if (front.size() != 2) {
+            ADD_FAILURE() << "a wall quad with " << front.size() << " corners at the front";
+            continue;
+        }
+        if (OrnMathDotProduct(b.N(front[0]), b.N(front[1])) < 1 - 1e-9) ++w.bent;
+        const double ds = std::abs(b.T(front[0]).x - b.T(front[1]).x); // s: along the outline, in ems
+        EXPECT_TRUE(!textured || std::abs(ds - OrnMathVectorDist(b.P(front[0]), b.P(front[1]))) < 1e-12)
+            << ds;
+        w.perimeter += ds;
     }
     return w;
 }
 
 } // namespace
 
-TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
+TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCornersTheirTextureRunningAlong) {
     // Round: the normals turn along nearly every wall quad, and the two quads meeting at a place
     // share one horizontal normal there.
     const Walls o = WallsOf(Built("O"));
@@ -164,38 +176,22 @@ TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
             << "seam at " << place.first << ", " << place.second;
     }
     // Straight: every quad is flat, and the two quads at each corner keep their own normals.
-    const Walls h = WallsOf(Built("H"));
-    EXPECT_EQ(h.quads, 12);
-    EXPECT_EQ(h.bent, 0);
-    EXPECT_EQ(h.normalsAt.size(), 12u);
-    for (const auto& [place, normals] : h.normalsAt) {
+    Built h("H");
+    h.text->SetTextured(true); // coordinates come with texturing
+    h.text->Init();
+    const Walls hw = WallsOf(h);
+    EXPECT_EQ(hw.quads, 12);
+    EXPECT_EQ(hw.bent, 0);
+    EXPECT_EQ(hw.normalsAt.size(), 12u);
+    for (const auto& [place, normals] : hw.normalsAt) {
         ASSERT_EQ(normals.size(), 2u) << place.first << ", " << place.second;
         EXPECT_NEAR(OrnMathDotProduct(normals[0], normals[1]), 0, 1e-9) << "a right angle at " << place.first;
     }
-}
-
-TEST(TOrn3DTextMesh, TextureCoordinatesSpanTheCapsAndRunAlongTheWalls) {
-    Built b("L");
-    b.text->SetTextured(true); // coordinates come with texturing
-    b.text->Init();
-    for (int i = 0; i < b.text->Primitive(0)->Count(); ++i) {
-        const double s = b.T(b.text->Primitive(0)->Data()[i]).x;
+    EXPECT_GT(hw.perimeter, 2.0); // an H of about 0.6 × 0.73 em
+    for (int i = 0; i < h.text->Primitive(0)->Count(); ++i) {
+        const double s = h.T(h.text->Primitive(0)->Data()[i]).x;
         EXPECT_TRUE(s >= 0 && s <= 1) << s;
     }
-    const TOrnPrimitiveArray* walls = b.text->Primitive(2);
-    double perimeter = 0;
-    for (int i = 0; i + 4 <= walls->Count(); i += 4) {
-        std::vector<std::uint32_t> front;
-        for (const std::uint32_t v : std::span(walls->Data() + i, 4)) {
-            EXPECT_EQ(b.T(v).y, b.P(v).z == 0 ? 1.0 : 0.0); // t: 0 at the back, 1 at the front
-            if (b.P(v).z == 0) front.push_back(v);
-        }
-        ASSERT_EQ(front.size(), 2u);
-        const double ds = std::abs(b.T(front[0]).x - b.T(front[1]).x); // s: along the outline, in ems
-        EXPECT_NEAR(ds, OrnMathVectorDist(b.P(front[0]), b.P(front[1])), 1e-12);
-        perimeter += ds;
-    }
-    EXPECT_GT(perimeter, 1.0); // an L of about 0.56 × 0.73 em
 }
 
 TEST(TOrn3DTextMesh, DepthAlignmentDetailAndStyleShapeTheSolid) {
