@@ -117,6 +117,7 @@ TEST_F(PointSetFixture, BadFilesAreRefusedNamingFileLineAndReasonKeepingTheGrid)
         {pfMatrix, 0, 0, "1 nan\n", "line 1: 'nan' is not a finite number"},
         {pfMatrix, 0, 0, "1 1e999\n", "line 1: '1e999' is out of range"},
         {pfMatrix, 0, 0, "1 2\r1e400 3\r", "line 2: '1e400' is out of range"},
+        {pfMatrix, 0, 0, "1 2\r\n3 x\r\n", "line 2: 'x' is not a number"},
         {pfMatrix, 0, 0, "1,,2\n", "line 1: a value is missing between commas"},
         {pfMatrix, 0, 0, "", "the file holds no points"},
         {pfMatrix, 0, 0, "1 2 \x01\n", "line 1: '?' is not a number"},
