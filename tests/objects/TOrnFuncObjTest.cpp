@@ -1,6 +1,4 @@
 #include "geometry/GeometryTestSupport.h"
-#include "support/GLTestContext.h"
-#include "support/TestView.h"
 
 #include <orn/host/EOrnError.h>
 #include <orn/objects/TOrn3dObj.h>
@@ -157,21 +155,6 @@ TEST_F(FuncFixture, CalcNormalCallsTheFunctionsAtTheNeighbouringParameters) {
         EXPECT_EQ(rows, rowsThen) << mode;
         EXPECT_EQ(cols, (std::vector<double>{0.0, 0.9, 0.0})) << mode;
     }
-}
-
-class FuncRender : public orn::test::GLTest {};
-
-TEST_F(FuncRender, AnObjectWithoutEventsRendersAndLeavesTheClientStackBalanced) {
-    TComponent form{nullptr};
-    auto* view = new orn::test::TestView(&form);
-    auto* obj = new TOrnFuncObj(&form);
-    GLint depth = 0, after = 0;
-    glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &depth);
-    obj->Render(view);
-    glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &after);
-    EXPECT_EQ(after, depth);
-    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-    EXPECT_EQ(obj->Points()->Count(), 121);
 }
 
 TEST(RotObj, ColumnsRotateTheProfileAboutZAndAHalfSweepBuildsHalfASurface) {
