@@ -100,7 +100,10 @@ TEST_F(GeometryDrawing, OneDrawElementsPerEnabledListBetweenBalancedClientArrays
     EXPECT_EQ(rec.Filter({"glVertexPointer", "glNormalPointer", "glTexCoordPointer", "glColorPointer"}),
               (Calls{"glNormalPointer(GL_DOUBLE, 0, ptr)", "glTexCoordPointer(3, GL_DOUBLE, 0, ptr)",
                      "glColorPointer(4, GL_FLOAT, 0, ptr)", "glVertexPointer(3, GL_DOUBLE, 0, ptr)"}));
-    EXPECT_EQ(rec.Filter({"glEdgeFlag"}), (Calls{"glEdgeFlag(GL_TRUE)"})); // reset, the arrays off below
+    EXPECT_EQ(rec.Filter({"glEdgeFlag"}), (Calls{"glEdgeFlag(GL_TRUE)"})); // reset, and every array off
+    for (GLenum array :
+         {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_TEXTURE_COORD_ARRAY, GL_COLOR_ARRAY, GL_EDGE_FLAG_ARRAY})
+        EXPECT_FALSE(glIsEnabled(array)) << array;
 }
 
 // Every render class, drawn fresh, leaves the stacks as it found them, every client array off and no

@@ -125,8 +125,6 @@ TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
                      {6, {2, 0, 0}, {1, 0, 0}, 0.25, 0.5},
                      {9, {0, 0, 2}, {0, 0, 1}, 1, 0.5}, // the seam: the first column again at s = 1
                      {14, {0, -2, 0}, {0, -1, 0}, 1, 0}});
-    for (auto [i, seam] : {std::pair{0, true}, {5, true}, {9, true}, {6, false}, {14, true}})
-        EXPECT_EQ(s.Points()->GetFlag(i, 0), seam) << i;
 
     TOrnCylinder c(&form); // side rows from the base up, then the bottom and the top cap
     c.SetSlices(4);
@@ -165,6 +163,11 @@ TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
                      {6, {2, 0.5, 0}, {0, 1, 0}, 0.25, 0.25}});
     EXPECT_EQ(std::vector<int>({s.PrimitiveCount(), c.PrimitiveCount(), t.PrimitiveCount()}),
               std::vector<int>({2, 3, 4}));
+    // Seams: the sphere's poles and first and last columns, the torus's first and last rings and sides.
+    using Seam = std::tuple<TOrnPrimitiveObj*, int, bool>;
+    for (auto [o, i, seam] : {Seam{&s, 0, true}, Seam{&s, 5, true}, Seam{&s, 9, true}, Seam{&s, 6, false},
+                              Seam{&s, 14, true}, Seam{&t, 22, true}, Seam{&t, 9, true}, Seam{&t, 12, false}})
+        EXPECT_EQ(o->Points()->GetFlag(i, 0), seam) << o->ClassName() << " point " << i;
 }
 
 TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTexture) {
