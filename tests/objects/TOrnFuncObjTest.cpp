@@ -265,16 +265,16 @@ TEST_F(RotFixture, CylinderClosedTopBottomHas31RowsWithTheDiscsWhereTheyBelong) 
     obj->Init();
     ASSERT_EQ(obj->Points()->Count(), 31 * 11);
     EXPECT_EQ(obj->PrimitiveCount(), 30);
-    for (int row = 0; row <= 30; ++row) {
-        // The bottom disc grows outwards at z = −1, the wall rises, the top disc shrinks at z = +1.
-        const double z = row < 10    ? -1
-                         : row <= 20 ? (row - 10) / 10.0 * 2 - 1
-                                     : 1,
-                     r = row < 10    ? row / 10.0
-                         : row <= 20 ? 1
-                                     : (30 - row) / 10.0;
-        EXPECT_NEAR(pos(row, 2).z, z, 1e-12) << row;
-        EXPECT_NEAR(radial(pos(row, 2)), r, 1e-12) << row;
+    // The bottom disc grows outwards at z = −1, the wall rises, the top disc shrinks at z = +1.
+    for (auto [row, z, r] : {std::array<double, 3>{0, -1, 0},
+                             {9, -1, 0.9},
+                             {10, -1, 1},
+                             {11, -0.8, 1},
+                             {20, 1, 1},
+                             {21, 1, 0.9},
+                             {30, 1, 0}}) {
+        EXPECT_NEAR(pos(static_cast<int>(row), 2).z, z, 1e-12) << row;
+        EXPECT_NEAR(radial(pos(static_cast<int>(row), 2)), r, 1e-12) << row;
     }
     for (int col = 0; col <= 10; ++col) {
         for (int row = 1; row <= 29; ++row)
