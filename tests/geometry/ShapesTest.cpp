@@ -18,6 +18,9 @@
 #include <set>
 
 using namespace orn;
+using orn::test::At;
+using orn::test::OpenEdges;
+using Idx = std::vector<std::uint32_t>;
 
 namespace {
 
@@ -25,27 +28,26 @@ struct ShapeFixture : ::testing::Test {
     TComponent form{nullptr};
 };
 
-TOrnMathVector at(const TOrnPrimitiveObj& o, int i, TOrnArray kind = daVertex) {
-    return o.Points()->GetVector(i, kind);
+/// Builds o with texture coordinates, which come with texturing only.
+void BuildTextured(TOrnPrimitiveObj& o) {
+    o.SetTextured(true);
+    o.Init();
 }
 
-void expectNear(const TOrnMathVector& a, const TOrnMathVector& b, const std::string& what) {
-    EXPECT_LT(OrnMathVectorDist(a, b), 1e-9) << what << ": (" << a.x << ", " << a.y << ", " << a.z << ")";
-}
+struct PointAt {
+    int i;
+    TOrnMathVector p, n;
+    double s, t;
+};
 
-/// Point i sits at p with normal n and texture coordinate (s, t).
-void expectPoint(const TOrnPrimitiveObj& o, int i, TOrnMathVector p, TOrnMathVector n, double s, double t) {
-    const std::string what = std::string(o.ClassName()) + " point " + std::to_string(i);
-    expectNear(at(o, i), p, what);
-    expectNear(at(o, i, daNormal), n, what + " normal");
-    expectNear(at(o, i, daTexture), {s, t, 0}, what + " texture");
-}
-
-int openEdges(TOrnPrimitiveObj& o) {
-    std::vector<T2DIntPoint> edges;
-    int count = -1;
-    o.GetOpenEdges(edges, count, true);
-    return count;
+/// Each point i sits at p with normal n and texture coordinate (s, t).
+void expectPoints(const TOrnPrimitiveObj& o, std::initializer_list<PointAt> points) {
+    for (const PointAt& e : points) {
+        const std::string what = std::string(o.ClassName()) + " point " + std::to_string(e.i);
+        test::ExpectNear(At(o, e.i), e.p, what);
+        test::ExpectNear(At(o, e.i, daNormal), e.n, what + " normal");
+        test::ExpectNear(At(o, e.i, daTexture), {e.s, e.t, 0}, what + " texture");
+    }
 }
 
 /// Every stored normal has length 1 and the one CalcNormals derives from the faces points the
@@ -53,12 +55,12 @@ int openEdges(TOrnPrimitiveObj& o) {
 void expectUnitOutwardNormals(TOrnPrimitiveObj& o, const std::string& what) {
     std::vector<TOrnMathVector> stored;
     for (int i = 0; i < o.Points()->Count(); ++i) {
-        stored.push_back(at(o, i, daNormal));
+        stored.push_back(At(o, i, daNormal));
         ASSERT_NEAR(test::Length(stored.back()), 1, 1e-12) << what << " point " << i;
     }
     o.CalcNormals();
     for (int i = 0; i < o.Points()->Count(); ++i)
-        EXPECT_GT(OrnMathDotProduct(stored[static_cast<std::size_t>(i)], at(o, i, daNormal)), 0.7)
+        EXPECT_GT(OrnMathDotProduct(stored[static_cast<std::size_t>(i)], At(o, i, daNormal)), 0.7)
             << what << " point " << i;
 }
 
@@ -66,21 +68,18 @@ void expectUnitOutwardNormals(TOrnPrimitiveObj& o, const std::string& what) {
 
 TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
     TOrnPoint point(&form);
-    point.SetTextured(true); // texture coordinates come with texturing
-    point.Init();
+    BuildTextured(point);
     ASSERT_EQ(point.Points()->Count(), 1);
-    expectPoint(point, 0, {0, 0, 0}, {0, 0, 1}, 0, 0);
-    EXPECT_EQ(point.Primitive(0)->Type(), static_cast<GLenum>(GL_POINTS));
-    EXPECT_EQ(test::Entries(point.Primitive(0)), (std::vector<std::uint32_t>{0}));
-
-    TOrnLine line(&form); // from the origin along +z, even at length 0
+    expectPoints(point, {{0, {0, 0, 0}, {0, 0, 1}, 0, 0}});
+    TOrnLine line(&form); // from the origin along +z
     line.SetLength(2.5f);
-    line.SetTextured(true); // texture coordinates come with texturing
-    line.Init();
-    expectPoint(line, 0, {0, 0, 0}, {0, 0, 1}, 0, 0);
-    expectPoint(line, 1, {0, 0, 2.5}, {0, 0, 1}, 0, 1);
-    EXPECT_EQ(test::Entries(line.Primitive(0)), (std::vector<std::uint32_t>{0, 1}));
-    EXPECT_EQ(line.Primitive(0)->Type(), static_cast<GLenum>(GL_LINES));
+    BuildTextured(line);
+    expectPoints(line, {{0, {0, 0, 0}, {0, 0, 1}, 0, 0}, {1, {0, 0, 2.5}, {0, 0, 1}, 0, 1}});
+    for (auto [o, type, idx] :
+         {std::tuple<TOrnPrimitiveObj*, GLenum, Idx>{&point, GL_POINTS, {0}}, {&line, GL_LINES, {0, 1}}}) {
+        EXPECT_EQ(o->Primitive(0)->Type(), static_cast<GLenum>(type));
+        EXPECT_EQ(test::Entries(o->Primitive(0)), idx);
+    }
 
     TOrnTriangle t(&form); // apex at the origin, base at z = Height, texture scaled and shifted
     t.SetBase(2);
@@ -89,31 +88,28 @@ TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
     t.TextureFlags()->SetShiftX(1);
     t.TextureFlags()->SetScaleY(4);
     t.TextureFlags()->SetShiftY(0.5);
-    t.SetTextured(true); // texture coordinates come with texturing
-    t.Init();
-    expectPoint(t, 0, {0, 0, 0}, {0, 1, 0}, 2, 4.5);
-    expectPoint(t, 1, {-1, 0, 3}, {0, 1, 0}, 1, 0.5);
-    expectPoint(t, 2, {1, 0, 3}, {0, 1, 0}, 3, 0.5);
+    BuildTextured(t);
+    expectPoints(t, {{0, {0, 0, 0}, {0, 1, 0}, 2, 4.5},
+                     {1, {-1, 0, 3}, {0, 1, 0}, 1, 0.5},
+                     {2, {1, 0, 3}, {0, 1, 0}, 3, 0.5}});
 
     TOrnRectangle r(&form); // centred in x, from z = Height at row 0 down to z = 0
     r.SetDetX(3);
     r.SetDetY(2);
     r.SetWidth(6);
     r.SetHeight(4);
-    r.SetTextured(true); // texture coordinates come with texturing
-    r.Init();
+    BuildTextured(r);
     EXPECT_EQ(r.Points()->Count(), 12);
     ASSERT_EQ(r.PrimitiveCount(), 2);
     EXPECT_EQ(r.Primitive(1)->Type(), static_cast<GLenum>(GL_QUAD_STRIP));
-    EXPECT_EQ(test::Entries(r.Primitive(0)), (std::vector<std::uint32_t>{4, 0, 5, 1, 6, 2, 7, 3}));
-    EXPECT_EQ(test::Entries(r.Primitive(1)), (std::vector<std::uint32_t>{8, 4, 9, 5, 10, 6, 11, 7}));
-    expectPoint(r, 0, {-3, 0, 4}, {0, 1, 0}, 0, 0);
-    expectPoint(r, 6, {1, 0, 2}, {0, 1, 0}, 2.0 / 3, 0.5);
-    expectPoint(r, 11, {3, 0, 0}, {0, 1, 0}, 1, 1);
-    // Both wind as their stored normals say.
-    for (TOrnPrimitiveObj* o : std::initializer_list<TOrnPrimitiveObj*>{&t, &r}) {
+    EXPECT_EQ(test::Entries(r.Primitive(0)), (Idx{4, 0, 5, 1, 6, 2, 7, 3}));
+    EXPECT_EQ(test::Entries(r.Primitive(1)), (Idx{8, 4, 9, 5, 10, 6, 11, 7}));
+    expectPoints(r, {{0, {-3, 0, 4}, {0, 1, 0}, 0, 0},
+                     {6, {1, 0, 2}, {0, 1, 0}, 2.0 / 3, 0.5},
+                     {11, {3, 0, 0}, {0, 1, 0}, 1, 1}});
+    for (TOrnPrimitiveObj* o : std::initializer_list<TOrnPrimitiveObj*>{&t, &r}) { // wound as they say
         o->CalcNormals();
-        expectNear(at(*o, 1, daNormal), {0, 1, 0}, o->ClassName());
+        test::ExpectNear(At(*o, 1, daNormal), {0, 1, 0}, o->ClassName());
     }
 }
 
@@ -122,17 +118,13 @@ TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
     s.SetRadius(2);
     s.SetSlices(4);
     s.SetStacks(2);
-    s.SetTextured(true); // texture coordinates come with texturing
-    s.Init();
+    BuildTextured(s);
     ASSERT_EQ(s.Points()->Count(), 15);
-    expectPoint(s, 0, {0, 2, 0}, {0, 1, 0}, 0, 1);
-    expectPoint(s, 5, {0, 0, 2}, {0, 0, 1}, 0, 0.5);
-    expectPoint(s, 6, {2, 0, 0}, {1, 0, 0}, 0.25, 0.5);
-    expectPoint(s, 9, {0, 0, 2}, {0, 0, 1}, 1, 0.5); // the seam: the first column again at s = 1
-    expectPoint(s, 14, {0, -2, 0}, {0, -1, 0}, 1, 0);
-    for (auto [i, seam] : {std::pair{0, true}, {5, true}, {9, true}, {6, false}, {14, true}})
-        EXPECT_EQ(s.Points()->GetFlag(i, 0), seam) << i;
-    EXPECT_EQ(s.PrimitiveCount(), 2);
+    expectPoints(s, {{0, {0, 2, 0}, {0, 1, 0}, 0, 1},
+                     {5, {0, 0, 2}, {0, 0, 1}, 0, 0.5},
+                     {6, {2, 0, 0}, {1, 0, 0}, 0.25, 0.5},
+                     {9, {0, 0, 2}, {0, 0, 1}, 1, 0.5}, // the seam: the first column again at s = 1
+                     {14, {0, -2, 0}, {0, -1, 0}, 1, 0}});
 
     TOrnCylinder c(&form); // side rows from the base up, then the bottom and the top cap
     c.SetSlices(4);
@@ -140,41 +132,42 @@ TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
     c.SetBaseRadius(2);
     c.SetTopRadius(1);
     c.SetHeight(3);
-    c.SetTextured(true); // texture coordinates come with texturing
-    c.Init();
+    BuildTextured(c);
     ASSERT_EQ(c.Points()->Count(), 10 + 6 + 6);
     const double k = 1 / std::sqrt(10.0); // the side leans in by 1 over a height of 3
-    expectPoint(c, 0, {0, 0, 2}, {0, k, 3 * k}, 0, 0);
-    expectPoint(c, 1, {2, 0, 0}, {3 * k, k, 0}, 0.25, 0);
-    expectPoint(c, 5, {0, 3, 1}, {0, k, 3 * k}, 0, 1);
-    expectPoint(c, 10, {0, 0, 0}, {0, -1, 0}, 0.5, 0.5);
-    expectPoint(c, 16, {0, 3, 0}, {0, 1, 0}, 0.5, 0.5);
-    expectPoint(c, 17, {0, 3, 1}, {0, 1, 0}, 0.5, 1);
-    EXPECT_EQ(c.PrimitiveCount(), 3);
+    expectPoints(c, {{0, {0, 0, 2}, {0, k, 3 * k}, 0, 0},
+                     {1, {2, 0, 0}, {3 * k, k, 0}, 0.25, 0},
+                     {5, {0, 3, 1}, {0, k, 3 * k}, 0, 1},
+                     {10, {0, 0, 0}, {0, -1, 0}, 0.5, 0.5},
+                     {16, {0, 3, 0}, {0, 1, 0}, 0.5, 0.5},
+                     {17, {0, 3, 1}, {0, 1, 0}, 0.5, 1}});
 
     TOrnDisc d(&form); // loops from the inner rim out, texture planar over the outer radius
     d.SetSlices(4);
     d.SetLoops(1);
     d.SetInnerRadius(0.5f);
     d.SetOuterRadius(2);
-    d.SetTextured(true); // texture coordinates come with texturing
-    d.Init();
+    BuildTextured(d);
     ASSERT_EQ(d.Points()->Count(), 10);
-    expectPoint(d, 0, {0, 0, 0.5}, {0, 1, 0}, 0.5, 0.625);
-    expectPoint(d, 6, {2, 0, 0}, {0, 1, 0}, 1, 0.5);
+    expectPoints(d, {{0, {0, 0, 0.5}, {0, 1, 0}, 0.5, 0.625}, {6, {2, 0, 0}, {0, 1, 0}, 1, 0.5}});
 
     TOrnTorus t(&form); // rings around y from +z, sides around the tube from outside
     t.SetSides(4);
     t.SetRings(4);
     t.SetRingRadius(2);
     t.SetTubeRadius(0.5f);
-    t.SetTextured(true); // texture coordinates come with texturing
-    t.Init();
+    BuildTextured(t);
     ASSERT_EQ(t.Points()->Count(), 25);
-    expectPoint(t, 0, {0, 0, 2.5}, {0, 0, 1}, 0, 0);
-    expectPoint(t, 2, {0, 0, 1.5}, {0, 0, -1}, 0, 0.5);
-    expectPoint(t, 6, {2, 0.5, 0}, {0, 1, 0}, 0.25, 0.25);
-    EXPECT_EQ(t.PrimitiveCount(), 4);
+    expectPoints(t, {{0, {0, 0, 2.5}, {0, 0, 1}, 0, 0},
+                     {2, {0, 0, 1.5}, {0, 0, -1}, 0, 0.5},
+                     {6, {2, 0.5, 0}, {0, 1, 0}, 0.25, 0.25}});
+    EXPECT_EQ(std::vector<int>({s.PrimitiveCount(), c.PrimitiveCount(), t.PrimitiveCount()}),
+              std::vector<int>({2, 3, 4}));
+    // Seams: the sphere's poles and first and last columns, the torus's first and last rings and sides.
+    using Seam = std::tuple<TOrnPrimitiveObj*, int, bool>;
+    for (auto [o, i, seam] : {Seam{&s, 0, true}, Seam{&s, 5, true}, Seam{&s, 9, true}, Seam{&s, 6, false},
+                              Seam{&s, 14, true}, Seam{&t, 22, true}, Seam{&t, 9, true}, Seam{&t, 12, false}})
+        EXPECT_EQ(o->Points()->GetFlag(i, 0), seam) << o->ClassName() << " point " << i;
 }
 
 TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTexture) {
@@ -182,12 +175,11 @@ TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTextu
     b.SetWidth(2);
     b.SetHeight(4);
     b.SetDepth(6);
-    b.SetTextured(true); // texture coordinates come with texturing
-    b.Init();
+    BuildTextured(b);
     ASSERT_EQ(b.Points()->Count(), 24);
     std::map<std::tuple<double, double, double>, std::set<std::pair<double, double>>> faces;
     for (int i = 0; i < 24; ++i) {
-        const TOrnMathVector p = at(b, i), n = at(b, i, daNormal), tx = at(b, i, daTexture);
+        const TOrnMathVector p = At(b, i), n = At(b, i, daNormal), tx = At(b, i, daTexture);
         EXPECT_EQ(std::fabs(p.x) + std::fabs(p.y) * 10 + std::fabs(p.z) * 100, 1 + 20 + 300) << i; // a corner
         EXPECT_EQ(p.x * n.x + p.y * n.y + p.z * n.z,
                   std::fabs(n.x) * 1 + std::fabs(n.y) * 2 + std::fabs(n.z) * 3)
@@ -203,7 +195,6 @@ TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTextu
                                       {{0, 0, -1}, corners}}));
     b.SetDetailX(2);
     b.SetDetailY(3);
-    b.SetTextured(true); // texture coordinates come with texturing
     b.Init();
     EXPECT_EQ(b.Points()->Count(), 2 * 3 * 4 + 2 * 4 * 2 + 2 * 3 * 2);
 }
@@ -246,8 +237,8 @@ TEST_F(ShapeFixture, EveryDetailGivesAClosedSurfaceOnItsShapeWithOutwardNormals)
             c.shape->Init();
             const int sides = c.shape == &cone ? (a + 1) * (b + 1) : c.shape->Points()->Count();
             for (int i = 0; i < sides; ++i)
-                ASSERT_NEAR(c.off(at(*c.shape, i)), 0, 1e-12) << what << " point " << i;
-            EXPECT_EQ(openEdges(*c.shape), 0) << what;
+                ASSERT_NEAR(c.off(At(*c.shape, i)), 0, 1e-12) << what << " point " << i;
+            EXPECT_EQ(OpenEdges(*c.shape), 0) << what;
             expectUnitOutwardNormals(*c.shape, what);
         }
 }
@@ -259,31 +250,29 @@ TEST_F(ShapeFixture, OpenShapesConesAndPartialSweeps) {
     s.SetSweepAngle(180);
     s.SetTopAngle(90);
     s.Init();
-    for (int i = 0; i < s.Points()->Count(); ++i) {
-        EXPECT_GE(at(s, i).x, -1e-12); // the half towards +x
-        EXPECT_LE(at(s, i).y, 1e-12);  // below the equator
-    }
-    EXPECT_FALSE(s.Points()->GetFlag(4, 0)); // an open sweep has no seam
-    EXPECT_GT(openEdges(s), 0);
+    for (int i = 0; i < s.Points()->Count(); ++i)
+        EXPECT_TRUE(At(s, i).x >= -1e-12 && At(s, i).y <= 1e-12) << i; // towards +x, below the equator
+    EXPECT_FALSE(s.Points()->GetFlag(4, 0));                           // an open sweep has no seam
+    EXPECT_GT(OpenEdges(s), 0);
 
     TOrnCylinder cone(&form);
     cone.SetTopRadius(0);
     cone.SetStacks(3);
     cone.Init();
     EXPECT_EQ(cone.PrimitiveCount(), 4); // three side bands and the base cap
-    EXPECT_EQ(openEdges(cone), 0);
+    EXPECT_EQ(OpenEdges(cone), 0);
     cone.SetCaps(false);
     cone.Init();
-    EXPECT_EQ(openEdges(cone), 24); // the rim of the base
+    EXPECT_EQ(OpenEdges(cone), 24); // the rim of the base
 
     TOrnDisc full(&form);
     full.SetSlices(10);
     full.SetLoops(2);
     full.Init();
-    EXPECT_EQ(openEdges(full), 10); // the centre closes up
+    EXPECT_EQ(OpenEdges(full), 10); // the centre closes up
     full.SetSweepAngle(90);
     full.Init();
-    EXPECT_EQ(openEdges(full), 10 + 2 * 2); // the rim and two radial sides of two loops
+    EXPECT_EQ(OpenEdges(full), 10 + 2 * 2); // the rim and two radial sides of two loops
 }
 
 TEST_F(ShapeFixture, DetailsBelowOneAreRefusedAndAbsurdOnesFail) {

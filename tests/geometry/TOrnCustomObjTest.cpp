@@ -39,8 +39,9 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     };
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 6);
-    EXPECT_TRUE(obj->Points()->GetFlag(2, 2));
-    EXPECT_FALSE(obj->Points()->GetFlag(3, 2));
+    EXPECT_TRUE(obj->Points()->GetFlag(2, 2) && !obj->Points()->GetFlag(3, 2));
+    EXPECT_EQ(test::OpenEdges(*obj, false), 6); // welded, the shared edge is no longer open
+    EXPECT_EQ(test::OpenEdges(*obj, true), 4);
 }
 
 TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinToleranceSinceTheLastCloseEdges) {
@@ -200,7 +201,7 @@ TEST_F(PolygonFixture, OnConstructFillsTheOutlineInsteadAndInitClearPointsDiscar
     EXPECT_EQ(poly->Points()->Count() + poly->Count(), 0);
 }
 
-TEST_F(PolygonFixture, AddValuesUsesTheNormalPropertyAndTexture) {
+TEST_F(PolygonFixture, AddValuesUsesTheNormalPropertyAndValuesOfOnePointAreCheckedByIndexAndKind) {
     TOrnNormal n;
     n.SetValues(0, 1, 0);
     poly->SetNormal(&n);
@@ -209,9 +210,7 @@ TEST_F(PolygonFixture, AddValuesUsesTheNormalPropertyAndTexture) {
     EXPECT_EQ(poly->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 1, 0}));
     EXPECT_EQ(poly->Points()->GetVector(0, daTexture), (TOrnMathVector{0.5, 0.25, 0}));
     EXPECT_FALSE(poly->Points()->GetFlag(0, 1));
-}
-
-TEST_F(PolygonFixture, ValuesOfOnePointAreCheckedByIndexAndKind) {
+    poly->Points()->SetCount(0);
     Square();
     poly->Init();
     poly->SetValues(2, daVertex, {5, 5, 0});

@@ -48,45 +48,41 @@ public:
     using TOrnRender::TOrnRender;
 };
 
+/// n points along x from x0 with one normal, then one list per entry.
+void Fill(Probe& p, int n, const std::vector<std::pair<GLenum, Idx>>& lists, double x0 = 0,
+          TOrnMathVector normal = {0, 0, 1}) {
+    for (int i = 0; i < n; ++i)
+        p.Points()->Add({x0 + i, 0, 0}, normal, {});
+    for (auto& [type, idx] : lists) {
+        const int l = p.AddPrimitiveArray(type);
+        for (auto i : idx)
+            p.AddIndex(i, l);
+    }
+}
+
 struct PrimitiveObjFixture : ::testing::Test {
     TComponent form{nullptr};
     Probe* obj = new Probe(&form);
 
-    /// n points along x, then one list per entry.
-    void Fill(int n, std::vector<std::pair<GLenum, Idx>> lists) {
-        for (int i = 0; i < n; ++i)
-            obj->Points()->Add({double(i), 0, 0}, {0, 0, 1}, {});
-        for (auto& [type, idx] : lists) {
-            const int l = obj->AddPrimitiveArray(type);
-            for (auto i : idx)
-                obj->AddIndex(i, l);
-        }
-    }
+    void Fill(int n, std::vector<std::pair<GLenum, Idx>> lists) { ::Fill(*obj, n, lists); }
     TOrnMathVector Normal(int i) const { return obj->Points()->GetVector(i, daNormal); }
 };
 
 } // namespace
 
-TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndCallsOnAfterInit) {
-    obj->OnAfterInit = [this](TObject* sender) { obj->calls.push_back(sender == obj ? "OnAfterInit" : "?"); };
-    obj->Points()->SetDefineArrays({daVertex});
-    obj->SetTextured(true);
-    obj->Init();
-    EXPECT_TRUE(obj->Initialized());
-    EXPECT_EQ(obj->calls,
-              (std::vector<std::string>{"ClearAll", "InitPoints", "InitPrimitives+texture", "OnAfterInit"}));
-}
-
-// An untextured build carries no texture coordinates; texturing it asks for a build that does.
-TEST_F(PrimitiveObjFixture, OnlyTexturedBuildsCarryTextureCoordinates) {
+// An untextured build carries no texture coordinates; texturing asks for a build that does.
+TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndOnlyTexturedBuildsCarryTextureCoordinates) {
     obj->points = [](Probe& p) { p.Points()->SetCount(1000); };
     obj->Init();
     EXPECT_FALSE(obj->Points()->HasArray(daTexture));
     EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 1)); // position, normal, flags
+    obj->OnAfterInit = [this](TObject* sender) { obj->calls.push_back(sender == obj ? "OnAfterInit" : "?"); };
+    obj->calls.clear();
     obj->SetTextured(true);
     EXPECT_FALSE(obj->Initialized());
     obj->Init();
-    EXPECT_TRUE(obj->Points()->HasArray(daTexture));
+    EXPECT_EQ(obj->calls,
+              (std::vector<std::string>{"ClearAll", "InitPoints", "InitPrimitives+texture", "OnAfterInit"}));
     EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 24 + 1));
     obj->SetTextured(false);
     EXPECT_TRUE(obj->Initialized()); // the coordinates stay until the next build
@@ -96,9 +92,8 @@ TEST_F(PrimitiveObjFixture, OnlyTexturedBuildsCarryTextureCoordinates) {
 
 TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExist) {
     Fill(1, {{GL_POINTS, {0}}, {GL_LINES, {0}}, {GL_TRIANGLES, {0}}, {GL_QUADS, {0}}});
-    EXPECT_EQ(obj->AddIndex(0, 3), 1);
-    EXPECT_EQ(obj->AddIndex(0, 4), -1);
-    EXPECT_EQ(obj->AddIndex(0, -1), -1);
+    EXPECT_EQ(std::vector<int>({obj->AddIndex(0, 3), obj->AddIndex(0, 4), obj->AddIndex(0, -1)}),
+              std::vector<int>({1, -1, -1}));
     EXPECT_EQ(obj->Primitive(4), nullptr);
     obj->DeletePrimitiveArray(3, 5);
     obj->DeletePrimitiveArray(0, 0);
@@ -113,9 +108,8 @@ TEST_F(PrimitiveObjFixture, FreeingPointsRenumbersTheListsAndDisablesThoseLeftDa
     obj->FreePoints(1, 2);
     obj->FreePoints(4, 1); // first beyond Count
     EXPECT_EQ(obj->Points()->Count(), 4);
-    EXPECT_FALSE(obj->Primitive(0)->Enabled());
+    EXPECT_TRUE(!obj->Primitive(0)->Enabled() && obj->Primitive(1)->Enabled());
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 3})); // the dangling 1 kept
-    EXPECT_TRUE(obj->Primitive(1)->Enabled());
     EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{0, 2, 3}));
     EXPECT_EQ(obj->Points()->GetVector(2, daVertex).x, 4);
 
@@ -126,8 +120,9 @@ TEST_F(PrimitiveObjFixture, FreeingPointsRenumbersTheListsAndDisablesThoseLeftDa
     obj->Primitive(1)->SetEnabled(false);
     obj->FreeUnusedPoints();
     ASSERT_EQ(obj->Points()->Count(), 3);
-    EXPECT_EQ(obj->Points()->GetVector(1, daVertex).x, 2);
-    EXPECT_EQ(obj->Points()->GetVector(2, daVertex).x, 4);
+    EXPECT_EQ(std::vector<double>(
+                  {obj->Points()->GetVector(1, daVertex).x, obj->Points()->GetVector(2, daVertex).x}),
+              std::vector<double>({2, 4}));
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{2, 0, 1}));
 }
 
@@ -145,8 +140,7 @@ TEST_F(PrimitiveObjFixture, TextureAndTexturedReachEveryListAndARemovedTextureIs
         EXPECT_EQ(obj->Primitive(obj->AddPrimitiveArray(GL_LINES))->TextureRender(), texture);
         EXPECT_EQ(obj->Primitive(0)->TextureRender(), texture);
         delete texture;
-        EXPECT_EQ(obj->Texture(), nullptr);
-        EXPECT_EQ(obj->TextureRender(), nullptr);
+        EXPECT_TRUE(obj->Texture() == nullptr && obj->TextureRender() == nullptr);
         for (int l = 0; l < obj->PrimitiveCount(); ++l)
             EXPECT_EQ(obj->Primitive(l)->TextureRender(), nullptr);
     }
@@ -154,22 +148,14 @@ TEST_F(PrimitiveObjFixture, TextureAndTexturedReachEveryListAndARemovedTextureIs
 
 TEST_F(PrimitiveObjFixture, AddPrimitiveObjBuildsTheOtherAndShiftsItsIndices) {
     auto* other = new Probe(&form);
-    other->points = [](Probe& p) {
-        p.Points()->Add(5, 5, 5);
-        p.Points()->Add(6, 6, 6);
-    };
-    other->primitives = [](Probe& p) {
-        const int l = p.AddPrimitiveArray(GL_LINES);
-        p.AddIndex(0, l);
-        p.AddIndex(1, l);
-    };
+    other->points = [](Probe& p) { ::Fill(p, 2, {{GL_LINES, {0, 1}}}, 5); };
     Fill(3, {{GL_POINTS, {0, 1, 2}}});
     EXPECT_EQ(obj->AddPrimitiveObj(other), 3);
     EXPECT_TRUE(other->Initialized());
     ASSERT_EQ(obj->PrimitiveCount(), 2);
     EXPECT_EQ(obj->Primitive(1)->Type(), static_cast<GLenum>(GL_LINES));
     EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{3, 4}));
-    EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{6, 6, 6}));
+    EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{6, 0, 0}));
 }
 
 TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
@@ -192,12 +178,11 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
             << kTextureModeNames[mode];
     }
     obj->TextureFlags()->SetMode(txLinearX);
-    obj->SetTextured(true);
     obj->Init();
     obj->Points()->SetVector(0, daVertex, {5, 0, 0});
     EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 11); // computed at the build only
     obj->CalcTexturePoint(1);
-    obj->CalcTexturePoint(-1);
+    obj->CalcTexturePoint(-1); // neither exists
     EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 11);
     obj->CalcTexturePoint(0);
     EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 51);
@@ -213,9 +198,7 @@ TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWinding) {
         {GL_QUAD_STRIP, {0, 1, 3, 2}},      {GL_POLYGON, {0, 1, 2, 3}}};
     for (const auto& [type, idx] : cases) {
         obj->DeletePrimitiveArray(0, obj->PrimitiveCount());
-        const int l = obj->AddPrimitiveArray(type);
-        for (auto i : idx)
-            obj->AddIndex(i, l);
+        Fill(0, {{type, idx}});
         obj->CalcNormals();
         for (int i = 0; i < 4; ++i)
             EXPECT_EQ(Normal(i), (TOrnMathVector{0, 0, 1})) << "type " << type << " point " << i;
@@ -226,16 +209,10 @@ TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWinding) {
 }
 
 TEST_F(PrimitiveObjFixture, LinesDisabledListsAndCollapsedStripsLeaveNormalsAlone) {
-    for (int i = 0; i < 6; ++i)
-        obj->Points()->Add({double(i), 0, 0}, {0, 1, 0}, {});
-    obj->AddIndex(0, obj->AddPrimitiveArray(GL_LINES));
-    const int strip = obj->AddPrimitiveArray(GL_TRIANGLE_STRIP); // all on the x axis: collapsed
-    for (std::uint32_t i : {2, 3, 4})
-        obj->AddIndex(i, strip);
-    const int off = obj->AddPrimitiveArray(GL_TRIANGLES);
-    for (std::uint32_t i : {5, 0, 1})
-        obj->AddIndex(i, off);
-    obj->Primitive(off)->SetEnabled(false);
+    // The strip lies on the x axis: collapsed.
+    ::Fill(*obj, 6, {{GL_LINES, {0}}, {GL_TRIANGLE_STRIP, {2, 3, 4}}, {GL_TRIANGLES, {5, 0, 1}}}, 0,
+           {0, 1, 0});
+    obj->Primitive(2)->SetEnabled(false);
     obj->CalcNormals();
     EXPECT_EQ(Normal(0), (TOrnMathVector{0, 0, 1})); // a line's point: the default
     for (int i = 1; i < 6; ++i)

@@ -1,6 +1,9 @@
 #include <orn/host/EOrnError.h>
 #include <orn/host/TBitmap.h>
 
+#include "host/detail/FileTransaction.h"
+#include "support/ErrorText.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -15,6 +18,7 @@
 using namespace orn;
 namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
+using orn::test::ErrorText;
 
 namespace {
 
@@ -38,14 +42,18 @@ bool SamePixels(const TBitmap& a, const TBitmap& b) {
     return true;
 }
 
-// The message of the EOrnError that f raises; "" when none is raised.
-template <class F> std::string Error(F f) {
-    try {
-        f();
-    } catch (const EOrnError& e) {
-        return e.what();
-    }
-    return "";
+// The picture one letter a pixel, rows top down: k black, r red, g lime, b blue, y yellow, w white,
+// a aqua, ? any other colour.
+using Picture = std::vector<std::string>;
+Picture Letters(const TBitmap& bmp) {
+    const std::pair<TColor, char> letters[] = {{clBlack, 'k'},  {clRed, 'r'},   {clLime, 'g'}, {clBlue, 'b'},
+                                               {clYellow, 'y'}, {clWhite, 'w'}, {clAqua, 'a'}};
+    Picture rows(bmp.Height(), std::string(bmp.Width(), '?'));
+    for (int y = 0; y < bmp.Height(); ++y)
+        for (int x = 0; x < bmp.Width(); ++x)
+            for (auto [colour, letter] : letters)
+                if (bmp.Pixel(x, y) == colour) rows[y][x] = letter;
+    return rows;
 }
 
 } // namespace
@@ -54,15 +62,12 @@ TEST(TBitmap, SetSizeKeepsTheSharedPixelsAndRefusesTooMuchMemory) {
     TBitmap bmp;
     EXPECT_TRUE(bmp.Empty());
     bmp.SetSize(4, 3);
-    EXPECT_EQ(bmp.Pixel(3, 2), clBlack);
     bmp.SetPixel(1, 1, clRed);
     bmp.SetPixel(3, 2, clBlue);
+    EXPECT_EQ(Letters(bmp), (Picture{"kkkk", "krkk", "kkkb"}));
     bmp.SetSize(2, 5);
-    EXPECT_EQ(bmp.Pixel(1, 1), clRed);
-    EXPECT_EQ(bmp.Pixel(1, 4), clBlack);
     EXPECT_THROW(bmp.SetSize(100000, 100000), EOrnError);
-    EXPECT_EQ(bmp.Width(), 2);
-    EXPECT_EQ(bmp.Height(), 5);
+    EXPECT_EQ(Letters(bmp), (Picture{"kk", "kr", "kk", "kk", "kk"}));
     bmp.SetSize(-3, 2);
     EXPECT_EQ(bmp.Width(), 0);
     EXPECT_TRUE(bmp.Empty());
@@ -169,20 +174,20 @@ TEST(TBitmapFiles, BmpAndPngRoundTripExactlyAndBrokenPngIsRefused) {
 
 TEST(TBitmapFiles, ErrorsNameTheFileAndTheFault) {
     TBitmap bmp(2, 2);
-    const std::string gif = Error([&] { bmp.SaveToFile("picture.gif"); });
+    const std::string gif = ErrorText([&] { bmp.SaveToFile("picture.gif"); });
     EXPECT_NE(gif.find("picture.gif"), std::string::npos) << gif;
     EXPECT_NE(gif.find("unsupported format"), std::string::npos) << gif;
-    EXPECT_NE(Error([&] { bmp.LoadFromFile("picture.jpg"); }), "");
-    EXPECT_NE(Error([&] { bmp.LoadFromFile("/nonexistent/dir/x.bmp"); }).find("/nonexistent/dir/x.bmp"),
+    EXPECT_NE(ErrorText([&] { bmp.LoadFromFile("picture.jpg"); }), "");
+    EXPECT_NE(ErrorText([&] { bmp.LoadFromFile("/nonexistent/dir/x.bmp"); }).find("/nonexistent/dir/x.bmp"),
               std::string::npos);
-    EXPECT_NE(Error([] { TBitmap().SaveToMemory(); }), "");
+    EXPECT_NE(ErrorText([] { TBitmap().SaveToMemory(); }), "");
     // A huge file is judged by its header and size before it is read. Sparse: 3 GB that take no
     // disk and, were they read, 3 GB of memory.
     const fs::path file = TempPath("huge.bmp");
     for (const char* start : {"MZ", "BM"}) {
         std::ofstream(file, std::ios::binary) << start;
         fs::resize_file(file, std::uintmax_t{3} << 30);
-        const std::string what = Error([&] { bmp.LoadFromFile(file.string()); });
+        const std::string what = ErrorText([&] { bmp.LoadFromFile(file.string()); });
         EXPECT_NE(what.find(start[0] == 'M' ? "does not start as a bmp file does" : "bytes are more than"),
                   std::string::npos)
             << start << ": " << what;
@@ -209,7 +214,7 @@ TEST(TBitmapFiles, AFailedSaveLeavesThePreviousImageAndNoTemporaryFile) {
             ::setrlimit(RLIMIT_FSIZE, &limit);
             TBitmap big(512, 512);
             FillNoise(big, 1);
-            ::_exit(Error([&] { big.SaveToFile(file); }).empty() ? 1 : 0);
+            ::_exit(ErrorText([&] { big.SaveToFile(file); }).empty() ? 1 : 0);
         }
         int status = 0;
         ASSERT_EQ(::waitpid(child, &status, 0), child);
@@ -221,6 +226,35 @@ TEST(TBitmapFiles, AFailedSaveLeavesThePreviousImageAndNoTemporaryFile) {
     fs::remove_all(dir);
 }
 
+// Files saved together are put in place together: a rename that fails halfway gives the files put
+// before it their old content back and leaves nothing else behind.
+TEST(FileTransaction, ARenameThatFailsPutsTheFilesBeforeItBack) {
+    const fs::path dir = fs::temp_directory_path() / ("orn-commit-" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    std::ofstream(dir / "scene.orngl") << "old scene";
+    {
+        detail::FileTransaction t;
+        t.Write((dir / "scene.orngl").string(), "new scene");
+        t.Write((dir / "new.txt").string(), "side file");
+        t.Write((dir / "blocked.bmp").string(), "bitmap");
+        // Once staged, the last target turns into a folder with something in it: renaming a file
+        // over it fails.
+        fs::create_directories(dir / "blocked.bmp" / "inside");
+        const std::string what = ErrorText([&] { t.Commit(); });
+        EXPECT_NE(what.find("blocked.bmp"), std::string::npos) << what;
+    }
+    std::string kept;
+    std::getline(std::ifstream(dir / "scene.orngl"), kept);
+    EXPECT_EQ(kept, "old scene");
+    EXPECT_FALSE(fs::exists(dir / "new.txt"));
+    std::vector<std::string> left;
+    for (const auto& entry : fs::directory_iterator(dir))
+        left.push_back(entry.path().filename().string());
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left, (std::vector<std::string>{"blocked.bmp", "scene.orngl"}));
+    fs::remove_all(dir);
+}
+
 TEST(TCanvas, RectanglesLeaveOutTheRightAndBottomEdgesAndLinesTheirEndPoint) {
     TBitmap bmp(8, 8);
     TCanvas& c = bmp.Canvas();
@@ -228,11 +262,8 @@ TEST(TCanvas, RectanglesLeaveOutTheRightAndBottomEdgesAndLinesTheirEndPoint) {
     c.FillRect(Rect(1, 2, 4, 5));
     c.Brush().SetColor(clBlue);
     c.FillRect(Rect(-10, -10, 1, 100)); // clipped, not a crash
-    // Rows top down, one letter a pixel: k black, r red, b blue.
-    const char* filled[] = {"bkkkkkkk", "bkkkkkkk", "brrrkkkk", "brrrkkkk", "brrrkkkk", "bkkkkkkk"};
-    for (int y = 0; y < 6; ++y)
-        for (int x = 0; x < 8; ++x)
-            EXPECT_EQ(bmp.Pixel(x, y), filled[y][x] == 'r' ? clRed : filled[y][x] == 'b' ? clBlue : clBlack);
+    EXPECT_EQ(Letters(bmp), (Picture{"bkkkkkkk", "bkkkkkkk", "brrrkkkk", "brrrkkkk", "brrrkkkk", "bkkkkkkk",
+                                     "bkkkkkkk", "bkkkkkkk"}));
 
     bmp.SetSize(0, 0);
     bmp.SetSize(8, 8);
@@ -250,10 +281,8 @@ TEST(TCanvas, RectanglesLeaveOutTheRightAndBottomEdgesAndLinesTheirEndPoint) {
     }
     EXPECT_EQ(c.PenPos(), Point(7, 0));
     c.SetPixels(6, 5, clAqua);
-    const std::tuple<int, int, TColor> pixels[] = {
-        {1, 1, clLime},  {4, 4, clLime},   {4, 2, clLime},  {2, 3, clYellow}, {5, 5, clBlack},
-        {6, 6, clRed},   {2, 2, clYellow}, {4, 7, clWhite}, {5, 7, clBlack},  {7, 2, clWhite},
-        {7, 3, clBlack}, {3, 4, clWhite},  {6, 5, clAqua}};
-    for (auto [x, y, colour] : pixels)
-        EXPECT_EQ(c.Pixels(x, y), colour) << x << "," << y;
+    EXPECT_EQ(c.Pixels(6, 5), clAqua);
+    // Lime outline around yellow, the red outline over it; white lines without their end points.
+    EXPECT_EQ(Letters(bmp), (Picture{"rrrrrrrw", "rggggkww", "rgyygwrw", "rgyywkrk", "rggwgkrk", "rkwkkkak",
+                                     "rwrrrrrk", "wwwwwkkk"}));
 }

@@ -1,7 +1,10 @@
 #include <orn/host/EOrnError.h>
 #include <orn/host/TBitmap.h>
+#include <orn/host/TFont.h>
 
 #include "host/detail/FontEngine.h"
+
+#include "support/ErrorText.h"
 
 #include <gtest/gtest.h>
 
@@ -35,7 +38,48 @@ Ink CountInk(const TBitmap& bmp, const TRect& rect, TColor background) {
 
 } // namespace
 
-TEST(TCanvasText, ExtentGrowsWithSizeAndBoldAndUnknownNamesFallBack) {
+TEST(TFontProperties, SizeAndHeightConvertAtNinetySixDpi) {
+    const std::vector<std::pair<int, int>> sizeToHeight = {
+        {8, -11}, {9, -12}, {10, -13}, {12, -16}, {72, -96}};
+    TFont font;
+    for (const auto& [size, height] : sizeToHeight) {
+        font.SetSize(size);
+        EXPECT_EQ(font.Height(), height) << size;
+        EXPECT_EQ(font.Size(), size) << size;
+    }
+    font.SetHeight(20); // a cell height: Size turns negative as the host's does
+    EXPECT_EQ(font.Size(), -15);
+    font.SetHeight(1000000);
+    EXPECT_EQ(font.Height(), TFont::kMaxHeight);
+}
+
+TEST(TFontChange, NotifiesOncePerRealChange) {
+    TFont font;
+    int changes = 0;
+    font.OnChange = [&](TObject* sender) {
+        EXPECT_EQ(sender, &font);
+        ++changes;
+    };
+    font.SetName("DejaVu Serif");
+    font.SetName("DejaVu Serif");
+    font.SetSize(8); // already -11
+    font.SetStyle({fsBold, fsUnderline});
+    font.SetColor(clRed);
+    EXPECT_EQ(changes, 3);
+    TFont other;
+    other.SetSize(20);
+    other.SetStyle({fsItalic});
+    font.Assign(&other);
+    EXPECT_EQ(changes, 4);
+    EXPECT_EQ(font.Name(), "DejaVu Sans");
+    EXPECT_EQ(font.Height(), other.Height());
+    EXPECT_EQ(font.Style(), TFontStyles({fsItalic}));
+    EXPECT_EQ(font.Color(), clBlack);
+    font.Assign(&other);
+    EXPECT_EQ(changes, 4);
+}
+
+TEST(TCanvasText, ExtentGrowsWithSizeAndBoldAndFontsAreFoundByNameOrFile) {
     TBitmap bmp(4, 4);
     TCanvas& c = bmp.Canvas();
     TSize previous{0, 0};
@@ -63,6 +107,15 @@ TEST(TCanvasText, ExtentGrowsWithSizeAndBoldAndUnknownNamesFallBack) {
     EXPECT_EQ(c.TextWidth(kSample), regular);
     c.Font().SetName("DejaVu Sans Mono");
     EXPECT_EQ(c.TextWidth("iiii"), c.TextWidth("WWWW"));
+    c.Font().SetName("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"); // a file: the same face
+    EXPECT_EQ(c.TextWidth(kSample), regular);
+    // A file FreeType refuses is an error naming it.
+    const auto path =
+        std::filesystem::temp_directory_path() / ("orn_bad_font_" + std::to_string(::getpid()) + ".ttf");
+    std::ofstream(path) << "this is not a font";
+    c.Font().SetName(path.string());
+    EXPECT_NE(orn::test::ErrorText([&] { c.TextWidth("x"); }).find(path.string()), std::string::npos);
+    std::filesystem::remove(path);
 }
 
 TEST(TCanvasText, InkStaysInsideTheExtentAndMissingGlyphsStillDraw) {
@@ -94,8 +147,10 @@ TEST(TCanvasText, InkStaysInsideTheExtentAndMissingGlyphsStillDraw) {
     }
 }
 
-TEST(TCanvasText, SolidBrushFillsTheCellAndClearBrushKeepsTheBackground) {
+TEST(TCanvasText, SolidBrushFillsTheCellClearBrushKeepsTheBackgroundAndEachTextOutNotifiesOnce) {
     TBitmap bmp(200, 40);
+    int changes = 0;
+    bmp.OnChange = [&](TObject*) { ++changes; };
     TCanvas& c = bmp.Canvas();
     c.Brush().SetColor(clBlue);
     c.Font().SetColor(clYellow);
@@ -107,6 +162,7 @@ TEST(TCanvasText, SolidBrushFillsTheCellAndClearBrushKeepsTheBackground) {
     c.Brush().SetStyle(bsClear);
     c.TextOut(100, 5, "Ab");
     EXPECT_EQ(bmp.Pixel(100, 5), clBlack);
+    EXPECT_EQ(changes, 2);
 }
 
 TEST(TCanvasText, FullCoverageGivesTheFontColourAndEdgesBlend) {
@@ -130,41 +186,18 @@ TEST(TCanvasText, FullCoverageGivesTheFontColourAndEdgesBlend) {
     EXPECT_GT(blended, 0) << "anti-aliased edges";
 }
 
-TEST(TCanvasText, TextOutNotifiesOnceAndClipsAtTheBitmapEdges) {
-    TBitmap bmp(20, 10);
-    int changes = 0;
-    bmp.OnChange = [&](TObject*) { ++changes; };
-    bmp.Canvas().Font().SetSize(24);
-    bmp.Canvas().TextOut(-15, -8, "Clipped text");
-    bmp.Canvas().TextOut(15, 5, "Clipped text");
-    EXPECT_EQ(changes, 2);
-    // Positions far outside draw nothing and do not overflow.
-    TBitmap empty(10, 10);
-    empty.Canvas().Brush().SetColor(clRed);
-    for (int far : {INT_MIN, INT_MAX}) {
-        empty.Canvas().TextOut(far, far, "far away");
-        empty.Canvas().TextOut(far, 0, "far away");
-    }
-    EXPECT_EQ(CountInk(empty, Rect(0, 0, 10, 10), clBlack).Inside, 0);
-}
-
-TEST(TCanvasText, FontFileFreeTypeRefusesIsAnError) {
-    const auto path =
-        std::filesystem::temp_directory_path() / ("orn_bad_font_" + std::to_string(::getpid()) + ".ttf");
-    std::ofstream(path) << "this is not a font";
+TEST(TCanvasText, TextIsClippedAtTheBitmapEdgesAndFarPositionsDoNotOverflow) {
     TBitmap bmp(10, 10);
-    bmp.Canvas().Font().SetName(path.string());
-    try {
-        bmp.Canvas().TextWidth("x");
-        ADD_FAILURE() << "refused font accepted";
-    } catch (const EOrnError& e) {
-        EXPECT_NE(std::string(e.what()).find(path.string()), std::string::npos);
+    bmp.Canvas().Font().SetSize(24);
+    bmp.Canvas().Brush().SetColor(clRed);
+    for (int far : {INT_MIN, INT_MAX}) {
+        bmp.Canvas().TextOut(far, far, "far away");
+        bmp.Canvas().TextOut(far, 0, "far away");
     }
-    std::filesystem::remove(path);
-    bmp.Canvas().Font().SetName("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf");
-    const int byPath = bmp.Canvas().TextWidth("Hello");
-    bmp.Canvas().Font().SetName("DejaVu Sans");
-    EXPECT_EQ(bmp.Canvas().TextWidth("Hello"), byPath);
+    EXPECT_EQ(CountInk(bmp, Rect(0, 0, 10, 10), clBlack).Inside, 0);
+    bmp.Canvas().TextOut(-15, -8, "Clipped text");
+    bmp.Canvas().TextOut(5, 5, "Clipped text");
+    EXPECT_EQ(bmp.Pixel(9, 9), clRed);
 }
 
 TEST(TCanvasText, MalformedUtf8BecomesReplacementCharacters) {

@@ -24,15 +24,9 @@ struct Built {
         text->SetDepth(depth);
         text->Init();
     }
-    TOrnMathVector P(std::uint32_t i) const {
-        return text->Points()->GetVector(static_cast<int>(i), daVertex);
-    }
-    TOrnMathVector N(std::uint32_t i) const {
-        return text->Points()->GetVector(static_cast<int>(i), daNormal);
-    }
-    TOrnMathVector T(std::uint32_t i) const {
-        return text->Points()->GetVector(static_cast<int>(i), daTexture);
-    }
+    TOrnMathVector P(std::uint32_t i, TOrnArray k = daVertex) const { return test::At(*text, int(i), k); }
+    TOrnMathVector N(std::uint32_t i) const { return P(i, daNormal); }
+    TOrnMathVector T(std::uint32_t i) const { return P(i, daTexture); }
     /// Every face (triangles of the caps, quads of the walls) as its corner indices.
     std::vector<std::vector<std::uint32_t>> Faces() const {
         std::vector<std::vector<std::uint32_t>> faces;
@@ -56,10 +50,6 @@ struct Built {
         return area;
     }
 };
-
-double Dot(const TOrnMathVector& a, const TOrnMathVector& b) {
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
 
 detail::TextOutline Outline(const std::string& text) {
     return detail::OutlineText({TFont::kDefaultName}, text, 0.01);
@@ -89,10 +79,10 @@ TEST(TOrn3DTextMesh, HolaIsClosedOutwardAndAsVoluminousAsItsCapTimesItsDepth) {
             TOrnMathVector geometric, cd;
             OrnMathNormalVector(b.P(f[0]), b.P(f[k]), b.P(f[k + 1]), false, geometric);
             OrnMathCrossProduct(b.P(f[k]), b.P(f[k + 1]), cd);
-            volume += Dot(b.P(f[0]), cd) / 6;
-            if (Dot(geometric, geometric) < 1e-18) continue;
+            volume += OrnMathDotProduct(b.P(f[0]), cd) / 6;
+            if (OrnMathDotProduct(geometric, geometric) < 1e-18) continue;
             for (std::uint32_t v : {f[0], f[k], f[k + 1]})
-                ASSERT_GT(Dot(geometric, b.N(v)), 0) << "face at " << b.P(f[0]).x;
+                ASSERT_GT(OrnMathDotProduct(geometric, b.N(v)), 0) << "face at " << b.P(f[0]).x;
         }
     }
     for (const auto& [edge, count] : directed) {
@@ -129,32 +119,44 @@ TEST(TOrn3DTextMesh, TheOddRuleLeavesTheCountersOfOAndBOpen) {
 
 namespace {
 
-// Wall normals at the front cap grouped by place, and how many wall quads bend along their length.
+// Wall normals at the front cap grouped by place, how many wall quads bend along their length, and
+// (textured) how far s runs along the walls.
 struct Walls {
     std::map<std::pair<double, double>, std::vector<TOrnMathVector>> normalsAt;
     int bent = 0, quads = 0;
+    double perimeter = 0;
 };
 
 Walls WallsOf(const Built& b) {
     Walls w;
+    const bool textured = b.text->Textured();
     const TOrnPrimitiveArray* walls = b.text->Primitive(2);
     for (int i = 0; i + 4 <= walls->Count(); i += 4) {
-        std::vector<TOrnMathVector> front;
-        for (const std::uint32_t v : std::span(walls->Data() + i, 4))
-            if (b.P(v).z == 0) {
-                front.push_back(b.N(v));
-                w.normalsAt[{b.P(v).x, b.P(v).y}].push_back(b.N(v));
-            }
-        EXPECT_EQ(front.size(), 2u);
+        std::vector<std::uint32_t> front;
+        for (const std::uint32_t v : std::span(walls->Data() + i, 4)) {
+            EXPECT_TRUE(!textured || b.T(v).y == (b.P(v).z == 0 ? 1.0 : 0.0))
+                << "t: 0 at the back, 1 at the front";
+            if (b.P(v).z != 0) continue;
+            front.push_back(v);
+            w.normalsAt[{b.P(v).x, b.P(v).y}].push_back(b.N(v));
+        }
         ++w.quads;
-        if (front.size() == 2 && Dot(front[0], front[1]) < 1 - 1e-9) ++w.bent;
+        if (front.size() != 2) {
+            ADD_FAILURE() << "a wall quad with " << front.size() << " corners at the front";
+            continue;
+        }
+        if (OrnMathDotProduct(b.N(front[0]), b.N(front[1])) < 1 - 1e-9) ++w.bent;
+        const double ds = std::abs(b.T(front[0]).x - b.T(front[1]).x); // s: along the outline, in ems
+        EXPECT_TRUE(!textured || std::abs(ds - OrnMathVectorDist(b.P(front[0]), b.P(front[1]))) < 1e-12)
+            << ds;
+        w.perimeter += ds;
     }
     return w;
 }
 
 } // namespace
 
-TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
+TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCornersTheirTextureRunningAlong) {
     // Round: the normals turn along nearly every wall quad, and the two quads meeting at a place
     // share one horizontal normal there.
     const Walls o = WallsOf(Built("O"));
@@ -170,41 +172,26 @@ TEST(TOrn3DTextMesh, WallsAreSmoothOnCurvesAndSharpAtCorners) {
     for (const auto& [place, normals] : o.normalsAt) {
         ASSERT_EQ(normals.size(), 2u) << place.first << ", " << place.second;
         EXPECT_NEAR(normals[0].z, 0, 1e-12);
-        EXPECT_GT(Dot(normals[0], normals[1]), 1 - 1e-9) << "seam at " << place.first << ", " << place.second;
+        EXPECT_GT(OrnMathDotProduct(normals[0], normals[1]), 1 - 1e-9)
+            << "seam at " << place.first << ", " << place.second;
     }
     // Straight: every quad is flat, and the two quads at each corner keep their own normals.
-    const Walls h = WallsOf(Built("H"));
-    EXPECT_EQ(h.quads, 12);
-    EXPECT_EQ(h.bent, 0);
-    EXPECT_EQ(h.normalsAt.size(), 12u);
-    for (const auto& [place, normals] : h.normalsAt) {
+    Built h("H");
+    h.text->SetTextured(true); // coordinates come with texturing
+    h.text->Init();
+    const Walls hw = WallsOf(h);
+    EXPECT_EQ(hw.quads, 12);
+    EXPECT_EQ(hw.bent, 0);
+    EXPECT_EQ(hw.normalsAt.size(), 12u);
+    for (const auto& [place, normals] : hw.normalsAt) {
         ASSERT_EQ(normals.size(), 2u) << place.first << ", " << place.second;
-        EXPECT_NEAR(Dot(normals[0], normals[1]), 0, 1e-9) << "a right angle at " << place.first;
+        EXPECT_NEAR(OrnMathDotProduct(normals[0], normals[1]), 0, 1e-9) << "a right angle at " << place.first;
     }
-}
-
-TEST(TOrn3DTextMesh, TextureCoordinatesSpanTheCapsAndRunAlongTheWalls) {
-    Built b("L");
-    b.text->SetTextured(true); // coordinates come with texturing
-    b.text->Init();
-    for (int i = 0; i < b.text->Primitive(0)->Count(); ++i) {
-        const double s = b.T(b.text->Primitive(0)->Data()[i]).x;
+    EXPECT_GT(hw.perimeter, 2.0); // an H of about 0.6 × 0.73 em
+    for (int i = 0; i < h.text->Primitive(0)->Count(); ++i) {
+        const double s = h.T(h.text->Primitive(0)->Data()[i]).x;
         EXPECT_TRUE(s >= 0 && s <= 1) << s;
     }
-    const TOrnPrimitiveArray* walls = b.text->Primitive(2);
-    double perimeter = 0;
-    for (int i = 0; i + 4 <= walls->Count(); i += 4) {
-        std::vector<std::uint32_t> front;
-        for (const std::uint32_t v : std::span(walls->Data() + i, 4)) {
-            EXPECT_EQ(b.T(v).y, b.P(v).z == 0 ? 1.0 : 0.0); // t: 0 at the back, 1 at the front
-            if (b.P(v).z == 0) front.push_back(v);
-        }
-        ASSERT_EQ(front.size(), 2u);
-        const double ds = std::abs(b.T(front[0]).x - b.T(front[1]).x); // s: along the outline, in ems
-        EXPECT_NEAR(ds, OrnMathVectorDist(b.P(front[0]), b.P(front[1])), 1e-12);
-        perimeter += ds;
-    }
-    EXPECT_GT(perimeter, 1.0); // an L of about 0.56 × 0.73 em
 }
 
 TEST(TOrn3DTextMesh, DepthAlignmentDetailAndStyleShapeTheSolid) {
@@ -214,25 +201,21 @@ TEST(TOrn3DTextMesh, DepthAlignmentDetailAndStyleShapeTheSolid) {
         EXPECT_EQ(flat.P(static_cast<std::uint32_t>(i)).z, 0);
     EXPECT_GT(flat.CapArea(0), 0.1);
 
-    auto bounds = [](TOrnAlignment alignment) {
+    const auto bounds = [](TOrnAlignment alignment) {
         Built b("Hi");
         b.text->SetAlignment(alignment);
         b.text->Init();
-        double lo = 1e9, hi = -1e9;
-        for (int i = 0; i < b.text->Points()->Count(); ++i) {
-            lo = std::min(lo, b.P(static_cast<std::uint32_t>(i)).x);
-            hi = std::max(hi, b.P(static_cast<std::uint32_t>(i)).x);
-        }
-        return std::pair{lo, hi};
+        std::vector<double> xs;
+        for (int i = 0; i < b.text->Points()->Count(); ++i)
+            xs.push_back(b.P(static_cast<std::uint32_t>(i)).x);
+        return std::pair{*std::min_element(xs.begin(), xs.end()), *std::max_element(xs.begin(), xs.end())};
     };
     const double width = Outline("Hi").Width;
     const auto [leftLo, leftHi] = bounds(taLeftJustify);
-    EXPECT_GT(leftLo, 0);
-    EXPECT_LT(leftHi, width);
+    EXPECT_TRUE(leftLo > 0 && leftHi < width) << leftLo << " … " << leftHi;
     EXPECT_NEAR(bounds(taRightJustify).first, leftLo - width, 1e-12);
     EXPECT_NEAR(bounds(taCenter).second, leftHi - width / 2, 1e-12);
-
-    auto count = [](const std::string& caption, double detail) {
+    const auto count = [](const std::string& caption, double detail) {
         Built b(caption);
         b.text->SetDetail(detail);
         b.text->Init();
@@ -240,7 +223,6 @@ TEST(TOrn3DTextMesh, DepthAlignmentDetailAndStyleShapeTheSolid) {
     };
     EXPECT_GT(count("O", 0.001), 2 * count("O", 0.05)); // finer curves, same straight lines
     EXPECT_EQ(count("H", 0.001), count("H", 0.05));
-
     Built bold("m");
     const double regular = bold.CapArea(0);
     bold.text->Font()->SetStyle({fsBold});

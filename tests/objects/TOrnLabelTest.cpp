@@ -57,47 +57,39 @@ TEST(TOrnLabel, TextPixelsTakeTheFontAlphaAndTheBackgroundTheColourAlpha) {
     EXPECT_EQ(texture.Bitmap()->Canvas().Pixels(w - 1, h - 1), TColor(0xFFFFFE));
 }
 
-TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentWhichTheSizeFollows) {
+TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetUntilTheFontChanges) {
     Form f;
     EXPECT_EQ(f.label->LabelTexture()->Owner(), f.label);
     for (int height : {-11, 16, 32}) { // positive: cells of exactly a power of two
         f.label->Font()->SetHeight(height);
         f.label->SetCaption("Label " + std::to_string(height));
         const TSize extent = Extent(f.label->Caption(), *f.label->Font());
-        EXPECT_EQ(f.label->Width(), extent.cx);
-        EXPECT_EQ(f.label->Height(), extent.cy);
+        EXPECT_EQ((TSize{f.label->Width(), f.label->Height()}), extent);
         f.label->Init();
         const TBitmap& bitmap = *f.label->LabelTexture()->Bitmap();
         SCOPED_TRACE(height);
-        for (auto [side, text] : {std::pair{bitmap.Width(), extent.cx}, {bitmap.Height(), extent.cy}}) {
-            EXPECT_EQ(side & (side - 1), 0) << side;
-            EXPECT_GT(side, text);
-            EXPECT_LE(side, 2 * text);
-        }
+        for (auto [side, text] : {std::pair{bitmap.Width(), extent.cx}, {bitmap.Height(), extent.cy}})
+            EXPECT_TRUE((side & (side - 1)) == 0 && side > text && side <= 2 * text) << side;
         EXPECT_TRUE(f.label->LabelTexture()->Valid());
     }
-    f.label->SetCaption("");
-    f.label->Init();
-    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 2);
-    f.label->SetCaption(std::string(5000, 'W'));
-    f.label->Init();
-    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 4096);
-    EXPECT_TRUE(f.label->LabelTexture()->Valid());
-}
+    for (auto [caption, width] : {std::pair{std::string(), 2}, {std::string(5000, 'W'), 4096}}) {
+        f.label->SetCaption(caption);
+        f.label->Init();
+        EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), width);
+        EXPECT_TRUE(f.label->LabelTexture()->Valid());
+    }
 
-TEST(TOrnLabel, SizeSetDirectlyHoldsUntilTheFontChanges) {
-    Form f;
     f.label->SetSize(0, 300);
     f.label->SetSize(1, 40);
     f.label->SetSize(2, 99); // no third size
-    EXPECT_EQ(f.label->Width(), 300);
-    EXPECT_EQ(f.label->Height(), 40);
-    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), 300); // the bitmap follows
-    EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Height(), 40);
+    EXPECT_EQ((TSize{f.label->Width(), f.label->Height()}), (TSize{300, 40}));
+    const TBitmap& bitmap = *f.label->LabelTexture()->Bitmap(); // the bitmap follows
+    EXPECT_EQ((TSize{bitmap.Width(), bitmap.Height()}), (TSize{300, 40}));
+    f.label->SetCaption("TOrnLabel");
+    f.label->Font()->SetHeight(-11);
     f.label->Font()->SetStyle({fsBold});
     const TSize extent = Extent("TOrnLabel", *f.label->Font());
-    EXPECT_EQ(f.label->Width(), extent.cx);
-    EXPECT_EQ(f.label->Height(), extent.cy);
+    EXPECT_EQ((TSize{f.label->Width(), f.label->Height()}), extent);
     EXPECT_GT(extent.cx, Extent("TOrnLabel", TFont()).cx);
     f.label->SetFont(nullptr); // ignored
     EXPECT_EQ(f.label->Width(), extent.cx);
@@ -105,7 +97,7 @@ TEST(TOrnLabel, SizeSetDirectlyHoldsUntilTheFontChanges) {
     EXPECT_EQ(f.label->Width(), 0);
 }
 
-TEST(TOrnLabel, EveryChangeOfWhatItShowsAsksForANewBitmap) {
+TEST(TOrnLabel, EveryChangeOfWhatItShowsAsksForANewBitmapButInDesignOrWithoutItsTextureItDrawsNothing) {
     Form f;
     const std::vector<std::function<void()>> changes = {
         [&] { f.label->SetCaption("x"); },          [&] { f.label->Font()->SetColor(clBlue); },
@@ -117,9 +109,6 @@ TEST(TOrnLabel, EveryChangeOfWhatItShowsAsksForANewBitmap) {
         changes[i]();
         EXPECT_FALSE(f.label->Initialized()) << i;
     }
-}
-
-TEST(TOrnLabel, InDesignOrWithoutItsTextureItDrawsNothing) {
     TComponent form(nullptr);
     form.SetDesigning(true);
     auto* label = new TOrnLabel(&form);
@@ -130,7 +119,6 @@ TEST(TOrnLabel, InDesignOrWithoutItsTextureItDrawsNothing) {
     EXPECT_FALSE(label->Initialized());
     EXPECT_TRUE(label->LabelTexture()->Pixels().empty());
 
-    Form f;
     delete f.label->LabelTexture();
     EXPECT_EQ(f.label->LabelTexture(), nullptr);
     f.label->SetCaption("still here");
@@ -184,6 +172,21 @@ protected:
                 }
         return ink;
     }
+    /// The label's cell at the projected origin against its bitmap: the pixels of the glyph colour
+    /// drawn as drawn, the rest the clear colour showing through; how many glyph pixels.
+    int ExpectCell(const Image& image, TColor glyph, Rgba drawn) {
+        const TPoint at = Projected({0, 0, 0});
+        TCanvas& canvas = label->LabelTexture()->Bitmap()->Canvas();
+        int text = 0;
+        for (int j = 0; j < label->Height(); ++j)
+            for (int i = 0; i < label->Width(); ++i) {
+                const bool isText = canvas.Pixels(i, j) == glyph;
+                text += isText;
+                EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + i, at.Y + j), isText ? drawn : kBlue, 0))
+                    << i << ", " << j;
+            }
+        return text;
+    }
     // Where the view puts a scene point now, rounded as the label rounds it.
     TPoint Projected(const TOrnMathVector& point) {
         const TOrnMathVector w = view.WinFrom3D(point);
@@ -199,28 +202,26 @@ protected:
 
 } // namespace
 
-TEST_F(TOrnLabelPixels, ANewLabelShowsItsClassNameOneToOneOnATransparentBackground) {
+TEST_F(TOrnLabelPixels, ANewLabelShowsItsClassNameOneToOneOnATransparentBackgroundInBitmapsToo) {
     const Image image = Draw();
     EXPECT_EQ(stackBefore, stackAfter);
     ASSERT_EQ(label->LabelTexture()->Bitmap()->Width(), 64);
     ASSERT_EQ(label->LabelTexture()->Bitmap()->Height(), 16);
-    // At the projection of the origin: text pixels black, the rest the clear colour showing through.
-    const TPoint at = Projected({0, 0, 0});
-    int text = 0;
-    TCanvas& canvas = label->LabelTexture()->Bitmap()->Canvas();
-    for (int j = 0; j < label->Height(); ++j)
-        for (int i = 0; i < label->Width(); ++i) {
-            const bool isText = canvas.Pixels(i, j) == clBlack;
-            text += isText;
-            ASSERT_TRUE(
-                orn::test::ColorNear(Top(image, at.X + i, at.Y + j), isText ? Rgba{0, 0, 0, 255} : kBlue, 0))
-                << i << ", " << j;
-        }
+    const int text = ExpectCell(image, clBlack, {0, 0, 0, 255});
     EXPECT_GT(text, 20); // the pixels that glyphs cover wholly
     const Ink ink = FindInk(image);
+    const TPoint at = Projected({0, 0, 0});
     EXPECT_EQ(ink.Count, text);
     EXPECT_TRUE(ink.Left >= at.X && ink.Top >= at.Y && ink.Right < at.X + label->Width() &&
                 ink.Bottom < at.Y + label->Height());
+    const auto bitmap = view.GetImage(256, 120);
+    ASSERT_TRUE(bitmap);
+    EXPECT_TRUE(label->Initialized());
+    int inBitmap = 0;
+    for (int y = 0; y < 120; ++y)
+        for (int x = 0; x < 256; ++x)
+            inBitmap += bitmap->Canvas().Pixels(x, y) != clBlue;
+    EXPECT_EQ(inBitmap, text);
 }
 
 TEST_F(TOrnLabelPixels, ALabelFollowsItsPointAndShiftsByPixelsWhateverTheCamera) {
@@ -257,37 +258,15 @@ TEST_F(TOrnLabelPixels, BlackBackgroundsStayInvisibleAndOpaqueOnesShowTheColour)
     label->Color()->SetColor(clBlack);
     label->Font()->SetColor(clWhite);
     Image image = Draw();
-    const TPoint at = Projected({0, 0, 0});
     ASSERT_EQ(label->LabelTexture()->Bitmap()->Canvas().Pixels(63, 15), TColor(1));
-    int white = 0;
-    for (int j = 0; j < label->Height(); ++j)
-        for (int i = 0; i < label->Width(); ++i) {
-            const Rgba c = Top(image, at.X + i, at.Y + j);
-            if (orn::test::SameColor(c, {255, 255, 255, 255}, 0))
-                ++white;
-            else
-                EXPECT_TRUE(orn::test::ColorNear(c, kBlue, 0)) << i << ", " << j;
-        }
-    EXPECT_GT(white, 20);
+    EXPECT_GT(ExpectCell(image, clWhite, {255, 255, 255, 255}), 20);
 
     label->Color()->SetColor(clRed);
     label->Color()->SetAlpha(1);
     image = Draw();
     // The last row and column of the rectangle lie below and right of the glyphs: one step off red.
+    const TPoint at = Projected({0, 0, 0});
     EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() - 1, at.Y + label->Height() - 1),
                                      {254, 0, 0, 255}, 0));
     EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() + 1, at.Y), kBlue, 0));
-}
-
-TEST_F(TOrnLabelPixels, ABitmapRenderShowsTheCaptionToo) {
-    Draw();
-    ASSERT_TRUE(label->Initialized());
-    const auto bitmap = view.GetImage(256, 120);
-    ASSERT_TRUE(bitmap);
-    EXPECT_TRUE(label->Initialized());
-    int ink = 0; // some pixels are not the blue background
-    for (int y = 0; y < 120; ++y)
-        for (int x = 0; x < 256; ++x)
-            ink += bitmap->Canvas().Pixels(x, y) != clBlue;
-    EXPECT_GT(ink, 20);
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace orn {
 namespace {
 
@@ -56,22 +58,19 @@ TEST(TOrnColorGrid, ClicksChooseOnceAndDisabledChoicesIgnoreThem) {
     grid.SetBounds(0, 0, 160, 160); // 4 × 4 cells of 40 pixels
     int changes = 0;
     grid.OnChange = [&](TObject*) { ++changes; };
+    // Foreground, background, changes told.
+    const auto state = [&] { return std::tuple(grid.ForegroundIndex(), grid.BackgroundIndex(), changes); };
     grid.MouseDown(mbLeft, {}, 90, 50); // cell 6
-    EXPECT_EQ(grid.ForegroundIndex(), 6);
     EXPECT_EQ(grid.ForegroundColor(), clTeal);
-    EXPECT_EQ(changes, 1);
     grid.MouseDown(mbLeft, {}, 90, 50); // the same cell again
-    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(state(), std::tuple(6, 15, 1));
     grid.MouseDown(mbRight, {}, 10, 130); // cell 12
-    EXPECT_EQ(grid.BackgroundIndex(), 12);
-    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(state(), std::tuple(6, 12, 2));
     grid.SetForegroundEnabled(false);
     grid.MouseDown(mbLeft, {}, 10, 10);
-    EXPECT_EQ(grid.ForegroundIndex(), 6);
-    EXPECT_EQ(changes, 2);
     grid.SetEnabled(false);
     grid.MouseDown(mbRight, {}, 10, 10);
-    EXPECT_EQ(grid.BackgroundIndex(), 12);
+    EXPECT_EQ(state(), std::tuple(6, 12, 2));
 }
 
 TEST(TOrnColorGrid, ArrowsMoveTheChoiceWithinTheGrid) {

@@ -1,14 +1,16 @@
-#include <orn/scene/TOrnObject.h>
-#include <orn/scene/TOrnRegistry.h>
 #include <orn/state/TOrnAttributes.h>
+#include <orn/state/TOrnMaterial.h>
+#include <orn/state/TOrnTexture.h>
 
 #include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
 
 #include <GL/gl.h>
+
+#include <functional>
+#include <tuple>
 
 using namespace orn;
 using orn::test::GLRecorder;
@@ -17,14 +19,8 @@ using Calls = std::vector<std::string>;
 
 namespace {
 
-class AttributesGL : public orn::test::GLTest {
+class AttributesGL : public orn::test::ViewGLTest {
 protected:
-    void SetUp() override {
-        GLTest::SetUp();
-        view->RenderState()->BeginFrame();
-    }
-    TComponent form{nullptr};
-    TestView* view = new TestView(&form);
     TOrnAttributes* attr = new TOrnAttributes(&form);
 
     // The calls of the block to the functions named (all of them when none is named).
@@ -36,15 +32,6 @@ protected:
 };
 
 } // namespace
-
-TEST(TOrnAttributes, ObjectForgetsDestroyedAttributes) {
-    TComponent form(nullptr);
-    auto* object = new TOrnObject(&form);
-    auto* a = new TOrnAttributes(&form);
-    object->SetAttributes(a);
-    delete a;
-    EXPECT_EQ(object->Attributes(), nullptr);
-}
 
 TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
     attr->SetAntialiasing(true);
@@ -68,24 +55,17 @@ TEST_F(AttributesGL, EverySwitchOnTakesItsBranch) {
     for (GLenum cap : {GL_POINT_SMOOTH, GL_LINE_SMOOTH, GL_POLYGON_SMOOTH, GL_CULL_FACE, GL_DITHER,
                        GL_LIGHTING, GL_BLEND, GL_LINE_STIPPLE})
         EXPECT_TRUE(glIsEnabled(cap)) << std::hex << cap;
-    const std::pair<GLenum, GLint> values[] = {{GL_CULL_FACE_MODE, GL_FRONT},
-                                               {GL_LIGHT_MODEL_TWO_SIDE, 1},
-                                               {GL_POLYGON_MODE, GL_LINE},
-                                               {GL_SHADE_MODEL, GL_FLAT},
-                                               {GL_BLEND_SRC, GL_SRC_ALPHA},
-                                               {GL_BLEND_DST, GL_ONE_MINUS_SRC_ALPHA},
-                                               {GL_LINE_STIPPLE_PATTERN, 0xF0F0},
-                                               {GL_LINE_STIPPLE_REPEAT, 1},
-                                               {GL_LINE_WIDTH, 2},
-                                               {GL_POINT_SIZE, 4}};
-    for (auto [name, value] : values) {
+    std::vector<GLint> values;
+    for (GLenum name :
+         {GL_CULL_FACE_MODE, GL_LIGHT_MODEL_TWO_SIDE, GL_POLYGON_MODE, GL_SHADE_MODEL, GL_BLEND_SRC,
+          GL_BLEND_DST, GL_LINE_STIPPLE_PATTERN, GL_LINE_STIPPLE_REPEAT, GL_LINE_WIDTH, GL_POINT_SIZE}) {
         GLint got[2] = {};
         glGetIntegerv(name, got);
-        EXPECT_EQ(got[0], value) << std::hex << name;
+        values.push_back(got[0]);
     }
-}
-
-TEST_F(AttributesGL, QualityAndPolygonModeChooseTheirEnumerants) {
+    EXPECT_EQ(values, (std::vector<GLint>{GL_FRONT, 1, GL_LINE, GL_FLAT, GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA,
+                                          0xF0F0, 1, 2, 4}));
+    attr->SetAntialiasing(false);
     attr->SetPerspectiveCorrection(quFastest);
     attr->SetPolygonMode(pmPoint);
     EXPECT_EQ(BlockCalls({"glHint", "glPolygonMode"}),
@@ -124,42 +104,62 @@ TEST_F(AttributesGL, StipplePatternsAndRotation) {
     EXPECT_EQ(BlockCalls({"glLineStipple"}), Calls{}) << "not sent again within the frame";
 }
 
-TEST_F(AttributesGL, SentOncePerFrameAndContextAgainAfterAChangeOrAnotherInBetween) {
-    auto* other = new TOrnAttributes(&form);
-    other->SetLineWidth(5);
-    GLRecorder rec;
-    attr->Render(view);
-    attr->Render(view);
-    other->Render(view);
-    attr->Render(view);
-    attr->SetLineWidth(3);
-    attr->Render(view);
-    attr->Render(view);
-    view->RenderState()->BeginFrame();
-    attr->Render(view);
+// Attributes, materials and textures share the block cache of the render state.
+TEST_F(AttributesGL, EachBlockIsSentOncePerFrameAndContextAgainAfterAChangeOrAnotherInBetween) {
+    const auto texture = [&] {
+        auto* t = new TOrnTexture(&form);
+        t->Bitmap()->SetSize(2, 2);
+        return t;
+    };
+    auto* material = new TOrnMaterial(&form);
+    auto* tex = texture();
+    const struct {
+        TOrnRender *block, *other;
+        const char* call;
+        std::function<void()> change;
+    } blocks[] = {
+        {attr, new TOrnAttributes(&form), "glLineWidth", [&] { attr->SetLineWidth(3); }},
+        {material, new TOrnMaterial(&form), "glMateriali", [&] { material->SetShininess(20); }},
+        {tex, texture(), "glBindTexture", [&] { tex->SetMode(tmDecal); }},
+    };
     auto* bitmapContext = new TestView(&form); // another context knows nothing of the first's state
-    attr->Render(bitmapContext);
-    EXPECT_EQ(rec.Filter({"glLineWidth"}), (Calls{"glLineWidth(0)", "glLineWidth(5)", "glLineWidth(0)",
-                                                  "glLineWidth(3)", "glLineWidth(3)", "glLineWidth(3)"}));
-    rec.Clear();
-    other->SetEnabled(false);
-    other->Render(view);
-    EXPECT_EQ(rec.Calls(), Calls{});
+    for (const auto& b : blocks) {
+        SCOPED_TRACE(b.call);
+        GLRecorder rec;
+        std::vector<std::size_t> sent;
+        const std::function<void()> steps[] = {
+            [&] { b.block->Render(view); },
+            [&] { b.block->Render(view); },
+            [&] { b.other->Render(view); },
+            [&] { b.block->Render(view); },
+            [&] { b.change(), b.block->Render(view); },
+            [&] { b.block->Render(view); },
+            [&] { view->RenderState()->BeginFrame(), b.block->Render(view); },
+            [&] { b.block->Render(bitmapContext); },
+        };
+        for (const auto& step : steps) {
+            step();
+            sent.push_back(rec.Count(b.call));
+        }
+        EXPECT_EQ(sent, (std::vector<std::size_t>{1, 1, 2, 3, 4, 4, 5, 6}));
+    }
+    GLRecorder rec;
+    blocks[0].other->SetEnabled(false);
+    blocks[0].other->Render(view);
+    EXPECT_EQ(rec.Calls(), Calls{}) << "disabled attributes send nothing";
 }
 
 namespace {
 
 // Each case starts a fresh frame on black and applies its attributes to flat, depth-free quads.
-class AttributePixels : public orn::test::GLTest {
+class AttributePixels : public orn::test::ViewGLTest {
 protected:
     void Apply(TOrnAttributes& attr) {
-        view.RenderState()->BeginFrame();
+        view->RenderState()->BeginFrame();
         ClearTo(0, 0, 0);
-        attr.Render(&view);
+        attr.Render(view);
         glDisable(GL_DEPTH_TEST);
     }
-    TComponent form{nullptr};
-    orn::test::TestView view{&form};
 };
 
 void Quad(float x0, float y0, float x1, float y1) {
@@ -178,19 +178,15 @@ TEST_F(AttributePixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
         TOrnTransparencyMode mode;
         orn::test::Rgba below, overlap, above;
     };
-    // On grey: opaque red below, blue with alpha 0.5 above.
+    // On grey: opaque red below, blue with alpha 0.5 above. Alpha: src·a + dst·(1 − a); add alpha:
+    // src·a + dst; add colour: src·dst + dst·src; subtract colour: src·(1 − dst) + dst·(1 − src); none:
+    // the upper quad replaces.
     const Case cases[] = {
-        {tmAlpha, {255, 0, 0, 255}, {128, 0, 128, 191}, {64, 64, 191, 191}}, // src·a + dst·(1 − a)
-        {tmAddAlpha, {255, 128, 128, 255}, {255, 128, 255, 255}, {128, 128, 255, 255}}, // src·a + dst
-        {tmAddColor, {255, 0, 0, 255}, {0, 0, 0, 255}, {0, 0, 255, 255}},               // src·dst + dst·src
-        {tmSubColor,
-         {128, 128, 128, 0},
-         {128, 128, 128, 128},
-         {128, 128, 128, 128}}, // src·(1 − dst) + dst·(1 − src)
-        {tmNone,
-         {255, 0, 0, 255},
-         {0, 0, 255, 128},
-         {0, 0, 255, 128}}, // no blending: the upper quad replaces
+        {tmAlpha, {255, 0, 0, 255}, {128, 0, 128, 191}, {64, 64, 191, 191}},
+        {tmAddAlpha, {255, 128, 128, 255}, {255, 128, 255, 255}, {128, 128, 255, 255}},
+        {tmAddColor, {255, 0, 0, 255}, {0, 0, 0, 255}, {0, 0, 255, 255}},
+        {tmSubColor, {128, 128, 128, 0}, {128, 128, 128, 128}, {128, 128, 128, 128}},
+        {tmNone, {255, 0, 0, 255}, {0, 0, 255, 128}, {0, 0, 255, 128}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(kTransparencyModeNames[c.mode]);
@@ -209,20 +205,15 @@ TEST_F(AttributePixels, HalfTransparentQuadBlendsAsTheBlendFunctionSays) {
 }
 
 TEST_F(AttributePixels, CullFaceHidesTheFacesItNames) {
-    struct Case {
-        TOrnCullFace cull;
-        bool frontShows;
-        bool backShows;
-    };
-    const Case cases[] = {{cfNone, true, true}, {cfBack, true, false}, {cfFront, false, true}};
-    for (const Case& c : cases) {
+    for (auto [cull, frontShows, backShows] :
+         {std::tuple{cfNone, true, true}, {cfBack, true, false}, {cfFront, false, true}}) {
         TOrnAttributes attr(nullptr);
-        attr.SetCullFace(c.cull);
+        attr.SetCullFace(cull);
         Apply(attr);
         glColor3f(1, 1, 1);
         Quad(-1, -1, 0, 1); // counter-clockwise: the front face, on the left
         Quad(1, -1, 0, 1);  // clockwise: the back face, on the right
-        EXPECT_EQ(ReadPixel(16, 32)[0] > 128, c.frontShows) << kCullFaceNames[c.cull];
-        EXPECT_EQ(ReadPixel(48, 32)[0] > 128, c.backShows) << kCullFaceNames[c.cull];
+        EXPECT_EQ(ReadPixel(16, 32)[0] > 128, frontShows) << kCullFaceNames[cull];
+        EXPECT_EQ(ReadPixel(48, 32)[0] > 128, backShows) << kCullFaceNames[cull];
     }
 }

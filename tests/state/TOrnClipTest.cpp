@@ -1,7 +1,6 @@
 #include <orn/state/TOrnClip.h>
 
 #include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
@@ -14,13 +13,13 @@ using Calls = std::vector<std::string>;
 
 namespace {
 
-class ClipGL : public orn::test::GLTest {
+class ClipGL : public orn::test::ViewGLTest {
 protected:
     // A white band across the viewport on black; which of the columns probed are lit.
     std::vector<bool> Lit(std::initializer_list<TOrnClip*> clips, std::initializer_list<int> columns) {
         ClearTo(0, 0, 0);
         for (TOrnClip* c : clips)
-            c->Render(&view);
+            c->Render(view);
         glColor3f(1, 1, 1);
         glRectf(-1, -0.5f, 1, 0.5f);
         std::vector<bool> lit;
@@ -28,8 +27,6 @@ protected:
             lit.push_back(ReadPixel(x, 32)[0] > 200);
         return lit;
     }
-    TComponent form{nullptr};
-    orn::test::TestView view{&form};
 };
 
 } // namespace
@@ -44,13 +41,13 @@ TEST_F(ClipGL, RenderSendsThePlaneInItsFrameThenEnablesItsOwnPlane) {
     clip.SetPlane(1, 2);
     clip.Transformation()->Translation()->SetZ(1);
     GLRecorder rec;
-    clip.Render(&view);
+    clip.Render(view);
     EXPECT_EQ(rec.Calls(),
               (Calls{"glPushMatrix()", "glTranslatef(0, 0, 1)", "glClipPlane(GL_CLIP_PLANE5, {1, 2, 0, 1})",
                      "glEnable(GL_CLIP_PLANE5)", "glPopMatrix()"}));
     rec.Clear();
     clip.SetEnabled(false);
-    clip.Render(&view);
+    clip.Render(view);
     EXPECT_EQ(rec.Calls(), (Calls{"glDisable(GL_CLIP_PLANE5)"}));
 }
 

@@ -1,7 +1,6 @@
 #include <orn/state/TOrnFog.h>
 
 #include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
@@ -14,10 +13,8 @@ using Calls = std::vector<std::string>;
 
 namespace {
 
-class FogGL : public orn::test::GLTest {
+class FogGL : public orn::test::ViewGLTest {
 protected:
-    TComponent form{nullptr};
-    orn::test::TestView* view = new orn::test::TestView(&form);
     TOrnFog* fog = new TOrnFog(&form);
 };
 

@@ -3,7 +3,6 @@
 #include <orn/state/TOrnMaterial.h>
 
 #include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +10,7 @@
 #include <GL/gl.h>
 #include <GL/glu.h>
 
-#include <cmath>
+#include <tuple>
 
 using namespace orn;
 using orn::test::GLRecorder;
@@ -19,24 +18,18 @@ using orn::test::TestView;
 using Calls = std::vector<std::string>;
 
 TEST(TOrnLight, CutOffFollowsTheKindAndANewKindResetsIt) {
-    struct Case {
-        TLightKind kind;
-        float set;
-        float expected;
-    };
-    const Case cases[] = {
-        {lkPoint, 45, 180}, {lkDirection, 10, 180}, {lkSpot, 45, 45},
-        {lkSpot, 120, 90},  {lkSpot, -5, 0},        {lkSpot, 90, 90},
-    };
-    for (const Case& c : cases) {
+    const std::tuple<TLightKind, float, float> cases[] = {{lkPoint, 45, 180}, {lkDirection, 10, 180},
+                                                          {lkSpot, 45, 45},   {lkSpot, 120, 90},
+                                                          {lkSpot, -5, 0},    {lkSpot, 90, 90}};
+    for (auto [kind, set, expected] : cases) {
         TOrnLight l(nullptr);
-        l.SetKind(c.kind);
+        l.SetKind(kind);
         int changes = 0;
         l.OnChange = [&changes](TObject*) { ++changes; };
-        l.SetCutOff(c.set);
-        EXPECT_EQ(l.CutOff(), c.expected) << kLightKindNames[c.kind] << " " << c.set;
+        l.SetCutOff(set);
+        EXPECT_EQ(l.CutOff(), expected) << kLightKindNames[kind] << " " << set;
         // Any value other than the stored one is told, also one the kind or the clamp refuses.
-        EXPECT_EQ(changes, c.kind == lkSpot && c.set == 90 ? 0 : 1) << c.set; // a new spot holds 90
+        EXPECT_EQ(changes, kind == lkSpot && set == 90 ? 0 : 1) << set; // a new spot holds 90
     }
     TOrnLight l(nullptr);
     l.SetKind(lkSpot);
@@ -49,10 +42,8 @@ TEST(TOrnLight, CutOffFollowsTheKindAndANewKindResetsIt) {
 
 namespace {
 
-class LightGL : public orn::test::GLTest {
+class LightGL : public orn::test::ViewGLTest {
 protected:
-    TComponent form{nullptr};
-    TestView* view = new TestView(&form);
     TOrnLight* light = new TOrnLight(&form);
 };
 
@@ -101,17 +92,14 @@ TEST_F(LightGL, LightsShareTheirIDAndADisabledOneSwitchesItOff) {
 
 namespace {
 
-class LitSphere : public orn::test::GLTest {
+class LitSphere : public orn::test::ViewGLTest {
 protected:
-    LitSphere() : GLTest(129, 129) {}
+    LitSphere() : ViewGLTest(129, 129) {}
 };
 
 } // namespace
 
 TEST_F(LitSphere, DirectionalLightAlongTheViewAxisFollowsTheCosineLaw) {
-    TComponent form(nullptr);
-    TestView view(&form);
-    view.RenderState()->BeginFrame();
     ClearTo(0, 0, 0);
     glMatrixMode(GL_PROJECTION);
     glOrtho(-129.0 / 128, 129.0 / 128, -129.0 / 128, 129.0 / 128, -2, 2); // one pixel = 1/64 radius
@@ -125,9 +113,9 @@ TEST_F(LitSphere, DirectionalLightAlongTheViewAxisFollowsTheCosineLaw) {
     light->SetKind(lkDirection); // along +z: towards the viewer, the view axis
     auto* material = new TOrnMaterial(&form);
     material->SetColorAmbient(&black);
-    attributes->Render(&view);
-    light->Render(&view);
-    material->Render(&view);
+    attributes->Render(view);
+    light->Render(view);
+    material->Render(view);
     GLUquadric* q = gluNewQuadric();
     gluQuadricNormals(q, GLU_SMOOTH);
     gluSphere(q, 1.0, 96, 96);

@@ -1,8 +1,8 @@
 #include <orn/scene/TOrnObject.h>
+#include <orn/state/TOrnAttributes.h>
 #include <orn/state/TOrnMaterial.h>
 
 #include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ TEST(TOrnMaterial, ShininessOutsideZeroTo128IsIgnored) {
     }
 }
 
-TEST(TOrnMaterial, PartColoursByIndexAndObjectsForgetADestroyedMaterial) {
+TEST(TOrnMaterial, PartColoursByIndexAndObjectsForgetADestroyedMaterialOrAttributes) {
     TComponent form(nullptr);
     auto* m = new TOrnMaterial(&form);
     TOrnColor red;
@@ -35,27 +35,26 @@ TEST(TOrnMaterial, PartColoursByIndexAndObjectsForgetADestroyedMaterial) {
     for (TOrnColor* c : {m->ColorAmbient(), m->ColorDiffuse(), m->ColorSpecular()})
         EXPECT_NE(c->Color(), clRed);
     auto* object = new TOrnObject(&form);
+    auto* attributes = new TOrnAttributes(&form);
     object->SetMaterial(m);
+    object->SetAttributes(attributes);
     delete m;
     EXPECT_EQ(object->Material(), nullptr);
+    EXPECT_EQ(object->Attributes(), attributes);
+    delete attributes;
+    EXPECT_EQ(object->Attributes(), nullptr);
 }
 
 namespace {
 
-class MaterialGL : public orn::test::GLTest {
+class MaterialGL : public orn::test::ViewGLTest {
 protected:
-    void SetUp() override {
-        GLTest::SetUp();
-        view->RenderState()->BeginFrame();
-    }
-    TComponent form{nullptr};
-    TestView* view = new TestView(&form);
     TOrnMaterial* material = new TOrnMaterial(&form);
 };
 
 } // namespace
 
-TEST_F(MaterialGL, RenderSendsFourColoursThenShininess) {
+TEST_F(MaterialGL, RenderSendsFourColoursThenShininessToTheFacesChosen) {
     material->ColorDiffuse()->SetAlpha(0.5f); // passed on unchanged, for blending
     material->SetShininess(64);
     GLRecorder rec;
@@ -66,36 +65,11 @@ TEST_F(MaterialGL, RenderSendsFourColoursThenShininess) {
                      "glMaterialfv(GL_FRONT_AND_BACK, GL_SPECULAR, {0, 0, 0, 1})",
                      "glMaterialfv(GL_FRONT_AND_BACK, GL_EMISSION, {0, 0, 0, 1})",
                      "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 64)", "glPopMatrix()"}));
-}
-
-TEST_F(MaterialGL, FaceChoosesTheEnumerant) {
-    const std::pair<TMaterialFace, std::string> faces[] = {
-        {mfFront, "glMateriali(GL_FRONT, GL_SHININESS, 0)"},
-        {mfBack, "glMateriali(GL_BACK, GL_SHININESS, 0)"},
-        {mfFrontBack, "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 0)"},
-    };
-    for (const auto& [face, call] : faces) {
+    for (auto [face, name] : {std::pair{mfFront, "GL_FRONT"}, {mfBack, "GL_BACK"}}) {
         material->SetFace(face);
-        view->RenderState()->BeginFrame();
-        GLRecorder rec;
+        rec.Clear();
         material->Render(view);
-        EXPECT_EQ(rec.Filter({"glMateriali"}), (Calls{call}));
+        EXPECT_EQ(rec.Filter({"glMateriali"}),
+                  (Calls{"glMateriali(" + std::string(name) + ", GL_SHININESS, 64)"}));
     }
-}
-
-TEST_F(MaterialGL, SentOncePerFrameAgainAfterAChangeOrAnotherMaterialInBetween) {
-    auto* other = new TOrnMaterial(&form);
-    other->SetShininess(5);
-    GLRecorder rec;
-    material->Render(view);
-    material->Render(view);
-    other->Render(view);
-    material->Render(view);
-    material->SetShininess(20);
-    material->Render(view);
-    material->Render(view);
-    EXPECT_EQ(rec.Filter({"glMateriali"}), (Calls{"glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 0)",
-                                                  "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 5)",
-                                                  "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 0)",
-                                                  "glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 20)"}));
 }

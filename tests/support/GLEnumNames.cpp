@@ -7,7 +7,6 @@
 #include <GL/glu.h>
 
 #include <cmath>
-#include <unordered_map>
 #include <utility>
 
 namespace orn::test::trace {
@@ -20,8 +19,6 @@ const std::pair<unsigned, const char*> kEnums[] = {
     // matrices, render modes, lists
     N(GL_MODELVIEW),
     N(GL_PROJECTION),
-    N(GL_TEXTURE),
-    N(GL_RENDER),
     N(GL_COMPILE),
     N(GL_COMPILE_AND_EXECUTE),
     // capabilities
@@ -78,7 +75,6 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_SHININESS),
     N(GL_AMBIENT_AND_DIFFUSE),
     N(GL_LIGHT_MODEL_AMBIENT),
-    N(GL_LIGHT_MODEL_TWO_SIDE),
     // fog
     N(GL_FOG_MODE),
     N(GL_FOG_DENSITY),
@@ -88,52 +84,18 @@ const std::pair<unsigned, const char*> kEnums[] = {
     N(GL_LINEAR),
     N(GL_EXP),
     N(GL_EXP2),
-    // textures
-    N(GL_TEXTURE_MIN_FILTER),
-    N(GL_TEXTURE_MAG_FILTER),
-    N(GL_NEAREST),
-    // pixel formats and storage
+    // pixel formats
     N(GL_RGBA),
-    N(GL_DEPTH_COMPONENT),
-    N(GL_PACK_ALIGNMENT),
     N(GL_LESS),
-    // queries
-    N(GL_MODELVIEW_MATRIX),
-    N(GL_PROJECTION_MATRIX),
-    N(GL_TEXTURE_MATRIX),
-    N(GL_MATRIX_MODE),
-    N(GL_MODELVIEW_STACK_DEPTH),
-    N(GL_PROJECTION_STACK_DEPTH),
-    N(GL_ATTRIB_STACK_DEPTH),
-    N(GL_RENDER_MODE),
-    // GLU
-    N(GLU_SMOOTH),
 };
 
 const char* const kPrimitives[] = {"GL_POINTS",     "GL_LINES",          "GL_LINE_LOOP",    "GL_LINE_STRIP",
                                    "GL_TRIANGLES",  "GL_TRIANGLE_STRIP", "GL_TRIANGLE_FAN", "GL_QUADS",
                                    "GL_QUAD_STRIP", "GL_POLYGON"};
 
-const std::pair<unsigned, const char*> kBits[] = {
-    N(GL_COLOR_BUFFER_BIT), N(GL_DEPTH_BUFFER_BIT), N(GL_STENCIL_BUFFER_BIT),
-    N(GL_ACCUM_BUFFER_BIT), N(GL_CURRENT_BIT),      N(GL_POINT_BIT),
-    N(GL_LINE_BIT),         N(GL_POLYGON_BIT),      N(GL_POLYGON_STIPPLE_BIT),
-    N(GL_PIXEL_MODE_BIT),   N(GL_LIGHTING_BIT),     N(GL_FOG_BIT),
-    N(GL_VIEWPORT_BIT),     N(GL_TRANSFORM_BIT),    N(GL_ENABLE_BIT),
-    N(GL_HINT_BIT),         N(GL_EVAL_BIT),         N(GL_LIST_BIT),
-    N(GL_TEXTURE_BIT),      N(GL_SCISSOR_BIT),
-};
+const std::pair<unsigned, const char*> kBits[] = {N(GL_COLOR_BUFFER_BIT), N(GL_DEPTH_BUFFER_BIT),
+                                                  N(GL_SCISSOR_BIT)};
 #undef N
-
-const std::unordered_map<unsigned, const char*>& EnumTable() {
-    static const std::unordered_map<unsigned, const char*> table = [] {
-        std::unordered_map<unsigned, const char*> t;
-        for (const auto& [value, name] : kEnums)
-            t.emplace(value, name);
-        return t;
-    }();
-    return table;
-}
 
 void AppendHex(std::string& out, unsigned value) {
     char buffer[16];
@@ -144,32 +106,16 @@ void AppendHex(std::string& out, unsigned value) {
 } // namespace
 
 const char* EnumName(unsigned value) {
-    const auto& table = EnumTable();
-    const auto found = table.find(value);
-    return found == table.end() ? nullptr : found->second;
+    for (const auto& [v, name] : kEnums)
+        if (v == value) return name;
+    return nullptr;
 }
 
 int ParamCount(unsigned pname) {
-    switch (pname) {
-    case GL_AMBIENT:
-    case GL_DIFFUSE:
-    case GL_SPECULAR:
-    case GL_EMISSION:
-    case GL_POSITION:
-    case GL_AMBIENT_AND_DIFFUSE:
-    case GL_FOG_COLOR:
-    case GL_LIGHT_MODEL_AMBIENT:
-    case GL_TEXTURE_ENV_COLOR:
-    case GL_TEXTURE_BORDER_COLOR:
-    case GL_OBJECT_PLANE:
-    case GL_EYE_PLANE:
-        return 4;
-    case GL_SPOT_DIRECTION:
-    case GL_COLOR_INDEXES:
-        return 3;
-    default:
-        return 1;
-    }
+    for (unsigned four : {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION, GL_POSITION,
+                          GL_AMBIENT_AND_DIFFUSE, GL_FOG_COLOR, GL_LIGHT_MODEL_AMBIENT})
+        if (pname == four) return 4;
+    return pname == GL_SPOT_DIRECTION ? 3 : 1;
 }
 
 void Append(std::string& out, En e) {

@@ -21,7 +21,6 @@ namespace {
 
 GLRecorder* gActive = nullptr;
 std::thread::id gActiveThread;
-thread_local int tGluDepth = 0;
 
 std::string_view NameOf(const std::string& call) {
     return std::string_view(call).substr(0, call.find('('));
@@ -39,8 +38,7 @@ void GLRecorder::Stop() {
 }
 
 std::size_t GLRecorder::Count(std::string_view name) const {
-    return static_cast<std::size_t>(
-        std::count_if(fCalls.begin(), fCalls.end(), [&](const std::string& c) { return NameOf(c) == name; }));
+    return Filter({name}).size();
 }
 
 std::vector<std::string> GLRecorder::Filter(std::string_view prefix) const {
@@ -66,14 +64,6 @@ bool ShouldRecord() {
 
 void Record(const char* name, std::string arguments) {
     if (gActive) gActive->Add(std::string(name) + '(' + arguments + ')');
-}
-
-GluScope::GluScope(bool glu) : fGlu(glu) {
-    if (fGlu) ++tGluDepth;
-}
-
-GluScope::~GluScope() {
-    if (fGlu) --tGluDepth;
 }
 
 void* Real(const char* name) {

@@ -20,36 +20,23 @@ void Record(const char* name, std::string arguments);
 /// The next definition of name after the test binary's own; never null (aborts with the name).
 void* Real(const char* name);
 
-/// Marks the span of a traced GLU call, whose inner gl* calls are not recorded.
-class GluScope {
-public:
-    explicit GluScope(bool glu);
-    ~GluScope();
-    GluScope(const GluScope&) = delete;
-    GluScope& operator=(const GluScope&) = delete;
-
-private:
-    bool fGlu;
+/// How many traced GLU calls are open on this thread: the gl* calls inside them are not recorded.
+inline thread_local int tGluDepth = 0;
+/// Marks the span of a traced call, of GLU or not.
+struct GluScope {
+    explicit GluScope(bool glu) : depth(glu) { tGluDepth += depth; }
+    ~GluScope() { tGluDepth -= depth; }
+    int depth;
 };
 
-struct En {
-    unsigned value;
-}; // an enumeration: its name, or 0x hex
-struct IEn {
-    double value;
-}; // an int/float that often holds an enumeration (GL_LINEAR)
-struct Prim {
-    unsigned value;
-}; // a primitive mode: GL_POINTS .. GL_POLYGON
-struct Blend {
-    unsigned value;
-}; // a blend factor: GL_ZERO, GL_ONE, GL_SRC_ALPHA ..
-struct Bits {
-    unsigned value;
-}; // a clear or attribute mask: GL_COLOR_BUFFER_BIT | ..
-struct Bool {
-    unsigned char value;
-}; // GL_TRUE / GL_FALSE
+/// A parameter whose C type hides its meaning, marked for Append; Kind only tells the markers apart.
+template <class T, int Kind> struct Marked { T value; };
+using En = Marked<unsigned, 0>;        // an enumeration: its name, or 0x hex
+using IEn = Marked<double, 1>;         // an int/float that often holds an enumeration (GL_LINEAR)
+using Prim = Marked<unsigned, 2>;      // a primitive mode: GL_POINTS .. GL_POLYGON
+using Blend = Marked<unsigned, 3>;     // a blend factor: GL_ZERO, GL_ONE, GL_SRC_ALPHA ..
+using Bits = Marked<unsigned, 4>;      // a clear or attribute mask: GL_COLOR_BUFFER_BIT | ..
+using Bool = Marked<unsigned char, 5>; // GL_TRUE / GL_FALSE
 template <class T> struct Vec {
     const T* values;
     int count;

@@ -9,7 +9,6 @@ ORN_GL(void, glPopMatrix, (void), (), ())
 ORN_GL(void, glLoadIdentity, (void), (), ())
 ORN_GL(void, glTranslatef, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
 ORN_GL(void, glRotatef, (GLfloat a, GLfloat x, GLfloat y, GLfloat z), (a, x, y, z), (a, x, y, z))
-ORN_GL(void, glRotated, (GLdouble a, GLdouble x, GLdouble y, GLdouble z), (a, x, y, z), (a, x, y, z))
 ORN_GL(void, glScalef, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
 ORN_GL(void, glOrtho, (GLdouble l, GLdouble r, GLdouble b, GLdouble t, GLdouble n, GLdouble f),
        (l, r, b, t, n, f), (l, r, b, t, n, f))
@@ -17,13 +16,9 @@ ORN_GL(void, glViewport, (GLint x, GLint y, GLsizei w, GLsizei h), (x, y, w, h),
 
 // Queries and capabilities
 ORN_GL(void, glGetDoublev, (GLenum pname, GLdouble* p), (pname, p), (En{pname}, p))
-ORN_GL(void, glGetFloatv, (GLenum pname, GLfloat* p), (pname, p), (En{pname}, p))
 ORN_GL(void, glGetIntegerv, (GLenum pname, GLint* p), (pname, p), (En{pname}, p))
-ORN_GL(GLenum, glGetError, (void), (), ())
-ORN_GL(const GLubyte*, glGetString, (GLenum name), (name), (En{name}))
 ORN_GL(void, glEnable, (GLenum cap), (cap), (En{cap}))
 ORN_GL(void, glDisable, (GLenum cap), (cap), (En{cap}))
-ORN_GL(GLboolean, glIsEnabled, (GLenum cap), (cap), (En{cap}))
 ORN_GL(void, glPushAttrib, (GLbitfield mask), (mask), (Bits{mask}))
 ORN_GL(void, glPopAttrib, (void), (), ())
 
@@ -38,7 +33,6 @@ ORN_GL(void, glColorPointer, (GLint size, GLenum type, GLsizei stride, const GLv
        (size, type, stride, p), (size, En{type}, stride, p))
 ORN_GL(void, glTexCoordPointer, (GLint size, GLenum type, GLsizei stride, const GLvoid* p),
        (size, type, stride, p), (size, En{type}, stride, p))
-ORN_GL(void, glEdgeFlagPointer, (GLsizei stride, const GLvoid* p), (stride, p), (stride, p))
 ORN_GL(void, glEdgeFlag, (GLboolean flag), (flag), (Bool{flag}))
 ORN_GL(void, glDrawElements, (GLenum mode, GLsizei count, GLenum type, const GLvoid* indices),
        (mode, count, type, indices), (Prim{mode}, count, En{type}, indices))
@@ -48,9 +42,7 @@ ORN_GL(void, glBegin, (GLenum mode), (mode), (Prim{mode}))
 ORN_GL(void, glEnd, (void), (), ())
 ORN_GL(void, glVertex2f, (GLfloat x, GLfloat y), (x, y), (x, y))
 ORN_GL(void, glVertex3f, (GLfloat x, GLfloat y, GLfloat z), (x, y, z), (x, y, z))
-ORN_GL(void, glVertex3d, (GLdouble x, GLdouble y, GLdouble z), (x, y, z), (x, y, z))
 ORN_GL(void, glVertex3fv, (const GLfloat* v), (v), (Vector(v, 3)))
-ORN_GL(void, glColor3f, (GLfloat r, GLfloat g, GLfloat b), (r, g, b), (r, g, b))
 ORN_GL(void, glColor4f, (GLfloat r, GLfloat g, GLfloat b, GLfloat a), (r, g, b, a), (r, g, b, a))
 ORN_GL(void, glColor4fv, (const GLfloat* v), (v), (Vector(v, 4)))
 ORN_GL(void, glTexCoord2f, (GLfloat s, GLfloat t), (s, t), (s, t))
@@ -66,7 +58,6 @@ ORN_GL(GLboolean, glIsList, (GLuint list), (list), (list))
 // Selection names
 ORN_GL(void, glPushName, (GLuint name), (name), (name))
 ORN_GL(void, glPopName, (void), (), ())
-ORN_GL(GLint, glRenderMode, (GLenum mode), (mode), (En{mode}))
 
 // Rasterisation state
 ORN_GL(void, glPolygonMode, (GLenum face, GLenum mode), (face, mode), (En{face}, En{mode}))
@@ -88,7 +79,6 @@ ORN_GL(void, glFinish, (void), (), ())
 
 // Lighting, material, fog, clip planes
 ORN_GL(void, glLightModelfv, (GLenum pname, const GLfloat* p), (pname, p), (En{pname}, PVec(pname, p)))
-ORN_GL(void, glLightModeli, (GLenum pname, GLint param), (pname, param), (En{pname}, IEn{double(param)}))
 ORN_GL(void, glMaterialfv, (GLenum face, GLenum pname, const GLfloat* p), (face, pname, p),
        (En{face}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glMateriali, (GLenum face, GLenum pname, GLint param), (face, pname, param),
@@ -114,10 +104,6 @@ ORN_GL(void, glTexImage2D,
        (En{target}, level, IEn{double(internal)}, w, h, border, En{format}, En{type}, pixels))
 ORN_GL(void, glTexParameteri, (GLenum target, GLenum pname, GLint param), (target, pname, param),
        (En{target}, En{pname}, IEn{double(param)}))
-ORN_GL(void, glTexEnvi, (GLenum target, GLenum pname, GLint param), (target, pname, param),
-       (En{target}, En{pname}, IEn{double(param)}))
-ORN_GL(void, glTexEnviv, (GLenum target, GLenum pname, const GLint* p), (target, pname, p),
-       (En{target}, En{pname}, PVec(pname, p)))
 ORN_GL(void, glPixelStorei, (GLenum pname, GLint param), (pname, param), (En{pname}, param))
 ORN_GL(GLboolean, glIsTexture, (GLuint texture), (texture), (texture))
 
@@ -128,21 +114,8 @@ ORN_GL(void, glReadPixels, (GLint x, GLint y, GLsizei w, GLsizei h, GLenum forma
 // GLU: matrices and projection
 ORN_GLU(void, gluPerspective, (GLdouble fovy, GLdouble aspect, GLdouble n, GLdouble f), (fovy, aspect, n, f),
         (fovy, aspect, n, f))
-ORN_GLU(void, gluOrtho2D, (GLdouble l, GLdouble r, GLdouble b, GLdouble t), (l, r, b, t), (l, r, b, t))
-ORN_GLU(void, gluLookAt,
-        (GLdouble ex, GLdouble ey, GLdouble ez, GLdouble cx, GLdouble cy, GLdouble cz, GLdouble ux,
-         GLdouble uy, GLdouble uz),
-        (ex, ey, ez, cx, cy, cz, ux, uy, uz), (ex, ey, ez, cx, cy, cz, ux, uy, uz))
 ORN_GLU(void, gluPickMatrix, (GLdouble x, GLdouble y, GLdouble w, GLdouble h, GLint* viewport),
         (x, y, w, h, viewport), (x, y, w, h, Vector(viewport, 4)))
-ORN_GLU(GLint, gluProject,
-        (GLdouble x, GLdouble y, GLdouble z, const GLdouble* model, const GLdouble* proj, const GLint* view,
-         GLdouble* wx, GLdouble* wy, GLdouble* wz),
-        (x, y, z, model, proj, view, wx, wy, wz), (x, y, z, model, proj, Vector(view, 4), wx, wy, wz))
-ORN_GLU(GLint, gluUnProject,
-        (GLdouble x, GLdouble y, GLdouble z, const GLdouble* model, const GLdouble* proj, const GLint* view,
-         GLdouble* ox, GLdouble* oy, GLdouble* oz),
-        (x, y, z, model, proj, view, ox, oy, oz), (x, y, z, model, proj, Vector(view, 4), ox, oy, oz))
 
 // GLU: images and errors
 ORN_GLU(GLint, gluScaleImage,
@@ -152,24 +125,4 @@ ORN_GLU(GLint, gluScaleImage,
         (En{format}, wIn, hIn, En{typeIn}, in, wOut, hOut, En{typeOut}, out))
 
 // GLU: tessellation
-ORN_GLU(GLUtesselator*, gluNewTess, (void), (), ())
-ORN_GLU(void, gluDeleteTess, (GLUtesselator * tess), (tess), (tess))
-ORN_GLU(void, gluTessCallback, (GLUtesselator * tess, GLenum which, _GLUfuncptr fn), (tess, which, fn),
-        (tess, En{which}, fn))
-ORN_GLU(void, gluTessProperty, (GLUtesselator * tess, GLenum which, GLdouble data), (tess, which, data),
-        (tess, En{which}, IEn{data}))
-ORN_GLU(void, gluTessNormal, (GLUtesselator * tess, GLdouble x, GLdouble y, GLdouble z), (tess, x, y, z),
-        (tess, x, y, z))
-ORN_GLU(void, gluTessBeginPolygon, (GLUtesselator * tess, GLvoid* data), (tess, data), (tess, data))
-ORN_GLU(void, gluTessBeginContour, (GLUtesselator * tess), (tess), (tess))
-ORN_GLU(void, gluTessVertex, (GLUtesselator * tess, GLdouble* location, GLvoid* data), (tess, location, data),
-        (tess, Vector(location, 3), data))
-ORN_GLU(void, gluTessEndContour, (GLUtesselator * tess), (tess), (tess))
 ORN_GLU(void, gluTessEndPolygon, (GLUtesselator * tess), (tess), (tess))
-
-// GLU: quadrics
-ORN_GLU(GLUquadric*, gluNewQuadric, (void), (), ())
-ORN_GLU(void, gluDeleteQuadric, (GLUquadric * quad), (quad), (quad))
-ORN_GLU(void, gluQuadricNormals, (GLUquadric * quad, GLenum normals), (quad, normals), (quad, En{normals}))
-ORN_GLU(void, gluSphere, (GLUquadric * quad, GLdouble radius, GLint slices, GLint stacks),
-        (quad, radius, slices, stacks), (quad, radius, slices, stacks))

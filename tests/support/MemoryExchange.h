@@ -22,23 +22,13 @@ public:
         std::vector<std::pair<std::string, std::string>> keys;
         std::vector<std::unique_ptr<Element>> children;
 
-        const std::string* Find(const std::string& key) const {
-            for (const auto& [k, v] : keys)
+        std::string* Find(const std::string& key) {
+            for (auto& [k, v] : keys)
                 if (strcasecmp(k.c_str(), key.c_str()) == 0) return &v;
             return nullptr;
         }
-        /// The key names in the order written.
-        std::vector<std::string> KeyNames() const {
-            std::vector<std::string> names;
-            for (const auto& kv : keys)
-                names.push_back(kv.first);
-            return names;
-        }
-        std::vector<std::string> ChildTags() const {
-            std::vector<std::string> tags;
-            for (const auto& c : children)
-                tags.push_back(c->tag);
-            return tags;
+        const std::string* Find(const std::string& key) const {
+            return const_cast<Element*>(this)->Find(key);
         }
     };
 
@@ -108,12 +98,10 @@ public:
 
     /// Sets a key of the root element as a file would hold it, replacing an earlier one.
     void Set(const std::string& key, const std::string& value) {
-        for (auto& [k, v] : root.keys)
-            if (strcasecmp(k.c_str(), key.c_str()) == 0) {
-                v = value;
-                return;
-            }
-        root.keys.emplace_back(key, value);
+        if (std::string* v = root.Find(key))
+            *v = value;
+        else
+            root.keys.emplace_back(key, value);
     }
 
     std::string GetFileName(const std::string& extension) override {

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <orn/scene/TOrnCustomView.h>
+#include <orn/scene/TOrnRenderState.h>
+
+#include "support/GLTestContext.h"
 
 #include <utility>
 #include <vector>
@@ -33,6 +36,19 @@ public:
     std::vector<std::pair<TObject*, int>> names;
     bool hasCamera = false;
     TOrnMatrix camera;
+};
+
+/// A GL test whose components live on form and render into view, a frame begun.
+class ViewGLTest : public GLTest {
+protected:
+    using GLTest::GLTest;
+    void SetUp() override {
+        GLTest::SetUp();
+        if (!IsSkipped()) view->RenderState()->BeginFrame();
+    }
+
+    TComponent form{nullptr};
+    TestView* view = new TestView(&form);
 };
 
 } // namespace orn::test

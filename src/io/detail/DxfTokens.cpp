@@ -1,7 +1,9 @@
 #include "io/detail/DxfTokens.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 namespace orn::detail::dxf {
@@ -64,6 +66,36 @@ ValueType TypeOfCode(int code) {
     return ValueType::Unknown;
 }
 
+namespace {
+
+/// Plain decimals of at most 15 digits ("-123.456000"), the bulk of every drawing, exactly: both the
+/// digits and the power of ten are exact doubles, so their quotient is rounded once, correctly.
+/// False for anything else (exponents, long mantissas), which from_chars then reads.
+bool ShortDecimal(const char* b, const char* e, double& out) {
+    static constexpr double kPow10[] = {1,   1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const bool negative = b != e && *b == '-';
+    if (negative) ++b;
+    std::uint64_t digits = 0;
+    int count = 0, fraction = -1;
+    for (; b != e; ++b) {
+        if (*b == '.' && fraction < 0) {
+            fraction = 0;
+            continue;
+        }
+        const unsigned d = static_cast<unsigned>(*b - '0');
+        if (d > 9 || ++count > 15) return false;
+        digits = digits * 10 + d;
+        if (fraction >= 0) ++fraction;
+    }
+    if (count == 0) return false;
+    const double v = static_cast<double>(digits) / kPow10[std::max(fraction, 0)];
+    out = negative ? -v : v;
+    return true;
+}
+
+} // namespace
+
 bool ToDouble(const Group& g, double& out) {
     if (g.binaryNumber) {
         out = g.number;
@@ -72,6 +104,7 @@ bool ToDouble(const Group& g, double& out) {
     const char* b = g.text.data();
     const char* e = b + g.text.size();
     if (b != e && *b == '+') ++b; // from_chars refuses a leading plus that some writers emit
+    if (ShortDecimal(b, e, out)) return true;
     double v = 0;
     auto [p, ec] = std::from_chars(b, e, v);
     if (ec != std::errc() || p != e || !std::isfinite(v)) return false;
