@@ -7,6 +7,8 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/state/TOrnTexture.h>
 
+#include "support/ErrorText.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -40,15 +42,6 @@ std::map<std::string, std::string> Snapshot(const fs::path& dir) {
     for (const auto& e : fs::directory_iterator(dir))
         m[e.path().filename().string()] = e.is_regular_file() ? ReadAll(e.path()) : "?";
     return m;
-}
-
-std::string ErrorOf(const std::function<void()>& load) {
-    try {
-        load();
-    } catch (const EOrnError& e) {
-        return e.what();
-    }
-    return "no error";
 }
 
 /// Runs save in a child process; its exit status (128 + the signal that killed it).
@@ -118,7 +111,7 @@ TEST_F(SceneSave, AFailureOfAnyFileLeavesEveryFileAsItWas) {
     // The point data cannot be put in place: the texture, written before it, must not be either.
     fs::remove(dir / "out_2.txt");
     fs::create_directory(dir / "out_2.txt");
-    EXPECT_NE(ErrorOf([&] { exchange.SaveToFile(*scene, file.string()); }).find("out_2.txt"),
+    EXPECT_NE(test::ErrorText([&] { exchange.SaveToFile(*scene, file.string()); }).find("out_2.txt"),
               std::string::npos);
     auto expected = before;
     expected["out_2.txt"] = "?";
@@ -226,7 +219,7 @@ TEST_F(SceneSave, ReferencedFilesLoadFromTheFolderOrAreWarnedAbout) {
 }
 
 TEST_F(SceneSave, SavingToAStringWritesTheSideFilesInFileNamesFolderOrThrows) {
-    const std::string error = ErrorOf([&] { exchange.SaveToString(*scene); }); // files nobody writes
+    const std::string error = test::ErrorText([&] { exchange.SaveToString(*scene); }); // files nobody writes
     EXPECT_TRUE(error.find("'scene_1.bmp'") != std::string::npos &&
                 error.find("FileName is empty") != std::string::npos)
         << error;
@@ -242,14 +235,16 @@ TEST_F(SceneSave, SceneFilesOverTheLimitOrWithoutMarkupAreRefusedBeforeTheyAreRe
     std::ofstream(file) << "<ORNGL version=\"1\"><Objects class=\"TOrnNode\"/></ORNGL>"
                         << std::string(200, ' ');
     exchange.SetMaxFileBytes(100);
-    EXPECT_NE(ErrorOf([&] { exchange.LoadFromFile(node, file.string()); }).find("more than the 100 allowed"),
+    EXPECT_NE(test::ErrorText([&] {
+                  exchange.LoadFromFile(node, file.string());
+              }).find("more than the 100 allowed"),
               std::string::npos);
     exchange.SetMaxFileBytes(1000);
-    EXPECT_EQ(ErrorOf([&] { exchange.LoadFromFile(node, file.string()); }), "no error");
+    EXPECT_EQ(test::ErrorText([&] { exchange.LoadFromFile(node, file.string()); }), "");
     // Only the first chunk of a file without a single '<' is looked at.
     std::ofstream(file) << std::string(300000, 'x');
     exchange.SetMaxFileBytes(1 << 20);
-    EXPECT_NE(ErrorOf([&] {
+    EXPECT_NE(test::ErrorText([&] {
                   exchange.LoadFromFile(node, file.string());
               }).find("not a scene file (no element found in 65536 bytes)"),
               std::string::npos);

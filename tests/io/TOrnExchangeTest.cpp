@@ -14,13 +14,14 @@
 
 #include "io/detail/ExchangeText.h"
 
+#include "support/ErrorText.h"
+
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
 #include <array>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <locale>
 #include <sstream>
 #include <unistd.h>
@@ -87,16 +88,6 @@ ORN_REGISTER_RENDER_CLASS(TExchangeProbe, "Orn Test")
         doc.load_string(text.c_str(), pugi::parse_default | pugi::parse_declaration);
     if (!r) return ::testing::AssertionFailure() << r.description() << " at offset " << r.offset;
     return doc.child("ORNGL") ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << "no ORNGL";
-}
-
-/// What load throws, "no error" where it does not.
-std::string ErrorOf(const std::function<void()>& load) {
-    try {
-        load();
-    } catch (const EOrnError& e) {
-        return e.what();
-    }
-    return "no error";
 }
 
 /// A scene file whose Objects element holds items.
@@ -403,7 +394,7 @@ TEST_F(ExchangeFixture, DamagedFilesLoadWhatTheyHoldAndSaySo) {
         {std::string("\0<ORNGL>", 8), "a zero byte at line 1, column 1 ends the input"}};
     exchange.SetFileName("/scenes/bad.orngl");
     for (const auto& [noScene, says] : noScenes) {
-        const std::string error = ErrorOf([&] { exchange.LoadFromString(*loaded, noScene); });
+        const std::string error = test::ErrorText([&] { exchange.LoadFromString(*loaded, noScene); });
         EXPECT_TRUE(error.find("/scenes/bad.orngl") != std::string::npos &&
                     error.find(says) != std::string::npos)
             << error;
@@ -440,7 +431,7 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
     EXPECT_EQ(std::tuple(depthOf(loaded), exchange.Warnings().size()), std::tuple(124, std::size_t{0}));
     exchange.OnProgress = nullptr;
     n->Add(new TOrnNode(n));
-    EXPECT_NE(ErrorOf([&] { exchange.SaveToString(*scene); }).find("would nest deeper than 128"),
+    EXPECT_NE(test::ErrorText([&] { exchange.SaveToString(*scene); }).find("would nest deeper than 128"),
               std::string::npos);
     std::string deep;
     for (int k = 0; k < 1000; ++k)
@@ -478,7 +469,7 @@ TEST_F(ExchangeFixture, ReferencedFilesStayInTheScenesFolder) {
         << "text with no file: no folder either";
 
     const std::string missing = (dir / "absent.orngl").string();
-    EXPECT_EQ(ErrorOf([&] { exchange.LoadFromFile(*loaded, missing); }),
+    EXPECT_EQ(test::ErrorText([&] { exchange.LoadFromFile(*loaded, missing); }),
               "Cannot open file \"" + missing + "\": " + std::strerror(ENOENT));
     EXPECT_THROW(exchange.SaveToFile(*scene, missing), EOrnError);
 }
