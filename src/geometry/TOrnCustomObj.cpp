@@ -120,9 +120,12 @@ void TOrnCustomObj::LayMesh() {
     else
         std::copy(m.normals.begin(), m.normals.end(), fPoints->Normals() + at);
     if (m.texCoords.empty()) {
-        if (double* t = fPoints->TexCoords()) std::fill_n(t + at, m.positions.size(), 0.0);
-        for (int i = first; i < first + n; ++i)
-            CalcTexturePoint(i);
+        // An untextured build has no texture array, and nothing to compute for it.
+        if (double* t = fPoints->TexCoords()) {
+            std::fill_n(t + at, m.positions.size(), 0.0);
+            for (int i = first; i < first + n; ++i)
+                CalcTexturePoint(i);
+        }
     } else {
         const std::size_t per = m.texCoords.size() / static_cast<std::size_t>(std::max(n, 1));
         double* t = fPoints->TexCoords() + at;
