@@ -14,6 +14,7 @@
 #include <numbers>
 #include <numeric>
 #include <set>
+#include <tuple>
 
 namespace orn::detail::dxf {
 
@@ -105,7 +106,7 @@ public:
             for (const auto* xyz : {&batch.points, &batch.lines, &batch.triangles})
                 box.Add(*xyz);
         box.Add(fModel.model.texts);
-        std::set<std::string> stack;
+        Stack stack;
         for (const InsertRef& ins : fModel.model.inserts)
             if (const Block* b = Find(ins.block)) box.Add(BlockBox(*b, stack, 1), WithBase(ins.matrix, *b));
         fReport.hasExtents = box.Valid();
@@ -139,6 +140,9 @@ public:
     }
 
 private:
+    /// The blocks being built or measured, innermost last: one of them again would loop.
+    using Stack = std::set<const Block*>;
+
     const Block* Find(const std::string& name) {
         auto it = fModel.blocks.find(name);
         if (it != fModel.blocks.end()) return &it->second;
@@ -152,17 +156,16 @@ private:
     }
 
     /// Whether inserting b here would loop or nest too deep; reported once per block.
-    bool Refuse(const Block& b, const std::set<std::string>& stack, int depth) {
-        const std::string key = Upper(b.name);
-        if (stack.contains(key)) {
-            if (fLooping.insert(key).second)
+    bool Refuse(const Block& b, const Stack& stack, int depth) {
+        if (stack.contains(&b)) {
+            if (fLooping.insert(&b).second)
                 Note(fReport,
                      "line " + std::to_string(b.where) + ": block " + b.name +
                          " inserts itself (directly or through other blocks); that insert is left out");
             return true;
         }
         if (depth > kMaxNesting) {
-            if (fDeep.insert(key).second)
+            if (fDeep.insert(&b).second)
                 Note(fReport, "line " + std::to_string(b.where) + ": block " + b.name +
                                   " nested deeper than " + std::to_string(kMaxNesting) +
                                   " levels is left out there");
@@ -171,12 +174,11 @@ private:
         return false;
     }
 
-    Box BlockBox(const Block& b, std::set<std::string>& stack, int depth) {
-        const std::string key = Upper(b.name);
-        if (auto it = fBoxes.find(key); it != fBoxes.end()) return it->second;
+    Box BlockBox(const Block& b, Stack& stack, int depth) {
+        if (auto it = fBoxes.find(&b); it != fBoxes.end()) return it->second;
         Box box;
         if (Refuse(b, stack, depth)) return box;
-        stack.insert(key);
+        stack.insert(&b);
         for (const auto& [k, batch] : b.space.batches)
             for (const auto* xyz : {&batch.points, &batch.lines, &batch.triangles})
                 box.Add(*xyz);
@@ -184,8 +186,8 @@ private:
         for (const InsertRef& ins : b.space.inserts)
             if (const Block* inner = Find(ins.block))
                 box.Add(BlockBox(*inner, stack, depth + 1), WithBase(ins.matrix, *inner));
-        stack.erase(key);
-        fBoxes[key] = box;
+        stack.erase(&b);
+        fBoxes[&b] = box;
         return box;
     }
 
@@ -326,12 +328,12 @@ private:
     }
 
     void AddInsert(TOrnNode& parent, const InsertRef& ins, std::uint32_t byBlock, std::uint32_t layer0,
-                   const Vec& shift, std::set<std::string>& stack, int depth) {
+                   const Vec& shift, Stack& stack, int depth) {
         const Block* b = Find(ins.block);
         if (!b) return;
         const std::uint32_t color = Resolve(ins.color, byBlock, layer0);
         const Layer& layer = fModel.layers[static_cast<std::size_t>(ins.layer)];
-        const std::uint32_t innerLayer0 = Upper(layer.name) == "0" ? layer0 : layer.rgb;
+        const std::uint32_t innerLayer0 = layer.name == "0" ? layer0 : layer.rgb;
         TOrnNode* block = BlockNode(*b, color, innerLayer0, stack, depth);
         if (!block) return;
         auto* node = new TOrnNode(fOwner);
@@ -341,10 +343,9 @@ private:
         ++fReport.inserts;
     }
 
-    TOrnNode* BlockNode(const Block& b, std::uint32_t byBlock, std::uint32_t layer0,
-                        std::set<std::string>& stack, int depth) {
-        const std::string key = Upper(b.name);
-        const std::string variant = key + '\n' + std::to_string(byBlock) + '\n' + std::to_string(layer0);
+    TOrnNode* BlockNode(const Block& b, std::uint32_t byBlock, std::uint32_t layer0, Stack& stack,
+                        int depth) {
+        const auto variant = std::make_tuple(&b, byBlock, layer0);
         // The loop check comes first: a variant being built is already in the map.
         if (Refuse(b, stack, depth)) return nullptr;
         if (auto it = fVariants.find(variant); it != fVariants.end()) return it->second;
@@ -362,12 +363,12 @@ private:
         }
         for (auto& [rgb, batch] : byColor)
             AddObject(*node, rgb, batch, {}, true);
-        stack.insert(key);
+        stack.insert(&b);
         for (const InsertRef& ins : b.space.inserts)
             AddInsert(*node, ins, byBlock, layer0, {}, stack, depth + 1);
         for (const TextRef& text : b.space.texts)
             AddText(*node, text, Resolve(text.color, byBlock, layer0), {});
-        stack.erase(key);
+        stack.erase(&b);
         return node;
     }
 
@@ -415,9 +416,11 @@ private:
     TOrnNode* fBlocks = nullptr;
     Vec fShift;
     std::vector<TOrnNode*> fLayerNodes;
-    std::map<std::string, TOrnNode*> fVariants;
-    std::map<std::string, Box> fBoxes;
-    std::set<std::string> fMissing, fLooping, fDeep, fNames;
+    /// A block's node for each colour its BYBLOCK and layer-0 entities take.
+    std::map<std::tuple<const Block*, std::uint32_t, std::uint32_t>, TOrnNode*> fVariants;
+    std::map<const Block*, Box> fBoxes;
+    std::set<std::string> fMissing, fNames;
+    std::set<const Block*> fLooping, fDeep;
 };
 
 } // namespace
