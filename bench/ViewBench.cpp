@@ -12,57 +12,51 @@ using namespace orn;
 
 namespace {
 
-// One repaint of the demo at 800 × 600, finished on the GPU side before the clock stops.
-void BM_DemoFrame(benchmark::State& state) {
-    TComponent form(nullptr);
-    TOrnPerspectiveCamera camera(nullptr);
-    app::AimDemoCamera(camera);
-    auto* view = new TOrnView(&form);
-    view->SetBounds(800, 600);
-    view->SetCamera(&camera);
+/// The demo scene in a view of 800 × 600, connected unless asked otherwise.
+struct Demo {
+    TComponent form{nullptr};
+    TOrnPerspectiveCamera camera{nullptr};
+    TOrnView* view = new TOrnView(&form);
     TOrnNode* scene = app::BuildDemoScene(&form);
-    scene->SetCached(state.range(0) != 0);
-    app::ShowDemoScene(*view, scene);
-    view->OpenGLConnect();
+
+    explicit Demo(bool connect = true, bool cached = false) {
+        app::AimDemoCamera(camera);
+        view->SetBounds(800, 600);
+        view->SetCamera(&camera);
+        scene->SetCached(cached);
+        app::ShowDemoScene(*view, scene);
+        if (connect) view->OpenGLConnect();
+    }
+    ~Demo() { view->SetCamera(nullptr); }
+};
+
+// One repaint of the demo, finished on the GPU side before the clock stops.
+void BM_DemoFrame(benchmark::State& state) {
+    Demo demo(true, state.range(0) != 0);
     for (auto _ : state) {
-        view->RenderScene();
-        view->SetCurrent(true);
+        demo.view->RenderScene();
+        demo.view->SetCurrent(true);
         glFinish();
-        view->SetCurrent(false);
+        demo.view->SetCurrent(false);
     }
     state.counters["fps"] =
         benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
-    view->SetCamera(nullptr);
 }
 BENCHMARK(BM_DemoFrame)->Arg(0)->Arg(1)->ArgName("cached")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // A bitmap of the demo at 800 × 600: what `orn render` does, context creation included.
 void BM_DemoImage(benchmark::State& state) {
-    TComponent form(nullptr);
-    TOrnPerspectiveCamera camera(nullptr);
-    app::AimDemoCamera(camera);
-    auto* view = new TOrnView(&form);
-    view->SetCamera(&camera);
-    app::ShowDemoScene(*view, app::BuildDemoScene(&form));
+    Demo demo(false);
     for (auto _ : state)
-        benchmark::DoNotOptimize(view->GetImage(800, 600));
-    view->SetCamera(nullptr);
+        benchmark::DoNotOptimize(demo.view->GetImage(800, 600));
 }
 BENCHMARK(BM_DemoImage)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// The same picture read back from a view connected at 800 × 600: one frame in its own context.
+// The same picture read back from the connected view: one frame in its own context.
 void BM_DemoSurfaceImage(benchmark::State& state) {
-    TComponent form(nullptr);
-    TOrnPerspectiveCamera camera(nullptr);
-    app::AimDemoCamera(camera);
-    auto* view = new TOrnView(&form);
-    view->SetBounds(800, 600);
-    view->SetCamera(&camera);
-    app::ShowDemoScene(*view, app::BuildDemoScene(&form));
-    view->OpenGLConnect();
+    Demo demo;
     for (auto _ : state)
-        benchmark::DoNotOptimize(view->GetSurfaceImage());
-    view->SetCamera(nullptr);
+        benchmark::DoNotOptimize(demo.view->GetSurfaceImage());
 }
 BENCHMARK(BM_DemoSurfaceImage)->Unit(benchmark::kMillisecond)->UseRealTime();
 
