@@ -2,15 +2,14 @@
 #include <orn/math/TOrnMatrix.h>
 #include <orn/math/TOrnTransformation.h>
 
-#include <GL/gl.h>
-
-#include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
 
+#include <GL/gl.h>
 #include <gtest/gtest.h>
 
+#include <array>
+
 using namespace orn;
-using Calls = std::vector<std::string>;
 
 TEST(TOrnRotation, AnglesReduceIntoZeroTo360AfterTheChangeTest) {
     TOrnRotation r;
@@ -53,43 +52,46 @@ TEST(TOrnTransformation, EmptinessNotificationsAndAssign) {
     EXPECT_EQ(senders.size(), 4u);
 }
 
-namespace {
+using TransformationGL = orn::test::GLTest;
+using Matrix = std::array<double, 16>;
 
-class TransformationGL : public orn::test::GLTest {};
-
-} // namespace
-
-TEST_F(TransformationGL, ExecuteSkipsEmptyPartsAndTurnsAboutEveryAxisInOrder) {
+// Execute, and the matrix that bounds and clip volumes use, against the same steps made by hand,
+// for every order of the parts and of the rotation axes.
+TEST_F(TransformationGL, ExecuteAndMatrixApplyThePartsInTheirOrder) {
+    auto modelView = [] {
+        Matrix m;
+        glGetDoublev(GL_MODELVIEW_MATRIX, m.data());
+        return m;
+    };
     TOrnTransformation t;
-    orn::test::GLRecorder rec;
     t.Execute();
-    EXPECT_TRUE(rec.Calls().empty());
-    t.Rotation()->SetY(90);
-    t.Rotation()->SetOrder(roZXY);
-    t.Execute();
-    EXPECT_EQ(rec.Calls(),
-              (Calls{"glRotatef(0, 0, 0, 1)", "glRotatef(0, 1, 0, 0)", "glRotatef(90, 0, 1, 0)"}));
-}
-
-// The matrix that bounds and clip volumes use against what OpenGL makes of Execute, for every order
-// of the parts and of the rotation axes.
-TEST_F(TransformationGL, MatrixEqualsWhatExecuteLeavesOnTheModelView) {
-    TOrnTransformation t;
+    EXPECT_EQ(modelView(), (Matrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
     t.Rotation()->SetValues(30, -50, 70);
     t.Scale()->SetValues(2, 0.5f, -1);
     t.Translation()->SetValues(1, -2, 3);
-    glMatrixMode(GL_MODELVIEW);
-    for (int order = toRotTraSca; order <= toScaTraRot; ++order)
-        for (int axes = roXYZ; axes <= roZYX; ++axes) {
+    const char* parts[] = {"RTS", "RST", "TRS", "TSR", "SRT", "STR"}; // toRotTraSca …
+    const char* axes[] = {"xyz", "xzy", "yxz", "yzx", "zxy", "zyx"};  // roXYZ …
+    for (int order = 0; order < 6; ++order)
+        for (int axis = 0; axis < 6; ++axis) {
+            SCOPED_TRACE(std::string(parts[order]) + " " + axes[axis]);
             t.SetOrder(static_cast<TOrnTransformationOrder>(order));
-            t.Rotation()->SetOrder(static_cast<TOrnRotationOrder>(axes));
+            t.Rotation()->SetOrder(static_cast<TOrnRotationOrder>(axis));
+            glLoadIdentity();
+            for (const char* part = parts[order]; *part; ++part) {
+                if (*part == 'T') glTranslatef(1, -2, 3);
+                if (*part == 'S') glScalef(2, 0.5f, -1);
+                for (const char* a = axes[axis]; *part == 'R' && *a; ++a)
+                    glRotatef(*a == 'x' ? 30 : *a == 'y' ? -50 : 70, *a == 'x', *a == 'y', *a == 'z');
+            }
+            const Matrix want = modelView();
             glLoadIdentity();
             t.Execute();
-            double gl[16], ours[16];
-            glGetDoublev(GL_MODELVIEW_MATRIX, gl);
-            OrnTransformationMatrix(t, ours);
-            for (int i = 0; i < 16; ++i)
-                EXPECT_NEAR(ours[i], gl[i], 1e-5) << order << "/" << axes << "@" << i;
+            Matrix executed = modelView(), computed;
+            OrnTransformationMatrix(t, computed.data());
+            for (int i = 0; i < 16; ++i) {
+                EXPECT_NEAR(executed[i], want[i], 1e-5) << i;
+                EXPECT_NEAR(computed[i], want[i], 1e-5) << i;
+            }
         }
 }
 

@@ -1,11 +1,12 @@
 #include <orn/view/TOrnCamera.h>
 #include <orn/view/TOrnCoordinates.h>
 
-#include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
 #include "support/MemoryExchange.h"
+#include "view/ViewTestSupport.h"
 
 #include <GL/gl.h>
+#include <GL/glu.h>
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -77,31 +78,24 @@ TEST_F(CameraAndAxesGL, ProjectionFollowsTheWindowAspectAndOrthographicKeepsItsH
     TOrnCamera base(nullptr);
     TOrnPerspectiveCamera p(nullptr);
     TOrnOrthographicCamera o(nullptr);
-    struct Row {
-        TOrnCamera* camera;
-        int width, height;
-        const char* call; // nullptr: none
-    };
-    const Row rows[] = {
-        {&p, 400, 200, "gluPerspective(45, 2, 0.1, 10)"},
-        {&p, 200, 400, "gluPerspective(45, 0.5, 0.1, 10)"},
-        {&p, 300, 0, "gluPerspective(45, 300, 0.1, 10)"}, // a zero side counts as one pixel
-        {&p, -5, 10, "gluPerspective(45, 0.1, 0.1, 10)"},
-        {&o, 400, 200, "glOrtho(-2, 2, -1, 1, 0.1, 10)"},
-        {&o, 200, 400, "glOrtho(-0.5, 0.5, -1, 1, 0.1, 10)"},
-        {&o, 0, 0, "glOrtho(-1, 1, -1, 1, 0.1, 10)"},
-        {&base, 400, 200, nullptr},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::to_string(row.width) + "x" + std::to_string(row.height));
+    // The aspect a perspective camera passes on, or the half width of an orthographic one.
+    const std::tuple<TOrnCamera*, int, int, double> rows[] = {
+        {&p, 400, 200, 2}, {&p, 200, 400, 0.5}, {&p, 300, 0, 300}, // a zero side counts as one pixel
+        {&p, -5, 10, 0.1}, {&o, 400, 200, 2},   {&o, 200, 400, 0.5}, {&o, 0, 0, 1}, {&base, 400, 200, 0}};
+    glMatrixMode(GL_PROJECTION);
+    for (auto [camera, width, height, x] : rows) {
+        SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
         glLoadIdentity();
-        test::GLRecorder rec;
-        row.camera->Adjust(row.width, row.height);
-        EXPECT_EQ(rec.Calls(), row.call ? std::vector<std::string>{row.call} : std::vector<std::string>{});
+        if (camera == &p) gluPerspective(45, x, 0.1, 10);
+        if (camera == &o) glOrtho(-x, x, -1, 1, 0.1, 10);
+        const test::GLMatrix want = test::GetMatrix(GL_PROJECTION_MATRIX);
+        glLoadIdentity();
+        camera->Adjust(width, height);
+        EXPECT_TRUE(test::MatrixNear(test::GetMatrix(GL_PROJECTION_MATRIX), want));
     }
 }
 
-TEST_F(CameraAndAxesGL, CoordinatesDrawThreeAxesInTheirColoursOrNothing) {
+TEST_F(CameraAndAxesGL, CoordinatesDrawThreeAxesInTheirColoursAndLengthOrNothing) {
     TOrnCoordinates c;
     int changes = 0;
     c.OnChange = [&](TObject*) { ++changes; };
@@ -109,24 +103,28 @@ TEST_F(CameraAndAxesGL, CoordinatesDrawThreeAxesInTheirColoursOrNothing) {
     c.SetLength(-2);
     c.SetVisible(true);
     EXPECT_EQ(changes, 0);
-    c.SetLength(2);
+    c.SetLength(0.5f); // 16 pixels
     EXPECT_EQ(changes, 1);
-    test::GLRecorder rec;
-    c.Render();
-    EXPECT_EQ(rec.Filter("glVertex3fv"),
-              (std::vector<std::string>{"glVertex3fv({2, 0, 0})", "glVertex3fv({0, 2, 0})",
-                                        "glVertex3fv({0, 0, 2})"}));
-    EXPECT_EQ(rec.Count("glPushAttrib"), rec.Count("glPopAttrib"));
-    // The view shows the x and y axes; turned, the z axis runs right of the centre, in blue.
-    ClearTo(0, 0, 0);
-    glRotatef(90, 0, 1, 0);
-    c.Render();
-    const test::Rgba blue{0, 0, 255, 255};
-    EXPECT_TRUE(test::SameColor(ReadPixel(48, 31), blue, 0) || test::SameColor(ReadPixel(48, 32), blue, 0));
-    rec.Clear();
+    const test::Rgba red{255, 0, 0, 255}, lime{0, 255, 0, 255}, blue{0, 0, 255, 255}, black{0, 0, 0, 255};
+    glTranslatef(0.5f / 32, 0.5f / 32, 0); // the axes through the centres of row and column 32
+    glEnable(GL_LIGHTING);
+    glColor3f(0.5f, 0.5f, 0.5f);
+    for (bool turned : {false, true}) {
+        ClearTo(0, 0, 0);
+        if (turned) glRotatef(90, 0, 1, 0); // z runs right
+        c.Render();
+        EXPECT_EQ((std::array{ReadPixel(40, 32), ReadPixel(32, 40), ReadPixel(50, 32), ReadPixel(32, 50)}),
+                  (std::array{turned ? blue : red, lime, black, black}));
+    }
+    // Lighting off and the colour its own only while it draws.
+    EXPECT_TRUE(glIsEnabled(GL_LIGHTING));
+    GLfloat colour[4];
+    glGetFloatv(GL_CURRENT_COLOR, colour);
+    EXPECT_EQ(colour[1], 0.5f);
     c.SetVisible(false);
+    ClearTo(0, 0, 0);
     c.Render();
-    EXPECT_TRUE(rec.Calls().empty());
+    EXPECT_EQ(test::CountPixels(ReadImage(), black, 0), 64u * 64u);
 }
 
 } // namespace

@@ -5,11 +5,12 @@
 #include <orn/scene/TOrnObject.h>
 #include <orn/view/TOrnCanvasView.h>
 
-#include "support/GLRecorder.h"
 #include "view/ViewTestSupport.h"
 
 #include <GL/gl.h>
 #include <gtest/gtest.h>
+
+#include <array>
 
 namespace orn {
 namespace {
@@ -89,33 +90,37 @@ TEST_F(CanvasTest, FillRectLinesOutlinesAndTurnedShapesCoverExactlyTheirPixels) 
 }
 
 TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneLeavesItsStateAndCanBePicked) {
-    test::GLRecorder rec;
+    view.RenderScene();
+    view.Canvas().SetBrushColor(clRed);
     view.Canvas().FillRect(Rect(0, 0, 10, 10));
     view.SetCurrent(true);
     view.Canvas().Rectangle(Rect(0, 0, 10, 10)); // current, but not rendering
     view.SetCurrent(false);
-    rec.Stop();
-    EXPECT_TRUE(rec.Calls().empty());
+    EXPECT_EQ(test::CountPixels(ViewImage(view), kBlack, 0), 64u * 48u);
     EXPECT_FALSE(view.Canvas().CanDraw());
 
     TOrnOrthographicCamera camera(nullptr);
     view.SetCamera(&camera);
-    GLint depthTest = -1, matrixMode = -1;
+    GLint matrixMode = -1;
+    std::array<GLboolean, 3> enabled{};
     double before[16], after[16];
     view.OnRender = [](TOrnView*) {
         glColor3f(0, 0, 1);
         glRectf(-5, -5, 5, 5); // fills the view, in front of the far plane
+        glEnable(GL_LIGHTING); // none of which may touch what the canvas draws
+        glEnable(GL_CULL_FACE);
+        glCullFace(GL_FRONT_AND_BACK);
     };
     const Image image = Draw([&](TOrnViewCanvas& c) {
         glGetDoublev(GL_PROJECTION_MATRIX, before);
         c.SetBrushColor(clRed);
         c.FillRect(Rect(0, 0, 4, 4));
         glGetDoublev(GL_PROJECTION_MATRIX, after);
-        depthTest = glIsEnabled(GL_DEPTH_TEST);
+        enabled = {glIsEnabled(GL_DEPTH_TEST), glIsEnabled(GL_LIGHTING), glIsEnabled(GL_CULL_FACE)};
         glGetIntegerv(GL_MATRIX_MODE, &matrixMode);
     });
     ExpectPixels(image, {{1, 1, kRed}, {30, 30, kBlue}});
-    EXPECT_EQ(depthTest, GL_TRUE);
+    EXPECT_EQ(enabled, (std::array<GLboolean, 3>{1, 1, 1}));
     EXPECT_EQ(matrixMode, GL_MODELVIEW);
     EXPECT_TRUE(std::equal(before, before + 16, after));
     view.SetCamera(nullptr);

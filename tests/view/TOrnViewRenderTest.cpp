@@ -1,72 +1,83 @@
 // One repaint of a view: what it clears, masks and restores, and where the camera puts the scene.
 #include <orn/view/TOrnView.h>
 
-#include "support/GLRecorder.h"
 #include "view/ViewTestSupport.h"
 
 #include <GL/gl.h>
+#include <GL/glu.h>
 #include <gtest/gtest.h>
 
 namespace orn {
 namespace {
 
 using test::ColorNear;
-using test::GLRecorder;
 using test::Rgba;
 using test::ViewTest;
-using Calls = std::vector<std::string>;
 
 constexpr Rgba kRed{255, 0, 0, 255};
 constexpr Rgba kGreen{0, 255, 0, 255};
 constexpr Rgba kBlack{0, 0, 0, 255};
 
+// The frame starts from colour white and depth 0.25: what each setting clears and leaves set.
 TEST_F(ViewTest, RenderSceneGLFollowsBuffersMasksAndDepthTestAndRestoresTheState) {
     struct Case {
         TOrnBufferTypes buffers;
         TOrnDrawValues values;
         bool depthTest;
         TColor background;
+        Rgba pixel;
+        float depth;
+        std::array<GLboolean, 4> colorMask;
     };
-    const Case cases[] = {Case{}, // the defaults
-                          Case{{btColor}, {dvGreen, dvAlpha}, false, RGB(0, 51, 255)},
-                          Case{{btDepth}, {dvRed, dvGreen, dvDepth}, true, 0}};
-    const Calls expected[] = {{"glClearColor(0, 0, 0, 1)", "glDepthFunc(GL_LESS)",
-                               "glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE)", "glDepthMask(GL_TRUE)",
-                               "glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT)"},
-                              {"glClearColor(0, 0.2, 1, 1)", "glDepthFunc(GL_ALWAYS)",
-                               "glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE)", "glDepthMask(GL_FALSE)",
-                               "glClear(GL_COLOR_BUFFER_BIT)"},
-                              {"glClearColor(0, 0, 0, 1)", "glDepthFunc(GL_LESS)",
-                               "glColorMask(GL_TRUE, GL_TRUE, GL_FALSE, GL_FALSE)", "glDepthMask(GL_TRUE)",
-                               "glClear(GL_DEPTH_BUFFER_BIT)"}};
-    for (int i = 0; i < 3; ++i) {
-        const Case& c = cases[i];
+    const Case cases[] = {
+        {{btColor, btDepth}, {dvRed, dvGreen, dvBlue, dvAlpha, dvDepth}, true, 0, kBlack, 1, {1, 1, 1, 1}},
+        {{btColor}, {dvGreen, dvAlpha}, false, RGB(0, 51, 255), {255, 51, 255, 255}, 0.25f, {0, 1, 0, 1}},
+        {{btDepth}, {dvRed, dvGreen, dvDepth}, true, 0, {255, 255, 255, 255}, 1, {1, 1, 0, 0}}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.background);
         TOrnView v(nullptr);
+        v.SetBounds(4, 4);
         v.Coordinates()->SetVisible(false);
-        if (i > 0) {
-            v.SetBackgroundColor(c.background);
-            v.SetBufferTypes(c.buffers);
-            v.SetDrawValues(c.values);
-            v.SetDepthTest(c.depthTest);
-        }
+        v.SetBackgroundColor(c.background);
+        v.SetBufferTypes(c.buffers);
+        v.SetDrawValues(c.values);
+        v.SetDepthTest(c.depthTest);
         v.OnRender = [](TOrnView*) {
             glLineWidth(3);
             glEnable(GL_LIGHTING);
+            glEnable(GL_SCISSOR_TEST);
         };
         v.OpenGLConnect();
-        GLRecorder rec;
-        v.RenderScene();
-        rec.Stop();
-        EXPECT_EQ(rec.Filter({"glClearColor", "glDepthFunc", "glColorMask", "glDepthMask", "glClear"}),
-                  expected[i]);
-        EXPECT_EQ(rec.Filter({"glEnable", "glLineWidth", "glFlush", "glPopAttrib"}),
-                  (Calls{"glEnable(GL_DEPTH_TEST)", "glLineWidth(3)", "glEnable(GL_LIGHTING)", "glFlush()",
-                         "glPopAttrib()"}));
-        // Every attribute group is pushed, so what the scene switched on ends with the repaint.
-        ASSERT_EQ(rec.Filter("glPushAttrib").size(), 1u);
-        EXPECT_NE(rec.Filter("glPushAttrib")[0].find("GL_SCISSOR_BIT"), std::string::npos);
         v.SetCurrent(true);
-        EXPECT_FALSE(glIsEnabled(GL_LIGHTING));
+        glColorMask(1, 1, 1, 1);
+        glDepthMask(1);
+        glClearColor(1, 1, 1, 1);
+        glClearDepth(0.25);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        glClearDepth(1);
+        v.RenderScene();
+        EXPECT_TRUE(ColorNear(ViewImage(v).At(1, 1), c.pixel, 0));
+        EXPECT_NEAR(ViewDepth(v, 1, 1), c.depth, 1e-6);
+        v.SetCurrent(true);
+        GLfloat clear[4], lineWidth = 0;
+        GLint depthFunc = 0;
+        std::array<GLboolean, 4> colorMask;
+        GLboolean depthMask = 2;
+        glGetFloatv(GL_COLOR_CLEAR_VALUE, clear);
+        glGetIntegerv(GL_DEPTH_FUNC, &depthFunc);
+        glGetBooleanv(GL_COLOR_WRITEMASK, colorMask.data());
+        glGetBooleanv(GL_DEPTH_WRITEMASK, &depthMask);
+        glGetFloatv(GL_LINE_WIDTH, &lineWidth);
+        EXPECT_EQ(std::vector(clear, clear + 4),
+                  (std::vector<GLfloat>{0, c.background ? 0.2f : 0.0f, c.background ? 1.0f : 0.0f, 1}));
+        EXPECT_EQ(depthFunc, c.depthTest ? GL_LESS : GL_ALWAYS);
+        EXPECT_EQ(colorMask, c.colorMask);
+        EXPECT_EQ(depthMask, c.values.Contains(dvDepth));
+        // What the scene switched on ends with the repaint; the depth test stays on.
+        EXPECT_EQ(lineWidth, 1.0f);
+        EXPECT_EQ(
+            (std::array{glIsEnabled(GL_LIGHTING), glIsEnabled(GL_SCISSOR_TEST), glIsEnabled(GL_DEPTH_TEST)}),
+            (std::array<GLboolean, 3>{0, 0, 1}));
         v.SetCurrent(false);
     }
 }
@@ -154,24 +165,40 @@ TEST_F(ViewTest, InitCameraTurnsThePickRowOverAndCapturesTheCamera) {
     v.SetPickPoint(20, 10);
     v.OpenGLConnect();
     v.SetCurrent(true);
-    GLRecorder rec;
+    glViewport(1, 2, 3, 4);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glScalef(3, 3, 3);
+    const test::GLMatrix scaled = test::GetMatrix(GL_PROJECTION_MATRIX);
     v.InitCamera(400, 300); // no camera: nothing
-    EXPECT_TRUE(rec.Calls().empty());
+    std::array<GLint, 4> viewport;
+    glGetIntegerv(GL_VIEWPORT, viewport.data());
+    EXPECT_EQ(viewport, (std::array{1, 2, 3, 4}));
+    EXPECT_EQ(test::GetMatrix(GL_PROJECTION_MATRIX), scaled);
     v.SetCamera(&camera);
     EXPECT_EQ(v.CameraMatrix(), camera.Matrix());
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glTranslatef(1, 2, -5);
+    const test::GLMatrix modelview = test::GetMatrix(GL_MODELVIEW_MATRIX);
     for (TOrnDrawMode mode : {dmSelection, dmPick, dmWindow, dmBitmap, dmNothing}) {
         SCOPED_TRACE(mode);
+        glMatrixMode(GL_PROJECTION);
+        glLoadIdentity();
+        GLint window[4] = {0, 0, 400, 300};
+        if (mode == dmSelection || mode == dmPick) gluPickMatrix(20, 290, 5, 5, window);
+        glOrtho(-4.0 / 3, 4.0 / 3, -1, 1, 0.1, 10);
+        const test::GLMatrix projection = test::GetMatrix(GL_PROJECTION_MATRIX);
+        glLoadIdentity();
         v.SetDrawMode(mode);
-        rec.Clear();
         v.InitCamera(400, 300);
-        const Calls calls =
-            rec.Filter({"glViewport", "glLoadIdentity", "gluPickMatrix", "glOrtho", "glTranslatef"});
-        Calls expected{"glViewport(0, 0, 400, 300)", "glLoadIdentity()",
-                       "glOrtho(-1.33333, 1.33333, -1, 1, 0.1, 10)", "glLoadIdentity()",
-                       "glTranslatef(1, 2, -5)"};
-        if (mode == dmSelection || mode == dmPick)
-            expected.insert(expected.begin() + 2, "gluPickMatrix(20, 290, 5, 5, {0, 0, 400, 300})");
-        EXPECT_EQ(calls, expected);
+        GLint matrixMode = 0;
+        glGetIntegerv(GL_MATRIX_MODE, &matrixMode);
+        glGetIntegerv(GL_VIEWPORT, viewport.data());
+        EXPECT_EQ(viewport, (std::array{0, 0, 400, 300}));
+        EXPECT_EQ(matrixMode, GL_MODELVIEW);
+        EXPECT_TRUE(test::MatrixNear(test::GetMatrix(GL_PROJECTION_MATRIX), projection));
+        EXPECT_TRUE(test::MatrixNear(test::GetMatrix(GL_MODELVIEW_MATRIX), modelview));
         EXPECT_DOUBLE_EQ(camera.Matrix()->GetValue(0, 3), 1.0);
         EXPECT_DOUBLE_EQ(camera.Matrix()->GetValue(2, 3), -5.0);
     }

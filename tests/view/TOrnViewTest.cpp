@@ -4,7 +4,6 @@
 #include <orn/view/TOrnView.h>
 #include <orn/view/TOrnWindowSurface.h>
 
-#include "support/GLRecorder.h"
 #include "view/ViewTestSupport.h"
 
 #include <GL/gl.h>
@@ -195,14 +194,17 @@ TEST_F(ViewTest, ClearBuffersBorrowsTheContextNamesStartAtOneInEveryRenderAndAGo
     keeper.SetBounds(8, 8);
     keeper.OpenGLConnect();
     keeper.SetCurrent(true);
+    glClearDepth(0.25);
+    glClear(GL_DEPTH_BUFFER_BIT);
     glClearColor(0, 0, 1, 1);
+    glClearDepth(0.75);
     keeper.SetCurrent(false);
-    test::GLRecorder rec;
     keeper.ClearBuffers({btColor});
-    rec.Stop();
-    EXPECT_EQ(rec.Calls(), (Calls{"glClear(GL_COLOR_BUFFER_BIT)"}));
     EXPECT_FALSE(keeper.GetCurrent());
     EXPECT_TRUE(test::ColorNear(ViewImage(keeper).At(3, 3), {0, 0, 255, 255}, 0));
+    EXPECT_NEAR(ViewDepth(keeper, 3, 3), 0.25f, 1e-6);
+    keeper.ClearBuffers({btDepth});
+    EXPECT_NEAR(ViewDepth(keeper, 3, 3), 0.75f, 1e-6);
 
     TOrnObject object(nullptr), other(nullptr);
     object.SetCached(true);

@@ -8,13 +8,13 @@
 #include <GL/gl.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <memory>
 #include <string>
 
 namespace orn::test {
 
-/// For EXPECT_TRUE(VectorNear(point, {1, 0.5, 0}, 1e-6)): the message shows both points.
 inline ::testing::AssertionResult VectorNear(const TOrnMathVector& a, const TOrnMathVector& b,
                                              double tolerance) {
     if (std::abs(a.x - b.x) <= tolerance && std::abs(a.y - b.y) <= tolerance &&
@@ -24,8 +24,23 @@ inline ::testing::AssertionResult VectorNear(const TOrnMathVector& a, const TOrn
                                          << tolerance << " of (" << b.x << ", " << b.y << ", " << b.z << ")";
 }
 
-/// Tests of views on the headless surface: skipped only where EGL has no display at all. Views
-/// leave no context bound behind them.
+using GLMatrix = std::array<double, 16>;
+
+/// GL_MODELVIEW_MATRIX or GL_PROJECTION_MATRIX of the current context.
+inline GLMatrix GetMatrix(GLenum which) {
+    GLMatrix m;
+    glGetDoublev(which, m.data());
+    return m;
+}
+
+inline ::testing::AssertionResult MatrixNear(const GLMatrix& a, const GLMatrix& b, double tolerance = 1e-6) {
+    for (int i = 0; i < 16; ++i)
+        if (std::abs(a[i] - b[i]) > tolerance)
+            return ::testing::AssertionFailure() << "element " << i << ": " << a[i] << " against " << b[i];
+    return ::testing::AssertionSuccess();
+}
+
+/// Tests of views on the headless surface: skipped only where EGL has no display at all.
 class ViewTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -34,7 +49,6 @@ protected:
     }
     void TearDown() override { detail::EglContext::DoneCurrent(); }
 
-    /// The colour buffer of view as it is now (its context is made current and released).
     static Image ViewImage(TOrnView& view) {
         Image image;
         view.SetCurrent(true);
@@ -46,7 +60,7 @@ protected:
         view.SetCurrent(false);
         return image;
     }
-    /// The depth at (x, y), y from the bottom.
+    /// y from the bottom.
     static float ViewDepth(TOrnView& view, int x, int y) {
         float depth = -1.0f;
         view.SetCurrent(true);
