@@ -28,24 +28,18 @@ namespace {
 using test::VectorNear;
 using test::ViewTest;
 
-// A square of side 2·half at depth z, drawn as two halves (left: index list 0, right: 1), each
-// named as a generated-geometry object names its index lists.
-class HalvedSquare : public TOrnObject {
-public:
+// A square of side 2·half at depth z, its left half named as index list 0, its right half as 1.
+struct HalvedSquare : TOrnObject {
     HalvedSquare(float zValue, float halfValue = 0.5f) : TOrnObject(nullptr), z(zValue), half(halfValue) {}
     float z, half;
-
-protected:
     void DoRender(TOrnCustomView* view) override {
         TOrnObject::DoRender(view);
         for (int index = 0; index < 2; ++index) {
             if (WantsNames(view)) glPushName(static_cast<GLuint>(view->GetNextID(this, index)));
-            const float x0 = index == 0 ? -half : 0.0f, x1 = index == 0 ? 0.0f : half;
+            const float x0 = index == 0 ? -half : 0.0f, x1 = x0 + half;
             glBegin(GL_QUADS);
-            glVertex3f(x0, -half, z);
-            glVertex3f(x1, -half, z);
-            glVertex3f(x1, half, z);
-            glVertex3f(x0, half, z);
+            glVertex3f(x0, -half, z), glVertex3f(x1, -half, z), glVertex3f(x1, half, z),
+                glVertex3f(x0, half, z);
             glEnd();
             if (WantsNames(view)) glPopName();
         }
