@@ -20,7 +20,6 @@ TEST(TOrnMathVector, RoutinesOnSmallCases) {
     EXPECT_EQ(OrnMathDotProduct(ToVec(1, 2, 3), ToVec(4, -5, 6)), 12);
     EXPECT_EQ(OrnMathVectorDist(ToVec(1, 1, 1), ToVec(4, 5, 1)), 5);
     EXPECT_EQ(OrnMathVectorLength(ToVec(0, 3, 4)), 5);
-
     r = ToVec(3, 0, 4);
     OrnMathNormalize(r);
     EXPECT_EQ(r, ToVec(0.6, 0, 0.8));
@@ -31,7 +30,6 @@ TEST(TOrnMathVector, RoutinesOnSmallCases) {
     OrnMathNormalize(r);
     EXPECT_TRUE(std::isnan(r.x));
     EXPECT_EQ(r.y, 1);
-
     // Counter-clockwise seen from +z: the normal points at the viewer.
     OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 0, 0), ToVec(0, 1, 0), true, r);
     EXPECT_EQ(r, ToVec(0, 0, 1));

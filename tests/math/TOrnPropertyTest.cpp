@@ -56,7 +56,6 @@ TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUnchecked) {
     d.incZ(0.5f);
     EXPECT_EQ(d.AsMathVector(), ToVec(-1, 1, 0.5));
     EXPECT_EQ(changes.own, 5);
-
     TOrnVector src;
     src.SetValues(4, 5, 6);
     Changes srcChanges(src);
@@ -69,7 +68,6 @@ TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUnchecked) {
     d.SetX(0.25f);
     EXPECT_EQ(changes.own, 7);
     EXPECT_EQ(srcChanges.own, 0);
-
     TOrnNormal n, zero;
     n.SetValues(3, 0, 4);
     Changes normalChanges(n);
@@ -97,7 +95,6 @@ TEST(TOrnColor, ChannelsAlphaAndAssign) {
     EXPECT_EQ(c.GetParams(), (std::array<float, 4>{0, 128 / 255.0f, 1, 0.5f}));
     c.SetColor(clBtnFace); // a system colour is not translated
     EXPECT_FLOAT_EQ(c.GetParams()[0], 15 / 255.0f);
-
     // Half-way channels round to even, alpha is taken as it is, and nobody is told.
     const float mixed[4] = {0.2f, 0.5f, 1, 2};
     c.SetParams(mixed);
@@ -106,7 +103,6 @@ TEST(TOrnColor, ChannelsAlphaAndAssign) {
     c.SetParams(half);
     EXPECT_EQ(c.Color(), 128);
     EXPECT_EQ(changes.own, 6);
-
     // The copy notifies its own owner once, then the handler moves to the source's.
     TOrnColor b;
     Changes bChanges(b);
@@ -125,14 +121,12 @@ TEST(TOrnMatrix, IndexingIdentityAndAssign) {
     EXPECT_EQ(std::pair(m.GetValue(1, 2), m.GetValue(4, 0)), std::pair(7.0, 0.0));
     EXPECT_EQ(std::vector(m.Values(), m.Values() + 16),
               (std::vector<double>{0, 0, 0, 0, 0, 0, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0})); // column-major
-
     m.SetIdentityMatrix();
     EXPECT_TRUE(m.IsIdentityMatrix());
     m.SetValue(0, 3, 1e-16);
     EXPECT_TRUE(m.IsIdentityMatrix());
     m.SetValue(0, 3, 1e-15);
     EXPECT_FALSE(m.IsIdentityMatrix());
-
     TOrnMatrix b;
     Changes aChanges(m), bChanges(b);
     b.Assign(&m); // values and handler, without a notification
@@ -150,7 +144,6 @@ TEST(TOrnMatrix, InvertMultiplyAndTranspose) {
     Fill(s, {0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}); // invertible, but not without a row exchange
     EXPECT_FALSE(s.Invert());
     EXPECT_EQ(s.GetValue(0, 1), 1);
-
     Fill(m, {1, 0, 0, 5, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}); // translate x by 5
     Fill(s, {2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1}); // then scale
     m.MultMatrix(s);                                           // s · m
@@ -172,7 +165,6 @@ TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
     EXPECT_EQ(r, ToVec4D(85, 32.5, 0.5, 1)); // up in the scene is up the window
     m.UnProject(r, ToVec4D(10, 20, 100, 50), u);
     EXPECT_EQ(u, ToVec4D(0.5, -0.5, 0, 1)); // y is not turned back over
-
     // Turns that do not commute with the other factor tell the order of each product. (Not by
     // 90°: the inversion, without row exchange, takes a zero pivot for singular.)
     const double c = 0.5, s = std::sqrt(3.0) / 2;
@@ -182,7 +174,6 @@ TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
     TOrnMathVector v;
     self.ProjectMatrix(other, ToVec(1, 1, 1), v); // (1, 4, 1) in the scene, turned back by 60°
     EXPECT_TRUE(Near(v, ToVec(3.964101615137754, 1.133974596215561, 1)));
-
     TOrnMatrix model, projection;
     Fill(model, {c, 0, s, 0, 0, 1, 0, 0, -s, 0, c, 0, 0, 0, 0, 1}); // turned by 60° about y
     // x and y scaled unevenly, as a wide view's projection does

@@ -33,7 +33,6 @@ TEST(TOrnTransformation, EmptinessNotificationsAndAssign) {
     a.Scale()->SetZ(1);
     a.Rotation()->SetX(360); // reduces to 0
     EXPECT_TRUE(a.GetEmpty());
-
     std::vector<TObject*> senders;
     b.OnChange = [&](TObject* s) { senders.push_back(s); };
     a.SetOrder(toScaTraRot);

@@ -78,10 +78,11 @@ TEST_F(CameraAndAxesGL, ProjectionFollowsTheWindowAspectAndOrthographicKeepsItsH
     TOrnCamera base(nullptr);
     TOrnPerspectiveCamera p(nullptr);
     TOrnOrthographicCamera o(nullptr);
-    // The aspect a perspective camera passes on, or the half width of an orthographic one.
+    // The aspect a perspective camera passes on, or the half width of an orthographic one 4 wide, 2 high.
     const std::tuple<TOrnCamera*, int, int, double> rows[] = {
         {&p, 400, 200, 2}, {&p, 200, 400, 0.5}, {&p, 300, 0, 300}, // a zero side counts as one pixel
-        {&p, -5, 10, 0.1}, {&o, 400, 200, 2},   {&o, 200, 400, 0.5}, {&o, 0, 0, 1}, {&base, 400, 200, 0}};
+        {&p, -5, 10, 0.1}, {&o, 400, 200, 4},   {&o, 200, 400, 1}, {&o, 0, 0, 2}, {&base, 400, 200, 0}};
+    o.SetViewWidth(4);
     glMatrixMode(GL_PROJECTION);
     for (auto [camera, width, height, x] : rows) {
         SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
