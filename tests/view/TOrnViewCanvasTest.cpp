@@ -97,7 +97,6 @@ TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneLeavesItsStateAndCanBePick
     view.SetCurrent(false);
     EXPECT_EQ(test::CountPixels(ViewImage(view), kBlack, 0), 64u * 48u);
     EXPECT_FALSE(view.Canvas().CanDraw());
-
     TOrnOrthographicCamera camera(nullptr);
     view.SetCamera(&camera);
     GLint matrixMode = -1;
@@ -123,7 +122,6 @@ TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneLeavesItsStateAndCanBePick
     EXPECT_EQ(matrixMode, GL_MODELVIEW);
     EXPECT_TRUE(std::equal(before, before + 16, after));
     view.SetCamera(nullptr);
-
     TOrnObject marker(nullptr); // what the canvas draws can be picked
     view.OnRender = [&](TOrnView* v) {
         const bool named = IsNamingDrawMode(v->DrawMode());
@@ -148,7 +146,6 @@ TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmap) {
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     view.SetCurrent(false);
     TOrnGLTextureName texture(name, 4, 4), missing(0, 4, 4);
-
     Image image = Draw([&](TOrnViewCanvas& c) {
         c.DrawTexture(texture, Rect(0, 0, 16, 16), Rect(0, 0, 4, 2)); // the red top half
         c.DrawTexture(texture, Rect(20, 0, 28, 8), Rect(0, 0, 4, 4));

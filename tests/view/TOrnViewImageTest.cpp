@@ -68,7 +68,6 @@ TEST_F(ViewTest, GetImageRendersInBitmapModeAndRestoresTheViewAfterwardsAndOnFai
     v.SetDrawMode(dmWindow);
     v.RenderScene();
     EXPECT_EQ(seen, (Seen{{dmBitmap, 1, true}, {dmWindow, 0, true}}));
-
     for (auto [w, h] : {std::pair{0, 10}, std::pair{10, -1}, std::pair{100000, 100000}})
         EXPECT_THROW(v.GetImage(w, h), EOrnError) << w << "x" << h;
     v.OnRender = [](TOrnView*) { throw EOrnError("scene failed"); };

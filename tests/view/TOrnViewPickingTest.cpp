@@ -166,7 +166,6 @@ TEST_F(PickTest, WinFrom3DAndWinTo3DUndoEachOtherAndGetPointFindsTheSceneSurface
     const TOrnMathVector w = view.WinFrom3D({0.4, -0.3, 0.2});
     EXPECT_TRUE(VectorNear(w, {120, 65, 0.1717172}, 1e-6));
     EXPECT_TRUE(VectorNear(view.WinTo3D(w.x, w.y, w.z), {0.4, -0.3, 0.2}, 1e-6));
-
     view.OnRender = [this](TOrnView* v) { objects[0]->Render(v); };
     objects.push_back(std::make_unique<HalvedSquare>(0.25f));
     TOrnMathVector p;

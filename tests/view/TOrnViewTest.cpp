@@ -31,7 +31,6 @@ TEST(TOrnViewWithoutContext, ClampsItsSizesAndFailsSilently) {
     EXPECT_EQ(std::pair(v.Width(), v.Height()), std::pair(0, 30));
     v.SetBounds(0, 30);
     EXPECT_EQ(resized, 1);
-
     v.SetCurrent(true);
     EXPECT_FALSE(v.GetCurrent());
     v.RenderScene();
@@ -78,7 +77,6 @@ TEST_F(ViewTest, ConnectedViewsJoinTheListAndShareListsWithTheFirst) {
     EXPECT_FALSE(first->GetCurrent()); // released after connecting
     first->SetDrawMode(dmBitmap);
     EXPECT_TRUE(first->GetCurrent()) << "a bitmap is always current";
-
     TOrnView second(nullptr);
     second.OpenGLConnect();
     EXPECT_EQ(TOrnView::ViewList(), (std::vector<TOrnView*>{first.get(), &second}));
@@ -125,7 +123,6 @@ TEST_F(ViewTest, EglContextsAreRgba8Depth24StencilShareWhenAskedAndRefuseMisuseC
     unshared.Create(8, 8);
     unshared.MakeCurrent();
     EXPECT_FALSE(glIsTexture(texture));
-
     detail::EglContext context, other;
     EXPECT_THROW(context.MakeCurrent(), EOrnError);
     EXPECT_THROW(context.Resize(4, 4), EOrnError);
@@ -170,7 +167,6 @@ TEST_F(ViewTest, CameraAndAxesChangesRepaintTheViewThatHoldsThemNow) {
     second.RenderScene();
     camera->SetViewAngle(40);
     EXPECT_TRUE(second.PaintPending());
-
     second.SetCamera(other);
     second.RenderScene();
     camera->SetViewAngle(50); // no longer second's
@@ -179,7 +175,6 @@ TEST_F(ViewTest, CameraAndAxesChangesRepaintTheViewThatHoldsThemNow) {
     delete other;
     EXPECT_EQ(second.Camera(), nullptr);
     second.RenderScene(); // renders without a camera
-
     second.Coordinates()->SetLength(3);
     EXPECT_TRUE(second.PaintPending());
     second.RenderScene();
@@ -206,7 +201,6 @@ TEST_F(ViewTest, ClearBuffersBorrowsTheContextNamesStartAtOneInEveryRenderAndAGo
     EXPECT_NEAR(ViewDepth(keeper, 3, 3), 0.25f, 1e-6);
     keeper.ClearBuffers({btDepth});
     EXPECT_NEAR(ViewDepth(keeper, 3, 3), 0.75f, 1e-6);
-
     TOrnObject object(nullptr), other(nullptr);
     object.SetCached(true);
     std::vector<std::pair<TObject*, int>> told;
