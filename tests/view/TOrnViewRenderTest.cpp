@@ -108,6 +108,7 @@ TEST_F(ViewTest, InitCameraTurnsThePickRowOverAndCapturesTheCamera) {
     camera.Transformation()->Translation()->SetValues(1, 2, -5);
     TOrnView v(nullptr);
     v.SetPickPoint(20, 10);
+    v.SetSelectWidth(7);
     v.OpenGLConnect();
     v.SetCurrent(true);
     v.InitCamera(400, 300); // no camera: nothing to do
@@ -122,7 +123,7 @@ TEST_F(ViewTest, InitCameraTurnsThePickRowOverAndCapturesTheCamera) {
         glMatrixMode(GL_PROJECTION);
         glLoadIdentity();
         GLint window[4] = {0, 0, 400, 300};
-        if (mode == dmSelection || mode == dmPick) gluPickMatrix(20, 290, 5, 5, window);
+        if (mode == dmSelection || mode == dmPick) gluPickMatrix(20, 290, 7, 5, window);
         glOrtho(-4.0 / 3, 4.0 / 3, -1, 1, 0.1, 10);
         const test::GLMatrix projection = test::GetMatrix(GL_PROJECTION_MATRIX);
         glLoadIdentity();
