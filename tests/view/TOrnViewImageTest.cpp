@@ -147,9 +147,7 @@ TEST_F(ViewTest, SamplesReachTheContextsAndSmoothEdges) {
             glGetIntegerv(0x80A9 /* GL_SAMPLES */, &samples);
             glColor3f(1, 1, 1);
             glBegin(GL_TRIANGLES);
-            glVertex2f(-0.9f, -0.9f);
-            glVertex2f(0.9f, -0.7f);
-            glVertex2f(-0.5f, 0.9f);
+            glVertex2f(-0.9f, -0.9f), glVertex2f(0.9f, -0.7f), glVertex2f(-0.5f, 0.9f);
             glEnd();
         };
         const auto image = v.GetImage(32, 32);

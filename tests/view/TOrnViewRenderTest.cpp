@@ -26,7 +26,7 @@ TEST_F(ViewTest, RenderSceneGLFollowsBuffersMasksAndDepthTestAndRestoresTheState
         TColor background;
         Rgba pixel;
         float depth;
-        std::array<GLboolean, 4> colorMask;
+        std::array<GLfloat, 4> colorMask;
     };
     const Case cases[] = {
         {{btColor, btDepth}, {dvRed, dvGreen, dvBlue, dvAlpha, dvDepth}, true, 0, kBlack, 1, {1, 1, 1, 1}},
@@ -58,22 +58,18 @@ TEST_F(ViewTest, RenderSceneGLFollowsBuffersMasksAndDepthTestAndRestoresTheState
         EXPECT_TRUE(ColorNear(ViewImage(v).At(1, 1), c.pixel, 0));
         EXPECT_NEAR(ViewDepth(v, 1, 1), c.depth, 1e-6);
         v.SetCurrent(true);
-        GLfloat clear[4], lineWidth = 0;
-        GLint depthFunc = 0;
-        std::array<GLboolean, 4> colorMask;
-        GLboolean depthMask = 2;
-        glGetFloatv(GL_COLOR_CLEAR_VALUE, clear);
-        glGetIntegerv(GL_DEPTH_FUNC, &depthFunc);
-        glGetBooleanv(GL_COLOR_WRITEMASK, colorMask.data());
-        glGetBooleanv(GL_DEPTH_WRITEMASK, &depthMask);
-        glGetFloatv(GL_LINE_WIDTH, &lineWidth);
-        EXPECT_EQ(std::vector(clear, clear + 4),
-                  (std::vector<GLfloat>{0, c.background ? 0.2f : 0.0f, c.background ? 1.0f : 0.0f, 1}));
-        EXPECT_EQ(depthFunc, c.depthTest ? GL_LESS : GL_ALWAYS);
-        EXPECT_EQ(colorMask, c.colorMask);
-        EXPECT_EQ(depthMask, c.values.Contains(dvDepth));
+        auto get = [](GLenum name) {
+            std::array<GLfloat, 4> value{};
+            glGetFloatv(name, value.data());
+            return value;
+        };
+        EXPECT_EQ(get(GL_COLOR_CLEAR_VALUE),
+                  (std::array<GLfloat, 4>{0, c.background ? 0.2f : 0, c.background ? 1.0f : 0, 1}));
+        EXPECT_EQ(get(GL_COLOR_WRITEMASK), c.colorMask);
+        EXPECT_EQ(get(GL_DEPTH_FUNC)[0], static_cast<GLfloat>(c.depthTest ? GL_LESS : GL_ALWAYS));
+        EXPECT_EQ(get(GL_DEPTH_WRITEMASK)[0], c.values.Contains(dvDepth));
         // What the scene switched on ends with the repaint; the depth test stays on.
-        EXPECT_EQ(lineWidth, 1.0f);
+        EXPECT_EQ(get(GL_LINE_WIDTH)[0], 1.0f);
         EXPECT_EQ(
             (std::array{glIsEnabled(GL_LIGHTING), glIsEnabled(GL_SCISSOR_TEST), glIsEnabled(GL_DEPTH_TEST)}),
             (std::array<GLboolean, 3>{0, 0, 1}));
