@@ -29,12 +29,6 @@ void Fill(TOrnMatrix& m, const Matrix& rows) {
         m.SetValue(k / 4, k % 4, rows[k]);
 }
 
-::testing::AssertionResult Near(const TOrnMathVector& a, const TOrnMathVector& b) {
-    if (std::fabs(a.x - b.x) < 1e-12 && std::fabs(a.y - b.y) < 1e-12 && std::fabs(a.z - b.z) < 1e-12)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << a.x << ", " << a.y << ", " << a.z;
-}
-
 Matrix Rows(const TOrnMatrix& m) {
     Matrix rows;
     for (int k = 0; k < 16; ++k)
@@ -173,7 +167,8 @@ TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
     Fill(other, {1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1, 0, 0, 0, 0, 1}); // at y = 3
     TOrnMathVector v;
     self.ProjectMatrix(other, ToVec(1, 1, 1), v); // (1, 4, 1) in the scene, turned back by 60°
-    EXPECT_TRUE(Near(v, ToVec(3.964101615137754, 1.133974596215561, 1)));
+    for (auto [got, want] : {std::pair{v.x, 3.964101615137754}, {v.y, 1.133974596215561}, {v.z, 1.0}})
+        EXPECT_NEAR(got, want, 1e-12);
     TOrnMatrix model, projection;
     Fill(model, {c, 0, s, 0, 0, 1, 0, 0, -s, 0, c, 0, 0, 0, 0, 1}); // turned by 60° about y
     // x and y scaled unevenly, as a wide view's projection does
@@ -181,5 +176,6 @@ TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
     model.Project(ToVec4D(0.5, 1, 0.25, 1), ToVec4D(0, 0, 100, 50), projection, r);
     EXPECT_NEAR(r.x, 61.66265877, 1e-6);
     model.UnProject(r, ToVec4D(0, 0, 100, 50), projection, u);
-    EXPECT_TRUE(Near(ToVec(u.x, u.y, u.z), ToVec(0.5, -1, 0.25)));
+    for (auto [got, want] : {std::pair{u.x, 0.5}, {u.y, -1.0}, {u.z, 0.25}})
+        EXPECT_NEAR(got, want, 1e-12);
 }

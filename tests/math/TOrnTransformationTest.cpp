@@ -56,7 +56,7 @@ using Matrix = std::array<double, 16>;
 
 // Execute, and the matrix that bounds and clip volumes use, against the same steps made by hand,
 // for every order of the parts and of the rotation axes.
-TEST_F(TransformationGL, ExecuteAndMatrixApplyThePartsInTheirOrder) {
+TEST_F(TransformationGL, ExecuteAndMatrixApplyThePartsInTheirOrderAndMatricesComeFromGL) {
     auto modelView = [] {
         Matrix m;
         glGetDoublev(GL_MODELVIEW_MATRIX, m.data());
@@ -92,12 +92,11 @@ TEST_F(TransformationGL, ExecuteAndMatrixApplyThePartsInTheirOrder) {
                 EXPECT_NEAR(computed[i], want[i], 1e-5) << i;
             }
         }
-}
-
-TEST_F(TransformationGL, MatrixPicksAndMultipliesTheGLMatrices) {
+    // TOrnMatrix reads and multiplies the GL matrices.
     glMatrixMode(GL_PROJECTION);
     glScalef(2, 2, 2);
     glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
     glTranslatef(1, 2, 3);
     TOrnMatrix m, p;
     m.PickGLModelviewMatrix();
