@@ -1,8 +1,4 @@
-#include <orn/geometry/TOrnDisc.h>
-#include <orn/geometry/TOrnLine.h>
-#include <orn/geometry/TOrnPoint.h>
-#include <orn/geometry/TOrnPolygon.h>
-#include <orn/geometry/TOrnSphere.h>
+#include <orn/geometry/TOrnPrimitiveObj.h>
 #include <orn/scene/TOrnRegistry.h>
 
 #include "support/GLTestContext.h"
@@ -11,9 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
-#include <numbers>
 
 using namespace orn;
 using orn::test::TestView;
@@ -226,67 +220,4 @@ TEST_F(GeometryDrawing, TexturedListsDrawWithTheirTextureAndUntexturedOnesWithou
     EXPECT_EQ(ReadPixel(36, 36), (orn::test::Rgba{255, 0, 0, 255}));
     EXPECT_EQ(ReadPixel(49, 30), (orn::test::Rgba{255, 255, 255, 255}));
     EXPECT_FALSE(glIsEnabled(GL_TEXTURE_2D));
-}
-
-namespace {
-
-class ShapePixels : public orn::test::GLTest {
-protected:
-    ShapePixels() : GLTest(200, 200) {}
-    TComponent form{nullptr};
-    TestView* view = new TestView(&form);
-
-    /// Renders obj white on black, orthographic over −2 … 2 (50 pixels a unit), after turning it
-    /// by angle about (ax, ay, az); the white pixels in square units.
-    double Area(TOrnPrimitiveObj& obj, double angle, double ax, double ay, double az) {
-        ClearTo(0, 0, 0);
-        glMatrixMode(GL_PROJECTION);
-        glLoadIdentity();
-        glOrtho(-2, 2, -2, 2, -10, 10);
-        glMatrixMode(GL_MODELVIEW);
-        glLoadIdentity();
-        glRotated(angle, ax, ay, az);
-        glDisable(GL_LIGHTING);
-        obj.Render(view);
-        glFinish();
-        return static_cast<double>(orn::test::CountPixels(ReadImage(), {255, 255, 255, 255}, 8)) / 2500;
-    }
-    /// Whether the pixel at (x, y) units from the centre is white.
-    bool White(double x, double y) const {
-        return orn::test::SameColor(ReadPixel(100 + static_cast<int>(x * 50), 100 + static_cast<int>(y * 50)),
-                                    {255, 255, 255, 255}, 8);
-    }
-};
-
-} // namespace
-
-TEST_F(ShapePixels, ShapesCoverTheirAreaAndOutlinesLinesAndPointsOnlyTheirPixels) {
-    TOrnSphere sphere(&form);
-    sphere.SetRadius(1.5f);
-    sphere.SetSlices(96);
-    sphere.SetStacks(64);
-    const double pi = std::numbers::pi;
-    EXPECT_NEAR(Area(sphere, 0, 0, 1, 0), pi * 1.5 * 1.5, 0.1);
-    EXPECT_TRUE(White(0, 1.4) && !White(1.6, 0));
-    TOrnDisc disc(&form);
-    disc.SetSlices(64);
-    disc.SetInnerRadius(0.5f);
-    disc.SetOuterRadius(1.5f);
-    EXPECT_NEAR(Area(disc, 90, 1, 0, 0), pi * (1.5 * 1.5 - 0.5 * 0.5), 0.1); // seen from above
-    EXPECT_TRUE(White(1, 0) && !White(0, 0) && !White(1.6, 0));
-    TOrnPolygon polygon(&form);
-    for (auto [x, y] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 1}})
-        polygon.AddValues(x, y, 0, 0, 0);
-    EXPECT_NEAR(Area(polygon, 0, 0, 1, 0), 1, 0.03);
-    polygon.SetFilled(false);
-    EXPECT_LT(Area(polygon, 0, 0, 1, 0), 0.25); // the outline only
-    EXPECT_FALSE(White(0.5, 0.5));
-    TOrnLine line(&form);
-    line.SetLength(1.5f);
-    EXPECT_NEAR(Area(line, 90, 0, 1, 0) * 2500, 1.5 * 50, 3); // +z turned to +x: one row of pixels
-    // y = 0 lies between two pixel rows; the line takes one of them, and nothing along −x.
-    EXPECT_TRUE(White(0.8, 0) || White(0.8, -0.02));
-    EXPECT_FALSE(White(-0.8, 0) || White(-0.8, -0.02));
-    TOrnPoint point(&form);
-    EXPECT_EQ(Area(point, 0, 0, 1, 0) * 2500, 1);
 }

@@ -10,6 +10,11 @@
 #include <orn/geometry/TOrnTorus.h>
 #include <orn/geometry/TOrnTriangle.h>
 #include <orn/host/EOrnError.h>
+#include <orn/objects/TOrn3DText.h>
+#include <orn/objects/TOrn3dObj.h>
+#include <orn/objects/TOrnPointSet.h>
+#include <orn/objects/TOrnTube.h>
+#include <orn/scene/TOrnRegistry.h>
 
 #include <gtest/gtest.h>
 
@@ -48,20 +53,6 @@ void expectPoints(const TOrnPrimitiveObj& o, std::initializer_list<PointAt> poin
         test::ExpectNear(At(o, e.i, daNormal), e.n, what + " normal");
         test::ExpectNear(At(o, e.i, daTexture), {e.s, e.t, 0}, what + " texture");
     }
-}
-
-/// Every stored normal has length 1 and the one CalcNormals derives from the faces points the
-/// same way (so every strip winds outwards).
-void expectUnitOutwardNormals(TOrnPrimitiveObj& o, const std::string& what) {
-    std::vector<TOrnMathVector> stored;
-    for (int i = 0; i < o.Points()->Count(); ++i) {
-        stored.push_back(At(o, i, daNormal));
-        ASSERT_NEAR(test::Length(stored.back()), 1, 1e-12) << what << " point " << i;
-    }
-    o.CalcNormals();
-    for (int i = 0; i < o.Points()->Count(); ++i)
-        EXPECT_GT(OrnMathDotProduct(stored[static_cast<std::size_t>(i)], At(o, i, daNormal)), 0.7)
-            << what << " point " << i;
 }
 
 } // namespace
@@ -239,7 +230,7 @@ TEST_F(ShapeFixture, EveryDetailGivesAClosedSurfaceOnItsShapeWithOutwardNormals)
             for (int i = 0; i < sides; ++i)
                 ASSERT_NEAR(c.off(At(*c.shape, i)), 0, 1e-12) << what << " point " << i;
             EXPECT_EQ(OpenEdges(*c.shape), 0) << what;
-            expectUnitOutwardNormals(*c.shape, what);
+            test::ExpectSoundMesh(*c.shape, what);
         }
 }
 
@@ -299,4 +290,45 @@ TEST_F(ShapeFixture, DetailsBelowOneAreRefusedAndAbsurdOnesFail) {
     r.SetDetX(1 << 20);
     r.SetDetY(1 << 20);
     EXPECT_THROW(r.Init(), EOrnError);
+}
+
+// Every class, fresh and in shapes that exercise its other paths (caps, partial sweeps, counters,
+// tube caps, grids), builds indices that name its points and faces wound the way its normals point.
+TEST_F(ShapeFixture, EveryShapeAndObjectBuildsASoundMeshTexturedOrNot) {
+    std::vector<TOrnPrimitiveObj*> objects;
+    for (TComponentClass cls : GetRenderClassList())
+        if (auto* o = dynamic_cast<TOrnPrimitiveObj*>(cls->Create(&form))) objects.push_back(o);
+    ASSERT_GE(objects.size(), 15u);
+    auto* sphere = new TOrnSphere(&form);
+    sphere->SetSweepAngle(180);
+    sphere->SetTopAngle(90);
+    auto* cone = new TOrnCylinder(&form);
+    cone->SetTopRadius(0);
+    cone->SetStacks(3);
+    auto* disc = new TOrnDisc(&form);
+    disc->SetSweepAngle(90);
+    disc->SetLoops(2);
+    for (TOrnClosed closed : {TOrnClosed::TopBottom, TOrnClosed::Top})
+        for (TOrn3dObjects art : {TOrn3dObjects::Cylinder, TOrn3dObjects::Sphere, TOrn3dObjects::Torus}) {
+            auto* rot = new TOrn3dObj(&form);
+            rot->SetObjArt(art);
+            rot->SetClosed(closed);
+            objects.push_back(rot);
+        }
+    auto* tube = new TOrnTube(&form);
+    for (TOrnMathVector p : {TOrnMathVector{0, 0, 0}, {2, 0, 0}, {2, 1, 1}})
+        tube->Add(p);
+    tube->SetCapStart(true);
+    tube->SetCapEnd(true);
+    auto* text = new TOrn3DText(&form);
+    text->SetCaption("HOLA 8");
+    auto* grid = new TOrnPointSet(&form);
+    grid->ReadFromText("0 1 2\n1 3 1\n2 1 0\n", "hills.txt");
+    objects.insert(objects.end(), {sphere, cone, disc, tube, text, grid});
+    for (bool textured : {false, true})
+        for (TOrnPrimitiveObj* o : objects) {
+            o->SetTextured(textured);
+            o->Init();
+            test::ExpectSoundMesh(*o, std::string(o->ClassName()) + (textured ? " textured" : ""));
+        }
 }
