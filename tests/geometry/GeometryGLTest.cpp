@@ -220,4 +220,6 @@ TEST_F(GeometryDrawing, TexturedListsDrawWithTheirTextureAndUntexturedOnesWithou
     EXPECT_EQ(ReadPixel(36, 36), (orn::test::Rgba{255, 0, 0, 255}));
     EXPECT_EQ(ReadPixel(49, 30), (orn::test::Rgba{255, 255, 255, 255}));
     EXPECT_FALSE(glIsEnabled(GL_TEXTURE_2D));
+    const GLuint name = 77; // textures live on in the shared context
+    glDeleteTextures(1, &name);
 }
