@@ -10,6 +10,8 @@
 #include <orn/geometry/TOrnTorus.h>
 #include <orn/geometry/TOrnTriangle.h>
 #include <orn/host/EOrnError.h>
+#include <orn/math/TOrnCustomExchange.h>
+#include <orn/math/TOrnPropList.h>
 #include <orn/objects/TOrn3DText.h>
 #include <orn/objects/TOrn3dObj.h>
 #include <orn/objects/TOrnPointSet.h>
@@ -262,27 +264,44 @@ TEST_F(ShapeFixture, OpenShapesConesAndPartialSweeps) {
     EXPECT_EQ(OpenEdges(full), 10 + 2 * 2); // the rim and two radial sides of two loops
 }
 
-TEST_F(ShapeFixture, DetailsBelowOneAreRefusedAndAbsurdOnesFail) {
-    TOrnSphere s(&form);
-    TOrnCylinder c(&form);
-    TOrnDisc d(&form);
-    TOrnTorus t(&form);
-    TOrnBox b(&form);
-    TOrnRectangle r(&form);
-    const std::vector<std::pair<TOrnPrimitiveObj*, std::function<void(int)>>> details = {
-        {&r, [&](int v) { r.SetDetX(v); }},    {&r, [&](int v) { r.SetDetY(v); }},
-        {&s, [&](int v) { s.SetSlices(v); }},  {&s, [&](int v) { s.SetStacks(v); }},
-        {&c, [&](int v) { c.SetSlices(v); }},  {&c, [&](int v) { c.SetStacks(v); }},
-        {&d, [&](int v) { d.SetSlices(v); }},  {&d, [&](int v) { d.SetLoops(v); }},
-        {&t, [&](int v) { t.SetSides(v); }},   {&t, [&](int v) { t.SetRings(v); }},
-        {&b, [&](int v) { b.SetDetailX(v); }}, {&b, [&](int v) { b.SetDetailY(v); }},
-        {&b, [&](int v) { b.SetDetailZ(v); }}};
-    for (const auto& [obj, set] : details) {
-        obj->Init();
-        set(0);
-        set(-3);
-        EXPECT_TRUE(obj->Initialized()) << obj->ClassName(); // ignored: nothing to rebuild
+// What a setter refuses leaves the value and the build as they were (a kept value of NAN), or is
+// clamped to the value given: details below one, negative or undefined depths, sizes and steps.
+TEST_F(ShapeFixture, SettersRefuseOrClampValuesOutOfRangeOfEveryClass) {
+    const double kept = NAN;
+    const struct {
+        const char *cls, *prop;
+        double bad, result;
+    } cases[] = {{"TOrnRectangle", "DetailX", 0, kept}, {"TOrnRectangle", "DetailY", -3, kept},
+                 {"TOrnSphere", "Slices", 0, kept},     {"TOrnSphere", "Stacks", -3, kept},
+                 {"TOrnCylinder", "Slices", 0, kept},   {"TOrnCylinder", "Stacks", -3, kept},
+                 {"TOrnDisc", "Slices", 0, kept},       {"TOrnDisc", "Loops", -3, kept},
+                 {"TOrnTorus", "Sides", 0, kept},       {"TOrnTorus", "Rings", -3, kept},
+                 {"TOrnBox", "DetailX", 0, kept},       {"TOrnBox", "DetailY", -3, kept},
+                 {"TOrnBox", "DetailZ", 0, kept},       {"TOrnTube", "Slices", 2, kept},
+                 {"TOrnTube", "PathSteps", 0, kept},    {"TOrn3DText", "Depth", -1, kept},
+                 {"TOrn3DText", "Depth", NAN, kept},    {"TOrn3DText", "Detail", 0, kept},
+                 {"TOrn3DText", "Detail", 1.5, kept},   {"TOrn3DText", "Detail", NAN, kept},
+                 {"TOrnLabel", "Width", -5, 0},         {"TOrnLabel", "Height", -1, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.cls) + "." + c.prop + " = " + std::to_string(c.bad));
+        TComponent* made = GetRenderClass(c.cls)->Create(&form);
+        auto* item = dynamic_cast<TOrnExchangeItem*>(made);
+        ASSERT_NE(item, nullptr);
+        const TOrnPropInfo* p = nullptr;
+        for (const TOrnPropInfo* q : item->Properties()->All())
+            p = q->name == c.prop ? q : p;
+        ASSERT_NE(p, nullptr);
+        auto* shape = dynamic_cast<TOrnPrimitiveObj*>(made);
+        if (shape) shape->Init();
+        const auto number = [&](const TOrnPropValue& v) {
+            return p->kind == pkInt ? double(std::get<std::int64_t>(v)) : std::get<double>(v);
+        };
+        const double before = number(p->get(*item));
+        p->set(*item, p->kind == pkInt ? TOrnPropValue(std::int64_t(c.bad)) : TOrnPropValue(c.bad));
+        EXPECT_EQ(number(p->get(*item)), std::isnan(c.result) ? before : c.result);
+        EXPECT_TRUE(!shape || !std::isnan(c.result) || shape->Initialized());
     }
+    TOrnRectangle r(&form);
     r.SetDetX(1 << 20);
     r.SetDetY(1 << 20);
     EXPECT_THROW(r.Init(), EOrnError);

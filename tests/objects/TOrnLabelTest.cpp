@@ -67,8 +67,6 @@ TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetAndItsAlph
     EXPECT_GT(extent.cx, Extent("TOrnLabel", TFont()).cx);
     f.label->SetFont(nullptr); // ignored
     EXPECT_EQ(f.label->Width(), extent.cx);
-    f.label->SetSize(0, -5);
-    EXPECT_EQ(f.label->Width(), 0);
 
     // Text pixels take the font's alpha, the background the colour's.
     f.label->Font()->SetHeight(-40); // stems several pixels wide, so some pixels are wholly text

@@ -159,8 +159,6 @@ TEST_F(TubeFixture, EditingThePathAndItsKeyWithPointsAndRadiiWhereADamagedOneIsI
     tube->Delete(7);
     EXPECT_EQ(tube->Count(), 3);
     EXPECT_EQ(tube->PathPoint(9), (TOrnMathVector{0, 0, 0}));
-    tube->SetSlices(2);
-    EXPECT_EQ(tube->Slices(), 12);
     tube->Delete(2);
     tube->Add({4, 5, 6.25});
     test::MemoryExchange ex;
