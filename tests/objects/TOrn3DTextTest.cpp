@@ -235,7 +235,7 @@ TEST(TOrn3DTextMesh, BadCaptionsAndValues) {
     TComponent form(nullptr);
     auto* runaway = new TOrn3DText(&form);
     runaway->SetCaption(std::string(3u << 20, 'x'));
-    EXPECT_THROW(runaway->Init(), EOrnError); // refused before any outline
+    EXPECT_THROW(runaway->Init(), EOrnError);             // refused before any outline
     runaway->SetAlignment(static_cast<TOrnAlignment>(7)); // depths and details: ShapesTest, every class
     EXPECT_EQ(runaway->Alignment(), taLeftJustify);
 }

@@ -55,7 +55,7 @@ TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetAndItsAlph
     }
     f.label->SetSize(0, 300);
     f.label->SetSize(1, 40);
-    f.label->SetSize(2, 99);                                    // no third size
+    f.label->SetSize(2, 99);                              // no third size
     TBitmap& bitmap = *f.label->LabelTexture()->Bitmap(); // the bitmap follows
     EXPECT_EQ((std::vector<int>{f.label->Width(), f.label->Height(), bitmap.Width(), bitmap.Height()}),
               (std::vector<int>{300, 40, 300, 40}));
