@@ -345,5 +345,7 @@ TEST_F(ShapeFixture, EveryShapeAndObjectBuildsASoundMeshTexturedOrNot) {
             o->SetTextured(textured);
             o->Init();
             test::ExpectSoundMesh(*o, std::string(o->ClassName()) + (textured ? " textured" : ""));
+            EXPECT_EQ(o->Points()->HasArray(daTexture), textured && o->Points()->Count() > 0)
+                << o->ClassName();
         }
 }
