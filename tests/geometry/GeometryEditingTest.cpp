@@ -26,22 +26,18 @@ struct EditFixture : ::testing::Test {
     int OpenEdges(bool weld = true) { return test::OpenEdges(*obj, weld); }
 };
 
-/// The faces' normals from the winding, each checked to point away from centre.
-void expectFacesOutward(TOrnPrimitiveObj& o, const TOrnMathVector& centre) {
+/// Every face, by its winding, faces away from centre.
+void expectFacesOutward(const TOrnPrimitiveObj& o, const TOrnMathVector& centre) {
     for (int l = 0; l < o.PrimitiveCount(); ++l) {
-        TOrnPrimitiveArray* list = o.Primitive(l);
-        if (!list->Enabled()) continue;
-        ASSERT_TRUE(list->Type() == GL_QUADS || list->Type() == GL_TRIANGLES ||
-                    list->Type() == GL_QUAD_STRIP);
-        list->SetType(GL_TRIANGLES);
-        for (int t = 0; t + 2 < list->Count(); t += 3) {
-            TOrnMathVector a = o.Points()->GetVector(list->Indices(t), daVertex),
-                           b = o.Points()->GetVector(list->Indices(t + 1), daVertex),
-                           c = o.Points()->GetVector(list->Indices(t + 2), daVertex), n;
+        if (!o.Primitive(l)->Enabled()) continue;
+        for (const auto& t : test::Triangles(*o.Primitive(l))) {
+            TOrnMathVector a = test::At(o, int(t[0])), b = test::At(o, int(t[1])), c = test::At(o, int(t[2])),
+                           n;
             OrnMathNormalVector(a, b, c, true, n);
             const TOrnMathVector mid{(a.x + b.x + c.x) / 3 - centre.x, (a.y + b.y + c.y) / 3 - centre.y,
                                      (a.z + b.z + c.z) / 3 - centre.z};
-            EXPECT_GT(OrnMathDotProduct(n, mid), 0) << "list " << l << " triangle " << t / 3;
+            EXPECT_GT(OrnMathDotProduct(n, mid), 0)
+                << "list " << l << " at " << mid.x << ", " << mid.y << ", " << mid.z;
         }
     }
 }

@@ -10,6 +10,13 @@
 #include <orn/geometry/TOrnTorus.h>
 #include <orn/geometry/TOrnTriangle.h>
 #include <orn/host/EOrnError.h>
+#include <orn/math/TOrnCustomExchange.h>
+#include <orn/math/TOrnPropList.h>
+#include <orn/objects/TOrn3DText.h>
+#include <orn/objects/TOrn3dObj.h>
+#include <orn/objects/TOrnPointSet.h>
+#include <orn/objects/TOrnTube.h>
+#include <orn/scene/TOrnRegistry.h>
 
 #include <gtest/gtest.h>
 
@@ -48,20 +55,6 @@ void expectPoints(const TOrnPrimitiveObj& o, std::initializer_list<PointAt> poin
         test::ExpectNear(At(o, e.i, daNormal), e.n, what + " normal");
         test::ExpectNear(At(o, e.i, daTexture), {e.s, e.t, 0}, what + " texture");
     }
-}
-
-/// Every stored normal has length 1 and the one CalcNormals derives from the faces points the
-/// same way (so every strip winds outwards).
-void expectUnitOutwardNormals(TOrnPrimitiveObj& o, const std::string& what) {
-    std::vector<TOrnMathVector> stored;
-    for (int i = 0; i < o.Points()->Count(); ++i) {
-        stored.push_back(At(o, i, daNormal));
-        ASSERT_NEAR(test::Length(stored.back()), 1, 1e-12) << what << " point " << i;
-    }
-    o.CalcNormals();
-    for (int i = 0; i < o.Points()->Count(); ++i)
-        EXPECT_GT(OrnMathDotProduct(stored[static_cast<std::size_t>(i)], At(o, i, daNormal)), 0.7)
-            << what << " point " << i;
 }
 
 } // namespace
@@ -107,10 +100,6 @@ TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
     expectPoints(r, {{0, {-3, 0, 4}, {0, 1, 0}, 0, 0},
                      {6, {1, 0, 2}, {0, 1, 0}, 2.0 / 3, 0.5},
                      {11, {3, 0, 0}, {0, 1, 0}, 1, 1}});
-    for (TOrnPrimitiveObj* o : std::initializer_list<TOrnPrimitiveObj*>{&t, &r}) { // wound as they say
-        o->CalcNormals();
-        test::ExpectNear(At(*o, 1, daNormal), {0, 1, 0}, o->ClassName());
-    }
 }
 
 TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
@@ -239,7 +228,7 @@ TEST_F(ShapeFixture, EveryDetailGivesAClosedSurfaceOnItsShapeWithOutwardNormals)
             for (int i = 0; i < sides; ++i)
                 ASSERT_NEAR(c.off(At(*c.shape, i)), 0, 1e-12) << what << " point " << i;
             EXPECT_EQ(OpenEdges(*c.shape), 0) << what;
-            expectUnitOutwardNormals(*c.shape, what);
+            test::ExpectSoundMesh(*c.shape, what);
         }
 }
 
@@ -275,28 +264,88 @@ TEST_F(ShapeFixture, OpenShapesConesAndPartialSweeps) {
     EXPECT_EQ(OpenEdges(full), 10 + 2 * 2); // the rim and two radial sides of two loops
 }
 
-TEST_F(ShapeFixture, DetailsBelowOneAreRefusedAndAbsurdOnesFail) {
-    TOrnSphere s(&form);
-    TOrnCylinder c(&form);
-    TOrnDisc d(&form);
-    TOrnTorus t(&form);
-    TOrnBox b(&form);
-    TOrnRectangle r(&form);
-    const std::vector<std::pair<TOrnPrimitiveObj*, std::function<void(int)>>> details = {
-        {&r, [&](int v) { r.SetDetX(v); }},    {&r, [&](int v) { r.SetDetY(v); }},
-        {&s, [&](int v) { s.SetSlices(v); }},  {&s, [&](int v) { s.SetStacks(v); }},
-        {&c, [&](int v) { c.SetSlices(v); }},  {&c, [&](int v) { c.SetStacks(v); }},
-        {&d, [&](int v) { d.SetSlices(v); }},  {&d, [&](int v) { d.SetLoops(v); }},
-        {&t, [&](int v) { t.SetSides(v); }},   {&t, [&](int v) { t.SetRings(v); }},
-        {&b, [&](int v) { b.SetDetailX(v); }}, {&b, [&](int v) { b.SetDetailY(v); }},
-        {&b, [&](int v) { b.SetDetailZ(v); }}};
-    for (const auto& [obj, set] : details) {
-        obj->Init();
-        set(0);
-        set(-3);
-        EXPECT_TRUE(obj->Initialized()) << obj->ClassName(); // ignored: nothing to rebuild
+// What a setter refuses leaves the value and the build as they were (a kept value of NAN), or is
+// clamped to the value given: details below one, negative or undefined depths, sizes and steps.
+TEST_F(ShapeFixture, SettersRefuseOrClampValuesOutOfRangeOfEveryClass) {
+    const double kept = NAN;
+    const struct {
+        const char *cls, *prop;
+        double bad, result;
+    } cases[] = {{"TOrnRectangle", "DetailX", 0, kept}, {"TOrnRectangle", "DetailY", -3, kept},
+                 {"TOrnSphere", "Slices", 0, kept},     {"TOrnSphere", "Stacks", -3, kept},
+                 {"TOrnCylinder", "Slices", 0, kept},   {"TOrnCylinder", "Stacks", -3, kept},
+                 {"TOrnDisc", "Slices", 0, kept},       {"TOrnDisc", "Loops", -3, kept},
+                 {"TOrnTorus", "Sides", 0, kept},       {"TOrnTorus", "Rings", -3, kept},
+                 {"TOrnBox", "DetailX", 0, kept},       {"TOrnBox", "DetailY", -3, kept},
+                 {"TOrnBox", "DetailZ", 0, kept},       {"TOrnTube", "Slices", 2, kept},
+                 {"TOrnTube", "PathSteps", 0, kept},    {"TOrn3DText", "Depth", -1, kept},
+                 {"TOrn3DText", "Depth", NAN, kept},    {"TOrn3DText", "Detail", 0, kept},
+                 {"TOrn3DText", "Detail", 1.5, kept},   {"TOrn3DText", "Detail", NAN, kept},
+                 {"TOrnLabel", "Width", -5, 0},         {"TOrnLabel", "Height", -1, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.cls) + "." + c.prop + " = " + std::to_string(c.bad));
+        TComponent* made = GetRenderClass(c.cls)->Create(&form);
+        auto* item = dynamic_cast<TOrnExchangeItem*>(made);
+        ASSERT_NE(item, nullptr);
+        const TOrnPropInfo* p = nullptr;
+        for (const TOrnPropInfo* q : item->Properties()->All())
+            p = q->name == c.prop ? q : p;
+        ASSERT_NE(p, nullptr);
+        auto* shape = dynamic_cast<TOrnPrimitiveObj*>(made);
+        if (shape) shape->Init();
+        const auto number = [&](const TOrnPropValue& v) {
+            return p->kind == pkInt ? double(std::get<std::int64_t>(v)) : std::get<double>(v);
+        };
+        const double before = number(p->get(*item));
+        p->set(*item, p->kind == pkInt ? TOrnPropValue(std::int64_t(c.bad)) : TOrnPropValue(c.bad));
+        EXPECT_EQ(number(p->get(*item)), std::isnan(c.result) ? before : c.result);
+        EXPECT_TRUE(!shape || !std::isnan(c.result) || shape->Initialized());
     }
+    TOrnRectangle r(&form);
     r.SetDetX(1 << 20);
     r.SetDetY(1 << 20);
     EXPECT_THROW(r.Init(), EOrnError);
+}
+
+// Every class, fresh and in shapes that exercise its other paths (caps, partial sweeps, counters,
+// tube caps, grids), builds indices that name its points and faces wound the way its normals point.
+TEST_F(ShapeFixture, EveryShapeAndObjectBuildsASoundMeshTexturedOrNot) {
+    std::vector<TOrnPrimitiveObj*> objects;
+    for (TComponentClass cls : GetRenderClassList())
+        if (auto* o = dynamic_cast<TOrnPrimitiveObj*>(cls->Create(&form))) objects.push_back(o);
+    ASSERT_GE(objects.size(), 15u);
+    auto* sphere = new TOrnSphere(&form);
+    sphere->SetSweepAngle(180);
+    sphere->SetTopAngle(90);
+    auto* cone = new TOrnCylinder(&form);
+    cone->SetTopRadius(0);
+    cone->SetStacks(3);
+    auto* disc = new TOrnDisc(&form);
+    disc->SetSweepAngle(90);
+    disc->SetLoops(2);
+    for (TOrnClosed closed : {TOrnClosed::TopBottom, TOrnClosed::Top})
+        for (TOrn3dObjects art : {TOrn3dObjects::Cylinder, TOrn3dObjects::Sphere, TOrn3dObjects::Torus}) {
+            auto* rot = new TOrn3dObj(&form);
+            rot->SetObjArt(art);
+            rot->SetClosed(closed);
+            objects.push_back(rot);
+        }
+    auto* tube = new TOrnTube(&form);
+    for (TOrnMathVector p : {TOrnMathVector{0, 0, 0}, {2, 0, 0}, {2, 1, 1}})
+        tube->Add(p);
+    tube->SetCapStart(true);
+    tube->SetCapEnd(true);
+    auto* text = new TOrn3DText(&form);
+    text->SetCaption("HOLA 8");
+    auto* grid = new TOrnPointSet(&form);
+    grid->ReadFromText("0 1 2\n1 3 1\n2 1 0\n", "hills.txt");
+    objects.insert(objects.end(), {sphere, cone, disc, tube, text, grid});
+    for (bool textured : {false, true})
+        for (TOrnPrimitiveObj* o : objects) {
+            o->SetTextured(textured);
+            o->Init();
+            test::ExpectSoundMesh(*o, std::string(o->ClassName()) + (textured ? " textured" : ""));
+            EXPECT_EQ(o->Points()->HasArray(daTexture), textured && o->Points()->Count() > 0)
+                << o->ClassName();
+        }
 }

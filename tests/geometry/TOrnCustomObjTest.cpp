@@ -9,6 +9,7 @@
 
 using namespace orn;
 using orn::test::Entries;
+using Idx = std::vector<std::uint32_t>;
 
 namespace {
 
@@ -28,7 +29,7 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 4);
     ASSERT_EQ(obj->PrimitiveCount(), 1);
-    EXPECT_EQ(Entries(obj->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 2, 1, 3}));
+    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 2, 1, 3}));
     EXPECT_TRUE(obj->Points()->GetFlag(3, 1));
     EXPECT_EQ(obj->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
 
@@ -51,8 +52,8 @@ TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinToleranceSinceTheLastClo
     obj->AddQuad({1.0009, 0, 0}, {2, 0, 0}, {2, 1, 0}, {1, 1.0011, 0}); // the last just outside
     obj->AddTriangle({0, 0, 0}, {0, 0, 1}, {0, 1, 0});
     ASSERT_EQ(obj->PrimitiveCount(), 2);
-    EXPECT_EQ(Entries(obj->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3, 1, 4, 5, 6}));
-    EXPECT_EQ(Entries(obj->Primitive(1)), (std::vector<std::uint32_t>{0, 7, 3}));
+    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 3, 1, 4, 5, 6}));
+    EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{0, 7, 3}));
     EXPECT_EQ(obj->Points()->GetVector(5, daTexture), (TOrnMathVector{4, 1, 0})); // computed at once
     // The search runs down from the newest point and stops at the first from before CloseEdges.
     obj->CloseEdges();
@@ -105,7 +106,7 @@ TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitAndMeetsOnConstru
         EXPECT_EQ(pool.GetVector(3, daNormal), (TOrnMathVector{0, 0, -1})); // kept, not recomputed
         EXPECT_EQ(pool.GetVector(1, daTexture), (TOrnMathVector{1, 0, 0}));
         ASSERT_EQ(obj->PrimitiveCount(), 1); // the event's triangle joined the mesh's list
-        EXPECT_EQ(Entries(obj->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 0, 2, 3, 4, 5, 6}));
+        EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 0, 2, 3, 4, 5, 6}));
     }
     // Without normals they are computed; a second mesh replaces the first.
     obj->OnConstruct = nullptr;
@@ -143,21 +144,19 @@ struct PolygonFixture : ::testing::Test {
     TComponent form{nullptr};
     TOrnPolygon* poly = new TOrnPolygon(&form);
     void Square() {
-        poly->AddValues(0, 0, 0, 0, 0);
-        poly->AddValues(1, 0, 0, 1, 0);
-        poly->AddValues(1, 1, 0, 1, 1);
-        poly->AddValues(0, 1, 0, 0, 1);
+        for (auto [x, y] : {std::pair{0.f, 0.f}, {1.f, 0.f}, {1.f, 1.f}, {0.f, 1.f}})
+            poly->AddValues(x, y, 0, x, y);
     }
 };
 
 } // namespace
 
-TEST_F(PolygonFixture, BuildsAnOutlineInPoolOrderWhoseTypeFilledAndClosedSwitchAtOnce) {
+TEST_F(PolygonFixture, AnOutlineInPoolOrderWhoseTypeFollowsFilledAndClosedAndWhoseEditsTheRebuildForgets) {
     Square();
     EXPECT_EQ(poly->Count(), 0); // no outline before the first build
     poly->Init();
     ASSERT_EQ(poly->PrimitiveCount(), 1);
-    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3}));
+    EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{0, 1, 2, 3}));
     EXPECT_TRUE(poly->Points()->GetFlag(2, 0));
     EXPECT_EQ(poly->Points()->GetVector(1, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
     const std::tuple<bool, bool, GLenum> cases[] = {{true, false, GL_POLYGON},
@@ -170,38 +169,18 @@ TEST_F(PolygonFixture, BuildsAnOutlineInPoolOrderWhoseTypeFilledAndClosedSwitchA
         EXPECT_EQ(poly->Primitive(0)->Type(), type) << filled << closed;
     }
     EXPECT_TRUE(poly->Initialized()); // no rebuild needed
-}
-
-TEST_F(PolygonFixture, InsertAndDeleteActOnTheOutlineButTheRebuildFollowsPoolOrder) {
-    Square();
-    poly->Init();
     poly->InsertValues(1, 0.5f, -1, 0, 0, 0);
-    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 4, 1, 2, 3}));
+    EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{0, 4, 1, 2, 3}));
     poly->Delete(2);
-    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 4, 2, 3}));
+    EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{0, 4, 2, 3}));
     EXPECT_EQ(poly->Points()->Count(), 5);
     poly->InsertValues(-9, 2, 2, 0, 0, 0); // clamped to the front
     EXPECT_EQ(poly->Primitive(0)->Indices(0), 5u);
     poly->Init(); // intended: pool order, and the deleted point is back
-    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{0, 1, 2, 3, 4, 5}));
 }
 
-TEST_F(PolygonFixture, OnConstructFillsTheOutlineInsteadAndInitClearPointsDiscardsThePoints) {
-    Square();
-    poly->OnConstruct = [this](TObject* sender) {
-        for (std::uint32_t i : {3, 2, 1, 0})
-            poly->AddIndex(i, sender == poly ? 0 : 1);
-    };
-    poly->Init();
-    EXPECT_EQ(Entries(poly->Primitive(0)), (std::vector<std::uint32_t>{3, 2, 1, 0}));
-    EXPECT_EQ(poly->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, -1}));
-    poly->OnConstruct = nullptr;
-    poly->SetInitClearPoints(true);
-    poly->Init();
-    EXPECT_EQ(poly->Points()->Count() + poly->Count(), 0);
-}
-
-TEST_F(PolygonFixture, AddValuesUsesTheNormalPropertyAndValuesOfOnePointAreCheckedByIndexAndKind) {
+TEST_F(PolygonFixture, OnConstructFillsTheOutlineInsteadAndPointsAreEditedByIndexAndKind) {
     TOrnNormal n;
     n.SetValues(0, 1, 0);
     poly->SetNormal(&n);
@@ -212,15 +191,24 @@ TEST_F(PolygonFixture, AddValuesUsesTheNormalPropertyAndValuesOfOnePointAreCheck
     EXPECT_FALSE(poly->Points()->GetFlag(0, 1));
     poly->Points()->SetCount(0);
     Square();
+    poly->OnConstruct = [this](TObject* sender) {
+        for (std::uint32_t i : {3, 2, 1, 0})
+            poly->AddIndex(i, sender == poly ? 0 : 1);
+    };
     poly->Init();
+    EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{3, 2, 1, 0}));
+    EXPECT_EQ(poly->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, -1}));
     poly->SetValues(2, daVertex, {5, 5, 0});
     EXPECT_FALSE(poly->Initialized());
     EXPECT_EQ(poly->GetValues(2, daVertex), (TOrnMathVector{5, 5, 0}));
-    poly->SetValues(4, daVertex, {7, 7, 7});
-    poly->SetValues(-1, daVertex, {7, 7, 7});
-    poly->SetValues(0, daColor, {7, 7, 7});
+    for (auto [i, kind] : {std::pair{4, daVertex}, {-1, daVertex}, {0, daColor}})
+        poly->SetValues(i, kind, {7, 7, 7});
     EXPECT_EQ(poly->GetValues(4, daVertex), (TOrnMathVector{}));
     EXPECT_EQ(poly->GetValues(0, daVertex), (TOrnMathVector{0, 0, 0}));
+    poly->OnConstruct = nullptr;
+    poly->SetInitClearPoints(true);
+    poly->Init();
+    EXPECT_EQ(poly->Points()->Count() + poly->Count(), 0);
 }
 
 TEST_F(PolygonFixture, DamagedPointsInTheSceneAreIgnored) {

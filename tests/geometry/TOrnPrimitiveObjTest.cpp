@@ -188,7 +188,7 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
     EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 51);
 }
 
-TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWinding) {
+TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWindingAndLinesAndCollapsedFacesLeaveThemAlone) {
     // A unit square in the x-y plane, counter-clockwise seen from +z, as every face type draws it.
     for (auto p : {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}})
         obj->Points()->Add(p, {}, {});
@@ -206,10 +206,9 @@ TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWinding) {
         obj->CalcNormals();
         EXPECT_EQ(Normal(2), (TOrnMathVector{0, 0, -1})) << "type " << type;
     }
-}
-
-TEST_F(PrimitiveObjFixture, LinesDisabledListsAndCollapsedStripsLeaveNormalsAlone) {
-    // The strip lies on the x axis: collapsed.
+    // Lines, disabled lists and collapsed strips (on the x axis) leave normals alone.
+    obj->Points()->SetCount(0);
+    obj->DeletePrimitiveArray(0, obj->PrimitiveCount());
     ::Fill(*obj, 6, {{GL_LINES, {0}}, {GL_TRIANGLE_STRIP, {2, 3, 4}}, {GL_TRIANGLES, {5, 0, 1}}}, 0,
            {0, 1, 0});
     obj->Primitive(2)->SetEnabled(false);

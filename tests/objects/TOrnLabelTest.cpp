@@ -32,32 +32,7 @@ struct Form {
 
 } // namespace
 
-TEST(TOrnLabel, TextPixelsTakeTheFontAlphaAndTheBackgroundTheColourAlpha) {
-    Form f;
-    f.label->Font()->SetHeight(-40); // stems several pixels wide, so some pixels are wholly text
-    f.label->Font()->SetColor(clRed);
-    f.label->Font()->SetAlpha(0.5f);
-    f.label->Color()->SetAlpha(0.25f);
-    f.label->SetCaption("IIII");
-    f.label->Init();
-    const TOrnTexture& texture = *f.label->LabelTexture();
-    const int w = texture.Bitmap()->Width(), h = texture.Bitmap()->Height();
-    int text = 0, background = 0;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            const bool isText = texture.Bitmap()->Canvas().Pixels(x, y) == clRed;
-            (isText ? text : background)++;
-            // The texture's rows run bottom-up.
-            EXPECT_EQ(texture.Pixels()[(static_cast<std::size_t>(h - 1 - y) * w + x) * 4 + 3],
-                      isText ? 128 : 64);
-        }
-    EXPECT_GT(text, 20); // the stems of the I's
-    EXPECT_GT(background, text);
-    // Outside the text cell the background is one step off the (white) label colour.
-    EXPECT_EQ(texture.Bitmap()->Canvas().Pixels(w - 1, h - 1), TColor(0xFFFFFE));
-}
-
-TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetUntilTheFontChanges) {
+TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetAndItsAlphaTheFontsOrTheColours) {
     Form f;
     EXPECT_EQ(f.label->LabelTexture()->Owner(), f.label);
     for (int height : {-11, 16, 32}) { // positive: cells of exactly a power of two
@@ -67,9 +42,9 @@ TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetUntilTheFo
         EXPECT_EQ((TSize{f.label->Width(), f.label->Height()}), extent);
         f.label->Init();
         const TBitmap& bitmap = *f.label->LabelTexture()->Bitmap();
-        SCOPED_TRACE(height);
         for (auto [side, text] : {std::pair{bitmap.Width(), extent.cx}, {bitmap.Height(), extent.cy}})
-            EXPECT_TRUE((side & (side - 1)) == 0 && side > text && side <= 2 * text) << side;
+            EXPECT_TRUE((side & (side - 1)) == 0 && side > text && side <= 2 * text)
+                << height << ": " << side;
         EXPECT_TRUE(f.label->LabelTexture()->Valid());
     }
     for (auto [caption, width] : {std::pair{std::string(), 2}, {std::string(5000, 'W'), 4096}}) {
@@ -78,23 +53,42 @@ TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetUntilTheFo
         EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), width);
         EXPECT_TRUE(f.label->LabelTexture()->Valid());
     }
-
     f.label->SetSize(0, 300);
     f.label->SetSize(1, 40);
-    f.label->SetSize(2, 99); // no third size
-    EXPECT_EQ((TSize{f.label->Width(), f.label->Height()}), (TSize{300, 40}));
-    const TBitmap& bitmap = *f.label->LabelTexture()->Bitmap(); // the bitmap follows
-    EXPECT_EQ((TSize{bitmap.Width(), bitmap.Height()}), (TSize{300, 40}));
+    f.label->SetSize(2, 99);                              // no third size
+    TBitmap& bitmap = *f.label->LabelTexture()->Bitmap(); // the bitmap follows
+    EXPECT_EQ((std::vector<int>{f.label->Width(), f.label->Height(), bitmap.Width(), bitmap.Height()}),
+              (std::vector<int>{300, 40, 300, 40}));
     f.label->SetCaption("TOrnLabel");
     f.label->Font()->SetHeight(-11);
-    f.label->Font()->SetStyle({fsBold});
+    f.label->Font()->SetStyle({fsBold}); // a font change goes back to the text's extent
     const TSize extent = Extent("TOrnLabel", *f.label->Font());
     EXPECT_EQ((TSize{f.label->Width(), f.label->Height()}), extent);
     EXPECT_GT(extent.cx, Extent("TOrnLabel", TFont()).cx);
     f.label->SetFont(nullptr); // ignored
     EXPECT_EQ(f.label->Width(), extent.cx);
-    f.label->SetSize(0, -5);
-    EXPECT_EQ(f.label->Width(), 0);
+
+    // Text pixels take the font's alpha, the background the colour's.
+    f.label->Font()->SetHeight(-40); // stems several pixels wide, so some pixels are wholly text
+    f.label->Font()->SetColor(clRed);
+    f.label->Font()->SetAlpha(0.5f);
+    f.label->Color()->SetAlpha(0.25f);
+    f.label->SetCaption("IIII");
+    f.label->Init();
+    const TOrnTexture& texture = *f.label->LabelTexture();
+    const int w = bitmap.Width(), h = bitmap.Height();
+    int text = 0;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const bool isText = bitmap.Canvas().Pixels(x, y) == clRed;
+            text += isText;
+            EXPECT_EQ(texture.Pixels()[(static_cast<std::size_t>(h - 1 - y) * w + x) * 4 + 3],
+                      isText ? 128 : 64)
+                << "rows run bottom-up";
+        }
+    EXPECT_TRUE(text > 20 && text < w * h / 2) << text; // the stems of the I's
+    // Outside the text cell the background is one step off the (white) label colour.
+    EXPECT_EQ(bitmap.Canvas().Pixels(w - 1, h - 1), TColor(0xFFFFFE));
 }
 
 TEST(TOrnLabel, EveryChangeOfWhatItShowsAsksForANewBitmapButInDesignOrWithoutItsTextureItDrawsNothing) {
@@ -133,8 +127,7 @@ constexpr Rgba kBlue{0, 0, 255, 255};
 
 // The pixels that are not the clear colour: their box, window pixels with y downwards, and how many.
 struct Ink {
-    int Left = 1 << 20, Top = 1 << 20, Right = -1, Bottom = -1;
-    int Count = 0;
+    int Left = 1 << 20, Top = 1 << 20, Right = -1, Bottom = -1, Count = 0;
 };
 
 class TOrnLabelPixels : public orn::test::ViewTest {
@@ -172,8 +165,8 @@ protected:
                 }
         return ink;
     }
-    /// The label's cell at the projected origin against its bitmap: the pixels of the glyph colour
-    /// drawn as drawn, the rest the clear colour showing through; how many glyph pixels.
+    // The cell at the projected origin against the bitmap: glyph pixels drawn as drawn, the rest the
+    // clear colour; how many glyph pixels.
     int ExpectCell(const Image& image, TColor glyph, Rgba drawn) {
         const TPoint at = Projected({0, 0, 0});
         TCanvas& canvas = label->LabelTexture()->Bitmap()->Canvas();
@@ -203,17 +196,13 @@ protected:
 } // namespace
 
 TEST_F(TOrnLabelPixels, ANewLabelShowsItsClassNameOneToOneOnATransparentBackgroundInBitmapsToo) {
-    const Image image = Draw();
+    Image image = Draw();
     EXPECT_EQ(stackBefore, stackAfter);
     ASSERT_EQ(label->LabelTexture()->Bitmap()->Width(), 64);
     ASSERT_EQ(label->LabelTexture()->Bitmap()->Height(), 16);
     const int text = ExpectCell(image, clBlack, {0, 0, 0, 255});
-    EXPECT_GT(text, 20); // the pixels that glyphs cover wholly
-    const Ink ink = FindInk(image);
-    const TPoint at = Projected({0, 0, 0});
-    EXPECT_EQ(ink.Count, text);
-    EXPECT_TRUE(ink.Left >= at.X && ink.Top >= at.Y && ink.Right < at.X + label->Width() &&
-                ink.Bottom < at.Y + label->Height());
+    EXPECT_GT(text, 20);                   // the pixels that glyphs cover wholly
+    EXPECT_EQ(FindInk(image).Count, text); // and nothing outside the cell
     const auto bitmap = view.GetImage(256, 120);
     ASSERT_TRUE(bitmap);
     EXPECT_TRUE(label->Initialized());
@@ -222,6 +211,21 @@ TEST_F(TOrnLabelPixels, ANewLabelShowsItsClassNameOneToOneOnATransparentBackgrou
         for (int x = 0; x < 256; ++x)
             inBitmap += bitmap->Canvas().Pixels(x, y) != clBlue;
     EXPECT_EQ(inBitmap, text);
+
+    // A black background stays invisible (drawn one step off black); an opaque one shows its colour.
+    label->Color()->SetColor(clBlack);
+    label->Font()->SetColor(clWhite);
+    image = Draw();
+    ASSERT_EQ(label->LabelTexture()->Bitmap()->Canvas().Pixels(63, 15), TColor(1));
+    EXPECT_GT(ExpectCell(image, clWhite, {255, 255, 255, 255}), 20);
+    label->Color()->SetColor(clRed);
+    label->Color()->SetAlpha(1);
+    image = Draw();
+    // The last row and column of the rectangle lie below and right of the glyphs: one step off red.
+    const TPoint at = Projected({0, 0, 0});
+    EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() - 1, at.Y + label->Height() - 1),
+                                     {254, 0, 0, 255}, 0));
+    EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() + 1, at.Y), kBlue, 0));
 }
 
 TEST_F(TOrnLabelPixels, ALabelFollowsItsPointAndShiftsByPixelsWhateverTheCamera) {
@@ -252,21 +256,4 @@ TEST_F(TOrnLabelPixels, ALabelFollowsItsPointAndShiftsByPixelsWhateverTheCamera)
         EXPECT_EQ(std::vector<int>({down.Left, down.Top, down.Bottom}),
                   std::vector<int>({ink.Left, ink.Top + 10, ink.Bottom + 10}));
     }
-}
-
-TEST_F(TOrnLabelPixels, BlackBackgroundsStayInvisibleAndOpaqueOnesShowTheColour) {
-    label->Color()->SetColor(clBlack);
-    label->Font()->SetColor(clWhite);
-    Image image = Draw();
-    ASSERT_EQ(label->LabelTexture()->Bitmap()->Canvas().Pixels(63, 15), TColor(1));
-    EXPECT_GT(ExpectCell(image, clWhite, {255, 255, 255, 255}), 20);
-
-    label->Color()->SetColor(clRed);
-    label->Color()->SetAlpha(1);
-    image = Draw();
-    // The last row and column of the rectangle lie below and right of the glyphs: one step off red.
-    const TPoint at = Projected({0, 0, 0});
-    EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() - 1, at.Y + label->Height() - 1),
-                                     {254, 0, 0, 255}, 0));
-    EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() + 1, at.Y), kBlue, 0));
 }

@@ -20,7 +20,6 @@ using orn::test::At;
 
 namespace {
 
-/// The message of the EOrnError that load throws; empty when nothing is thrown.
 std::string ErrorOf(const std::function<void()>& load) {
     try {
         load();
@@ -33,7 +32,6 @@ std::string ErrorOf(const std::function<void()>& load) {
 struct PointSetFixture : ::testing::Test {
     TComponent form{nullptr};
     TOrnPointSet* set = new TOrnPointSet(&form);
-    /// A folder of its own under the system's temporary folder, removed afterwards.
     std::filesystem::path dir =
         std::filesystem::temp_directory_path() /
         ("orn-pointset-" + std::to_string(std::random_device{}()) + "-" + std::to_string(::getpid()));
@@ -47,7 +45,7 @@ struct PointSetFixture : ::testing::Test {
 
 } // namespace
 
-TEST_F(PointSetFixture, MatrixRowsAreLinesOfNumbersInTheFormsOfOtherTools) {
+TEST_F(PointSetFixture, MatrixRowsAreLinesOfNumbersInTheFormsOfOtherToolsXYZLinesPointsAndFormatsConvert) {
     set->SetSpacingX(2);
     set->SetSpacingY(0.5);
     set->SetHeightScale(10);
@@ -57,9 +55,8 @@ TEST_F(PointSetFixture, MatrixRowsAreLinesOfNumbersInTheFormsOfOtherTools) {
     set->SetTextured(true);
     set->Init();
     ASSERT_EQ(set->Points()->Count(), 6);
-    EXPECT_EQ(At(*set, 0), (TOrnMathVector{0, 0, 10}));
-    EXPECT_EQ(At(*set, 5), (TOrnMathVector{4, 0.5, 60}));
-    EXPECT_EQ(At(*set, 5, daTexture), (TOrnMathVector{1, 1, 0}));
+    EXPECT_EQ(std::vector<TOrnMathVector>({At(*set, 0), At(*set, 5), At(*set, 5, daTexture)}),
+              std::vector<TOrnMathVector>({{0, 0, 10}, {4, 0.5, 60}, {1, 1, 0}}));
 
     set->ReadFromText("+1.5 -2e3 .25 7. 1E2 # a comment after the numbers\n", "n.txt");
     EXPECT_EQ(set->Values(), (std::vector<double>{1.5, -2000, 0.25, 7, 100}));
@@ -73,10 +70,10 @@ TEST_F(PointSetFixture, MatrixRowsAreLinesOfNumbersInTheFormsOfOtherTools) {
     set->ReadFromText("1e-400 -1e-400 5e-324\n", "n.txt");
     EXPECT_EQ(set->Values(), (std::vector<double>{0, 0, 5e-324}));
     EXPECT_TRUE(std::signbit(set->Values()[1]));
-}
 
-TEST_F(PointSetFixture, XYZLinesFillTheGridRowByRowDrawnAsUpFacingQuadStripsAndFormatsConvert) {
+    set = new TOrnPointSet(&form); // x y z lines fill the grid row by row, drawn as up-facing quad strips
     set->SetFormat(pfXYZ);
+
     set->SetColumns(2);
     set->SetHeightScale(2);
     set->ReadFromText("0 0 1\n1 0 2\n0 1 3\n1 1 4\n0 2 5\n1 2 6\n", "p.xyz");
@@ -85,7 +82,6 @@ TEST_F(PointSetFixture, XYZLinesFillTheGridRowByRowDrawnAsUpFacingQuadStripsAndF
     set->Init();
     EXPECT_EQ(At(*set, 5), (TOrnMathVector{1, 2, 12}));
     EXPECT_EQ(set->PrimitiveCount(), 2);
-
     set->SetFormat(pfMatrix);
     set->ReadFromText("0 0 0\n0 0 0\n0 0 0\n", "flat.txt");
     set->Init();
@@ -141,13 +137,12 @@ TEST_F(PointSetFixture, BadFilesAreRefusedNamingFileLineAndReasonKeepingTheGrid)
     set->Init();
     EXPECT_NE(ReadError("1 2\n3\n"), ""); // a refused file keeps the grid and the geometry
     EXPECT_EQ(set->Values(), (std::vector<double>{1, 2, 3, 4, 5}));
-    EXPECT_TRUE(set->Initialized());
-    EXPECT_EQ(set->Points()->Count(), 5);
+    EXPECT_TRUE(set->Initialized() && set->Points()->Count() == 5);
     set->ReadFromText("5\n", "t.txt");
     EXPECT_FALSE(set->Initialized());
 }
 
-TEST_F(PointSetFixture, MissingFilesFoldersAndPipesAreRefusedWithTheirName) {
+TEST_F(PointSetFixture, MissingFilesFoldersAndPipesAreRefusedWithTheirNameAndWrittenFilesReadBackBitForBit) {
     EXPECT_NE(ErrorOf([&] {
                   set->SetFileName("/nonexistent/orn/heights.txt");
               }).find("/nonexistent/orn/heights.txt"),
@@ -158,9 +153,7 @@ TEST_F(PointSetFixture, MissingFilesFoldersAndPipesAreRefusedWithTheirName) {
     const std::string fifo = (dir / "heights.txt").string();
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_NE(ErrorOf([&] { set->LoadFromFile(fifo); }).find("not a regular file"), std::string::npos);
-}
-
-TEST_F(PointSetFixture, ReadWriteReadGivesTheSameGridBitForBitInBothFormats) {
+    // Read, write, read gives the same grid bit for bit in both formats.
     const std::string text =
         "0.1 -0 1e-300 2.2250738585072014e-308\n1.7976931348623157e308 -123456.78901234567 "
         "3 4.9406564584124654e-324\n";
@@ -195,9 +188,9 @@ TEST_F(PointSetFixture, ColourByHeightRunsAlongTheRampAndAFlatGridTakesTheFirst)
             rgba.push_back(set->Points()->GetValues(i, k, daColor));
         return rgba;
     };
-    EXPECT_EQ(color(2), (std::vector<double>{0, 0, 1, 1})); // lowest drawn: blue
-    EXPECT_EQ(color(1), (std::vector<double>{0, 1, 0, 1}));
-    EXPECT_EQ(color(0), (std::vector<double>{1, 0, 0, 1})); // highest drawn: red
+    // Highest drawn: red; lowest drawn: blue.
+    EXPECT_EQ((std::vector{color(0), color(1), color(2)}),
+              (std::vector<std::vector<double>>{{1, 0, 0, 1}, {0, 1, 0, 1}, {0, 0, 1, 1}}));
     set->SetColorRamp({clYellow});
     set->ReadFromText("2 2\n2 2\n", "c.txt");
     set->Init();
@@ -219,8 +212,7 @@ TEST_F(PointSetFixture, SceneKeepsTheDataBesideItAndIgnoresReferencesLeadingOuts
     ASSERT_TRUE(std::filesystem::exists(dir / file));
     auto* other = new TOrnPointSet(&form);
     ex.Load(*other);
-    EXPECT_EQ(other->Format(), pfXYZ);
-    EXPECT_EQ(other->Rows(), 2);
+    EXPECT_TRUE(other->Format() == pfXYZ && other->Rows() == 2);
     EXPECT_EQ(other->Values(), set->Values());
     auto* outside = new TOrnPointSet(&form);
     ex.Set("FileName", "../../etc/passwd");
