@@ -349,3 +349,18 @@ TEST_F(ShapeFixture, EveryShapeAndObjectBuildsASoundMeshTexturedOrNot) {
                 << o->ClassName();
         }
 }
+
+TEST_F(ShapeFixture, ShapesAtTheirDefaultsWrapTheWholeTextureOnce) {
+    for (TOrnPrimitiveObj* o : std::vector<TOrnPrimitiveObj*>{new TOrnBox(&form), new TOrnCylinder(&form),
+                                                              new TOrnDisc(&form), new TOrnRectangle(&form),
+                                                              new TOrnSphere(&form), new TOrnTorus(&form)}) {
+        BuildTextured(*o);
+        std::array<double, 4> span{1, 0, 1, 0}; // s from, s to, t from, t to
+        for (int i = 0; i < o->Points()->Count(); ++i) {
+            const TOrnMathVector st = At(*o, i, daTexture);
+            span = {std::min(span[0], st.x), std::max(span[1], st.x), std::min(span[2], st.y),
+                    std::max(span[3], st.y)};
+        }
+        EXPECT_EQ(span, (std::array<double, 4>{0, 1, 0, 1})) << o->ClassName();
+    }
+}
