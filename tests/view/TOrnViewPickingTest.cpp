@@ -107,6 +107,9 @@ TEST_F(PickTest, PickRegionIsCentredOnThePointWithYDownwards) {
     EXPECT_EQ(view.GetObj(100, 57).Object, objects[0].get()); // the square ends at row 55
     EXPECT_EQ(view.GetObj(100, 59).Object, nullptr);
     EXPECT_EQ(view.GetObj(10, 10).Object, nullptr);
+    objects.back()->Transformation()->Translation()->SetY(0.6f); // rows count downwards here too
+    EXPECT_EQ(view.GetObj(100, 20).Object, objects[0].get());
+    EXPECT_EQ(view.GetObj(100, 80).Object, nullptr);
     EXPECT_EQ(view.DrawMode(), dmBitmap);
 }
 
