@@ -2,7 +2,6 @@
 #include <orn/state/TOrnLight.h>
 #include <orn/state/TOrnMaterial.h>
 
-#include "support/GLRecorder.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
@@ -11,11 +10,9 @@
 #include <GL/glu.h>
 
 #include <tuple>
+#include <vector>
 
 using namespace orn;
-using orn::test::GLRecorder;
-using orn::test::TestView;
-using Calls = std::vector<std::string>;
 
 TEST(TOrnLight, CutOffFollowsTheKindAndANewKindResetsIt) {
     const std::tuple<TLightKind, float, float> cases[] = {{lkPoint, 45, 180}, {lkDirection, 10, 180},
@@ -40,54 +37,45 @@ TEST(TOrnLight, CutOffFollowsTheKindAndANewKindResetsIt) {
     EXPECT_EQ(l.CutOff(), 90.0f);
 }
 
-namespace {
+using LightGL = orn::test::ViewGLTest;
 
-class LightGL : public orn::test::ViewGLTest {
-protected:
-    TOrnLight* light = new TOrnLight(&form);
-};
-
-} // namespace
-
-TEST_F(LightGL, KindChoosesPositionCutOffAndSpotDirection) {
+TEST_F(LightGL, ColoursKindAndCutOffReachTheLightOfItsIDAndADisabledOneSwitchesItOff) {
+    auto* light = new TOrnLight(&form);
+    light->SetID(idLight3);
+    light->ColorAmbient()->SetColor(clRed);
+    light->ColorDiffuse()->SetColor(clLime);
+    light->ColorSpecular()->SetColor(clBlue);
     light->Direction()->SetValues(0.5f, -1, 0);
-    light->SetKind(lkDirection);
-    GLRecorder rec;
-    light->Render(view);
-    EXPECT_EQ(rec.Filter({"glLightf", "glLightfv"}),
-              (Calls{"glLightfv(GL_LIGHT0, GL_AMBIENT, {0, 0, 0, 1})",
-                     "glLightfv(GL_LIGHT0, GL_DIFFUSE, {1, 1, 1, 1})",
-                     "glLightfv(GL_LIGHT0, GL_SPECULAR, {1, 1, 1, 1})",
-                     "glLightfv(GL_LIGHT0, GL_POSITION, {0.5, -1, 0, 0})",
-                     "glLightf(GL_LIGHT0, GL_SPOT_CUTOFF, 180)"}));
-    for (TLightKind kind : {lkPoint, lkSpot}) {
+    const auto get = [](GLenum name, int count) {
+        float v[4] = {};
+        glGetLightfv(GL_LIGHT3, name, v);
+        return std::vector<float>(v, v + count);
+    };
+    const std::tuple<TLightKind, std::vector<float>, float, std::vector<float>> kinds[] = {
+        {lkDirection, {0.5f, -1, 0, 0}, 180, {0, 0, -1}}, // the spot direction is left as it was
+        {lkSpot, {0, 0, 0, 1}, 30, {0.5f, -1, 0}},
+        {lkPoint, {0, 0, 0, 1}, 180, {0.5f, -1, 0}},
+    };
+    for (const auto& [kind, position, cutOff, spotDirection] : kinds) {
         light->SetKind(kind);
         light->SetCutOff(30); // only a spot takes it
-        rec.Clear();
         light->Render(view);
-        const Calls sent = rec.Filter({"glLightf", "glLightfv"});
-        const std::string position = "glLightfv(GL_LIGHT0, GL_POSITION, {0, 0, 0, 1})";
-        EXPECT_EQ(Calls(sent.begin() + 3, sent.end()),
-                  kind == lkSpot ? (Calls{position, "glLightf(GL_LIGHT0, GL_SPOT_CUTOFF, 30)",
-                                          "glLightfv(GL_LIGHT0, GL_SPOT_DIRECTION, {0.5, -1, 0})"})
-                                 : (Calls{position, "glLightf(GL_LIGHT0, GL_SPOT_CUTOFF, 180)"}));
+        EXPECT_EQ(get(GL_POSITION, 4), position) << kLightKindNames[kind];
+        EXPECT_EQ(get(GL_SPOT_CUTOFF, 1), std::vector<float>{cutOff}) << kLightKindNames[kind];
+        EXPECT_EQ(get(GL_SPOT_DIRECTION, 3), spotDirection) << kLightKindNames[kind];
     }
-}
-
-TEST_F(LightGL, LightsShareTheirIDAndADisabledOneSwitchesItOff) {
-    auto* other = new TOrnLight(&form);
-    other->ColorDiffuse()->SetColor(clRed);
-    light->Render(view);
-    other->Render(view);
-    float diffuse[4];
-    glGetLightfv(GL_LIGHT0, GL_DIFFUSE, diffuse);
-    EXPECT_EQ(std::vector<float>(diffuse, diffuse + 4), (std::vector<float>{1, 0, 0, 1}))
-        << "the last one wins";
+    EXPECT_EQ(get(GL_AMBIENT, 4), (std::vector<float>{1, 0, 0, 1}));
+    EXPECT_EQ(get(GL_DIFFUSE, 4), (std::vector<float>{0, 1, 0, 1}));
+    EXPECT_EQ(get(GL_SPECULAR, 4), (std::vector<float>{0, 0, 1, 1}));
+    EXPECT_TRUE(glIsEnabled(GL_LIGHT3));
+    EXPECT_FALSE(glIsEnabled(GL_LIGHT0));
     light->SetID(idLight7);
-    light->SetEnabled(false);
-    GLRecorder rec;
     light->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glDisable(GL_LIGHT7)"}));
+    EXPECT_TRUE(glIsEnabled(GL_LIGHT7));
+    light->SetEnabled(false);
+    light->Render(view);
+    EXPECT_FALSE(glIsEnabled(GL_LIGHT7));
+    EXPECT_TRUE(glIsEnabled(GL_LIGHT3)) << "only its own light is switched off";
 }
 
 namespace {
