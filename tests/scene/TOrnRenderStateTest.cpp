@@ -7,7 +7,6 @@
 #include <orn/state/TOrnMaterial.h>
 #include <orn/state/TOrnTexture.h>
 
-#include "support/GLRecorder.h"
 #include "support/GLTestContext.h"
 #include "support/TestView.h"
 #include "view/ViewTestSupport.h"
@@ -15,7 +14,6 @@
 #include <gtest/gtest.h>
 
 using namespace orn;
-using orn::test::GLRecorder;
 using orn::test::Image;
 using orn::test::Rgba;
 
@@ -165,21 +163,35 @@ TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
     auto* attributes = new TOrnAttributes(&form); // the list does not touch it: it stays applied
     attributes->SetLineWidth(2);
     live->SetAttributes(attributes);
-    view->RenderState()->BeginFrame();
-    GLRecorder rec;
-    auto expectCounts = [&](std::initializer_list<std::pair<const char*, std::size_t>> counts) {
-        for (auto [call, n] : counts)
-            EXPECT_EQ(rec.Count(call), n) << call;
-        rec.Clear();
+    material->SetShininess(5);
+    // Each step disturbs shininess, texture binding and line width first: what is sent puts them back.
+    const auto disturbAndRender = [](TOrnRender* r, TOrnCustomView* v) {
+        glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, 99);
+        glBindTexture(GL_TEXTURE_2D, 0);
+        glLineWidth(9);
+        r->Render(v);
+        float got[3] = {};
+        glGetMaterialfv(GL_FRONT, GL_SHININESS, &got[0]);
+        GLint bound = 0;
+        glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
+        got[1] = float(bound);
+        glGetFloatv(GL_LINE_WIDTH, &got[2]);
+        return std::vector<float>(got, got + 3);
     };
-    live->Render(view);
-    cached->Render(view);
-    expectCounts({{"glNewList", 1}, {"glMaterialfv", 8}, {"glBindTexture", 2}, {"glLineWidth", 1}});
+    view->RenderState()->BeginFrame();
+    const std::vector<float> first = disturbAndRender(live, view);
+    EXPECT_EQ(first, (std::vector<float>{5, float(texture->TextureName()), 2}));
+    ASSERT_NE(first[1], 0);
+    const std::vector<float> sent{5, first[1], 9}; // the list holds no attributes
+    EXPECT_EQ(disturbAndRender(cached, view), sent) << "compiled with what the live object sent";
+    const GLuint list = cached->ListId();
+    ASSERT_NE(list, 0u);
+    EXPECT_EQ(disturbAndRender(cached, view), sent) << "the list called";
+    EXPECT_EQ(cached->ListId(), list);
     // After the list ran, what it applied counts as applied.
-    cached->Render(view);
-    live->Render(view);
-    expectCounts({{"glCallList", 1}, {"glMaterialfv", 0}, {"glBindTexture", 0}, {"glLineWidth", 0}});
+    EXPECT_EQ(disturbAndRender(live, view), (std::vector<float>{99, 0, 9}));
     material->SetShininess(9); // the list holds the old material: compiled again
-    cached->Render(view);
-    expectCounts({{"glNewList", 1}, {"glMateriali", 1}});
+    EXPECT_EQ(disturbAndRender(cached, view)[0], 9);
+    EXPECT_FALSE(glIsList(list));
+    EXPECT_NE(cached->ListId(), 0u);
 }

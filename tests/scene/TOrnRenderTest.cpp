@@ -1,33 +1,59 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/scene/TOrnObject.h>
 
-#include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <GL/gl.h>
+
+#include <array>
 
 using namespace orn;
-using orn::test::GLRecorder;
 using orn::test::TestView;
-using Calls = std::vector<std::string>;
+using Matrix = std::array<float, 16>;
 
 namespace {
 
-// A render component whose DoRender and DoDisable each issue one recognisable call.
+Matrix ModelView() {
+    Matrix m;
+    glGetFloatv(GL_MODELVIEW_MATRIX, m.data());
+    return m;
+}
+
+// The modelview matrix that transform makes of the identity, as GL computes it.
+template <class F> Matrix Made(F transform) {
+    glPushMatrix();
+    glLoadIdentity();
+    transform();
+    const Matrix m = ModelView();
+    glPopMatrix();
+    return m;
+}
+
+float PointSize() {
+    float size = 0;
+    glGetFloatv(GL_POINT_SIZE, &size);
+    return size;
+}
+
+// A render component that keeps the modelview matrix its DoRender saw, and leaves point size 7.
 class Probe : public TOrnRender {
 public:
     using TOrnRender::TOrnRender;
     int doRenders = 0;
+    int disables = 0;
+    Matrix seen{};
+    std::vector<float>* xs = nullptr; // the x translation seen, in the order of the renders
 
 protected:
     void DoRender(TOrnCustomView*) override {
         ++doRenders;
+        seen = ModelView();
+        if (xs) xs->push_back(seen[12]);
         glPointSize(7);
     }
-    void DoDisable(TOrnCustomView*) override { glLineWidth(3); }
+    void DoDisable(TOrnCustomView*) override { ++disables; }
 };
 
 class RenderChain : public orn::test::GLTest {
@@ -37,7 +63,6 @@ protected:
         p->SetCached(cached);
         return p;
     }
-    static std::string List(const char* call, GLuint id) { return std::string(call) + std::to_string(id); }
 
     TComponent form{nullptr};
     TestView* view = new TestView(&form);
@@ -51,11 +76,11 @@ TEST_F(RenderChain, RenderWrapsDoRenderInTheTransformationAndEventsAndDisabledOn
     std::vector<std::string> events;
     p->OnBeforeRender = [&](TOrnCustomView* v) { events.push_back(v == view ? "before" : "?"); };
     p->OnAfterRender = [&](TOrnCustomView*) { events.push_back("after"); };
-    GLRecorder rec;
+    glTranslatef(0, 5, 0); // the caller's frame
     p->Render(view);
-    EXPECT_EQ(rec.Calls(),
-              (Calls{"glPushMatrix()", "glTranslatef(1, 0, 0)", "glPointSize(7)", "glPopMatrix()"}));
-    EXPECT_EQ(events, (Calls{"before", "after"}));
+    EXPECT_EQ(p->seen, Made([] { glTranslatef(1, 5, 0); }));
+    EXPECT_EQ(ModelView(), Made([] { glTranslatef(0, 5, 0); })) << "restored";
+    EXPECT_EQ(events, (std::vector<std::string>{"before", "after"}));
 
     // OnTransform takes the transformation's place; the transformation still notifies.
     int changes = 0;
@@ -63,92 +88,93 @@ TEST_F(RenderChain, RenderWrapsDoRenderInTheTransformationAndEventsAndDisabledOn
     p->OnTransform = [](TObject*) { glRotatef(5, 0, 0, 1); };
     p->Transformation()->Translation()->SetX(4);
     EXPECT_EQ(changes, 1);
-    rec.Clear();
     p->Render(view);
-    EXPECT_EQ(rec.Filter({"glTranslatef", "glRotatef"}), (Calls{"glRotatef(5, 0, 0, 1)"}));
+    EXPECT_EQ(p->seen, Made([] {
+                  glTranslatef(0, 5, 0);
+                  glRotatef(5, 0, 0, 1);
+              }));
 
     p->SetEnabled(false);
-    rec.Clear();
+    glPointSize(1);
     p->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glLineWidth(3)"}));
+    EXPECT_EQ(p->disables, 1);
+    EXPECT_EQ(p->doRenders, 2);
+    EXPECT_EQ(PointSize(), 1);
     EXPECT_EQ(events.size(), 4u);
 }
 
 TEST_F(RenderChain, CachedComponentCompilesInItsFirstViewRendersLiveInASecondAndClearsWhenItCan) {
     Probe* p = NewProbe(true);
     auto* second = new TestView(&form);
-    GLRecorder rec;
+    glPointSize(1);
     p->Render(view);
+    EXPECT_EQ(PointSize(), 7) << "compiled and run at once";
     const GLuint first = p->ListId();
     ASSERT_NE(first, 0u);
-    EXPECT_EQ(
-        rec.Filter({"glNewList", "glPointSize", "glEndList"}),
-        (Calls{List("glNewList(", first) + ", GL_COMPILE_AND_EXECUTE)", "glPointSize(7)", "glEndList()"}));
     EXPECT_EQ(p->View(), view);
-    rec.Clear();
+    glPointSize(1);
     p->Render(view);
-    p->Render(second);
-    EXPECT_EQ(rec.Filter({"glCallList", "glPointSize", "glNewList"}),
-              (Calls{List("glCallList(", first) + ")", "glPointSize(7)"}));
+    EXPECT_EQ(PointSize(), 7) << "the list ran";
+    EXPECT_EQ(p->doRenders, 1);
+    p->Render(second); // of another share group
     EXPECT_EQ(p->doRenders, 2);
 
-    rec.Clear();
     p->SetCached(false);
-    EXPECT_EQ(rec.Calls(), (Calls{List("glDeleteLists(", first) + ", 1)"}));
+    EXPECT_FALSE(glIsList(first));
     EXPECT_EQ(p->ListId(), 0u);
     p->SetCached(true);
     p->Render(view);
-    EXPECT_EQ(rec.Count("glNewList"), 1u);
-    EXPECT_NE(p->ListId(), 0u);
+    EXPECT_EQ(p->doRenders, 3);
+    ASSERT_NE(p->ListId(), 0u);
 
     // ClearCache borrows the view's context, or without one leaves the list to the group's next frame.
+    const GLuint borrowed = p->ListId();
     view->current = false;
     view->setCurrentCalls = 0;
     p->ClearCache();
     EXPECT_EQ(p->ListId(), 0u);
+    EXPECT_FALSE(glIsList(borrowed));
     EXPECT_EQ(view->setCurrentCalls, 2); // made current, then released again
     EXPECT_FALSE(view->current);
     p->Render(view); // compiles a new list (the test context is current regardless)
     view->current = false;
     view->canBeCurrent = false;
     const GLuint pending = p->ListId();
-    rec.Clear();
     p->ClearCache();
     EXPECT_EQ(p->ListId(), 0u);
-    EXPECT_EQ(rec.Count("glDeleteLists"), 0u); // no context now: deleted at the group's next frame
+    EXPECT_TRUE(glIsList(pending));
     view->RenderState()->BeginFrame();
-    EXPECT_EQ(rec.Calls(), (Calls{List("glDeleteLists(", pending) + ", 1)"}));
+    EXPECT_FALSE(glIsList(pending));
 }
 
 TEST_F(RenderChain, NodeRendersItemsInOrderAndDropsItsListWhenOneChanges) {
     auto* node = new TOrnNode(&form);
     Probe* a = NewProbe();
     Probe* b = NewProbe();
+    std::vector<float> xs;
+    a->xs = b->xs = &xs;
     a->Transformation()->Translation()->SetX(1);
     b->Transformation()->Translation()->SetX(2);
     node->Add(a);
     node->Add(b);
     node->SetCached(true);
-    GLRecorder rec;
     node->Render(view);
-    EXPECT_EQ(rec.Filter("glTranslatef"), (Calls{"glTranslatef(1, 0, 0)", "glTranslatef(2, 0, 0)"}));
-    EXPECT_EQ(rec.Count("glPushMatrix"), 3u);
+    EXPECT_EQ(xs, (std::vector<float>{1, 2})) << "in order, each in its own frame";
     const GLuint list = node->ListId();
     ASSERT_NE(list, 0u);
-    rec.Clear();
     b->Transformation()->Scale()->SetX(2);
-    EXPECT_EQ(rec.Calls(), (Calls{List("glDeleteLists(", list) + ", 1)"}));
+    EXPECT_FALSE(glIsList(list));
     EXPECT_EQ(node->ListId(), 0u);
-    rec.Clear();
     node->Render(view);
-    EXPECT_EQ(rec.Count("glNewList"), 1u);
-    EXPECT_EQ(rec.Count("glScalef"), 1u);
+    EXPECT_EQ(b->seen, Made([] { glTranslatef(2, 0, 0), glScalef(2, 1, 1); }));
+    EXPECT_NE(node->ListId(), 0u);
 
     node->SetCached(false);
-    node->OnRender = [](TOrnCustomView*) { glPointSize(1); };
-    rec.Clear();
+    int custom = 0;
+    node->OnRender = [&](TOrnCustomView*) { ++custom; };
     node->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glPushMatrix()", "glPointSize(1)", "glPopMatrix()"}));
+    EXPECT_EQ(custom, 1);
+    EXPECT_EQ(a->doRenders, 2) << "OnRender takes the items' place";
 }
 
 TEST_F(RenderChain, ProjectionCaptureHoldsTheModelViewWithTheOwnTransformation) {
@@ -168,29 +194,45 @@ TEST_F(RenderChain, ProjectionCaptureHoldsTheModelViewWithTheOwnTransformation) 
     EXPECT_EQ(p->ProjectionMatrix(), nullptr);
 }
 
-TEST_F(RenderChain, ObjectSendsItsColourAndPushesANameOnlyInNamingModes) {
+TEST_F(RenderChain, ObjectSetsItsColourAndColourMaterialAndPushesANameOnlyInNamingModes) {
     struct Lit : TOrnObject {
         explicit Lit(TComponent* o) : TOrnObject(o) { SetColorMaterial(5); }
+        std::vector<GLint> inside; // colour material on, its face and parameter; name stack depth
+        void DoRender(TOrnCustomView* v) override {
+            TOrnObject::DoRender(v);
+            GLint face = 0, parameter = 0, names = 0;
+            glGetIntegerv(GL_COLOR_MATERIAL_FACE, &face);
+            glGetIntegerv(GL_COLOR_MATERIAL_PARAMETER, &parameter);
+            glGetIntegerv(GL_NAME_STACK_DEPTH, &names);
+            inside = {glIsEnabled(GL_COLOR_MATERIAL), face, parameter, names};
+            glBegin(GL_POINTS); // a hit
+            glVertex2f(0, 0);
+            glEnd();
+        }
     };
     auto* o = new Lit(&form);
     o->Color()->SetColor(clRed);
     for (TOrnDrawMode mode : {dmWindow, dmBitmap, dmSelection, dmPick, dmNothing}) {
         SCOPED_TRACE(mode);
+        const bool naming = mode >= dmSelection;
         view->mode = mode;
         view->names.clear();
-        GLRecorder rec;
+        GLuint hits[8] = {};
+        glSelectBuffer(8, hits);
+        glRenderMode(GL_SELECT);
+        glInitNames();
         o->Render(view);
-        Calls expected{"glPushMatrix()",
-                       "glColor4fv({1, 0, 0, 1})",
-                       "glEnable(GL_COLOR_MATERIAL)",
-                       "glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE)",
-                       "glPopMatrix()",
-                       "glDisable(GL_COLOR_MATERIAL)"};
-        if (mode >= dmSelection) {
-            expected.insert(expected.begin() + 1, "glPushName(1)");
-            expected.push_back("glPopName()");
-            EXPECT_EQ(view->names, (std::vector<std::pair<TObject*, int>>{{o, -1}}));
-        }
-        EXPECT_EQ(rec.Calls(), expected);
+        float after[6] = {}; // the colour stays; colour material and the name stack are taken back
+        glGetFloatv(GL_CURRENT_COLOR, after);
+        after[4] = glIsEnabled(GL_COLOR_MATERIAL);
+        glGetFloatv(GL_NAME_STACK_DEPTH, &after[5]);
+        EXPECT_EQ(std::vector<float>(after, after + 6), (std::vector<float>{1, 0, 0, 1, 0, 0}));
+        EXPECT_EQ(glRenderMode(GL_RENDER), 1);
+        EXPECT_EQ(o->inside, (std::vector<GLint>{1, GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE, naming}));
+        // The hit holds the name the view handed out.
+        EXPECT_EQ(hits[0], naming ? 1u : 0u);
+        EXPECT_EQ(hits[3], naming ? 1u : 0u);
+        using Names = std::vector<std::pair<TObject*, int>>;
+        EXPECT_EQ(view->names, (naming ? Names{{o, -1}} : Names{}));
     }
 }
