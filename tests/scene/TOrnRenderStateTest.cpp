@@ -144,54 +144,50 @@ TEST_F(RenderCache, TextureNameIsDeletedInItsOwnContext) {
 
 using RenderStateGL = orn::test::GLTest;
 
-TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObject) {
+TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObjectAndCountAsAppliedAfterItsListRuns) {
     TComponent form{nullptr};
     auto* view = new orn::test::TestView(&form);
     auto* material = new TOrnMaterial(&form);
+    material->SetShininess(5);
     auto* texture = new TOrnTexture(&form);
     texture->Bitmap()->SetSize(2, 2);
-    auto rectangle = [&](bool cached) {
-        auto* r = new TOrnRectangle(&form);
+    TOrnRectangle* objects[2]; // live, cached
+    for (TOrnRectangle*& r : objects) {
+        r = new TOrnRectangle(&form);
         r->SetMaterial(material);
         r->SetTexture(texture);
         r->SetTextured(true);
-        r->SetCached(cached);
-        return r;
-    };
-    TOrnRectangle* live = rectangle(false);
-    TOrnRectangle* cached = rectangle(true);
+    }
+    auto [live, cached] = objects;
+    cached->SetCached(true);
     auto* attributes = new TOrnAttributes(&form); // the list does not touch it: it stays applied
     attributes->SetLineWidth(2);
     live->SetAttributes(attributes);
-    material->SetShininess(5);
-    // Each step disturbs shininess, texture binding and line width first: what is sent puts them back.
-    const auto disturbAndRender = [](TOrnRender* r, TOrnCustomView* v) {
+    // Disturbs shininess, texture binding and line width, then renders: what is sent puts them back.
+    const auto render = [&](TOrnRender* r) {
         glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, 99);
         glBindTexture(GL_TEXTURE_2D, 0);
         glLineWidth(9);
-        r->Render(v);
-        float got[3] = {};
-        glGetMaterialfv(GL_FRONT, GL_SHININESS, &got[0]);
-        GLint bound = 0;
-        glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
-        got[1] = float(bound);
-        glGetFloatv(GL_LINE_WIDTH, &got[2]);
-        return std::vector<float>(got, got + 3);
+        r->Render(view);
+        float held[3] = {};
+        glGetMaterialfv(GL_FRONT, GL_SHININESS, &held[0]);
+        glGetFloatv(GL_TEXTURE_BINDING_2D, &held[1]);
+        glGetFloatv(GL_LINE_WIDTH, &held[2]);
+        return std::vector<float>(held, held + 3);
     };
     view->RenderState()->BeginFrame();
-    const std::vector<float> first = disturbAndRender(live, view);
+    const std::vector<float> first = render(live);
+    ASSERT_NE(texture->TextureName(), 0u);
     EXPECT_EQ(first, (std::vector<float>{5, float(texture->TextureName()), 2}));
-    ASSERT_NE(first[1], 0);
     const std::vector<float> sent{5, first[1], 9}; // the list holds no attributes
-    EXPECT_EQ(disturbAndRender(cached, view), sent) << "compiled with what the live object sent";
+    EXPECT_EQ(render(cached), sent) << "compiled with what the live object sent";
     const GLuint list = cached->ListId();
     ASSERT_NE(list, 0u);
-    EXPECT_EQ(disturbAndRender(cached, view), sent) << "the list called";
+    EXPECT_EQ(render(cached), sent) << "the list called";
     EXPECT_EQ(cached->ListId(), list);
-    // After the list ran, what it applied counts as applied.
-    EXPECT_EQ(disturbAndRender(live, view), (std::vector<float>{99, 0, 9}));
+    EXPECT_EQ(render(live), (std::vector<float>{99, 0, 9})) << "what the list applied counts as applied";
     material->SetShininess(9); // the list holds the old material: compiled again
-    EXPECT_EQ(disturbAndRender(cached, view)[0], 9);
+    EXPECT_EQ(render(cached)[0], 9);
     EXPECT_FALSE(glIsList(list));
     EXPECT_NE(cached->ListId(), 0u);
 }
