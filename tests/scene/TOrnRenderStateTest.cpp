@@ -175,17 +175,22 @@ TEST_F(RenderStateGL, MaterialAndTextureAreCompiledIntoACachedObjectAndCountAsAp
         glGetFloatv(GL_LINE_WIDTH, &held[2]);
         return std::vector<float>(held, held + 3);
     };
+    auto* other = new TOrnMaterial(&form); // applied in between, for the list to replace
     view->RenderState()->BeginFrame();
     const std::vector<float> first = render(live);
     ASSERT_NE(texture->TextureName(), 0u);
     EXPECT_EQ(first, (std::vector<float>{5, float(texture->TextureName()), 2}));
     const std::vector<float> sent{5, first[1], 9}; // the list holds no attributes
-    EXPECT_EQ(render(cached), sent) << "compiled with what the live object sent";
+    const std::vector<float> skipped{99, 0, 9};
+    other->Render(view);
+    EXPECT_EQ(render(cached), sent) << "compiled with all it needs though the live object sent it";
     const GLuint list = cached->ListId();
     ASSERT_NE(list, 0u);
+    EXPECT_EQ(render(live), skipped) << "what the compiled list applied counts as applied";
+    other->Render(view);
     EXPECT_EQ(render(cached), sent) << "the list called";
     EXPECT_EQ(cached->ListId(), list);
-    EXPECT_EQ(render(live), (std::vector<float>{99, 0, 9})) << "what the list applied counts as applied";
+    EXPECT_EQ(render(live), skipped) << "what the called list applied counts as applied";
     material->SetShininess(9); // the list holds the old material: compiled again
     EXPECT_EQ(render(cached)[0], 9);
     EXPECT_FALSE(glIsList(list));

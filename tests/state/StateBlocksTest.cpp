@@ -62,7 +62,6 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     a->SetColorAmbient(&red);
     a->SetCullFace(cfFront);
     a->SetDithering(true);
-    a->SetLighting(true);
     a->SetLightTwoSide(true);
     a->SetPolygonMode(pmLine);
     a->SetPerspectiveCorrection(quNicest);
@@ -71,9 +70,10 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     a->SetLineStipple(lsDash);
     a->SetLineWidth(2);
     a->SetPointSize(4);
+    glEnable(GL_LIGHTING); // to be switched off
     a->Render(view);
     ExpectGet("attributes on", {GL_POINT_SMOOTH, 1, GL_LINE_SMOOTH, 1, GL_POLYGON_SMOOTH, 1, GL_CULL_FACE, 1,
-                                GL_DITHER, 1, GL_LIGHTING, 1, GL_BLEND, 1});
+                                GL_DITHER, 1, GL_LIGHTING, 0, GL_BLEND, 1});
     ExpectGet("attributes on", {GL_LINE_STIPPLE, 1});
     // The smoothing hints name the capabilities, which GL refuses: the hints stay.
     ExpectGet("attributes on",
@@ -135,6 +135,7 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     EXPECT_EQ(Held(GL_LIGHT3, GL_SPECULAR, 4), (V{0, 0, 1, 1}));
     EXPECT_EQ(Held(GL_LIGHT3, GL_POSITION, 4), (V{0.5f, -1, 0, 0}));
     EXPECT_EQ(Held(GL_LIGHT3, GL_SPOT_CUTOFF), V{180});
+    EXPECT_EQ(Held(GL_LIGHT3, GL_SPOT_DIRECTION, 3), (V{0, 0, -1})) << "only a spot sends it";
     light->SetKind(lkSpot);
     light->SetCutOff(30);
     light->Render(view);

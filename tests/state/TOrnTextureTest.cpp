@@ -195,7 +195,12 @@ TEST_F(TextureGL, TheLeastRecentlyRenderedIsEvictedBeyondTheMaximumAndUploadsAga
     std::vector<TOrnTexture*> textures;
     for (int i = 0; i < 6; ++i)
         textures.push_back(NewTexture());
-    for (int i = 0; i < 4; ++i)
+    auto* shape = new TOrnRectangle(&form);
+    shape->SetTexture(textures[0]);
+    shape->SetTextured(true);
+    shape->SetCached(true);
+    shape->Render(view);
+    for (int i = 1; i < 4; ++i)
         textures[i]->Render(view);
     view->RenderState()->BeginFrame();
     textures[1]->Render(view); // most recent now
@@ -206,7 +211,7 @@ TEST_F(TextureGL, TheLeastRecentlyRenderedIsEvictedBeyondTheMaximumAndUploadsAga
     EXPECT_NE(textures[1]->TextureName(), 0u);
     const auto group = view->RenderState()->Group();
     EXPECT_EQ(group->TextureCount(), 4);
-    textures[0]->Render(view);
+    shape->Render(view); // its list bound the evicted name: compiled again
     EXPECT_EQ(Image(textures[0]->TextureName()), kFourColours);
     EXPECT_EQ(textures[2]->TextureName(), 0u);
 
