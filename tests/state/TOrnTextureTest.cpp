@@ -1,4 +1,6 @@
 #include <orn/geometry/TOrnRectangle.h>
+#include <orn/state/TOrnAttributes.h>
+#include <orn/state/TOrnMaterial.h>
 #include <orn/state/TOrnTexture.h>
 
 #include "support/MemoryExchange.h"
@@ -10,6 +12,7 @@
 
 #include <climits>
 #include <filesystem>
+#include <tuple>
 
 using namespace orn;
 using orn::test::ColorNear;
@@ -171,19 +174,26 @@ TEST_F(TextureGL, UploadsOncePerShareGroupAndAgainForNewPixelsButNoneWithoutPixe
     EXPECT_EQ(Image(designed->TextureName()), Bytes{}) << "no pixels at design time";
 }
 
-TEST_F(TextureGL, ObjectsForgetADestroyedTextureAndItsNameIsFreed) {
+TEST_F(TextureGL, ObjectsForgetADestroyedTextureMaterialOrAttributesAndTheTextureNameIsFreed) {
     TOrnTexture* t = NewTexture();
+    auto* material = new TOrnMaterial(&form);
+    auto* attributes = new TOrnAttributes(&form);
     auto* a = new TOrnRectangle(&form);
     auto* b = new TOrnRectangle(&form);
     for (TOrnRectangle* r : {a, b}) {
         r->SetTexture(t);
         r->SetTextured(true);
+        r->SetMaterial(material);
+        r->SetAttributes(attributes);
         r->Render(view);
     }
     const GLuint name = t->TextureName();
     delete t;
-    EXPECT_EQ(a->Texture(), nullptr);
-    EXPECT_EQ(b->Texture(), nullptr);
+    delete material;
+    EXPECT_EQ(std::tuple(a->Texture(), b->Texture(), a->Material(), a->Attributes()),
+              std::tuple(nullptr, nullptr, nullptr, attributes));
+    delete attributes;
+    EXPECT_EQ(b->Attributes(), nullptr);
     EXPECT_EQ(view->RenderState()->Group()->TextureCount(), 0);
     EXPECT_FALSE(glIsTexture(name));
     glBindTexture(GL_TEXTURE_2D, 0);
