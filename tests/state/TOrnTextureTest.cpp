@@ -168,8 +168,7 @@ TEST_F(TextureGL, UploadsOncePerShareGroupAndAgainForNewPixelsButNoneWithoutPixe
     designForm.SetDesigning(true);
     auto* designed = new TOrnTexture(&designForm);
     FourColours(*designed->Bitmap());
-    EXPECT_TRUE(designed->Valid());
-    EXPECT_TRUE(designed->Pixels().empty());
+    EXPECT_EQ(std::pair(designed->Valid(), designed->Pixels().empty()), std::pair(true, true));
     designed->Render(view);
     EXPECT_EQ(Image(designed->TextureName()), Bytes{}) << "no pixels at design time";
 }
@@ -216,20 +215,18 @@ TEST_F(TextureGL, TheLeastRecentlyRenderedIsEvictedBeyondTheMaximumAndUploadsAga
     textures[1]->Render(view); // most recent now
     const GLuint firstName = textures[0]->TextureName();
     textures[4]->Render(view);
-    EXPECT_FALSE(glIsTexture(firstName));
-    EXPECT_EQ(textures[0]->TextureName(), 0u);
-    EXPECT_NE(textures[1]->TextureName(), 0u);
     const auto group = view->RenderState()->Group();
-    EXPECT_EQ(group->TextureCount(), 4);
+    EXPECT_EQ(std::tuple(glIsTexture(firstName), textures[0]->TextureName(), textures[1]->TextureName() != 0,
+                         group->TextureCount()),
+              std::tuple(GL_FALSE, 0u, true, 4));
     shape->Render(view); // its list bound the evicted name: compiled again
     EXPECT_EQ(Image(textures[0]->TextureName()), kFourColours);
     EXPECT_EQ(textures[2]->TextureName(), 0u);
 
     EXPECT_EQ(group->SetMaxTexture(0), 4) << "ignored";
     EXPECT_EQ(group->SetMaxTexture(2), 2);
-    EXPECT_EQ(group->TextureCount(), 2);
-    EXPECT_EQ(textures[3]->TextureName(), 0u);
-    EXPECT_NE(textures[0]->TextureName(), 0u);
+    EXPECT_EQ(std::tuple(group->TextureCount(), textures[3]->TextureName(), textures[0]->TextureName() != 0),
+              std::tuple(2, 0u, true));
     EXPECT_EQ(group->SetMaxTexture(6), 6);
     for (TOrnTexture* t : textures)
         t->Render(view);
@@ -255,8 +252,7 @@ TEST_F(TextureGL, SidesAreScaledToPowersOfTwoKeepingThePicture) {
     EXPECT_EQ(width, 256);
     t->Bitmap()->SetSize(181, 182); // the exponent is rounded: 181 → 128, 182 → 256
     t->Render(view);
-    EXPECT_EQ(t->Bitmap()->Width(), 128);
-    EXPECT_EQ(t->Bitmap()->Height(), 256);
+    EXPECT_EQ(std::pair(t->Bitmap()->Width(), t->Bitmap()->Height()), std::pair(128, 256));
 }
 
 TEST_F(TextureGL, ImageStandsUprightAndRepeatsAsTheTextureTransformationScalesIt) {
