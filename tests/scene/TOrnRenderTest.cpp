@@ -7,6 +7,8 @@
 
 #include <GL/gl.h>
 
+#include <tuple>
+
 using namespace orn;
 using orn::test::TestView;
 using V = std::vector<float>;
@@ -80,10 +82,7 @@ TEST_F(RenderChain, RenderWrapsDoRenderInTheTransformationAndEventsAndDisabledOn
     p->SetEnabled(false);
     glPointSize(1);
     p->Render(view);
-    EXPECT_EQ(p->disables, 1);
-    EXPECT_EQ(p->doRenders, 2);
-    EXPECT_EQ(PointSize(), 1);
-    EXPECT_EQ(events.size(), 4u);
+    EXPECT_EQ(std::tuple(p->disables, p->doRenders, PointSize(), events.size()), std::tuple(1, 2, 1.0f, 4u));
 }
 
 TEST_F(RenderChain, CachedComponentCompilesInItsFirstViewRendersLiveInASecondAndClearsWhenItCan) {
@@ -96,14 +95,12 @@ TEST_F(RenderChain, CachedComponentCompilesInItsFirstViewRendersLiveInASecondAnd
     EXPECT_EQ(p->View(), view);
     glPointSize(1);
     p->Render(view);
-    EXPECT_EQ(PointSize(), 7) << "the list ran";
-    EXPECT_EQ(p->doRenders, 1);
+    EXPECT_EQ(std::pair(PointSize(), p->doRenders), std::pair(7.0f, 1)) << "the list ran";
     p->Render(new TestView(&form)); // of another share group
     EXPECT_EQ(p->doRenders, 2);
 
     p->SetCached(false);
-    EXPECT_FALSE(glIsList(first));
-    EXPECT_EQ(p->ListId(), 0u);
+    EXPECT_EQ(std::pair(bool(glIsList(first)), p->ListId()), std::pair(false, 0u));
     p->SetCached(true);
     p->Render(view);
     EXPECT_EQ(p->doRenders, 3);
@@ -111,18 +108,15 @@ TEST_F(RenderChain, CachedComponentCompilesInItsFirstViewRendersLiveInASecondAnd
     const GLuint borrowed = p->ListId();
     view->current = false;
     view->setCurrentCalls = 0;
-    p->ClearCache();
-    EXPECT_EQ(p->ListId(), 0u);
-    EXPECT_FALSE(glIsList(borrowed));
-    EXPECT_EQ(view->setCurrentCalls, 2); // made current, then released again
-    EXPECT_FALSE(view->current);
+    p->ClearCache(); // made current, then released again
+    EXPECT_EQ(std::tuple(p->ListId(), bool(glIsList(borrowed)), view->setCurrentCalls, view->current),
+              std::tuple(0u, false, 2, false));
     p->Render(view); // compiles a new list (the test context is current regardless)
     view->current = false;
     view->canBeCurrent = false;
     const GLuint pending = p->ListId();
     p->ClearCache();
-    EXPECT_EQ(p->ListId(), 0u);
-    EXPECT_TRUE(glIsList(pending));
+    EXPECT_EQ(std::pair(p->ListId(), bool(glIsList(pending))), std::pair(0u, true));
     view->RenderState()->BeginFrame();
     EXPECT_FALSE(glIsList(pending));
 }
@@ -143,8 +137,7 @@ TEST_F(RenderChain, NodeRendersItemsInOrderAndDropsItsListWhenOneChanges) {
     const GLuint list = node->ListId();
     ASSERT_NE(list, 0u);
     b->Transformation()->Scale()->SetX(2);
-    EXPECT_FALSE(glIsList(list));
-    EXPECT_EQ(node->ListId(), 0u);
+    EXPECT_EQ(std::pair(bool(glIsList(list)), node->ListId()), std::pair(false, 0u));
     node->Render(view);
     EXPECT_EQ(b->seen, (V{2, 0, 0, 2})) << "compiled again";
     EXPECT_NE(node->ListId(), 0u);
@@ -153,8 +146,7 @@ TEST_F(RenderChain, NodeRendersItemsInOrderAndDropsItsListWhenOneChanges) {
     int custom = 0;
     node->OnRender = [&](TOrnCustomView*) { ++custom; };
     node->Render(view);
-    EXPECT_EQ(custom, 1);
-    EXPECT_EQ(a->doRenders, 2) << "OnRender takes the items' place";
+    EXPECT_EQ(std::pair(custom, a->doRenders), std::pair(1, 2)) << "OnRender takes the items' place";
 }
 
 TEST_F(RenderChain, ProjectionCaptureHoldsTheModelViewWithTheOwnTransformation) {
