@@ -20,7 +20,6 @@ struct NodeFixture : ::testing::Test {
     std::vector<std::string> events; // outlives the form, whose end the node still reports
     TComponent form{nullptr};
     TOrnNode* node = new TOrnNode(&form);
-
     TOrnObject* NewObject(const std::string& name) {
         auto* o = new TOrnObject(&form);
         o->SetName(name);
@@ -45,7 +44,6 @@ TEST_F(NodeFixture, AddSetNodeAndRemoveMoveTheItemWithItsChangeHandlerButIndirec
     EXPECT_EQ(std::tuple(node->Count(), other->IndexOf(a), a->Node() == other), std::tuple(0, 0, true));
     EXPECT_EQ(node->Remove(a), -1);
     EXPECT_EQ(events, (std::vector<std::string>{"+A", "-A", "-A"})); // told even when not held
-
     EXPECT_EQ(node->AddIndirect(a), 0);
     EXPECT_EQ(node->Add(nullptr), -1); // and changes no bit
     EXPECT_EQ(std::tuple(node->Count(), node->Indirect(0), a->Node() == other), std::tuple(1, true, true));
@@ -124,7 +122,6 @@ TEST(TOrnObject, ObjectNameFollowsTheComponentNameWhileEqualAndAssignKeepsTheCol
     loading->Loading();
     loading->SetName("Loaded");
     EXPECT_EQ(loading->ObjectName(), "");
-
     // Assign takes the source's (empty) change handler; the colour still reports to its owner.
     loading->Assign(o);
     int changes = 0;

@@ -37,7 +37,6 @@ protected:
                 r->Render(v);
         };
     }
-
     TOrnSphere* Sphere(float radius, float x) {
         auto* s = new TOrnSphere(&form);
         s->SetRadius(radius);
@@ -50,7 +49,6 @@ protected:
         view->RenderScene();
         return ViewImage(*view);
     }
-
     TComponent form{nullptr};
     TOrnOrthographicCamera* camera = new TOrnOrthographicCamera(&form);
     TOrnView* view = new TOrnView(&form);
@@ -69,7 +67,6 @@ TEST_F(RenderCache, EveryChangeDropsTheListsThatHoldIt) {
     view->RenderScene();
     ASSERT_EQ(std::pair(node->ListId() != 0, sphere->ListId()), std::pair(true, 0u))
         << "the sphere is in the node's list";
-
     sphere->Color()->SetColor(clRed);
     EXPECT_EQ(Repaint().At(32, 32), kRed);
     ASSERT_NE(node->ListId(), 0u);
@@ -109,7 +106,6 @@ TEST_F(RenderCache, BitmapOfAWindowDrawsWhatTheWindowCached) {
     view->RenderScene();
     ASSERT_NE(left->ListId(), 0u);
     EXPECT_EQ(view->GetImage(64, 64)->Pixel(16, 32), clWhite) << "the window's list is not the bitmap's";
-
     // A second object compiled first in a bitmap must not take the window's list number.
     TOrnSphere* right = Sphere(0.75f, 1);
     scene = {left, right};

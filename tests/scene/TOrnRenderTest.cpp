@@ -50,7 +50,6 @@ protected:
         p->SetCached(cached);
         return p;
     }
-
     TComponent form{nullptr};
     TestView* view = new TestView(&form);
 };
@@ -78,7 +77,6 @@ TEST_F(RenderChain, RenderWrapsDoRenderInTheTransformationAndEventsAndDisabledOn
     float after[16];
     glGetFloatv(GL_MODELVIEW_MATRIX, after);
     EXPECT_EQ(V(after + 12, after + 15), (V{0, 5, 0})) << "the caller's frame is back";
-
     p->SetEnabled(false);
     glPointSize(1);
     p->Render(view);
@@ -98,7 +96,6 @@ TEST_F(RenderChain, CachedComponentCompilesInItsFirstViewRendersLiveInASecondAnd
     EXPECT_EQ(std::pair(PointSize(), p->doRenders), std::pair(7.0f, 1)) << "the list ran";
     p->Render(new TestView(&form)); // of another share group
     EXPECT_EQ(p->doRenders, 2);
-
     p->SetCached(false);
     EXPECT_EQ(std::pair(bool(glIsList(first)), p->ListId()), std::pair(false, 0u));
     p->SetCached(true);
@@ -141,7 +138,6 @@ TEST_F(RenderChain, NodeRendersItemsInOrderAndDropsItsListWhenOneChanges) {
     node->Render(view);
     EXPECT_EQ(b->seen, (V{2, 0, 0, 2})) << "compiled again";
     EXPECT_NE(node->ListId(), 0u);
-
     node->SetCached(false);
     int custom = 0;
     node->OnRender = [&](TOrnCustomView*) { ++custom; };
@@ -201,9 +197,8 @@ TEST_F(RenderChain, ObjectSetsItsColourAndColourMaterialAndPushesANameOnlyInNami
         EXPECT_EQ(std::vector<float>(after, after + 6), (std::vector<float>{1, 0, 0, 1, 0, 0}));
         EXPECT_EQ(glRenderMode(GL_RENDER), 1);
         EXPECT_EQ(o->inside, (std::vector<GLint>{1, GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE, naming}));
-        // The hit holds the name the view handed out.
-        EXPECT_EQ(hits[0], naming ? 1u : 0u);
-        EXPECT_EQ(hits[3], naming ? 1u : 0u);
+        EXPECT_EQ(std::pair(hits[0], hits[3]), std::pair(naming ? 1u : 0u, naming ? 1u : 0u))
+            << "the hit holds the name the view handed out";
         using Names = std::vector<std::pair<TObject*, int>>;
         EXPECT_EQ(view->names, (naming ? Names{{o, -1}} : Names{}));
     }

@@ -99,7 +99,6 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
                GL_SHADE_MODEL, GL_SMOOTH, GL_POINT_SIZE, 1});
     EXPECT_EQ(Held(0, {GL_POLYGON_MODE, GL_LIGHT_MODEL_AMBIENT}, 4),
               (V{GL_FILL, GL_FILL, 0, 0, 0.2f, 0.2f, 0.2f, 1}));
-
     auto* fog = new TOrnFog(&form);
     fog->SetMode(fmLinear);
     fog->SetQuality(quFastest);
@@ -123,7 +122,6 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     fog->SetEnabled(false);
     fog->Render(view);
     ExpectGet("fog disabled", {GL_FOG, 0});
-
     // Ambient, diffuse, specular, position, spot direction, cut-off: four values each.
     const std::initializer_list<GLenum> lightParts{GL_AMBIENT,  GL_DIFFUSE,        GL_SPECULAR,
                                                    GL_POSITION, GL_SPOT_DIRECTION, GL_SPOT_CUTOFF};
@@ -154,7 +152,6 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     light->SetEnabled(false);
     light->Render(view);
     ExpectGet("light 7 disabled", {GL_LIGHT3, 1, GL_LIGHT7, 0});
-
     auto* material = new TOrnMaterial(&form);
     material->ColorDiffuse()->SetAlpha(0.5f); // passed on unchanged, for blending
     material->ColorSpecular()->SetColor(clRed);
@@ -172,7 +169,6 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
                   (V{float(front), float(back)}))
             << kMaterialFaceNames[face];
     }
-
     auto* clip = new TOrnClip(&form);
     clip->SetID(idClipPlane5);
     clip->SetPlane(1, 2);
@@ -183,7 +179,6 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     clip->SetEnabled(false);
     clip->Render(view);
     ExpectGet("clip plane 5 disabled", {GL_CLIP_PLANE5, 0});
-
     auto* texture = new TOrnTexture(&form);
     texture->Bitmap()->SetSize(2, 2);
     texture->Render(view);
@@ -279,7 +274,6 @@ TEST(StateValues, LightCutOffFollowsTheKindAndMaterialShininessAndPartsKeepTheir
     EXPECT_EQ(l.CutOff(), 180.0f);
     l.SetKind(lkSpot);
     EXPECT_EQ(l.CutOff(), 90.0f);
-
     TOrnMaterial m(nullptr);
     for (auto [set, kept] : {std::pair{50, 50}, {129, 50}, {-1, 50}, {128, 128}, {0, 0}}) {
         m.SetShininess(set);
@@ -294,7 +288,6 @@ TEST(StateValues, LightCutOffFollowsTheKindAndMaterialShininessAndPartsKeepTheir
     EXPECT_EQ((std::vector<TColor>{m.ColorAmbient()->Color(), m.ColorDiffuse()->Color(),
                                    m.ColorSpecular()->Color(), m.ColorEmission()->Color()}),
               (std::vector<TColor>{0x333333, 0xCCCCCC, clBlack, clRed}));
-
     TOrnClip clip(nullptr); // indices outside 0 … 3 read -1 and write nothing
     for (int bad : {-1, 4})
         clip.SetPlane(bad, 9.0);

@@ -63,12 +63,10 @@ TEST(TOrnTexture, PixelsAreRgbaRowsBottomUpForPowerOfTwoSidesAndAlphaComesFromMa
     FourColours(other);
     t.SetBitmap(&other); // a new bitmap keeps the alpha
     EXPECT_EQ(Alphas(t.Pixels()), Bytes(4, 0));
-
     EXPECT_TRUE(t.SetMaskAlpha(0.25, clRed, 1.0));
     EXPECT_EQ(Alphas(t.Pixels()), (Bytes{64, 64, 255, 64})); // bottom-up: blue, white, red, green
     EXPECT_TRUE(t.SetMaskAlpha(1.0, clNone, 0.0));
     EXPECT_EQ(Alphas(t.Pixels()), Bytes(4, 255)) << "a system colour matches no pixel";
-
     t.Bitmap()->SetSize(4, 2);
     TBitmap mask(1, 2); // stretched top to top
     mask.SetPixel(0, 0, clWhite);
@@ -160,7 +158,6 @@ TEST_F(TextureGL, UploadsOncePerShareGroupAndAgainForNewPixelsButNoneWithoutPixe
     a->Render(bitmapContext);
     ASSERT_NE(a->TextureName(), name);
     EXPECT_EQ(Alphas(Image(a->TextureName())), Bytes(4, 128));
-
     glBindTexture(GL_TEXTURE_2D, 0);
     (new TOrnTexture(&form))->Render(view);
     EXPECT_EQ(Bound(), 0) << "an empty bitmap binds nothing";
@@ -222,7 +219,6 @@ TEST_F(TextureGL, TheLeastRecentlyRenderedIsEvictedBeyondTheMaximumAndUploadsAga
     shape->Render(view); // its list bound the evicted name: compiled again
     EXPECT_EQ(Image(textures[0]->TextureName()), kFourColours);
     EXPECT_EQ(textures[2]->TextureName(), 0u);
-
     EXPECT_EQ(group->SetMaxTexture(0), 4) << "ignored";
     EXPECT_EQ(group->SetMaxTexture(2), 2);
     EXPECT_EQ(std::tuple(group->TextureCount(), textures[3]->TextureName(), textures[0]->TextureName() != 0),
