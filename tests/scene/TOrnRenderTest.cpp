@@ -1,33 +1,46 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/scene/TOrnObject.h>
 
-#include "support/GLRecorder.h"
-#include "support/GLTestContext.h"
 #include "support/TestView.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <GL/gl.h>
+
+#include <tuple>
 
 using namespace orn;
-using orn::test::GLRecorder;
 using orn::test::TestView;
-using Calls = std::vector<std::string>;
+using V = std::vector<float>;
 
 namespace {
 
-// A render component whose DoRender and DoDisable each issue one recognisable call.
+float PointSize() {
+    float size = 0;
+    glGetFloatv(GL_POINT_SIZE, &size);
+    return size;
+}
+
+// A render component that keeps the translation and x scale of the modelview matrix its DoRender saw, and
+// leaves point size 7.
 class Probe : public TOrnRender {
 public:
     using TOrnRender::TOrnRender;
     int doRenders = 0;
+    int disables = 0;
+    V seen;
+    std::vector<V>* log = nullptr; // what each render saw, in order
 
 protected:
     void DoRender(TOrnCustomView*) override {
         ++doRenders;
+        float m[16];
+        glGetFloatv(GL_MODELVIEW_MATRIX, m);
+        seen = {m[12], m[13], m[14], m[0]};
+        if (log) log->push_back(seen);
         glPointSize(7);
     }
-    void DoDisable(TOrnCustomView*) override { glLineWidth(3); }
+    void DoDisable(TOrnCustomView*) override { ++disables; }
 };
 
 class RenderChain : public orn::test::GLTest {
@@ -37,8 +50,6 @@ protected:
         p->SetCached(cached);
         return p;
     }
-    static std::string List(const char* call, GLuint id) { return std::string(call) + std::to_string(id); }
-
     TComponent form{nullptr};
     TestView* view = new TestView(&form);
 };
@@ -51,104 +62,87 @@ TEST_F(RenderChain, RenderWrapsDoRenderInTheTransformationAndEventsAndDisabledOn
     std::vector<std::string> events;
     p->OnBeforeRender = [&](TOrnCustomView* v) { events.push_back(v == view ? "before" : "?"); };
     p->OnAfterRender = [&](TOrnCustomView*) { events.push_back("after"); };
-    GLRecorder rec;
+    glTranslatef(0, 5, 0); // the caller's frame
     p->Render(view);
-    EXPECT_EQ(rec.Calls(),
-              (Calls{"glPushMatrix()", "glTranslatef(1, 0, 0)", "glPointSize(7)", "glPopMatrix()"}));
-    EXPECT_EQ(events, (Calls{"before", "after"}));
-
+    EXPECT_EQ(p->seen, (V{1, 5, 0, 1}));
+    EXPECT_EQ(events, (std::vector<std::string>{"before", "after"}));
     // OnTransform takes the transformation's place; the transformation still notifies.
     int changes = 0;
     p->OnChange = [&](TObject*) { ++changes; };
-    p->OnTransform = [](TObject*) { glRotatef(5, 0, 0, 1); };
+    p->OnTransform = [](TObject*) { glTranslatef(0, 0, 3); };
     p->Transformation()->Translation()->SetX(4);
     EXPECT_EQ(changes, 1);
-    rec.Clear();
     p->Render(view);
-    EXPECT_EQ(rec.Filter({"glTranslatef", "glRotatef"}), (Calls{"glRotatef(5, 0, 0, 1)"}));
-
+    EXPECT_EQ(p->seen, (V{0, 5, 3, 1}));
+    float after[16];
+    glGetFloatv(GL_MODELVIEW_MATRIX, after);
+    EXPECT_EQ(V(after + 12, after + 15), (V{0, 5, 0})) << "the caller's frame is back";
     p->SetEnabled(false);
-    rec.Clear();
+    glPointSize(1);
     p->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glLineWidth(3)"}));
-    EXPECT_EQ(events.size(), 4u);
+    EXPECT_EQ(std::tuple(p->disables, p->doRenders, PointSize(), events.size()), std::tuple(1, 2, 1.0f, 4u));
 }
 
 TEST_F(RenderChain, CachedComponentCompilesInItsFirstViewRendersLiveInASecondAndClearsWhenItCan) {
     Probe* p = NewProbe(true);
-    auto* second = new TestView(&form);
-    GLRecorder rec;
+    glPointSize(1);
     p->Render(view);
+    EXPECT_EQ(PointSize(), 7) << "compiled and run at once";
     const GLuint first = p->ListId();
     ASSERT_NE(first, 0u);
-    EXPECT_EQ(
-        rec.Filter({"glNewList", "glPointSize", "glEndList"}),
-        (Calls{List("glNewList(", first) + ", GL_COMPILE_AND_EXECUTE)", "glPointSize(7)", "glEndList()"}));
     EXPECT_EQ(p->View(), view);
-    rec.Clear();
+    glPointSize(1);
     p->Render(view);
-    p->Render(second);
-    EXPECT_EQ(rec.Filter({"glCallList", "glPointSize", "glNewList"}),
-              (Calls{List("glCallList(", first) + ")", "glPointSize(7)"}));
+    EXPECT_EQ(std::pair(PointSize(), p->doRenders), std::pair(7.0f, 1)) << "the list ran";
+    p->Render(new TestView(&form)); // of another share group
     EXPECT_EQ(p->doRenders, 2);
-
-    rec.Clear();
     p->SetCached(false);
-    EXPECT_EQ(rec.Calls(), (Calls{List("glDeleteLists(", first) + ", 1)"}));
-    EXPECT_EQ(p->ListId(), 0u);
+    EXPECT_EQ(std::pair(bool(glIsList(first)), p->ListId()), std::pair(false, 0u));
     p->SetCached(true);
     p->Render(view);
-    EXPECT_EQ(rec.Count("glNewList"), 1u);
-    EXPECT_NE(p->ListId(), 0u);
-
+    EXPECT_EQ(p->doRenders, 3);
     // ClearCache borrows the view's context, or without one leaves the list to the group's next frame.
+    const GLuint borrowed = p->ListId();
     view->current = false;
     view->setCurrentCalls = 0;
-    p->ClearCache();
-    EXPECT_EQ(p->ListId(), 0u);
-    EXPECT_EQ(view->setCurrentCalls, 2); // made current, then released again
-    EXPECT_FALSE(view->current);
+    p->ClearCache(); // made current, then released again
+    EXPECT_EQ(std::tuple(p->ListId(), bool(glIsList(borrowed)), view->setCurrentCalls, view->current),
+              std::tuple(0u, false, 2, false));
     p->Render(view); // compiles a new list (the test context is current regardless)
     view->current = false;
     view->canBeCurrent = false;
     const GLuint pending = p->ListId();
-    rec.Clear();
     p->ClearCache();
-    EXPECT_EQ(p->ListId(), 0u);
-    EXPECT_EQ(rec.Count("glDeleteLists"), 0u); // no context now: deleted at the group's next frame
+    EXPECT_EQ(std::pair(p->ListId(), bool(glIsList(pending))), std::pair(0u, true));
     view->RenderState()->BeginFrame();
-    EXPECT_EQ(rec.Calls(), (Calls{List("glDeleteLists(", pending) + ", 1)"}));
+    EXPECT_FALSE(glIsList(pending));
 }
 
 TEST_F(RenderChain, NodeRendersItemsInOrderAndDropsItsListWhenOneChanges) {
     auto* node = new TOrnNode(&form);
     Probe* a = NewProbe();
     Probe* b = NewProbe();
+    std::vector<V> log;
+    a->log = b->log = &log;
     a->Transformation()->Translation()->SetX(1);
     b->Transformation()->Translation()->SetX(2);
     node->Add(a);
     node->Add(b);
     node->SetCached(true);
-    GLRecorder rec;
     node->Render(view);
-    EXPECT_EQ(rec.Filter("glTranslatef"), (Calls{"glTranslatef(1, 0, 0)", "glTranslatef(2, 0, 0)"}));
-    EXPECT_EQ(rec.Count("glPushMatrix"), 3u);
+    EXPECT_EQ(log, (std::vector<V>{{1, 0, 0, 1}, {2, 0, 0, 1}})) << "in order, each in its own frame";
     const GLuint list = node->ListId();
     ASSERT_NE(list, 0u);
-    rec.Clear();
     b->Transformation()->Scale()->SetX(2);
-    EXPECT_EQ(rec.Calls(), (Calls{List("glDeleteLists(", list) + ", 1)"}));
-    EXPECT_EQ(node->ListId(), 0u);
-    rec.Clear();
+    EXPECT_EQ(std::pair(bool(glIsList(list)), node->ListId()), std::pair(false, 0u));
     node->Render(view);
-    EXPECT_EQ(rec.Count("glNewList"), 1u);
-    EXPECT_EQ(rec.Count("glScalef"), 1u);
-
+    EXPECT_EQ(b->seen, (V{2, 0, 0, 2})) << "compiled again";
+    EXPECT_NE(node->ListId(), 0u);
     node->SetCached(false);
-    node->OnRender = [](TOrnCustomView*) { glPointSize(1); };
-    rec.Clear();
+    int custom = 0;
+    node->OnRender = [&](TOrnCustomView*) { ++custom; };
     node->Render(view);
-    EXPECT_EQ(rec.Calls(), (Calls{"glPushMatrix()", "glPointSize(1)", "glPopMatrix()"}));
+    EXPECT_EQ(std::pair(custom, a->doRenders), std::pair(1, 2)) << "OnRender takes the items' place";
 }
 
 TEST_F(RenderChain, ProjectionCaptureHoldsTheModelViewWithTheOwnTransformation) {
@@ -168,29 +162,44 @@ TEST_F(RenderChain, ProjectionCaptureHoldsTheModelViewWithTheOwnTransformation) 
     EXPECT_EQ(p->ProjectionMatrix(), nullptr);
 }
 
-TEST_F(RenderChain, ObjectSendsItsColourAndPushesANameOnlyInNamingModes) {
+TEST_F(RenderChain, ObjectSetsItsColourAndColourMaterialAndPushesANameOnlyInNamingModes) {
     struct Lit : TOrnObject {
         explicit Lit(TComponent* o) : TOrnObject(o) { SetColorMaterial(5); }
+        std::vector<GLint> inside; // colour material on, its face and parameter; name stack depth
+        void DoRender(TOrnCustomView* v) override {
+            TOrnObject::DoRender(v);
+            GLint face = 0, parameter = 0, names = 0;
+            glGetIntegerv(GL_COLOR_MATERIAL_FACE, &face);
+            glGetIntegerv(GL_COLOR_MATERIAL_PARAMETER, &parameter);
+            glGetIntegerv(GL_NAME_STACK_DEPTH, &names);
+            inside = {glIsEnabled(GL_COLOR_MATERIAL), face, parameter, names};
+            glBegin(GL_POINTS); // a hit
+            glVertex2f(0, 0);
+            glEnd();
+        }
     };
     auto* o = new Lit(&form);
     o->Color()->SetColor(clRed);
     for (TOrnDrawMode mode : {dmWindow, dmBitmap, dmSelection, dmPick, dmNothing}) {
         SCOPED_TRACE(mode);
+        const bool naming = mode >= dmSelection;
         view->mode = mode;
         view->names.clear();
-        GLRecorder rec;
+        GLuint hits[8] = {};
+        glSelectBuffer(8, hits);
+        glRenderMode(GL_SELECT);
+        glInitNames();
         o->Render(view);
-        Calls expected{"glPushMatrix()",
-                       "glColor4fv({1, 0, 0, 1})",
-                       "glEnable(GL_COLOR_MATERIAL)",
-                       "glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE)",
-                       "glPopMatrix()",
-                       "glDisable(GL_COLOR_MATERIAL)"};
-        if (mode >= dmSelection) {
-            expected.insert(expected.begin() + 1, "glPushName(1)");
-            expected.push_back("glPopName()");
-            EXPECT_EQ(view->names, (std::vector<std::pair<TObject*, int>>{{o, -1}}));
-        }
-        EXPECT_EQ(rec.Calls(), expected);
+        float after[6] = {}; // the colour stays; colour material and the name stack are taken back
+        glGetFloatv(GL_CURRENT_COLOR, after);
+        after[4] = glIsEnabled(GL_COLOR_MATERIAL);
+        glGetFloatv(GL_NAME_STACK_DEPTH, &after[5]);
+        EXPECT_EQ(std::vector<float>(after, after + 6), (std::vector<float>{1, 0, 0, 1, 0, 0}));
+        EXPECT_EQ(glRenderMode(GL_RENDER), 1);
+        EXPECT_EQ(o->inside, (std::vector<GLint>{1, GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE, naming}));
+        EXPECT_EQ(std::pair(hits[0], hits[3]), std::pair(naming ? 1u : 0u, naming ? 1u : 0u))
+            << "the hit holds the name the view handed out";
+        using Names = std::vector<std::pair<TObject*, int>>;
+        EXPECT_EQ(view->names, (naming ? Names{{o, -1}} : Names{}));
     }
 }
