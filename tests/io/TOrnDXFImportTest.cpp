@@ -6,6 +6,7 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/state/TOrnAttributes.h>
 
+#include "support/Corpora.h"
 #include "support/GLTestContext.h"
 #include "support/TestView.h"
 #include <gtest/gtest.h>
@@ -126,17 +127,12 @@ std::string G(std::string groups) {
 const std::string kSlot =
     G("0 LWPOLYLINE 8 Cut 90 4 70 1 10 0 20 0 10 40 20 0 42 1 10 40 20 20 10 0 20 20 42 1");
 
-const fs::path kCorpus = fs::path(ORN_CORPORA_DIR) / "dxf";
-
-struct TOrnDXFImportCorpus : ::testing::Test {
-    void SetUp() override {
-        if (!fs::is_directory(kCorpus)) GTEST_SKIP() << "no DXF corpus at " << kCorpus;
-    }
-};
+const fs::path kCorpus = orn::test::CorpusPath("dxf");
 
 } // namespace
 
-TEST_F(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
+TEST(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
+    ORN_REQUIRE_CORPUS("dxf");
     int files = 0;
     for (const auto& entry : fs::directory_iterator(kCorpus)) {
         if (entry.path().extension() != ".dxf") continue;
@@ -148,7 +144,8 @@ TEST_F(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
     EXPECT_GT(files, 50);
 }
 
-TEST_F(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
+TEST(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
+    ORN_REQUIRE_CORPUS("dxf");
     // Block "a": a square of ±30 and a circle of radius 20, inserted at 45° and at 15° scaled 2 × 1.
     Imported d((kCorpus / "blocks1.dxf").string(), true);
     EXPECT_TRUE(d.report.inserts == 2 && d.report.imported.at("INSERT") == 2);
