@@ -6,20 +6,15 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/state/TOrnAttributes.h>
 
+#include "support/Corpora.h"
 #include "support/GLTestContext.h"
 #include "support/TestView.h"
-
 #include <gtest/gtest.h>
 
 #include <GL/gl.h>
-
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <filesystem>
 #include <numbers>
-#include <string>
-#include <vector>
 
 namespace fs = std::filesystem;
 using namespace orn;
@@ -37,32 +32,28 @@ Mat Mul(const Mat& a, const Mat& b) {
     return r;
 }
 
-/// The item's own matrix (checked against what GL makes of it in the transformation's tests).
-Mat Local(const TOrnRender& item) {
-    Mat m;
-    OrnTransformationMatrix(*item.Transformation(), m.data());
-    return m;
-}
-
 Vec Apply(const Mat& m, const Vec& v) {
     return {m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12], m[1] * v.x + m[5] * v.y + m[9] * v.z + m[13],
             m[2] * v.x + m[6] * v.y + m[10] * v.z + m[14]};
 }
 
-/// What the drawing puts into the world, every insert followed to its block.
+/// What the drawing puts into the world, every insert followed to its block: the edge flag of each
+/// triangle corner (255 where its object has none), a colour per object, each text's world matrix.
 struct World {
     std::vector<Vec> points, lines, triangles;
-    std::vector<int> edges;     // each triangle corner's edge flag, 255 where its object has none
-    std::vector<TColor> colors; // one per object met
+    std::vector<int> edges;
+    std::vector<TColor> colors;
     std::vector<const TOrn3DText*> texts;
-    std::vector<Mat> textPlaces; // the world matrix of each text
+    std::vector<Mat> textPlaces;
 };
 
 const Mat kOne{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
 void Walk(TOrnRender& item, World& w, const Mat& parent = kOne) {
     if (!item.Enabled()) return;
-    const Mat m = Mul(parent, Local(item));
+    Mat local; // checked against what GL makes of it in the transformation's tests
+    OrnTransformationMatrix(*item.Transformation(), local.data());
+    const Mat m = Mul(parent, local);
     if (auto* node = dynamic_cast<TOrnNode*>(&item))
         for (int i = 0; i < node->Count(); ++i)
             Walk(*node->Items(i), w, m);
@@ -88,7 +79,6 @@ struct Imported {
     TOrnDXFImport importer{nullptr};
     World world;
     const TOrnDXFReport& report = importer.Report();
-
     explicit Imported(const std::string& text, bool file = false) {
         importer.SetNode(node);
         importer.SetFileName(file ? text : "");
@@ -137,17 +127,12 @@ std::string G(std::string groups) {
 const std::string kSlot =
     G("0 LWPOLYLINE 8 Cut 90 4 70 1 10 0 20 0 10 40 20 0 42 1 10 40 20 20 10 0 20 20 42 1");
 
-const fs::path kCorpus = fs::path(ORN_CORPORA_DIR) / "dxf";
-
-struct TOrnDXFImportCorpus : ::testing::Test {
-    void SetUp() override {
-        if (!fs::is_directory(kCorpus)) GTEST_SKIP() << "no DXF corpus at " << kCorpus;
-    }
-};
+const fs::path kCorpus = orn::test::CorpusPath("dxf");
 
 } // namespace
 
-TEST_F(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
+TEST(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
+    ORN_REQUIRE_CORPUS("dxf");
     int files = 0;
     for (const auto& entry : fs::directory_iterator(kCorpus)) {
         if (entry.path().extension() != ".dxf") continue;
@@ -159,7 +144,8 @@ TEST_F(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
     EXPECT_GT(files, 50);
 }
 
-TEST_F(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
+TEST(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
+    ORN_REQUIRE_CORPUS("dxf");
     // Block "a": a square of ±30 and a circle of radius 20, inserted at 45° and at 15° scaled 2 × 1.
     Imported d((kCorpus / "blocks1.dxf").string(), true);
     EXPECT_TRUE(d.report.inserts == 2 && d.report.imported.at("INSERT") == 2);
@@ -275,7 +261,7 @@ TEST(TOrnDXFImport, ExtrusionPlacesCirclesMirrorsInsertsAndFarDrawingsMoveNearTh
     EXPECT_TRUE(std::fabs(p.x + 0.5) < 1e-9 && static_cast<float>(p.x) == -0.5f);
 }
 
-TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
+TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlacedAndAlignedOrFitBetweenTheirPoints) {
     const auto header = [](std::string v) {
         return G("0 SECTION 2 HEADER 9 $ACADVER 1 " + v + " 9 $DWGCODEPAGE 3 ANSI_1252 0 ENDSEC");
     };
@@ -303,6 +289,33 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlaced) {
     Imported utf8(header("AC1021") + Dxf(G("0 TEXT 1 \xC3\x9C 40 1")));
     EXPECT_EQ(utf8.world.texts.at(0)->Caption(), "\u00DC");
     EXPECT_TRUE(utf8.report.hasExtents); // a drawing of text alone still has somewhere to look
+    // The same caption 2 high: plain, half as wide (41), fit from (1, 2) to (11, 2), and aligned
+    // from (0, 0) to (0, 8), which turns it by its points whatever its angle says.
+    Imported d(Dxf(G("0 TEXT 1 Wide 40 2 0 TEXT 1 Wide 40 2 41 0.5 "
+                     "0 TEXT 1 Wide 40 2 72 5 10 1 20 2 11 11 21 2 "
+                     "0 TEXT 1 Wide 40 2 72 3 10 0 20 0 11 0 21 8 50 45")));
+    ASSERT_EQ(d.world.texts.size(), 4u);
+    std::vector<Vec> lo, hi;
+    for (std::size_t i = 0; i < 4; ++i) {
+        auto* text = const_cast<TOrn3DText*>(d.world.texts[i]);
+        text->Init();
+        ASSERT_GT(text->Points()->Count(), 0) << "no glyphs for caption " << i;
+        lo.push_back({1e9, 1e9, 0}), hi.push_back({-1e9, -1e9, 0});
+        for (int p = 0; p < text->Points()->Count(); ++p) {
+            const Vec v = Apply(d.world.textPlaces[i], text->Points()->GetVector(p, daVertex));
+            lo[i] = {std::min(lo[i].x, v.x), std::min(lo[i].y, v.y), 0},
+            hi[i] = {std::max(hi[i].x, v.x), std::max(hi[i].y, v.y), 0};
+        }
+    }
+    const double width = hi[0].x - lo[0].x, height = hi[0].y - lo[0].y;
+    EXPECT_NEAR(hi[1].x - lo[1].x, width / 2, 1e-4);
+    EXPECT_NEAR(hi[1].y - lo[1].y, height, 1e-4);
+    EXPECT_NEAR(hi[2].x, 11, 1e-4); // fit: stretched to the second point, its height kept
+    EXPECT_TRUE(lo[2].x >= 1 && lo[2].x < 1.5) << lo[2].x;
+    EXPECT_NEAR(hi[2].y - lo[2].y, height, 1e-4);
+    EXPECT_NEAR(hi[3].y, 8, 1e-4); // aligned: along +y, its proportions kept
+    EXPECT_NEAR((hi[3].x - lo[3].x) / (hi[3].y - lo[3].y), height / width, 1e-3);
+    EXPECT_LT(hi[3].x, 0.1); // standing on the baseline, left of it
 }
 
 /// The drawing inserts N0, each block Ni inserts the next, and the last holds a point.
@@ -364,37 +377,6 @@ TEST(TOrnDXFImport, BinaryFileReadsLikeText) {
     // Cut anywhere, it still reads what is whole and says what is not.
     for (std::size_t n = 22; n < b.size(); n += 5)
         Imported(b.substr(0, n));
-}
-
-TEST(TOrnDXFImport, AlignedAndFitTextRunBetweenTheirPoints) {
-    // The same caption 2 high: plain, half as wide (41), fit from (1, 2) to (11, 2), and aligned
-    // from (0, 0) to (0, 8), which turns it by its points whatever its angle says.
-    Imported d(Dxf(G("0 TEXT 1 Wide 40 2 0 TEXT 1 Wide 40 2 41 0.5 "
-                     "0 TEXT 1 Wide 40 2 72 5 10 1 20 2 11 11 21 2 "
-                     "0 TEXT 1 Wide 40 2 72 3 10 0 20 0 11 0 21 8 50 45")));
-    ASSERT_EQ(d.world.texts.size(), 4u);
-    std::vector<Vec> lo, hi;
-    for (std::size_t i = 0; i < 4; ++i) {
-        auto* text = const_cast<TOrn3DText*>(d.world.texts[i]);
-        text->Init();
-        ASSERT_GT(text->Points()->Count(), 0) << "no glyphs for caption " << i;
-        lo.push_back({1e9, 1e9, 1e9}), hi.push_back({-1e9, -1e9, -1e9});
-        for (int p = 0; p < text->Points()->Count(); ++p) {
-            const Vec v = Apply(d.world.textPlaces[i], text->Points()->GetVector(p, daVertex));
-            lo[i] = {std::min(lo[i].x, v.x), std::min(lo[i].y, v.y), 0};
-            hi[i] = {std::max(hi[i].x, v.x), std::max(hi[i].y, v.y), 0};
-        }
-    }
-    const double width = hi[0].x - lo[0].x, height = hi[0].y - lo[0].y;
-    EXPECT_NEAR(hi[1].x - lo[1].x, width / 2, 1e-4);
-    EXPECT_NEAR(hi[1].y - lo[1].y, height, 1e-4);
-    EXPECT_NEAR(hi[2].x, 11, 1e-4); // fit: stretched to the second point, its height kept
-    EXPECT_GE(lo[2].x, 1);
-    EXPECT_LT(lo[2].x, 1.5);
-    EXPECT_NEAR(hi[2].y - lo[2].y, height, 1e-4);
-    EXPECT_NEAR(hi[3].y, 8, 1e-4); // aligned: along +y, its proportions kept
-    EXPECT_NEAR((hi[3].x - lo[3].x) / (hi[3].y - lo[3].y), height / width, 1e-3);
-    EXPECT_LT(hi[3].x, 0.1); // standing on the baseline, left of it
 }
 
 TEST(TOrnDXFImport, FaceDiagonalsAndInvisibleEdgesStayOutOfOutlines) {

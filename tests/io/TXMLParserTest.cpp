@@ -2,7 +2,6 @@
 #include <orn/io/TXMLParser.h>
 
 #include "support/Corpora.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,14 +20,13 @@ struct Recorder {
     std::string events;
     std::string closeName; // OnTag sets Close to close in the record of this name
     int close = 0;
-
     void Add(const std::string& event) { events += (events.empty() ? "" : "; ") + event; }
+    static std::string At(const TXMLTag& t) { return t.Name + "@" + std::to_string(t.Depth); }
     Recorder() {
-        parser.OnTagName = [this](TObject*, TXMLTag& t) {
-            Add("TagName " + t.Name + "@" + std::to_string(t.Depth));
-        };
+        parser.OnTagName = [this](TObject*, TXMLTag& t) { Add("TagName " + At(t)); };
+        parser.OnEndTag = [this](TObject*, TXMLTag& t) { Add("EndTag " + At(t)); };
         parser.OnParam = [this](TObject*, TXMLTag& t) {
-            Add("Param " + t.Name + " " + std::string(parser.Text()));
+            Add(("Param " + t.Name + " ").append(parser.Text()));
         };
         parser.OnTag = [this](TObject*, TXMLTag& t) {
             std::string params = t.Params;
@@ -37,9 +35,6 @@ struct Recorder {
             if (t.Name == closeName) t.Close = close;
         };
         parser.OnValue = [this](TObject*, TXMLTag& t) { Add("Value " + t.Name + " '" + t.Value + "'"); };
-        parser.OnEndTag = [this](TObject*, TXMLTag& t) {
-            Add("EndTag " + t.Name + "@" + std::to_string(t.Depth));
-        };
         parser.OnComment = [this](const std::string& s) { Add("Comment " + s); };
         parser.OnSpecial = [this](const std::string& s) { Add("Special " + s); };
     }
@@ -136,7 +131,6 @@ TEST(TXMLParser, InputFilesProgressAndReentry) {
     parser.Stream() = "<a>" + std::string(3997, 'x'); // every 2000 characters and at the end
     parser.execute();
     EXPECT_EQ(seen, (std::vector<double>{0.5, 1.0, 1.0}));
-
     const auto path = std::filesystem::temp_directory_path() / "orn_txmlparser_test.xml";
     std::ofstream(path) << "<ORNGL version=\"1\"><Objects></Objects></ORNGL>";
     Recorder r;
@@ -149,7 +143,6 @@ TEST(TXMLParser, InputFilesProgressAndReentry) {
     EXPECT_THAT([&] { r.parser.execute(); }, ::testing::ThrowsMessage<EOrnError>(::testing::AllOf(
                                                  ::testing::HasSubstr("/nonexistent/dir/scene.orngl"),
                                                  ::testing::HasSubstr("No such file"))));
-
     parser.OnTag = [&](TObject*, TXMLTag&) {
         parser.Stream() = "<b>";
         parser.execute();
