@@ -224,52 +224,32 @@ TEST_F(TOrnTimerTest, RootDrivesItsTreeInOrderEachAtItsIntervalAndParentsNeverFo
     EXPECT_TRUE(IdleAt(1002));
 }
 
-TEST_F(TOrnTimerTest, ClearingParentKeepsTheTimerDrivenByItsFormerRootOnce) {
-    TOrnTimer* root = NewTimer();
-    TOrnTimer* child = NewTimer('c');
-    child->SetParent(root);
-    child->SetParent(nullptr);
-    EXPECT_EQ(child->Parent(), nullptr);
-    IdleAt(1001);
-    EXPECT_EQ(order, "c");
-    // Attached elsewhere it leaves the former list, so it is not driven twice; nor can it close a cycle.
-    TOrnTimer* other = NewTimer();
-    other->SetParent(root);
-    child->SetParent(other);
-    EXPECT_EQ(root->Children(), (std::vector<TOrnTimer*>{other, child}));
-    IdleAt(2002);
-    child->SetParent(nullptr);
-    root->SetParent(child);
-    EXPECT_EQ(root->Parent(), nullptr);
-    IdleAt(3003);
-    EXPECT_EQ(order, "ccc");
-    delete child; // it leaves the list it is still in
-    EXPECT_EQ(root->Children(), (std::vector<TOrnTimer*>{other}));
-    IdleAt(4004);
-}
-
-TEST_F(TOrnTimerTest, TheHookFollowsTheRootAndSurvivesItsFormerOwner) {
+TEST_F(TOrnTimerTest, TheHookFollowsTheRootAndTimersLeftWithoutParentTickOnce) {
     TOrnTimer* first = NewTimer('1');
     TOrnTimer* second = NewTimer('2');
     TOrnTimer* third = NewTimer('3');
     first->SetParent(second); // the hook owner attached: the new root takes the hook
     third->SetParent(second);
     EXPECT_EQ(std::pair(first->OwnsIdleHook(), second->OwnsIdleHook()), std::pair(false, true));
+    third->SetParent(nullptr); // the former root keeps driving it
+    EXPECT_EQ(third->Parent(), nullptr);
     IdleAt(1001);
-    EXPECT_EQ(order, "213");
-    delete first; // must not take the new owner's handler with it
-    IdleAt(2002);
-    EXPECT_EQ(order, "21323");
+    second->SetParent(third); // third still hangs below: a cycle
+    EXPECT_EQ(second->Parent(), nullptr);
     TOrnTimer* fourth = NewTimer('4');
     fourth->SetParent(second);
-    delete second; // every child goes on ticking, the first driving the others
-    EXPECT_TRUE(third->Parent() == nullptr && fourth->Parent() == nullptr && third->OwnsIdleHook());
+    third->SetParent(fourth); // it leaves the list it was in, so it is not driven twice
+    EXPECT_EQ(second->Children(), (std::vector<TOrnTimer*>{first, fourth, third}));
+    IdleAt(2002);
+    delete first; // must not take the owner's handler with it
     IdleAt(3003);
-    EXPECT_EQ(order, "2132334");
-    delete third;
-    EXPECT_TRUE(fourth->OwnsIdleHook());
+    delete second; // every child goes on ticking, the first driving the others
+    EXPECT_TRUE(third->Parent() == nullptr && fourth->Parent() == nullptr && fourth->OwnsIdleHook());
     IdleAt(4004);
-    EXPECT_EQ(order, "21323344");
+    delete third; // it leaves the list it is in
+    EXPECT_TRUE(fourth->Children().empty());
+    IdleAt(5005);
+    EXPECT_EQ(order, "2132143243434"); // 213, 2143, 243, 43, 4
 }
 
 TEST_F(TOrnTimerTest, HandlersOfTheApplicationAreLeftAloneAndTimersMayBeFreedWhileDriven) {
