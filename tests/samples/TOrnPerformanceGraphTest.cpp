@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <vector>
 
 namespace orn {
 namespace {
@@ -25,21 +26,29 @@ protected:
     TBitmap bitmap;
 };
 
-TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSize) {
+TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSizeWithTheGrid) {
     graph.DataPoint(clRed, 5);
     graph.DataPoint(clLime, 15);
     graph.Update();
     graph.DataPoint(clRed, 10);
     graph.Update(); // lime repeats 15
     EXPECT_EQ(graph.SeriesCount(), 2);
-    EXPECT_EQ(RowOf(40, clRed), 10); // 10 of 20 at half height
-    EXPECT_EQ(RowOf(36, clRed), 15); // one step of 4 pixels back: 5
-    EXPECT_EQ(RowOf(40, clLime), 5);
-    EXPECT_EQ(RowOf(36, clLime), 5);
-    EXPECT_EQ(RowOf(20, clRed), -1); // nothing before the first step
+    // 10 of 20 at half height; one step of 4 pixels back: 5; nothing before the first step.
+    EXPECT_EQ((std::vector{RowOf(40, clRed), RowOf(36, clRed), RowOf(40, clLime), RowOf(36, clLime),
+                           RowOf(20, clRed)}),
+              (std::vector{10, 15, 5, 5, -1}));
     graph.Clear();
-    EXPECT_EQ(graph.SeriesCount(), 0);
-    EXPECT_EQ(RowOf(40, clRed), -1);
+    EXPECT_EQ(std::pair(graph.SeriesCount(), RowOf(40, clRed)), std::pair(0, -1));
+
+    graph.SetGridSize(10);
+    graph.SetStepSize(3);
+    graph.PaintTo(bitmap);
+    EXPECT_EQ(std::pair(bitmap.Pixel(40, 5), bitmap.Pixel(30, 5)), std::pair(clGreen, clGreen));
+    graph.Update();
+    graph.PaintTo(bitmap);
+    // The vertical lines scroll with the data, the horizontal ones stay.
+    EXPECT_EQ((std::vector{bitmap.Pixel(37, 5), bitmap.Pixel(40, 5), bitmap.Pixel(5, 20)}),
+              (std::vector{clGreen, clBlack, clGreen}));
 }
 
 TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
@@ -56,19 +65,6 @@ TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
     graph.Update();
     EXPECT_DOUBLE_EQ(graph.TopValue(), 4.0);
     EXPECT_EQ(RowOf(40, clRed), 0);
-}
-
-TEST_F(GraphTest, GridScrollsWithTheData) {
-    graph.SetGridSize(10);
-    graph.SetStepSize(3);
-    graph.PaintTo(bitmap);
-    EXPECT_EQ(bitmap.Pixel(40, 5), clGreen);
-    EXPECT_EQ(bitmap.Pixel(30, 5), clGreen);
-    graph.Update();
-    graph.PaintTo(bitmap);
-    EXPECT_EQ(bitmap.Pixel(37, 5), clGreen);
-    EXPECT_EQ(bitmap.Pixel(40, 5), clBlack);
-    EXPECT_EQ(bitmap.Pixel(5, 20), clGreen); // the horizontal lines stay
 }
 
 } // namespace
