@@ -117,11 +117,12 @@ TEST_F(ControlledTest, OutOfRangeSettingsAreClampedOrIgnoredAndEyeHeightAndDista
              [](TOrnCarController* c) { c->SetCurrentSpeed(0.8f), c->SetMaxSpeed(0.5f); },
              [](TOrnCarController* c) { c->SetReverseSpeed(-2), c->SetCurrentSpeed(-3); },
              [](TOrnCarController* c) { c->SetReverseSpeed(-1); },
-             [](TOrnCarController* c) { c->SetCurrentSpeed(NAN); }}) {
+             [](TOrnCarController* c) { c->SetCurrentSpeed(NAN); },
+             [](TOrnCarController* c) { c->SetReverseSpeed(0); }}) {
         set(car);
         speeds.push_back(car->CurrentSpeed());
     }
-    EXPECT_EQ(speeds, (std::vector<float>{1, 0, 0.5f, -2, -1, -1}));
+    EXPECT_EQ(speeds, (std::vector<float>{1, 0, 0.5f, -2, -1, -1, 0}));
 
     car->SetEyeHeight(1.7f);
     person->SetEyeHeight(1.6f);
@@ -235,7 +236,18 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAll
         {mbLeft, false, {teTurnY, teTurnX, teTurnZ}, 128, 128, {}, 0, 0, 100, 100, {}, {0, 6.65, 0}},
         {mbRight, false, {teMoveZ}, 128, 128, {}, 0, 100, 100, 0, {-0.266, 0, 0.266}, {}}, // forward only
         {mbRight, false, {teMoveX}, 128, 128, {}, 0, 100, 100, 0, {-0.266, 0, 0}, {}},     // sideways only
-        {mbLeft, false, {teMoveY}, 128, 128, {}, INT_MIN, INT_MIN, INT_MAX, INT_MAX, {0, 11424613, 0}, {}},
+        {mbLeft,
+         false,
+         {teMoveY, teTurnX, teTurnZ},
+         128,
+         128,
+         {},
+         INT_MIN,
+         INT_MIN,
+         INT_MAX,
+         INT_MAX,
+         {0, 11424613, 0},
+         {}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);

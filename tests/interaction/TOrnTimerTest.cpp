@@ -149,7 +149,7 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClockAndTheS
         int value, intervall, rate;
         std::int64_t ticks;
     } cases[] = {
-        {1'000'000'000, true, 3, 333, 3, 333'333'333},
+        {1'000'000'000, true, 6, 167, 6, 166'666'667},    // 166.7 rounds up
         {1'000'000'000, false, 400, 400, 3, 400'000'000}, // 2.5 rounds up
         {1'000'000'000, true, 10'000, 0, 10'000, 100'000},
         {1'000'000'000, false, 3'600'000, 3'600'000, 0, 3'600'000'000'000},
@@ -270,6 +270,12 @@ TEST_F(TOrnTimerTest, HandlersOfTheApplicationAreLeftAloneAndTimersMayBeFreedWhi
     IdleAt(2);
     EXPECT_EQ(calls, 2);
     app.OnIdle = nullptr;
+    t = NewTimer(); // the hook of a timer that came later is not this one's to remove
+    app.OnIdle = nullptr;
+    TOrnTimer* later = NewTimer();
+    delete t;
+    EXPECT_TRUE(later->OwnsIdleHook() && app.OnIdle);
+    delete later;
 
     clock.now = 0;
     TOrnTimer* root = NewTimer();
