@@ -50,7 +50,8 @@ TEST_F(CalendarTest, TheSelectedDayIsHighlightedInItsCellAndClicksChooseDaysOfTh
 
     int changes = 0;
     calendar.OnChange = [&](TObject*) { ++changes; };
-    calendar.MouseDown(mbLeft, {}, 95, 105); // column 3, week row 5: the 29th
+    calendar.MouseDown(mbRight, {}, 35, 45); // the right button chooses nothing
+    calendar.MouseDown(mbLeft, {}, 90, 100); // the corner of column 3, week row 5: the 29th
     EXPECT_EQ(std::pair(calendar.Day(), changes), std::pair(29, 1));
     calendar.MouseDown(mbLeft, {}, 125, 105); // 1 March, greyed
     calendar.MouseDown(mbLeft, {}, 5, 25);    // 29 January

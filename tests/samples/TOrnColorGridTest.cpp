@@ -86,9 +86,11 @@ TEST(TOrnColorGrid, ArrowsAndClicksChooseWithinTheGridOnceAndDisabledChoicesIgno
     EXPECT_EQ(state(), std::tuple(6, 12, 2));
     grid.SetForegroundEnabled(false);
     grid.MouseDown(mbLeft, {}, 10, 10);
-    grid.SetEnabled(false);
+    grid.SetBackgroundEnabled(false);
     grid.MouseDown(mbRight, {}, 10, 10);
     EXPECT_EQ(state(), std::tuple(6, 12, 2));
+    grid.SetBackgroundIndex(99);
+    EXPECT_EQ(grid.BackgroundIndex(), 15);
 }
 
 } // namespace

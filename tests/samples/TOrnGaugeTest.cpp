@@ -70,6 +70,7 @@ TEST_F(GaugeTest, ProgressNotifiesOnlyWhenItMovesAndContradictoryRangesNeverDivi
     gauge.AddProgress(1000); // clamped to 100
     gauge.AddProgress(1);
     gauge.SetForeColor(clBlue);
+    gauge.SetMaxValue(200); // the range alone is no progress
     EXPECT_EQ(std::pair(gauge.Progress(), changes), std::pair(100LL, 2));
     gauge.SetMinValue(50);
     gauge.SetMaxValue(50);

@@ -27,20 +27,20 @@ protected:
 };
 
 TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSizeWithTheGrid) {
-    graph.DataPoint(clRed, 5);
-    graph.DataPoint(clLime, 15);
-    graph.Update();
-    graph.DataPoint(clRed, 10);
-    graph.Update(); // lime repeats 15
-    EXPECT_EQ(graph.SeriesCount(), 2);
-    // 10 of 20 at half height; one step of 4 pixels back: 5; nothing before the first step.
-    EXPECT_EQ((std::vector{RowOf(40, clRed), RowOf(36, clRed), RowOf(40, clLime), RowOf(36, clLime),
-                           RowOf(20, clRed)}),
-              (std::vector{10, 15, 5, 5, -1}));
-    graph.Clear();
-    EXPECT_EQ(std::pair(graph.SeriesCount(), RowOf(40, clRed)), std::pair(0, -1));
-
     graph.SetGridSize(10);
+    graph.DataPoint(clRed, 5);
+    graph.Update();
+    graph.DataPoint(clLime, 15); // a new series starts flat at its first value
+    graph.Update();              // red repeats 5
+    graph.DataPoint(clRed, 10);
+    graph.Update();
+    EXPECT_EQ(graph.SeriesCount(), 2);
+    // 10 of 20 at half height, steps of 4 pixels back, nothing before the first step.
+    EXPECT_EQ((std::vector{RowOf(40, clRed), RowOf(36, clRed), RowOf(32, clRed), RowOf(28, clRed),
+                           RowOf(40, clLime), RowOf(32, clLime)}),
+              (std::vector{10, 15, 15, -1, 5, 5}));
+    graph.Clear(); // the grid starts again too
+    EXPECT_EQ(std::pair(graph.SeriesCount(), RowOf(40, clRed)), std::pair(0, -1));
     graph.SetStepSize(3);
     graph.PaintTo(bitmap);
     EXPECT_EQ(std::pair(bitmap.Pixel(40, 5), bitmap.Pixel(30, 5)), std::pair(clGreen, clGreen));
@@ -59,6 +59,7 @@ TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
         graph.DataPoint(clRed, std::numeric_limits<double>::quiet_NaN()); // counts as 0
         graph.Update();
     }
+    EXPECT_EQ(RowOf(40, clRed), 20);
     EXPECT_LE(graph.StepCount(), 41 / 4 + 2);
     EXPECT_DOUBLE_EQ(graph.TopValue(), 1.0); // the 1000 has scrolled out
     graph.DataPoint(clRed, 4);
