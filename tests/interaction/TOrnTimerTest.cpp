@@ -19,15 +19,6 @@ namespace {
 
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
-class FakeClock {
-public:
-    explicit FakeClock(std::int64_t frequency = 1'000'000'000) : fGuard([this] { return now; }, frequency) {}
-    std::int64_t now = 0;
-
-private:
-    TOrnClockOverride fGuard;
-};
-
 // The application starts with no idle handler and active; when the form is gone no handler may be left.
 class TOrnTimerTest : public ::testing::Test {
 protected:
@@ -52,7 +43,7 @@ protected:
             t->OnTimer = [this, name, t](TObject* sender, int n) {
                 EXPECT_EQ(sender, t);
                 order += name;
-                ticks.push_back({static_cast<double>(clock.now) / kNsPerMs, n});
+                ticks.push_back({static_cast<double>(now) / kNsPerMs, n});
             };
         return t;
     }
@@ -60,7 +51,7 @@ protected:
 
     // Runs the application's idle handler once with the clock at ms milliseconds; returns done.
     bool IdleAt(double ms) {
-        clock.now = std::llround(ms * kNsPerMs);
+        now = std::llround(ms * kNsPerMs);
         bool done = true;
         if (app.OnIdle) app.OnIdle(nullptr, done);
         return done;
@@ -74,7 +65,8 @@ protected:
     std::vector<Tick> ticks;
     std::string order;
 
-    FakeClock clock;
+    std::int64_t now = 0;
+    TOrnClockOverride clock{[this] { return now; }, 1'000'000'000};
     TApplication& app = TApplication::Instance();
     std::unique_ptr<TComponent> form = std::make_unique<TComponent>(nullptr);
 
@@ -94,7 +86,7 @@ TEST_F(TOrnTimerTest, TicksWhenMoreThanAnIntervalPassedKeepingThePhaseAndWaitsWh
         EXPECT_FALSE(IdleAt(ms)) << "a running timer asks for more";
     for (double ms : {78.0, 80.0, 80.000001}) // a stall of three intervals; the phase stays at 70
         IdleAt(ms);
-    clock.now = 100 * kNsPerMs;
+    now = 100 * kNsPerMs;
     t->Reset(); // a full interval from now
     IdleAt(110);
     IdleAt(110.5);
@@ -153,17 +145,17 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClockAndTheS
         {1'000'000'000, false, 400, 400, 3, 400'000'000}, // 2.5 rounds up
         {1'000'000'000, true, 10'000, 0, 10'000, 100'000},
         {1'000'000'000, false, 3'600'000, 3'600'000, 0, 3'600'000'000'000},
-        {1'000'000'000, false, 0, 1000, 1, 1'000'000'000},         // out of range: ignored
-        {1'000'000'000, false, 3'600'001, 1000, 1, 1'000'000'000}, // out of range: ignored
-        {1'000'000'000, true, -3, 1000, 1, 1'000'000'000},         // out of range: ignored
-        {1'000'000'000, true, 10'001, 1000, 1, 1'000'000'000},     // out of range: ignored
-        {3'579'545, false, 333, 333, 3, 1'191'988},                // 1,191,988.485
-        {3'579'545, true, 3, 333, 3, 1'193'182},                   // 1,193,181.67
-        {100, false, 1, 1, 1000, 1},                               // at least one count
+        {1'000'000'000, false, 0, 1000, 1, 1'000'000'000}, // this and the next three: out of range, ignored
+        {1'000'000'000, false, 3'600'001, 1000, 1, 1'000'000'000},
+        {1'000'000'000, true, -3, 1000, 1, 1'000'000'000},
+        {1'000'000'000, true, 10'001, 1000, 1, 1'000'000'000},
+        {3'579'545, false, 333, 333, 3, 1'191'988}, // 1,191,988.485
+        {3'579'545, true, 3, 333, 3, 1'193'182},    // 1,193,181.67
+        {100, false, 1, 1, 1000, 1},                // at least one count
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
-        FakeClock counter(c.frequency);
+        TOrnClockOverride counter([] { return std::int64_t{0}; }, c.frequency);
         TOrnTimer t(nullptr);
         c.byRate ? t.SetRate(c.value) : t.SetIntervall(c.value);
         EXPECT_EQ((std::tuple{t.Frequency(), t.Intervall(), t.Rate(), t.IntervalTicks()}),
@@ -176,23 +168,25 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClockAndTheS
                                                    {1250, true, 0},    {2000, false, 0.75},
                                                    {2500, false, 1.5}, {2600, false, -1}};
     for (auto [ms, start, seconds] : steps) {
-        clock.now = ms * kNsPerMs;
+        now = ms * kNsPerMs;
         if (start)
             t->Start();
         else
             EXPECT_DOUBLE_EQ(t->Stop(), seconds) << ms;
         EXPECT_EQ(t->IsStarted(), ms >= 1000 && ms < 2500) << ms;
     }
-    FakeClock slow(100); // the stopwatch and the stall count in the clock's own counts
+    std::int64_t slowNow = 0;
+    // The stopwatch and the stall count in the clock's own counts.
+    TOrnClockOverride slow([&] { return slowNow; }, 100);
     TOrnTimer s(nullptr);
     int reported = 0;
     s.OnTimer = [&](TObject*, int n) { reported = n; };
     s.SetIntervall(1); // one count of the clock
     s.DoTimer(7);
     EXPECT_EQ(reported, 7);
-    slow.now = 100;
+    slowNow = 100;
     s.Start();
-    slow.now = 350;
+    slowNow = 350;
     EXPECT_DOUBLE_EQ(s.Stop(), 2.5);
 }
 
@@ -277,7 +271,7 @@ TEST_F(TOrnTimerTest, HandlersOfTheApplicationAreLeftAloneAndTimersMayBeFreedWhi
     EXPECT_TRUE(later->OwnsIdleHook() && app.OnIdle);
     delete later;
 
-    clock.now = 0;
+    now = 0;
     TOrnTimer* root = NewTimer();
     TOrnTimer* a = NewTimer();
     TOrnTimer* b = NewTimer();
@@ -307,7 +301,7 @@ TEST_F(TOrnTimerTest, StepPollsAgainWhileATimerRunsAndWaitsOtherwise) {
     app.Step(0.5);
     EXPECT_EQ(source.waits, 1) << "without a timer there is nothing to poll for";
     TOrnTimer* t = NewTimer('t');
-    clock.now = 1500 * kNsPerMs;
+    now = 1500 * kNsPerMs;
     app.Step(0.5);
     EXPECT_EQ(order, "t");
     EXPECT_EQ((std::pair{source.waits, source.polls}), (std::pair{1, 3}));
