@@ -101,8 +101,11 @@ TEST_F(WindowView, PaintsThroughTheApplicationStepFollowsTheWindowsSizeAndTakesI
     view.OnMouseUp = [&](TObject*, TMouseButton b, TShiftState, int x, int y) {
         log.push_back("up " + std::to_string(b) + at(x, y));
     };
-    view.OnKeyDown = [&](TObject*, std::uint16_t& key, TShiftState) {
-        log.push_back("key " + std::to_string(key));
+    view.OnMouseWheel = [&](TObject*, TShiftState, int delta, int x, int y) {
+        log.push_back("wheel " + std::to_string(delta) + at(x, y));
+    };
+    view.OnKeyDown = [&](TObject*, std::uint16_t& key, TShiftState s) {
+        log.push_back("key " + std::to_string(key) + (s.Contains(ssShift) ? " shift" : ""));
     };
     CountingController controller(nullptr);
     view.SetController(&controller);
@@ -111,10 +114,13 @@ TEST_F(WindowView, PaintsThroughTheApplicationStepFollowsTheWindowsSizeAndTakesI
     input.Motion(35, 45);
     input.Button(false, Button1, 35, 45);
     input.Button(true, Button3, 50, 60);
+    input.Button(false, Button3, 50, 60);
+    input.Button(true, Button4, 50, 60); // one step of the wheel away from the user
     input.Key(XK_Left);
-    input.Key(XK_a);
-    const std::vector<std::string> expected{"move 30,40",   "down 0 30,40", "move 35,45 left", "up 0 35,45",
-                                            "down 1 35,45", "key 37",       "key 65"};
+    input.Key(XK_a, ShiftMask);
+    const std::vector<std::string> expected{"move 30,40",      "down 0 30,40", "move 35,45 left",
+                                            "up 0 35,45",      "down 1 35,45", "up 1 35,45",
+                                            "wheel 120 35,45", "key 37",       "key 65 shift"};
     EXPECT_TRUE(StepUntil([&] { return log.size() >= expected.size(); }));
     EXPECT_EQ(log, expected);
     // The controller saw the moves and its answer asked for a repaint.
