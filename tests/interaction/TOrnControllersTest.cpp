@@ -63,6 +63,7 @@ using ControllerTypes = ::testing::Types<TOrnMouseController, TOrnCarController,
 TYPED_TEST_SUITE(EveryController, ControllerTypes);
 
 } // namespace
+
 TYPED_TEST(EveryController, TakesRotationBeforeTranslationAndLetsGoOfARemovedComponent) {
     auto* ctl = this->template Make<TypeParam>();
     auto* other = new TOrnTransformed(this->form.get());
@@ -295,7 +296,7 @@ TEST_F(ControlledTest, MouseVectorsKeepTheirQuirksAndMovesGoAlongThem) {
     ExpectAt({-0.8660254, 5, -1}, {0, 30, 60});
 }
 
-TEST_F(ControlledTest, ScenesReadFlagListsLeniantlyAndTheCarsLimitsFirst) {
+TEST_F(ControlledTest, ScenesReadFlagListsLenientlyAndTheCarsLimitsFirst) {
     TOrnMouseController mouse(nullptr);
     test::MemoryExchange file;
     file.Set("MoveSensitivity", "99999999999"); // outside 32 bits: the value stays
