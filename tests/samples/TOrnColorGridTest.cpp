@@ -53,27 +53,7 @@ TEST(TOrnColorGrid, MarksForegroundAndBackgroundCells) {
     EXPECT_EQ(marked(10), 0);
 }
 
-TEST(TOrnColorGrid, ClicksChooseOnceAndDisabledChoicesIgnoreThem) {
-    TOrnColorGrid grid(nullptr);
-    grid.SetBounds(0, 0, 160, 160); // 4 × 4 cells of 40 pixels
-    int changes = 0;
-    grid.OnChange = [&](TObject*) { ++changes; };
-    // Foreground, background, changes told.
-    const auto state = [&] { return std::tuple(grid.ForegroundIndex(), grid.BackgroundIndex(), changes); };
-    grid.MouseDown(mbLeft, {}, 90, 50); // cell 6
-    EXPECT_EQ(grid.ForegroundColor(), clTeal);
-    grid.MouseDown(mbLeft, {}, 90, 50); // the same cell again
-    EXPECT_EQ(state(), std::tuple(6, 15, 1));
-    grid.MouseDown(mbRight, {}, 10, 130); // cell 12
-    EXPECT_EQ(state(), std::tuple(6, 12, 2));
-    grid.SetForegroundEnabled(false);
-    grid.MouseDown(mbLeft, {}, 10, 10);
-    grid.SetEnabled(false);
-    grid.MouseDown(mbRight, {}, 10, 10);
-    EXPECT_EQ(state(), std::tuple(6, 12, 2));
-}
-
-TEST(TOrnColorGrid, ArrowsMoveTheChoiceWithinTheGrid) {
+TEST(TOrnColorGrid, ArrowsAndClicksChooseWithinTheGridOnceAndDisabledChoicesIgnoreThem) {
     TOrnColorGrid grid(nullptr); // 4 × 4, foreground 0, background 15
     const struct {
         std::uint16_t key;
@@ -86,11 +66,31 @@ TEST(TOrnColorGrid, ArrowsMoveTheChoiceWithinTheGrid) {
     for (const auto& s : steps) {
         std::uint16_t key = s.key;
         grid.KeyDown(key, s.shift);
-        EXPECT_EQ(grid.ForegroundIndex(), s.foreground);
-        EXPECT_EQ(grid.BackgroundIndex(), s.background);
+        EXPECT_EQ(std::pair(grid.ForegroundIndex(), grid.BackgroundIndex()),
+                  std::pair(s.foreground, s.background))
+            << &s - steps;
     }
     std::uint16_t key = 'X';
     EXPECT_FALSE(grid.KeyDown(key, {}));
+
+    grid.SetBounds(0, 0, 160, 160); // cells of 40 pixels
+    int changes = 0;
+    grid.OnChange = [&](TObject*) { ++changes; };
+    // Foreground, background, changes told.
+    const auto state = [&] { return std::tuple(grid.ForegroundIndex(), grid.BackgroundIndex(), changes); };
+    grid.MouseDown(mbLeft, {}, 90, 50); // cell 6
+    EXPECT_EQ(grid.ForegroundColor(), clTeal);
+    grid.MouseDown(mbLeft, {}, 90, 50); // the same cell again
+    EXPECT_EQ(state(), std::tuple(6, 10, 1));
+    grid.MouseDown(mbRight, {}, 10, 130); // cell 12
+    EXPECT_EQ(state(), std::tuple(6, 12, 2));
+    grid.SetForegroundEnabled(false);
+    grid.MouseDown(mbLeft, {}, 10, 10);
+    grid.SetBackgroundEnabled(false);
+    grid.MouseDown(mbRight, {}, 10, 10);
+    EXPECT_EQ(state(), std::tuple(6, 12, 2));
+    grid.SetBackgroundIndex(99);
+    EXPECT_EQ(grid.BackgroundIndex(), 15);
 }
 
 } // namespace

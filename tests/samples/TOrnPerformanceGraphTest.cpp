@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <vector>
 
 namespace orn {
 namespace {
@@ -25,21 +26,29 @@ protected:
     TBitmap bitmap;
 };
 
-TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSize) {
+TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSizeWithTheGrid) {
+    graph.SetGridSize(10);
     graph.DataPoint(clRed, 5);
-    graph.DataPoint(clLime, 15);
     graph.Update();
+    graph.DataPoint(clLime, 15); // a new series starts flat at its first value
+    graph.Update();              // red repeats 5
     graph.DataPoint(clRed, 10);
-    graph.Update(); // lime repeats 15
+    graph.Update();
     EXPECT_EQ(graph.SeriesCount(), 2);
-    EXPECT_EQ(RowOf(40, clRed), 10); // 10 of 20 at half height
-    EXPECT_EQ(RowOf(36, clRed), 15); // one step of 4 pixels back: 5
-    EXPECT_EQ(RowOf(40, clLime), 5);
-    EXPECT_EQ(RowOf(36, clLime), 5);
-    EXPECT_EQ(RowOf(20, clRed), -1); // nothing before the first step
-    graph.Clear();
-    EXPECT_EQ(graph.SeriesCount(), 0);
-    EXPECT_EQ(RowOf(40, clRed), -1);
+    // 10 of 20 at half height, steps of 4 pixels back, nothing before the first step.
+    EXPECT_EQ((std::vector{RowOf(40, clRed), RowOf(36, clRed), RowOf(32, clRed), RowOf(28, clRed),
+                           RowOf(40, clLime), RowOf(32, clLime)}),
+              (std::vector{10, 15, 15, -1, 5, 5}));
+    graph.Clear(); // the grid starts again too
+    EXPECT_EQ(std::pair(graph.SeriesCount(), RowOf(40, clRed)), std::pair(0, -1));
+    graph.SetStepSize(3);
+    graph.PaintTo(bitmap);
+    EXPECT_EQ(std::pair(bitmap.Pixel(40, 5), bitmap.Pixel(30, 5)), std::pair(clGreen, clGreen));
+    graph.Update();
+    graph.PaintTo(bitmap);
+    // The vertical lines scroll with the data, the horizontal ones stay.
+    EXPECT_EQ((std::vector{bitmap.Pixel(37, 5), bitmap.Pixel(40, 5), bitmap.Pixel(5, 20)}),
+              (std::vector{clGreen, clBlack, clGreen}));
 }
 
 TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
@@ -50,25 +59,13 @@ TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
         graph.DataPoint(clRed, std::numeric_limits<double>::quiet_NaN()); // counts as 0
         graph.Update();
     }
+    EXPECT_EQ(RowOf(40, clRed), 20);
     EXPECT_LE(graph.StepCount(), 41 / 4 + 2);
     EXPECT_DOUBLE_EQ(graph.TopValue(), 1.0); // the 1000 has scrolled out
     graph.DataPoint(clRed, 4);
     graph.Update();
     EXPECT_DOUBLE_EQ(graph.TopValue(), 4.0);
     EXPECT_EQ(RowOf(40, clRed), 0);
-}
-
-TEST_F(GraphTest, GridScrollsWithTheData) {
-    graph.SetGridSize(10);
-    graph.SetStepSize(3);
-    graph.PaintTo(bitmap);
-    EXPECT_EQ(bitmap.Pixel(40, 5), clGreen);
-    EXPECT_EQ(bitmap.Pixel(30, 5), clGreen);
-    graph.Update();
-    graph.PaintTo(bitmap);
-    EXPECT_EQ(bitmap.Pixel(37, 5), clGreen);
-    EXPECT_EQ(bitmap.Pixel(40, 5), clBlack);
-    EXPECT_EQ(bitmap.Pixel(5, 20), clGreen); // the horizontal lines stay
 }
 
 } // namespace

@@ -32,7 +32,7 @@ protected:
         if (!input.display) GTEST_SKIP() << "no X display";
     }
 
-    /// Runs `orn view --still --size=320x240 extra` and waits for its window and its greeting.
+    // Runs `orn view --still --size=320x240 extra` and waits for its window and its greeting.
     void Start(const std::string& extra) {
         // A viewer left behind by a failed test ends by itself.
         const std::string command =
@@ -44,7 +44,6 @@ protected:
             << "orn view opened no window; it said: " << Output();
         ASSERT_TRUE(Prints("press H", 0));
     }
-    /// Quits the viewer with Q; its exit status.
     int Quit() {
         if (input.window) input.Key(XK_q);
         const int status = pclose(viewer);
@@ -62,8 +61,8 @@ protected:
             done, [] { std::this_thread::sleep_for(20ms); }, 5s);
     }
 
-    /// Everything the viewer has printed so far. One look reads at most 64 KiB, so that a viewer
-    /// that never stops printing cannot keep a wait from reaching its time limit.
+    // One look reads at most 64 KiB, so that a viewer that never stops printing cannot keep a wait
+    // from reaching its time limit.
     const std::string& Output() {
         char buffer[4096];
         ssize_t n = 1;
@@ -71,12 +70,11 @@ protected:
             printed.append(buffer, static_cast<size_t>(n));
         return printed;
     }
-    /// Waits for text printed after from; whether it came.
     bool Prints(const std::string& text, size_t from) {
         return WaitFor([&] { return Output().find(text, from) != std::string::npos; });
     }
 
-    /// The viewer's window among the top-level ones (no window manager reparents them here).
+    // No window manager reparents the top-level windows here.
     Window FindWindow() {
         Window root, parent, *children = nullptr, found = 0;
         unsigned count = 0;
@@ -99,7 +97,7 @@ protected:
         input.Button(false, Button1, x1, kHeight / 2);
     }
 
-    /// The window's pixels as 0xRRGGBB values, or empty when they cannot be read.
+    // 0xRRGGBB values, or empty when the window cannot be read.
     Picture Grab() {
         XImage* image = XGetImage(input.display, input.window, 0, 0, kWidth, kHeight, AllPlanes, ZPixmap);
         if (!image) return {};
@@ -116,14 +114,12 @@ protected:
             n += a[i] != b[i];
         return n;
     }
-    /// Waits until the picture differs from before in more than 500 pixels; the new picture.
     Picture Changed(const Picture& before) {
         Picture now;
         EXPECT_TRUE(WaitFor([&] { return Differences(before, now = Grab()) > 500; }));
         return now;
     }
 
-    /// Asks for the object under (x, y) and returns the answer line.
     std::string Pick(int x, int y) {
         input.Motion(x, y);
         const size_t from = Output().size();
@@ -219,12 +215,10 @@ TEST(ViewVerbHelp, ListsEveryKey) {
     for (size_t at; (at = help.find("   ")) != std::string::npos;)
         help.erase(at, 1);
     for (const char* entry :
-         {"\n  C  ",       "\n  Up, Down  ", "\n  Left, Right  ", "\n  Page Up, Page Down  ",
-          "\n  Home  ",    "\n  O  ",        "\n  Space  ",       "\n  R  ",
-          "\n  H  ",       "\n  Esc, Q  ",   "\n  left drag  ",   "\n  right drag  ",
-          "\n  --still  ", "\n  E  ",        "\n  F  ",           "\n  P  ",
-          "\n  wheel  ",   "\n  S  ",        "\n  F1  ",          "\n  --samples N  "})
-        EXPECT_NE(help.find(entry), std::string::npos) << "missing:" << entry;
+         {"C",     "Up, Down", "Left, Right", "Page Up, Page Down", "Home",    "O", "Space", "R",
+          "H",     "Esc, Q",   "left drag",   "right drag",         "--still", "E", "F",     "P",
+          "wheel", "S",        "F1",          "--samples N"})
+        EXPECT_NE(help.find("\n  " + std::string(entry) + "  "), std::string::npos) << "missing: " << entry;
 }
 
 } // namespace

@@ -24,7 +24,7 @@ namespace {
 
 using Pixel = std::array<unsigned char, 4>;
 
-/// The pixel at (x, y) of a frame rendered in view's window, read before it is swapped away.
+// The pixel at (x, y) of a frame rendered in view's window, read before it is swapped away.
 Pixel FramePixel(TOrnView& view, int x, int y) {
     Pixel pixel{};
     view.SetCurrent(true);
@@ -50,7 +50,6 @@ protected:
         ASSERT_TRUE(StepUntil([&] { return renders > 0; }));
     }
 
-    /// Steps the application until done() holds.
     static bool StepUntil(const std::function<bool()>& done) {
         return test::StepUntil(done, [] { TApplication::Instance().Step(0.02); });
     }
@@ -60,15 +59,20 @@ protected:
     test::XInput input;
 };
 
-TEST_F(WindowView, PaintsThroughTheApplicationStepAndFollowsTheWindowsSize) {
+class CountingController : public TOrnCustomController {
+public:
+    using TOrnCustomController::TOrnCustomController;
+    int moves = 0;
+    bool HandleMouseMove(TShiftState, int, int) override { return ++moves > 0; }
+};
+
+TEST_F(WindowView, PaintsThroughTheApplicationStepFollowsTheWindowsSizeAndTakesItsInput) {
     EXPECT_EQ(view.Surface()->Kind(), "window");
-    EXPECT_GE(view.PixelFormat().ColorBits, 24);
-    EXPECT_TRUE(view.PixelFormat().DoubleBuffer());
+    EXPECT_TRUE(view.PixelFormat().ColorBits >= 24 && view.PixelFormat().DoubleBuffer());
     int before = renders;
     view.InvalidateGL();
     EXPECT_TRUE(StepUntil([&] { return renders > before; }));
     EXPECT_FALSE(view.PaintPending());
-
     EXPECT_EQ(FramePixel(view, 10, 10), (Pixel{0, 0, 255, 255}));
 
     int resized = 0;
@@ -79,27 +83,13 @@ TEST_F(WindowView, PaintsThroughTheApplicationStepAndFollowsTheWindowsSize) {
     EXPECT_TRUE(StepUntil([&] { return view.Width() == 400 && view.Height() == 300; }));
     EXPECT_GE(resized, 1);
     EXPECT_TRUE(StepUntil([&] { return renders > before; })); // a resize repaints
-
-    // And the other way: the view's size moves the window.
-    view.SetBounds(200, 150);
+    view.SetBounds(200, 150);                                 // and the view's size moves the window
     EXPECT_TRUE(StepUntil([&] {
         XWindowAttributes attributes;
         XGetWindowAttributes(input.display, input.window, &attributes);
         return attributes.width == 200 && attributes.height == 150;
     }));
-}
 
-class CountingController : public TOrnCustomController {
-public:
-    using TOrnCustomController::TOrnCustomController;
-    int moves = 0;
-    bool HandleMouseMove(TShiftState, int, int) override {
-        ++moves;
-        return true;
-    }
-};
-
-TEST_F(WindowView, MouseAndKeyEventsArrive) {
     std::vector<std::string> log;
     auto at = [](int x, int y) { return " " + std::to_string(x) + "," + std::to_string(y); };
     view.OnMouseDown = [&](TObject*, TMouseButton b, TShiftState, int x, int y) {
@@ -111,26 +101,31 @@ TEST_F(WindowView, MouseAndKeyEventsArrive) {
     view.OnMouseUp = [&](TObject*, TMouseButton b, TShiftState, int x, int y) {
         log.push_back("up " + std::to_string(b) + at(x, y));
     };
-    view.OnKeyDown = [&](TObject*, std::uint16_t& key, TShiftState) {
-        log.push_back("key " + std::to_string(key));
+    view.OnMouseWheel = [&](TObject*, TShiftState, int delta, int x, int y) {
+        log.push_back("wheel " + std::to_string(delta) + at(x, y));
+    };
+    view.OnKeyDown = [&](TObject*, std::uint16_t& key, TShiftState s) {
+        log.push_back("key " + std::to_string(key) + (s.Contains(ssShift) ? " shift" : ""));
     };
     CountingController controller(nullptr);
     view.SetController(&controller);
-
     input.Motion(30, 40);
     input.Button(true, Button1, 30, 40);
     input.Motion(35, 45);
     input.Button(false, Button1, 35, 45);
     input.Button(true, Button3, 50, 60);
+    input.Button(false, Button3, 50, 60);
+    input.Button(true, Button4, 50, 60); // one step of the wheel away from the user
     input.Key(XK_Left);
-    input.Key(XK_a);
-    const std::vector<std::string> expected{"move 30,40",   "down 0 30,40", "move 35,45 left", "up 0 35,45",
-                                            "down 1 35,45", "key 37",       "key 65"};
+    input.Key(XK_a, ShiftMask);
+    const std::vector<std::string> expected{"move 30,40",      "down 0 30,40", "move 35,45 left",
+                                            "up 0 35,45",      "down 1 35,45", "up 1 35,45",
+                                            "wheel 120 35,45", "key 37",       "key 65 shift"};
     EXPECT_TRUE(StepUntil([&] { return log.size() >= expected.size(); }));
     EXPECT_EQ(log, expected);
     // The controller saw the moves and its answer asked for a repaint.
     EXPECT_EQ(controller.moves, 2);
-    const int before = renders;
+    before = renders;
     input.Motion(36, 46);
     EXPECT_TRUE(StepUntil([&] { return renders > before; }));
 }
@@ -169,7 +164,7 @@ protected:
         if (window) glfwDestroyWindow(window);
     }
 
-    /// Processes the window's events, as the application's loop does, until done() holds.
+    // As the application's own loop does.
     static bool PollUntil(const std::function<bool()>& done) {
         return test::StepUntil(done, [] { glfwWaitEventsTimeout(0.02); });
     }
@@ -181,35 +176,27 @@ protected:
     std::uint16_t viewKey = 0;
 };
 
-TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreate) {
+TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreateAndSharesItsKeysUntilItLetsGo) {
     EXPECT_EQ(view.Surface()->NativeWindow(), window);
     int width = 0, height = 0;
     glfwGetFramebufferSize(window, &width, &height);
-    EXPECT_EQ(view.Width(), width);
-    EXPECT_EQ(view.Height(), height);
-
+    EXPECT_EQ(std::pair(view.Width(), view.Height()), std::pair(width, height));
     view.Paint();
     EXPECT_EQ(renders, 1);
     view.SetCurrent(true);
     EXPECT_EQ(glfwGetCurrentContext(), window);
     view.SetCurrent(false);
     EXPECT_EQ(FramePixel(view, width / 2, height / 2), (Pixel{255, 0, 0, 255}));
-
     // The application resizes its window; the view follows, and does not fight it back.
     glfwSetWindowSize(window, 260, 180);
     EXPECT_TRUE(PollUntil([&] { return view.Width() == 260 && view.Height() == 180; }))
         << view.Width() << "x" << view.Height();
-}
 
-TEST_F(EmbeddedWindow, KeysReachTheViewAndTheApplicationsCallbackWhichDisconnectingGivesBack) {
     test::XInput{glfwGetX11Display(), glfwGetX11Window(window)}.Key(XK_a);
     EXPECT_TRUE(PollUntil([&] { return viewKey != 0 && app.keys > 0; }))
         << "view key " << viewKey << ", application keys " << app.keys;
-    EXPECT_EQ(viewKey, 'A');
-    EXPECT_EQ(app.keys, 1);
-    // The window's user pointer stays the application's.
-    EXPECT_EQ(glfwGetWindowUserPointer(window), &app);
-
+    EXPECT_EQ(std::pair(viewKey, app.keys), std::pair(std::uint16_t('A'), 1));
+    EXPECT_EQ(glfwGetWindowUserPointer(window), &app) << "the user pointer stays the application's";
     view.OpenGLDisconnect();
     EXPECT_EQ(glfwSetKeyCallback(window, ApplicationKey), &ApplicationKey);
     EXPECT_FALSE(glfwWindowShouldClose(window));

@@ -19,9 +19,10 @@ struct XInput {
         XSendEvent(display, window, True, mask, &e);
         XFlush(display);
     }
-    void Key(KeySym sym) const {
+    void Key(KeySym sym, unsigned state = 0) const {
         XEvent e{};
         e.xkey.type = KeyPress;
+        e.xkey.state = state;
         e.xkey.keycode = XKeysymToKeycode(display, sym);
         e.xkey.same_screen = True;
         Send(e, KeyPressMask);
