@@ -21,25 +21,22 @@ public:
     int removes = 0;
     void Notification(TComponent* c, TOperation op) override {
         TComponent::Notification(c, op);
-        if (op == opInsert) ++inserts;
-        if (op == opRemove) {
-            ++removes;
-            if (c == target) target = nullptr;
-        }
+        inserts += op == opInsert;
+        removes += op == opRemove;
+        if (op == opRemove && c == target) target = nullptr;
     }
 };
 
 } // namespace
 
-TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfSiblings) {
-    TComponent form(nullptr);
+TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfOthersAcrossOwnersToo) {
+    TComponent form(nullptr), other(nullptr);
     std::vector<Watcher*> deaf;
     for (int i = 0; i < 50; ++i)
         deaf.push_back(new Watcher(&form, false));
     auto* listener = new Watcher(&form);
     auto* a = new TComponent(&form);
-    listener->target = a;
-    deaf[7]->target = a;
+    listener->target = deaf[7]->target = a;
     a->FreeNotification(deaf[7]);
     delete a;
     delete deaf[20]; // a hole in the middle of the owner's list
@@ -47,40 +44,38 @@ TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfSiblings) {
     EXPECT_EQ(std::pair(deaf[7]->inserts, deaf[7]->removes), std::pair(0, 1));
     EXPECT_EQ(listener->target, nullptr);
     EXPECT_EQ(deaf[7]->target, nullptr);
-    for (Watcher* w : deaf) {
-        if (w == deaf[20] || w == deaf[7]) continue;
-        EXPECT_EQ(w->inserts + w->removes, 0);
-    }
-    // Index order survives removals; a listener moved to another owner listens there.
+    int heard = 0;
+    for (Watcher* w : deaf)
+        heard += w == deaf[20] ? 0 : w->inserts + w->removes;
+    EXPECT_EQ(heard, 1) << "deaf[7] alone, of a";
+    // Index order survives removals.
     ASSERT_EQ(form.ComponentCount(), 50);
     EXPECT_EQ(form.Components(20), deaf[21]);
     EXPECT_EQ(form.Components(49), listener);
-    TComponent other(nullptr);
+
+    auto* foreign = new TComponent(&other);
+    deaf[0]->target = foreign;
+    foreign->FreeNotification(deaf[0]);
+    delete foreign;
+    EXPECT_EQ(deaf[0]->target, nullptr);
+    foreign = new TComponent(nullptr);
+    foreign->FreeNotification(deaf[1]);
+    delete deaf[1]; // must unsubscribe, or deleting foreign would call into freed memory (ASan)
+    delete foreign;
+    EXPECT_EQ(form.ComponentCount(), 49);
+    // A listener moved to another owner listens there.
     other.InsertComponent(listener);
     new TComponent(&other);
     new TComponent(&form);
     EXPECT_EQ(listener->inserts, 2);
 }
 
-TEST(TComponentOwnership, FreeNotificationCrossesOwnersAndForgetsAWatcherDestroyedFirst) {
-    TComponent formA(nullptr), formB(nullptr);
-    auto* watcher = new Watcher(&formA);
-    auto* other = new TComponent(&formB);
-    watcher->target = other;
-    other->FreeNotification(watcher);
-    delete other;
-    EXPECT_EQ(watcher->target, nullptr);
-    other = new TComponent(nullptr);
-    other->FreeNotification(watcher);
-    delete watcher; // must unsubscribe, or deleting other would call into freed memory (ASan)
-    delete other;
-    EXPECT_EQ(formA.ComponentCount(), 0);
-}
-
-TEST(TComponentName, ValidationAndUniqueness) {
+TEST(TComponent, NamesAreCheckedAndUniqueIgnoringCaseAndDesigningSpreadsToOwned) {
     TComponent form(nullptr);
     auto* a = new TComponent(&form);
     auto* b = new TComponent(&form);
+    form.SetDesigning(true);
+    EXPECT_TRUE(a->ComponentState().Contains(csDesigning));
     a->SetName("Sphere1");
     for (const char* refused : {"sphere1", "1abc", "a b"})
         EXPECT_THROW(b->SetName(refused), EOrnError) << refused;
@@ -96,21 +91,13 @@ TEST(TComponentName, ValidationAndUniqueness) {
     delete a;
     EXPECT_EQ(form.FindComponent("renamed"), nullptr);
     a = new TComponent(&form);
+    EXPECT_TRUE(a->ComponentState().Contains(csDesigning));
     a->SetName("Renamed");
     EXPECT_EQ(form.FindComponent("RENAMED"), a);
-}
-
-TEST(TComponentState, DesigningSpreadsToOwnedAndLoadedClearsLoading) {
-    TComponent form(nullptr);
-    auto* a = new TComponent(&form);
-    form.SetDesigning(true);
-    EXPECT_TRUE(a->ComponentState().Contains(csDesigning));
-    auto* b = new TComponent(&form);
-    EXPECT_TRUE(b->ComponentState().Contains(csDesigning));
-    b->Loading();
-    EXPECT_TRUE(b->ComponentState().Contains(csLoading));
-    b->Loaded();
-    EXPECT_FALSE(b->ComponentState().Contains(csLoading));
+    a->Loading();
+    EXPECT_TRUE(a->ComponentState().Contains(csLoading));
+    a->Loaded();
+    EXPECT_FALSE(a->ComponentState().Contains(csLoading));
 }
 
 TEST(TComponentPalette, PagesListTheirClassesOnce) {
