@@ -58,7 +58,7 @@ Picture Letters(const TBitmap& bmp) {
 
 } // namespace
 
-TEST(TBitmap, SetSizeKeepsTheSharedPixelsAndScanLinesAreBgrTopRowFirstAndRgbaBottomRowFirstWhenAsked) {
+TEST(TBitmap, SetSizeKeepsSharedPixelsRowsAreBgrTopRowFirstAndEveryCompletedChangeNotifiesOnce) {
     TBitmap bmp;
     EXPECT_TRUE(bmp.Empty());
     bmp.SetSize(4, 3);
@@ -79,7 +79,10 @@ TEST(TBitmap, SetSizeKeepsTheSharedPixelsAndScanLinesAreBgrTopRowFirstAndRgbaBot
     EXPECT_THROW(bmp.ScanLine(2), EOrnError);
     EXPECT_THROW(bmp.ScanLine(-1), EOrnError);
     int changes = 0;
-    bmp.OnChange = [&](TObject*) { ++changes; };
+    bmp.OnChange = [&](TObject* sender) {
+        EXPECT_EQ(sender, &bmp);
+        ++changes;
+    };
     bmp.SetPixel(3, 0, clWhite);
     bmp.SetPixel(0, -1, clWhite);
     EXPECT_EQ(changes, 0);
@@ -101,15 +104,8 @@ TEST(TBitmap, SetSizeKeepsTheSharedPixelsAndScanLinesAreBgrTopRowFirstAndRgbaBot
     bmp.SetPixelFormat(pf24bit);
     EXPECT_EQ(bmp.Pixel(2, 0), RGB(10, 20, 30));
     EXPECT_EQ(bmp.Alpha(1, 0), 255);
-}
-
-TEST(TBitmap, EveryCompletedOperationNotifiesOnceAndAssignCopies) {
-    TBitmap bmp;
-    int changes = 0;
-    bmp.OnChange = [&](TObject* sender) {
-        EXPECT_EQ(sender, &bmp);
-        ++changes;
-    };
+    bmp.SetSize(0, 0);
+    changes = 0;
     TBitmap other(5, 4, pf32bit);
     FillNoise(other, 3);
     const auto file = other.SaveToMemory();
@@ -124,9 +120,9 @@ TEST(TBitmap, EveryCompletedOperationNotifiesOnceAndAssignCopies) {
         {6, [&] { EXPECT_THROW(bmp.LoadFromMemory(file.data(), 10), EOrnError); }}, // refused: no change
         {7, [&] { bmp.Assign(&other); }},
     };
-    for (const auto& [expected, step] : steps) {
-        step();
-        EXPECT_EQ(changes, expected) << "step " << &step - &steps[0].second;
+    for (std::size_t i = 0; i < std::size(steps); ++i) {
+        steps[i].second();
+        EXPECT_EQ(changes, steps[i].first) << "step " << i;
     }
     EXPECT_EQ(std::pair(bmp.PixelFormat(), bmp.ToRGBA()), std::pair(other.PixelFormat(), other.ToRGBA()));
     other.SetPixel(0, 0, clRed);
