@@ -90,6 +90,7 @@ TEST(TBitmap, SetSizeKeepsSharedPixelsRowsAreBgrTopRowFirstAndEveryCompletedChan
     EXPECT_EQ(bmp.Pixel(0, 2), clNone);
 
     bmp.SetPixel(0, 1, RGB(40, 50, 60)); // bottom left
+    EXPECT_EQ(changes, 1);
     EXPECT_EQ(bmp.ToRGBA(true), (Bytes{40, 50, 60, 255, 0, 0, 0, 255, 0,  0,  0,  255,
                                        0,  0,  0,  255, 0, 0, 0, 255, 10, 20, 30, 255}));
     EXPECT_EQ(bmp.ToRGBA(false), (Bytes{0,  0,  0,  255, 0, 0, 0, 255, 10, 20, 30, 255,
