@@ -65,12 +65,23 @@ TEST(TControlParent, RoutesToTheTopmostVisibleEnabledControlWhichHoldsTheMouseUn
     EXPECT_EQ(below.events, (Events{"down 30,35"}));
 }
 
-TEST(TControlParent, EitherSideMayDieFirst) {
+TEST(TControlParent, ChangesRepaintThroughTheParentSizesClampAndEitherSideMayDieFirst) {
     auto parent = std::make_unique<Parent>();
     auto a = std::make_unique<Probe>(nullptr);
     Probe b(nullptr);
     a->SetParent(parent.get());
     b.SetParent(parent.get());
+    const int before = parent->invalidations;
+    b.SetColor(clRed);
+    b.Font().SetHeight(-20);
+    b.SetColor(clRed);
+    EXPECT_EQ(parent->invalidations, before + 2);
+    b.SetBounds(5, 6, -3, 1 << 30);
+    EXPECT_EQ(b.BoundsRect(), Rect(5, 6, 5, 6 + TControl::kMaxControlSize));
+    TBitmap bitmap;
+    b.SetBounds(20, 0, 3, 2);
+    b.PaintTo(bitmap);
+    EXPECT_EQ(std::pair(bitmap.Width(), bitmap.Height()), std::pair(3, 2));
     a->SetBounds(0, 0, 10, 10);
     parent->DispatchMouseDown(mbLeft, {}, 1, 1); // a has focus and capture
     a.reset();
@@ -80,24 +91,6 @@ TEST(TControlParent, EitherSideMayDieFirst) {
     parent.reset();
     EXPECT_EQ(b.Parent(), nullptr);
     b.Invalidate(); // must not reach the dead parent
-}
-
-TEST(TControl, ChangesRepaintThroughTheParentAndSizesClamp) {
-    Parent parent;
-    Probe p(nullptr);
-    p.SetParent(&parent);
-    const int before = parent.invalidations;
-    p.SetColor(clRed);
-    p.Font().SetHeight(-20);
-    EXPECT_EQ(parent.invalidations, before + 2);
-    p.SetColor(clRed);
-    EXPECT_EQ(parent.invalidations, before + 2);
-    p.SetBounds(5, 6, -3, 1 << 30);
-    EXPECT_EQ(p.BoundsRect(), Rect(5, 6, 5, 6 + TControl::kMaxControlSize));
-    TBitmap bitmap;
-    p.SetBounds(0, 0, 3, 2);
-    p.PaintTo(bitmap);
-    EXPECT_EQ(std::pair(bitmap.Width(), bitmap.Height()), std::pair(3, 2));
 }
 
 } // namespace
