@@ -1,4 +1,3 @@
-#include <orn/host/EOrnError.h>
 #include <orn/host/TBitmap.h>
 
 #include "support/Corpora.h"
@@ -206,7 +205,9 @@ TEST(BmpCorpus, GoodFilesLoadAtTheirSizeLikeTheirVariantsAndBadUnsupportedOrTrun
     }
 }
 
-TEST(BmpCodec, Rle8RunsDeltasLiteralsAndSkippedPixelsAndStreamsThatLeaveTheBitmapAreRefused) {
+// Hand-made files for what the corpus alone would catch: RLE8 runs, deltas, literals and skipped pixels,
+// streams that leave the bitmap, bit order, nibble order and bit-field rounding.
+TEST(BmpCodec, HandMadeFilesDecodeExactlyAndStreamsThatLeaveTheBitmapAreRefused) {
     const auto file = Rle8File({
         2, 1,          // bottom row: two red
         0, 2, 1, 1,    // delta to x 3 of the middle row
@@ -233,9 +234,7 @@ TEST(BmpCodec, Rle8RunsDeltasLiteralsAndSkippedPixelsAndStreamsThatLeaveTheBitma
     };
     for (const auto& [stream, reason] : broken)
         EXPECT_NE(Refusal(Rle8File(stream)).find(reason), std::string::npos) << Refusal(Rle8File(stream));
-}
-
-TEST(BmpCodec, PixelsReadLeftmostFromTheHighBitsRle4FromTheHighNibbleAndBitFieldsScaleRounded) {
+    // Pixels read leftmost from the high bits, RLE4 from the high nibble.
     using Indices = std::vector<TColor>;
     EXPECT_EQ(Row(8, 1, 0, {0b10110001, 0, 0, 0}), (Indices{1, 0, 1, 1, 0, 0, 0, 1}));
     EXPECT_EQ(Row(4, 2, 0, {0b00011011, 0, 0, 0}), (Indices{0, 1, 2, 3}));
@@ -244,12 +243,10 @@ TEST(BmpCodec, PixelsReadLeftmostFromTheHighBitsRle4FromTheHighNibbleAndBitField
     EXPECT_EQ(Row(3, 8, 0, {2, 15, 0, 0}), (Indices{2, 15, 0}));
     // 5-6-5: red 16/31, green 32/63, blue 3/31 round to 132, 130, 25 (truncating gives 131, 129, 24).
     constexpr std::uint16_t mid = 16 << 11 | 32 << 5 | 3, full = 0xFFFF;
-    const Bytes pixels = {mid & 0xFF, mid >> 8, full & 0xFF, full >> 8};
-    const Bytes file = BmpFile(2, 1, 16, 3, {}, pixels, {0xF800, 0x07E0, 0x001F});
-    TBitmap bmp;
-    bmp.LoadFromMemory(file.data(), file.size());
-    EXPECT_EQ(bmp.Pixel(0, 0), RGB(132, 130, 25));
-    EXPECT_EQ(bmp.Pixel(1, 0), RGB(255, 255, 255));
-    EXPECT_NE(Refusal(BmpFile(2, 1, 16, 3, {}, pixels, {0xF800, 0xF81F, 0x001F})), "") << "overlapping";
-    EXPECT_NE(Refusal(BmpFile(2, 1, 16, 3, {}, pixels, {0xF800, 0x05E0, 0x001F})), "") << "with a hole";
+    const Bytes fields = {mid & 0xFF, mid >> 8, full & 0xFF, full >> 8};
+    const Bytes fieldFile = BmpFile(2, 1, 16, 3, {}, fields, {0xF800, 0x07E0, 0x001F});
+    bmp.LoadFromMemory(fieldFile.data(), fieldFile.size());
+    EXPECT_EQ(std::pair(bmp.Pixel(0, 0), bmp.Pixel(1, 0)), std::pair(RGB(132, 130, 25), RGB(255, 255, 255)));
+    EXPECT_NE(Refusal(BmpFile(2, 1, 16, 3, {}, fields, {0xF800, 0xF81F, 0x001F})), "") << "overlapping";
+    EXPECT_NE(Refusal(BmpFile(2, 1, 16, 3, {}, fields, {0xF800, 0x05E0, 0x001F})), "") << "with a hole";
 }

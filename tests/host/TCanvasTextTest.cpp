@@ -48,10 +48,8 @@ TEST(TFont, ChangesNotifyOnceAndSizeAndHeightConvertAtNinetySixDpi) {
     font.Assign(&other);
     font.Assign(&other);
     EXPECT_EQ(changes, 4);
-    EXPECT_EQ(font.Name(), "DejaVu Sans");
-    EXPECT_EQ(font.Height(), other.Height());
-    EXPECT_EQ(font.Style(), TFontStyles({fsItalic}));
-    EXPECT_EQ(font.Color(), clBlack);
+    EXPECT_EQ(std::tuple(font.Name(), font.Height(), font.Style(), font.Color()),
+              std::tuple(std::string("DejaVu Sans"), -27, TFontStyles({fsItalic}), clBlack));
     for (auto [size, height] : {std::pair{8, -11}, {9, -12}, {10, -13}, {12, -16}, {72, -96}}) {
         other.SetSize(size);
         EXPECT_EQ(std::pair(other.Size(), other.Height()), std::pair(size, height));
