@@ -24,9 +24,8 @@ TEST(OrnVersionInfo, VersionsLibraryFileVersionsAndTheStatusTextWithEveryFieldIn
     for (auto [file, version] :
          {std::pair{"libGLU.so.1.3.1", "1.3.1"}, {"libEGL.so.1", "1"}, {"swrast_dri.so", ""}})
         EXPECT_EQ(LibraryFileVersion(file), version) << file;
-    TOrnGLStatus s{"V",        "R",        "2.1 Mesa",       "1.3",
-                   "Mesa 1.5", "headless", {"GL_a", "GL_b"}, {40, 1, 0x425, 0, 24, 8, 32, 1, 0},
-                   {}};
+    TOrnGLStatus s{"V", "R", "2.1 Mesa", "1.3", "Mesa 1.5", "headless", {"GL_a", "GL_b"}, {}, {}};
+    s.PixelFormat = {40, 1, 0x425, 0, 24, 8, 32, 1, 0};
     s.Libraries = {{"libGLU.so.1", "/usr/lib/libGLU.so.1.3.1", "1.3.1"},
                    {"swrast_dri.so", "/d/swrast_dri.so", ""}};
     const std::string head = "Vendor: V\nRenderer: R\nVersion: 2.1 Mesa\nGLU: 1.3\n";

@@ -84,11 +84,6 @@ Bytes BmpFile(int width, int height, int bits, int compression, const std::vecto
     return f;
 }
 
-// A 4 x 3 RLE8 file with the palette black, red, green around the given stream.
-Bytes Rle8File(const Bytes& stream) {
-    return BmpFile(4, 3, 8, 1, {0x000000u, 0xFF0000u, 0x00FF00u}, stream);
-}
-
 // The bottom row of a file whose palette entry i reads as the colour 16 i + 1 (red 0, 16, 32, …).
 std::vector<TColor> Row(int width, int bits, int compression, const Bytes& pixels) {
     std::vector<std::uint32_t> palette;
@@ -208,6 +203,10 @@ TEST(BmpCorpus, GoodFilesLoadAtTheirSizeLikeTheirVariantsAndBadUnsupportedOrTrun
 // Hand-made files for what the corpus alone would catch: RLE8 runs, deltas, literals and skipped pixels,
 // streams that leave the bitmap, bit order, nibble order and bit-field rounding.
 TEST(BmpCodec, HandMadeFilesDecodeExactlyAndStreamsThatLeaveTheBitmapAreRefused) {
+    // 4 x 3, the palette black, red, green.
+    auto Rle8File = [](const Bytes& stream) {
+        return BmpFile(4, 3, 8, 1, {0x000000u, 0xFF0000u, 0x00FF00u}, stream);
+    };
     const auto file = Rle8File({
         2, 1,          // bottom row: two red
         0, 2, 1, 1,    // delta to x 3 of the middle row
