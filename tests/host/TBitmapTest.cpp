@@ -125,7 +125,7 @@ TEST(TBitmap, SetSizeKeepsSharedPixelsRowsAreBgrTopRowFirstAndEveryCompletedChan
     EXPECT_EQ(bmp.Width(), 5);
 }
 
-TEST(TBitmapFiles, BmpAndPngRoundTripExactlyAndBrokenPngIsRefused) {
+TEST(TBitmapFiles, BmpAndPngRoundTripExactlyBrokenFilesAreRefusedNamedAndFailedSavesLeaveTheOldFiles) {
     for (TPixelFormat pf : {pf24bit, pf32bit})
         for (const char* ext : {".bmp", ".png", ".PNG"})
             for (int width : {1, 3, 13}) {
@@ -153,9 +153,7 @@ TEST(TBitmapFiles, BmpAndPngRoundTripExactlyAndBrokenPngIsRefused) {
     EXPECT_THROW(back.LoadPngFromMemory(png.data(), png.size()), EOrnError);
     const std::string text = "not a png at all";
     EXPECT_THROW(back.LoadPngFromMemory(text.data(), text.size()), EOrnError);
-}
-
-TEST(TBitmapFiles, ErrorsNameTheFileAndTheFaultAndFailedSavesLeaveThePreviousFiles) {
+    // Errors name the file and the fault.
     TBitmap bmp(2, 2);
     const std::string gif = ErrorText([&] { bmp.SaveToFile("picture.gif"); });
     for (const char* part : {"picture.gif", "unsupported format"})

@@ -60,42 +60,6 @@ TEST(TFont, ChangesNotifyOnceAndSizeAndHeightConvertAtNinetySixDpi) {
     EXPECT_EQ(other.Height(), TFont::kMaxHeight);
 }
 
-TEST(TCanvasText, ExtentGrowsWithSizeAndBoldAndFontsAreFoundByNameOrFile) {
-    TBitmap bmp(4, 4);
-    TCanvas& c = bmp.Canvas();
-    TSize previous{0, 0};
-    for (int size : {6, 12, 36}) {
-        c.Font().SetSize(size);
-        const TSize extent = c.TextExtent(kSample);
-        EXPECT_TRUE(extent.cx > previous.cx && extent.cy > previous.cy) << size;
-        EXPECT_EQ(std::pair(extent.cx, extent.cy), std::pair(c.TextWidth(kSample), c.TextHeight(kSample)));
-        previous = extent;
-    }
-    for (int cell : {12, 45}) { // a positive height asks for the cell height itself
-        c.Font().SetHeight(cell);
-        EXPECT_NEAR(c.TextHeight("x"), cell, 1) << cell;
-    }
-    EXPECT_EQ(c.TextWidth(""), 0);
-    EXPECT_GT(c.TextHeight(""), 0);
-    c.Font().SetSize(14);
-    const int regular = c.TextWidth(kSample);
-    c.Font().SetStyle({fsBold});
-    EXPECT_GT(c.TextWidth(kSample), regular);
-    c.Font().SetStyle({});
-    c.Font().SetName("No Such Font Family 42");
-    EXPECT_EQ(c.TextWidth(kSample), regular);
-    c.Font().SetName("DejaVu Sans Mono");
-    EXPECT_EQ(c.TextWidth("iiii"), c.TextWidth("WWWW"));
-    c.Font().SetName("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"); // a file: the same face
-    EXPECT_EQ(c.TextWidth(kSample), regular);
-    const auto path =
-        std::filesystem::temp_directory_path() / ("orn_bad_font_" + std::to_string(::getpid()) + ".ttf");
-    std::ofstream(path) << "this is not a font";
-    c.Font().SetName(path.string());
-    EXPECT_NE(orn::test::ErrorText([&] { c.TextWidth("x"); }).find(path.string()), std::string::npos);
-    std::filesystem::remove(path);
-}
-
 TEST(TCanvasText, InkStaysInsideTheExtentAndMissingGlyphsAndBadUtf8StillDraw) {
     const std::pair<std::string, TFontStyles> cases[] = {{kSample, {}},
                                                          {kSample, {fsItalic}},
@@ -119,8 +83,7 @@ TEST(TCanvasText, InkStaysInsideTheExtentAndMissingGlyphsAndBadUtf8StillDraw) {
     }
 }
 
-TEST(TCanvasText,
-     SolidBrushFillsTheCellClearBrushKeepsTheBackgroundFullCoverageGivesTheFontColourAndTextClips) {
+TEST(TCanvasText, BrushesFillOrKeepTheCellInkTakesTheFontColourTextClipsAndExtentsFollowTheFont) {
     TBitmap bmp(200, 60, pf32bit);
     int changes = 0;
     bmp.OnChange = [&](TObject*) { ++changes; };
@@ -159,6 +122,38 @@ TEST(TCanvasText,
     c.TextOut(-15, -2, "Clipped text"); // (0, 0) and (199, 59) lie above the letters
     c.TextOut(195, 55, "Clipped text");
     EXPECT_EQ(std::pair(bmp.Pixel(0, 0), bmp.Pixel(199, 59)), std::pair(clRed, clRed));
+    // Extents grow with the size and bold; fonts are found by name or file.
+    TSize previous{0, 0};
+    for (int size : {6, 12, 36}) {
+        c.Font().SetSize(size);
+        const TSize extent = c.TextExtent(kSample);
+        EXPECT_TRUE(extent.cx > previous.cx && extent.cy > previous.cy) << size;
+        EXPECT_EQ(std::pair(extent.cx, extent.cy), std::pair(c.TextWidth(kSample), c.TextHeight(kSample)));
+        previous = extent;
+    }
+    for (int cell : {12, 45}) { // a positive height asks for the cell height itself
+        c.Font().SetHeight(cell);
+        EXPECT_NEAR(c.TextHeight("x"), cell, 1) << cell;
+    }
+    EXPECT_EQ(c.TextWidth(""), 0);
+    EXPECT_GT(c.TextHeight(""), 0);
+    c.Font().SetSize(14);
+    const int regular = c.TextWidth(kSample);
+    c.Font().SetStyle({fsBold});
+    EXPECT_GT(c.TextWidth(kSample), regular);
+    c.Font().SetStyle({});
+    c.Font().SetName("No Such Font Family 42");
+    EXPECT_EQ(c.TextWidth(kSample), regular);
+    c.Font().SetName("DejaVu Sans Mono");
+    EXPECT_EQ(c.TextWidth("iiii"), c.TextWidth("WWWW"));
+    c.Font().SetName("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"); // a file: the same face
+    EXPECT_EQ(c.TextWidth(kSample), regular);
+    const auto path =
+        std::filesystem::temp_directory_path() / ("orn_bad_font_" + std::to_string(::getpid()) + ".ttf");
+    std::ofstream(path) << "this is not a font";
+    c.Font().SetName(path.string());
+    EXPECT_NE(orn::test::ErrorText([&] { c.TextWidth("x"); }).find(path.string()), std::string::npos);
+    std::filesystem::remove(path);
 }
 
 TEST(TCanvasText, MalformedUtf8BecomesReplacementCharacters) {

@@ -67,7 +67,7 @@ TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfOthersAcrossOwnersTo
               (Heard{{opInsert, a}, {opRemove, a}, {opRemove, hole}, {opRemove, second}, {opInsert, there}}));
 }
 
-TEST(TComponent, NamesAreCheckedAndUniqueIgnoringCaseAndDesigningSpreadsToOwned) {
+TEST(TComponent, NamesAreCheckedAndUniqueIgnoringCaseDesigningSpreadsToOwnedAndPalettesListClassesOnce) {
     TComponent form(nullptr);
     auto* a = new TComponent(&form);
     auto* b = new TComponent(&form);
@@ -95,15 +95,11 @@ TEST(TComponent, NamesAreCheckedAndUniqueIgnoringCaseAndDesigningSpreadsToOwned)
     EXPECT_TRUE(a->ComponentState().Contains(csLoading));
     a->Loaded();
     EXPECT_FALSE(a->ComponentState().Contains(csLoading));
-}
-
-TEST(TComponentPalette, PagesListTheirClassesOnce) {
+    // Palette pages list their classes once.
     RegisterComponents("Test Page", {ClassOf<TComponent>(), ClassOf<TComponent>()});
     auto classes = GetPaletteClasses("Test Page");
     ASSERT_EQ(classes.size(), 1u);
     EXPECT_STREQ(classes[0]->Name, "TComponent");
-    TComponent owner(nullptr);
-    TComponent* made = classes[0]->Create(&owner);
-    EXPECT_EQ(made->Owner(), &owner);
+    EXPECT_EQ(classes[0]->Create(&form)->Owner(), &form);
     EXPECT_TRUE(GetPaletteClasses("No Such Page").empty());
 }
