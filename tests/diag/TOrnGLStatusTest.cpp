@@ -15,7 +15,7 @@
 namespace orn {
 namespace {
 
-TEST(OrnVersionInfo, VersionsAndLibraryFileVersions) {
+TEST(OrnVersionInfo, VersionsLibraryFileVersionsAndTheStatusTextWithEveryFieldInItsPlace) {
     EXPECT_EQ(OrnVersion(), ORN_VERSION_STRING);
     EXPECT_EQ(OrnVersion(), std::to_string(OrnVersionMajor()) + "." + std::to_string(OrnVersionMinor()) +
                                 "." + std::to_string(OrnVersionPatch()));
@@ -24,12 +24,8 @@ TEST(OrnVersionInfo, VersionsAndLibraryFileVersions) {
     for (auto [file, version] :
          {std::pair{"libGLU.so.1.3.1", "1.3.1"}, {"libEGL.so.1", "1"}, {"swrast_dri.so", ""}})
         EXPECT_EQ(LibraryFileVersion(file), version) << file;
-}
-
-TEST(FormatGLStatus, WritesEveryFieldInItsPlace) {
-    TOrnGLStatus s{"V",        "R",        "2.1 Mesa",       "1.3",
-                   "Mesa 1.5", "headless", {"GL_a", "GL_b"}, {40, 1, 0x425, 0, 24, 8, 32, 1, 0},
-                   {}};
+    TOrnGLStatus s{"V", "R", "2.1 Mesa", "1.3", "Mesa 1.5", "headless", {"GL_a", "GL_b"}, {}, {}};
+    s.PixelFormat = {40, 1, 0x425, 0, 24, 8, 32, 1, 0};
     s.Libraries = {{"libGLU.so.1", "/usr/lib/libGLU.so.1.3.1", "1.3.1"},
                    {"swrast_dri.so", "/d/swrast_dri.so", ""}};
     const std::string head = "Vendor: V\nRenderer: R\nVersion: 2.1 Mesa\nGLU: 1.3\n";
@@ -69,7 +65,6 @@ TEST_F(GLStatusTest, ReportsTheDriverThePixelFormatAndTheLibrariesAndTheAboutBox
             return f.Name.starts_with(prefix) && f.Path.starts_with("/");
         })) << prefix;
     EXPECT_FALSE(view.GetCurrent());
-
     box.LoadFromView(view);
     EXPECT_EQ(box.Text(), text + "GL vendor: " + s.Vendor + "\nGL renderer: " + s.Renderer +
                               "\nGL version: " + s.Version + "\n");

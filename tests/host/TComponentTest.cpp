@@ -10,77 +10,69 @@ using namespace orn;
 
 namespace {
 
-// Keeps a raw reference to another component and clears it when told of its removal.
+using Heard = std::vector<std::pair<TOperation, TComponent*>>;
+
+// Logs what it is told of.
 class Watcher : public TComponent {
 public:
     explicit Watcher(TComponent* owner, bool listening = true) : TComponent(owner) {
         SetListening(listening);
     }
-    TComponent* target = nullptr;
-    int inserts = 0;
-    int removes = 0;
+    Heard heard;
     void Notification(TComponent* c, TOperation op) override {
         TComponent::Notification(c, op);
-        if (op == opInsert) ++inserts;
-        if (op == opRemove) {
-            ++removes;
-            if (c == target) target = nullptr;
-        }
+        heard.emplace_back(op, c);
     }
 };
 
 } // namespace
 
-TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfSiblings) {
-    TComponent form(nullptr);
+TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfOthersAcrossOwnersToo) {
+    TComponent form(nullptr), other(nullptr);
     std::vector<Watcher*> deaf;
     for (int i = 0; i < 50; ++i)
         deaf.push_back(new Watcher(&form, false));
     auto* listener = new Watcher(&form);
     auto* a = new TComponent(&form);
-    listener->target = a;
-    deaf[7]->target = a;
     a->FreeNotification(deaf[7]);
     delete a;
+    TComponent* hole = deaf[20];
     delete deaf[20]; // a hole in the middle of the owner's list
-    EXPECT_EQ(std::pair(listener->inserts, listener->removes), std::pair(1, 2));
-    EXPECT_EQ(std::pair(deaf[7]->inserts, deaf[7]->removes), std::pair(0, 1));
-    EXPECT_EQ(listener->target, nullptr);
-    EXPECT_EQ(deaf[7]->target, nullptr);
-    for (Watcher* w : deaf) {
-        if (w == deaf[20] || w == deaf[7]) continue;
-        EXPECT_EQ(w->inserts + w->removes, 0);
-    }
-    // Index order survives removals; a listener moved to another owner listens there.
+    EXPECT_EQ(listener->heard, (Heard{{opInsert, a}, {opRemove, a}, {opRemove, hole}}));
+    EXPECT_EQ(deaf[7]->heard, (Heard{{opRemove, a}}));
+    std::size_t heard = 0;
+    for (Watcher* w : deaf)
+        heard += w == hole ? 0 : w->heard.size();
+    EXPECT_EQ(heard, 1u) << "deaf[7] alone, of a";
+    // Index order survives removals.
     ASSERT_EQ(form.ComponentCount(), 50);
     EXPECT_EQ(form.Components(20), deaf[21]);
     EXPECT_EQ(form.Components(49), listener);
-    TComponent other(nullptr);
+
+    auto* foreign = new TComponent(&other);
+    foreign->FreeNotification(deaf[0]);
+    delete foreign;
+    EXPECT_EQ(deaf[0]->heard, (Heard{{opRemove, foreign}}));
+    foreign = new TComponent(nullptr);
+    foreign->FreeNotification(deaf[1]);
+    TComponent* second = deaf[1];
+    delete deaf[1]; // must unsubscribe, or deleting foreign would call into freed memory (ASan)
+    delete foreign;
+    EXPECT_EQ(form.ComponentCount(), 49);
+    // A listener moved to another owner listens there, and never hears of itself.
     other.InsertComponent(listener);
-    new TComponent(&other);
+    auto* there = new TComponent(&other);
     new TComponent(&form);
-    EXPECT_EQ(listener->inserts, 2);
+    EXPECT_EQ(listener->heard,
+              (Heard{{opInsert, a}, {opRemove, a}, {opRemove, hole}, {opRemove, second}, {opInsert, there}}));
 }
 
-TEST(TComponentOwnership, FreeNotificationCrossesOwnersAndForgetsAWatcherDestroyedFirst) {
-    TComponent formA(nullptr), formB(nullptr);
-    auto* watcher = new Watcher(&formA);
-    auto* other = new TComponent(&formB);
-    watcher->target = other;
-    other->FreeNotification(watcher);
-    delete other;
-    EXPECT_EQ(watcher->target, nullptr);
-    other = new TComponent(nullptr);
-    other->FreeNotification(watcher);
-    delete watcher; // must unsubscribe, or deleting other would call into freed memory (ASan)
-    delete other;
-    EXPECT_EQ(formA.ComponentCount(), 0);
-}
-
-TEST(TComponentName, ValidationAndUniqueness) {
+TEST(TComponent, NamesAreCheckedAndUniqueIgnoringCaseDesigningSpreadsToOwnedAndPalettesListClassesOnce) {
     TComponent form(nullptr);
     auto* a = new TComponent(&form);
     auto* b = new TComponent(&form);
+    form.SetDesigning(true);
+    EXPECT_TRUE(a->ComponentState().Contains(csDesigning));
     a->SetName("Sphere1");
     for (const char* refused : {"sphere1", "1abc", "a b"})
         EXPECT_THROW(b->SetName(refused), EOrnError) << refused;
@@ -96,30 +88,18 @@ TEST(TComponentName, ValidationAndUniqueness) {
     delete a;
     EXPECT_EQ(form.FindComponent("renamed"), nullptr);
     a = new TComponent(&form);
+    EXPECT_TRUE(a->ComponentState().Contains(csDesigning));
     a->SetName("Renamed");
     EXPECT_EQ(form.FindComponent("RENAMED"), a);
-}
-
-TEST(TComponentState, DesigningSpreadsToOwnedAndLoadedClearsLoading) {
-    TComponent form(nullptr);
-    auto* a = new TComponent(&form);
-    form.SetDesigning(true);
-    EXPECT_TRUE(a->ComponentState().Contains(csDesigning));
-    auto* b = new TComponent(&form);
-    EXPECT_TRUE(b->ComponentState().Contains(csDesigning));
-    b->Loading();
-    EXPECT_TRUE(b->ComponentState().Contains(csLoading));
-    b->Loaded();
-    EXPECT_FALSE(b->ComponentState().Contains(csLoading));
-}
-
-TEST(TComponentPalette, PagesListTheirClassesOnce) {
+    a->Loading();
+    EXPECT_TRUE(a->ComponentState().Contains(csLoading));
+    a->Loaded();
+    EXPECT_FALSE(a->ComponentState().Contains(csLoading));
+    // Palette pages list their classes once.
     RegisterComponents("Test Page", {ClassOf<TComponent>(), ClassOf<TComponent>()});
     auto classes = GetPaletteClasses("Test Page");
     ASSERT_EQ(classes.size(), 1u);
     EXPECT_STREQ(classes[0]->Name, "TComponent");
-    TComponent owner(nullptr);
-    TComponent* made = classes[0]->Create(&owner);
-    EXPECT_EQ(made->Owner(), &owner);
+    EXPECT_EQ(classes[0]->Create(&form)->Owner(), &form);
     EXPECT_TRUE(GetPaletteClasses("No Such Page").empty());
 }
