@@ -377,6 +377,11 @@ TEST(TOrnDXFImport, BinaryFileReadsLikeText) {
     // Cut anywhere, it still reads what is whole and says what is not.
     for (std::size_t n = 22; n < b.size(); n += 5)
         Imported(b.substr(0, n));
+    TOrnNode unowned(nullptr); // owns what is imported into it: nothing is left without an owner
+    TOrnDXFImport importer(nullptr);
+    importer.SetNode(&unowned);
+    importer.LoadFromBuffer(b.data(), b.size());
+    EXPECT_GT(unowned.ComponentCount(), 0);
 }
 
 TEST(TOrnDXFImport, FaceDiagonalsAndInvisibleEdgesStayOutOfOutlines) {

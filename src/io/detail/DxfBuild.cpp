@@ -97,8 +97,10 @@ void MakeMesh(const Coords& coords, std::size_t first, std::size_t count, const 
 
 class Builder {
 public:
+    // A node nobody owns owns what is imported into it, as a loaded scene's node does.
     Builder(Model& model, TOrnDXFReport& report, TOrnNode& target)
-        : fModel(model), fReport(report), fOwner(target.Owner()), fTarget(target) {}
+        : fModel(model), fReport(report), fOwner(target.Owner() ? target.Owner() : &target), fTarget(target) {
+    }
 
     void Run(double scale) {
         Box box;
