@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds Orn and runs every test: the unit binary once in shuffled order, then through CTest
-# everything else (GL-call and pixel tests live in the unit binary; the orn command, the window
+# everything else (GL state and pixel tests live in the unit binary; the orn command, the window
 # tests under Xvfb, the install test). Tests that need the outside corpora skip where those are
 # absent; the count is printed.
 set -euo pipefail
