@@ -25,64 +25,56 @@ TSize Extent(const std::string& text, const TFont& font) {
     return bitmap.Canvas().TextExtent(text);
 }
 
-struct Form {
-    TComponent form{nullptr};
-    TOrnLabel* label = new TOrnLabel(&form);
-};
-
 } // namespace
 
 TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetAndItsAlphaTheFontsOrTheColours) {
-    Form f;
-    EXPECT_EQ(f.label->LabelTexture()->Owner(), f.label);
+    TComponent form(nullptr);
+    auto* label = new TOrnLabel(&form);
+    EXPECT_EQ(label->LabelTexture()->Owner(), label);
+    TBitmap& bitmap = *label->LabelTexture()->Bitmap();
     for (int height : {-11, 16, 32}) { // positive: cells of exactly a power of two
-        f.label->Font()->SetHeight(height);
-        f.label->SetCaption("Label " + std::to_string(height));
-        const TSize extent = Extent(f.label->Caption(), *f.label->Font());
-        EXPECT_EQ((TSize{f.label->Width(), f.label->Height()}), extent);
-        f.label->Init();
-        const TBitmap& bitmap = *f.label->LabelTexture()->Bitmap();
+        label->Font()->SetHeight(height);
+        label->SetCaption("Label " + std::to_string(height));
+        const TSize extent = Extent(label->Caption(), *label->Font());
+        EXPECT_EQ((TSize{label->Width(), label->Height()}), extent);
+        label->Init();
         for (auto [side, text] : {std::pair{bitmap.Width(), extent.cx}, {bitmap.Height(), extent.cy}})
             EXPECT_TRUE((side & (side - 1)) == 0 && side > text && side <= 2 * text)
                 << height << ": " << side;
-        EXPECT_TRUE(f.label->LabelTexture()->Valid());
+        EXPECT_TRUE(label->LabelTexture()->Valid());
     }
     for (auto [caption, width] : {std::pair{std::string(), 2}, {std::string(5000, 'W'), 4096}}) {
-        f.label->SetCaption(caption);
-        f.label->Init();
-        EXPECT_EQ(f.label->LabelTexture()->Bitmap()->Width(), width);
-        EXPECT_TRUE(f.label->LabelTexture()->Valid());
+        label->SetCaption(caption);
+        label->Init();
+        EXPECT_EQ(std::pair(bitmap.Width(), label->LabelTexture()->Valid()), std::pair(width, true));
     }
-    f.label->SetSize(0, 300);
-    f.label->SetSize(1, 40);
-    f.label->SetSize(2, 99);                              // no third size
-    TBitmap& bitmap = *f.label->LabelTexture()->Bitmap(); // the bitmap follows
-    EXPECT_EQ((std::vector<int>{f.label->Width(), f.label->Height(), bitmap.Width(), bitmap.Height()}),
+    label->SetSize(0, 300);
+    label->SetSize(1, 40);
+    label->SetSize(2, 99); // no third size; the bitmap follows
+    EXPECT_EQ((std::vector<int>{label->Width(), label->Height(), bitmap.Width(), bitmap.Height()}),
               (std::vector<int>{300, 40, 300, 40}));
-    f.label->SetCaption("TOrnLabel");
-    f.label->Font()->SetHeight(-11);
-    f.label->Font()->SetStyle({fsBold}); // a font change goes back to the text's extent
-    const TSize extent = Extent("TOrnLabel", *f.label->Font());
-    EXPECT_EQ((TSize{f.label->Width(), f.label->Height()}), extent);
+    label->SetCaption("TOrnLabel");
+    label->Font()->SetHeight(-11);
+    label->Font()->SetStyle({fsBold}); // a font change goes back to the text's extent
+    const TSize extent = Extent("TOrnLabel", *label->Font());
+    EXPECT_EQ((TSize{label->Width(), label->Height()}), extent);
     EXPECT_GT(extent.cx, Extent("TOrnLabel", TFont()).cx);
-    f.label->SetFont(nullptr); // ignored
-    EXPECT_EQ(f.label->Width(), extent.cx);
-
+    label->SetFont(nullptr); // ignored
+    EXPECT_EQ(label->Width(), extent.cx);
     // Text pixels take the font's alpha, the background the colour's.
-    f.label->Font()->SetHeight(-40); // stems several pixels wide, so some pixels are wholly text
-    f.label->Font()->SetColor(clRed);
-    f.label->Font()->SetAlpha(0.5f);
-    f.label->Color()->SetAlpha(0.25f);
-    f.label->SetCaption("IIII");
-    f.label->Init();
-    const TOrnTexture& texture = *f.label->LabelTexture();
+    label->Font()->SetHeight(-40); // stems several pixels wide, so some pixels are wholly text
+    label->Font()->SetColor(clRed);
+    label->Font()->SetAlpha(0.5f);
+    label->Color()->SetAlpha(0.25f);
+    label->SetCaption("IIII");
+    label->Init();
     const int w = bitmap.Width(), h = bitmap.Height();
     int text = 0;
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             const bool isText = bitmap.Canvas().Pixels(x, y) == clRed;
             text += isText;
-            EXPECT_EQ(texture.Pixels()[(static_cast<std::size_t>(h - 1 - y) * w + x) * 4 + 3],
+            EXPECT_EQ(label->LabelTexture()->Pixels()[(static_cast<std::size_t>(h - 1 - y) * w + x) * 4 + 3],
                       isText ? 128 : 64)
                 << "rows run bottom-up";
         }
@@ -92,33 +84,31 @@ TEST(TOrnLabel, TheBitmapIsThePowerOfTwoAboveTheTextExtentOrTheSizeSetAndItsAlph
 }
 
 TEST(TOrnLabel, EveryChangeOfWhatItShowsAsksForANewBitmapButInDesignOrWithoutItsTextureItDrawsNothing) {
-    Form f;
-    const std::vector<std::function<void()>> changes = {
-        [&] { f.label->SetCaption("x"); },          [&] { f.label->Font()->SetColor(clBlue); },
-        [&] { f.label->Color()->SetColor(clRed); }, [&] { f.label->Color()->SetAlpha(0.5f); },
-        [&] { f.label->SetSize(0, 10); },           [&] { f.label->SetSize(1, 10); },
-        [&] { f.label->Font()->SetAlpha(0.5f); }};
-    for (std::size_t i = 0; i < changes.size(); ++i) {
-        f.label->Init();
-        changes[i]();
-        EXPECT_FALSE(f.label->Initialized()) << i;
-    }
     TComponent form(nullptr);
-    form.SetDesigning(true);
     auto* label = new TOrnLabel(&form);
-    label->SetSize(0, 100);
-    EXPECT_TRUE(label->LabelTexture()->Bitmap()->Empty());
-    EXPECT_EQ(label->Width(), 100);
+    int i = 0;
+    for (const std::function<void()>& change : std::vector<std::function<void()>>{
+             [&] { label->SetCaption("x"); }, [&] { label->Font()->SetColor(clBlue); },
+             [&] { label->Color()->SetColor(clRed); }, [&] { label->Color()->SetAlpha(0.5f); },
+             [&] { label->SetSize(0, 10); }, [&] { label->SetSize(1, 10); },
+             [&] { label->Font()->SetAlpha(0.5f); }}) {
+        label->Init();
+        change();
+        EXPECT_FALSE(label->Initialized()) << "change " << i++;
+    }
+    TComponent designing(nullptr);
+    designing.SetDesigning(true);
+    auto* shown = new TOrnLabel(&designing);
+    shown->SetSize(0, 100);
+    EXPECT_TRUE(shown->LabelTexture()->Bitmap()->Empty() && shown->Width() == 100);
+    shown->Init();
+    EXPECT_TRUE(!shown->Initialized() && shown->LabelTexture()->Pixels().empty());
+    delete label->LabelTexture();
+    EXPECT_EQ(label->LabelTexture(), nullptr);
+    label->SetCaption("still here");
+    label->SetSize(0, 20);
     label->Init();
     EXPECT_FALSE(label->Initialized());
-    EXPECT_TRUE(label->LabelTexture()->Pixels().empty());
-
-    delete f.label->LabelTexture();
-    EXPECT_EQ(f.label->LabelTexture(), nullptr);
-    f.label->SetCaption("still here");
-    f.label->SetSize(0, 20);
-    f.label->Init();
-    EXPECT_FALSE(f.label->Initialized());
 }
 
 namespace {
@@ -159,10 +149,9 @@ protected:
         Ink ink;
         for (int y = 0; y < image.height; ++y)
             for (int x = 0; x < image.width; ++x)
-                if (!orn::test::SameColor(Top(image, x, y), kBlue, 0)) {
+                if (Top(image, x, y) != kBlue)
                     ink = {std::min(ink.Left, x), std::min(ink.Top, y), std::max(ink.Right, x),
                            std::max(ink.Bottom, y), ink.Count + 1};
-                }
         return ink;
     }
     // The cell at the projected origin against the bitmap: glyph pixels drawn as drawn, the rest the
@@ -175,8 +164,7 @@ protected:
             for (int i = 0; i < label->Width(); ++i) {
                 const bool isText = canvas.Pixels(i, j) == glyph;
                 text += isText;
-                EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + i, at.Y + j), isText ? drawn : kBlue, 0))
-                    << i << ", " << j;
+                EXPECT_EQ(Top(image, at.X + i, at.Y + j), isText ? drawn : kBlue) << i << ", " << j;
             }
         return text;
     }
@@ -198,8 +186,8 @@ protected:
 TEST_F(TOrnLabelPixels, ANewLabelShowsItsClassNameOneToOneOnATransparentBackgroundInBitmapsToo) {
     Image image = Draw();
     EXPECT_EQ(stackBefore, stackAfter);
-    ASSERT_EQ(label->LabelTexture()->Bitmap()->Width(), 64);
-    ASSERT_EQ(label->LabelTexture()->Bitmap()->Height(), 16);
+    ASSERT_EQ(std::pair(label->LabelTexture()->Bitmap()->Width(), label->LabelTexture()->Bitmap()->Height()),
+              std::pair(64, 16));
     const int text = ExpectCell(image, clBlack, {0, 0, 0, 255});
     EXPECT_GT(text, 20);                   // the pixels that glyphs cover wholly
     EXPECT_EQ(FindInk(image).Count, text); // and nothing outside the cell
@@ -211,7 +199,6 @@ TEST_F(TOrnLabelPixels, ANewLabelShowsItsClassNameOneToOneOnATransparentBackgrou
         for (int x = 0; x < 256; ++x)
             inBitmap += bitmap->Canvas().Pixels(x, y) != clBlue;
     EXPECT_EQ(inBitmap, text);
-
     // A black background stays invisible (drawn one step off black); an opaque one shows its colour.
     label->Color()->SetColor(clBlack);
     label->Font()->SetColor(clWhite);
@@ -223,9 +210,8 @@ TEST_F(TOrnLabelPixels, ANewLabelShowsItsClassNameOneToOneOnATransparentBackgrou
     image = Draw();
     // The last row and column of the rectangle lie below and right of the glyphs: one step off red.
     const TPoint at = Projected({0, 0, 0});
-    EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() - 1, at.Y + label->Height() - 1),
-                                     {254, 0, 0, 255}, 0));
-    EXPECT_TRUE(orn::test::ColorNear(Top(image, at.X + label->Width() + 1, at.Y), kBlue, 0));
+    EXPECT_EQ(Top(image, at.X + label->Width() - 1, at.Y + label->Height() - 1), (Rgba{254, 0, 0, 255}));
+    EXPECT_EQ(Top(image, at.X + label->Width() + 1, at.Y), kBlue);
 }
 
 TEST_F(TOrnLabelPixels, ALabelFollowsItsPointAndShiftsByPixelsWhateverTheCamera) {
@@ -245,15 +231,12 @@ TEST_F(TOrnLabelPixels, ALabelFollowsItsPointAndShiftsByPixelsWhateverTheCamera)
                     ink.Bottom <= at.Y + label->Height());
         EXPECT_NE(ink.Left, previous);
         previous = ink.Left;
-        label->SetShiftX(10);
-        const Ink right = FindInk(Draw());
+        label->SetShiftX(10); // right and down by different amounts, so that swapped shifts show
+        label->SetShiftY(6);
+        const Ink shifted = FindInk(Draw());
         label->SetShiftX(0);
-        label->SetShiftY(10);
-        const Ink down = FindInk(Draw());
         label->SetShiftY(0);
-        EXPECT_EQ(std::vector<int>({right.Left, right.Right, right.Top, right.Count}),
-                  std::vector<int>({ink.Left + 10, ink.Right + 10, ink.Top, ink.Count}));
-        EXPECT_EQ(std::vector<int>({down.Left, down.Top, down.Bottom}),
-                  std::vector<int>({ink.Left, ink.Top + 10, ink.Bottom + 10}));
+        EXPECT_EQ(std::vector<int>({shifted.Left, shifted.Right, shifted.Top, shifted.Bottom, shifted.Count}),
+                  std::vector<int>({ink.Left + 10, ink.Right + 10, ink.Top + 6, ink.Bottom + 6, ink.Count}));
     }
 }
