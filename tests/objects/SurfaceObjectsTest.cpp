@@ -22,7 +22,6 @@
 #include <unistd.h>
 #include <vector>
 
-// Surfaces built from functions, profiles, paths and height grids.
 using namespace orn;
 using orn::test::At;
 using orn::test::ExpectNear;
@@ -101,7 +100,7 @@ struct PointSetFixture : Fresh<TOrnPointSet> {
 
 } // namespace
 
-TEST_F(FuncFixture, DefaultGridIsTenQuadStripsOf22WithNormalsFromTheFunctions) {
+TEST_F(FuncFixture, DefaultGridIsTenQuadStripsOf22WithNormalsFromTheFunctionsAndATextureRunningBackwards) {
     Plane();
     obj->Init();
     ASSERT_EQ(std::pair(obj->Points()->Count(), obj->PrimitiveCount()), std::pair(121, 10));
@@ -123,9 +122,48 @@ TEST_F(FuncFixture, DefaultGridIsTenQuadStripsOf22WithNormalsFromTheFunctions) {
     obj->Init();
     EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 31 * 11 + 30);
     ExpectNear(pos(30 * 11 + 10), {1, 3, 0});
+    obj->SetOverDraw(1);
+    TOrnTextureFlags& f = *obj->TextureFlags();
+    f.SetScaleX(2);
+    f.SetShiftX(0.5);
+    f.SetScaleY(0.5);
+    f.SetShiftY(1);
+    obj->SetTextured(true);
+    obj->Init();
+    // (a / ScaleX − ShiftX, b / ScaleY − ShiftY) with a = (S − j) / S, b = (i + 1) / Stacks.
+    ExpectNear(tex(0), {1.0 / 2 - 0.5, 0.1 / 0.5 - 1, 0});
+    ExpectNear(tex(10 * 11 + 10), {0.0 / 2 - 0.5, 1.1 / 0.5 - 1, 0});
+    ExpectNear(tex(4 * 11 + 3), {0.7 / 2 - 0.5, 0.5 / 0.5 - 1, 0});
+    f.SetMode(txLinearXY); // s = x × ScaleX + ShiftX, t = y × ScaleY + ShiftY
+    f.SetScaleX(3);
+    obj->Init();
+    ExpectNear(tex(2 * 11 + 5), {0.5 * 3 + 0.5, 0.2 * 0.5 + 1, 0});
+    EXPECT_EQ(obj->TextureIt({1, 2, 3}, 0.5, 0.5), (TOrnMathVector{0, 0, 0}));
 }
 
-TEST_F(FuncFixture, RowsChainFromTheirOwnStartAndEmptyOneRowAndHugeGridsAreSafe) {
+TEST_F(FuncFixture, CalcNormalCallsTheNeighboursRowsChainAndEmptyOneRowAndHugeGridsAreSafe) {
+    std::vector<std::pair<TOrnMathVector, double>> calls;
+    obj->SetOnCalc(1, [&](const TOrnMathVector& v, double t) {
+        calls.emplace_back(v, t);
+        return TOrnMathVector{v.x, v.y + t, v.z};
+    });
+    obj->CalcNormal(3, 10, 2, 10);  // the row function starts from (0, 0, 1) and is chained
+    obj->CalcNormal(10, 10, 2, 10); // the last row falls back to rows R − 2 and R − 1
+    EXPECT_EQ(calls, (std::vector<std::pair<TOrnMathVector, double>>{
+                         {{0, 0, 1}, 0.3}, {{0, 0.3, 1}, 0.4}, {{0, 0, 1}, 0.8}, {{0, 0.8, 1}, 0.9}}));
+    Record(); // a single-row band and the last column look backwards
+    obj->SetStacks(1);
+    obj->CalcNormal(0, 1, 10, 10);
+    EXPECT_EQ(std::pair(rows, cols), std::pair(Ds{-1, 0}, Ds{1.0, 0.9, 1.0}));
+    // Connected, the indices wrap round; in y only, the rows stay open.
+    for (auto [mode, rowsThen] : {std::pair{cmConnectBoth, Ds{0.9, 0.0}}, {cmConnectY, Ds{0.8, 0.9}}}) {
+        rows.clear();
+        cols.clear();
+        obj->SetConnectMode(mode);
+        obj->CalcNormal(9, 10, 9, 10);
+        EXPECT_EQ(std::pair(rows, cols), std::pair(rowsThen, Ds{0.0, 0.9, 0.0})) << mode;
+    }
+    obj->SetConnectMode(cmConnectNone);
     // Each row adds one to the previous row's z; the build first calls it once at t = 0.
     obj->SetOnCalc(1, [](const TOrnMathVector& v, double) { return TOrnMathVector{v.x, v.y, v.z + 1}; });
     obj->SetStacks(2);
@@ -153,50 +191,6 @@ TEST_F(FuncFixture, RowsChainFromTheirOwnStartAndEmptyOneRowAndHugeGridsAreSafe)
     obj->SetStacks(1 << 20);
     obj->SetSlices(1 << 20);
     EXPECT_THROW(obj->Init(), EOrnError); // refused before allocating
-}
-
-TEST_F(FuncFixture, StandardTextureRunsBackwardsAcrossColumnsOtherModesTakeTheirRule) {
-    Plane();
-    TOrnTextureFlags& f = *obj->TextureFlags();
-    f.SetScaleX(2);
-    f.SetShiftX(0.5);
-    f.SetScaleY(0.5);
-    f.SetShiftY(1);
-    obj->SetTextured(true);
-    obj->Init();
-    // (a / ScaleX − ShiftX, b / ScaleY − ShiftY) with a = (S − j) / S, b = (i + 1) / Stacks.
-    ExpectNear(tex(0), {1.0 / 2 - 0.5, 0.1 / 0.5 - 1, 0});
-    ExpectNear(tex(10 * 11 + 10), {0.0 / 2 - 0.5, 1.1 / 0.5 - 1, 0});
-    ExpectNear(tex(4 * 11 + 3), {0.7 / 2 - 0.5, 0.5 / 0.5 - 1, 0});
-    f.SetMode(txLinearXY); // s = x × ScaleX + ShiftX, t = y × ScaleY + ShiftY
-    f.SetScaleX(3);
-    obj->Init();
-    ExpectNear(tex(2 * 11 + 5), {0.5 * 3 + 0.5, 0.2 * 0.5 + 1, 0});
-    EXPECT_EQ(obj->TextureIt({1, 2, 3}, 0.5, 0.5), (TOrnMathVector{0, 0, 0}));
-}
-
-TEST_F(FuncFixture, CalcNormalCallsTheFunctionsAtTheNeighbouringParameters) {
-    std::vector<std::pair<TOrnMathVector, double>> calls;
-    obj->SetOnCalc(1, [&](const TOrnMathVector& v, double t) {
-        calls.emplace_back(v, t);
-        return TOrnMathVector{v.x, v.y + t, v.z};
-    });
-    obj->CalcNormal(3, 10, 2, 10);  // the row function starts from (0, 0, 1) and is chained
-    obj->CalcNormal(10, 10, 2, 10); // the last row falls back to rows R − 2 and R − 1
-    EXPECT_EQ(calls, (std::vector<std::pair<TOrnMathVector, double>>{
-                         {{0, 0, 1}, 0.3}, {{0, 0.3, 1}, 0.4}, {{0, 0, 1}, 0.8}, {{0, 0.8, 1}, 0.9}}));
-    Record(); // a single-row band and the last column look backwards
-    obj->SetStacks(1);
-    obj->CalcNormal(0, 1, 10, 10);
-    EXPECT_EQ(std::pair(rows, cols), std::pair(Ds{-1, 0}, Ds{1.0, 0.9, 1.0}));
-    // Connected, the indices wrap round; in y only, the rows stay open.
-    for (auto [mode, rowsThen] : {std::pair{cmConnectBoth, Ds{0.9, 0.0}}, {cmConnectY, Ds{0.8, 0.9}}}) {
-        rows.clear();
-        cols.clear();
-        obj->SetConnectMode(mode);
-        obj->CalcNormal(9, 10, 9, 10);
-        EXPECT_EQ(std::pair(rows, cols), std::pair(rowsThen, Ds{0.0, 0.9, 0.0})) << mode;
-    }
 }
 
 TEST(RotObj, ColumnsRotateTheProfileAboutZAndAHalfSweepBuildsHalfASurface) {
@@ -259,7 +253,7 @@ TEST_F(RotFixture, DefaultIsAnUncappedUnitSphereFromSouthToNorthPoleAndRadiiGoBy
 // Caps add disc rows before or after the wall, OverDraw growing by one each: a half sphere capped at
 // the bottom grows from the axis at z = 0 to the equator, then the dome; a cylinder capped at both
 // ends grows at z = −1, rises, and shrinks at z = +1. Rows given as (row, z, distance from the axis).
-TEST_F(RotFixture, CapsAddDiscRowsBeforeOrAfterTheWallFacingAwayFromIt) {
+TEST_F(RotFixture, CapsAddDiscRowsFacingAwayAndConeAndTorusTakeTheirRadiiAndNormalsFromTheirFacets) {
     const struct {
         TOrn3dObjects art;
         TOrnClosed closed;
@@ -294,11 +288,7 @@ TEST_F(RotFixture, CapsAddDiscRowsBeforeOrAfterTheWallFacingAwayFromIt) {
         EXPECT_NEAR(wall.z, 0, 1e-9);
         EXPECT_GE(OrnMathDotProduct(wall, p), std::cos(kPi / 10) - 1e-9);
     }
-}
-
-// A cylinder of top radius zero is a cone with its apex on top; a torus a ring of Radius with tube
-// half widths TopRadius and Height.
-TEST_F(RotFixture, ConeAndTorusTakeTheirRadiiAndNormalsFromTheirFacets) {
+    obj->SetClosed(TOrnClosed::None);
     obj->SetObjArt(TOrn3dObjects::Cylinder);
     obj->SetHeight(4);
     obj->SetRadius(2.0f);
@@ -436,7 +426,7 @@ TEST_F(TubeFixture, AHelixHasNoFrameFlipAndAClosedTrefoilKnotMeetsItselfWithoutA
             << j;
 }
 
-TEST_F(TubeFixture, DegeneratePathsStayFiniteAndBadPointsAreSkipped) {
+TEST_F(TubeFixture, DegeneratePathsStayFiniteBadPointsAreSkippedAndEditingThePathAndItsKeyIgnoresDamage) {
     for (TOrnMathVector p : {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {0, 0, 0}}) // turns right back
         obj->Add(p);
     obj->Init();
@@ -453,9 +443,7 @@ TEST_F(TubeFixture, DegeneratePathsStayFiniteAndBadPointsAreSkipped) {
     obj->Add({0, 0, 1});
     obj->Init();
     EXPECT_EQ(std::pair(obj->Frames().size(), obj->PrimitiveCount()), std::pair(std::size_t(2), 1));
-}
-
-TEST_F(TubeFixture, EditingThePathAndItsKeyWithPointsAndRadiiWhereADamagedOneIsIgnored) {
+    obj->Clear();
     obj->Add({0, 0, 0});
     obj->Add({0, 0, 2});
     obj->Insert(1, {0, 0, 1}, 0.3);
@@ -523,7 +511,7 @@ TEST_F(PointSetFixture, MatrixRowsAreLinesOfNumbersInTheFormsOfOtherToolsXYZLine
     EXPECT_EQ(obj->WriteToText(), "1 2\n3 4\n");
 }
 
-TEST_F(PointSetFixture, BadFilesAreRefusedNamingFileLineAndReasonKeepingTheGrid) {
+TEST_F(PointSetFixture, BadFilesFoldersAndPipesAreRefusedNamingThemAndWrittenFilesReadBackBitForBit) {
     const struct {
         TOrnPointSetFormat format;
         int columns, maxPoints;
@@ -559,15 +547,12 @@ TEST_F(PointSetFixture, BadFilesAreRefusedNamingFileLineAndReasonKeepingTheGrid)
     obj->SetMaxPoints(5);
     EXPECT_NO_THROW(obj->ReadFromText("1 2 3 4 5\n", "t.txt")); // exactly the limit
     obj->Init();
-    EXPECT_THROW(obj->ReadFromText("1 2\n3\n", "t.txt"),
-                 EOrnError); // a refused file keeps the grid and the geometry
+    EXPECT_THROW(obj->ReadFromText("1 2\n3\n", "t.txt"), EOrnError); // keeping the grid and geometry
     EXPECT_EQ(obj->Values(), (Ds{1, 2, 3, 4, 5}));
     EXPECT_TRUE(obj->Initialized() && obj->Points()->Count() == 5);
     obj->ReadFromText("5\n", "t.txt");
     EXPECT_FALSE(obj->Initialized());
-}
-
-TEST_F(PointSetFixture, MissingFilesFoldersAndPipesAreRefusedWithTheirNameAndWrittenFilesReadBackBitForBit) {
+    obj = new TOrnPointSet(&form);
     EXPECT_THAT([&] { obj->SetFileName("/nonexistent/orn/heights.txt"); },
                 ThrowsMessage<EOrnError>(HasSubstr("/nonexistent/orn/heights.txt")));
     EXPECT_EQ(obj->FileName(), "");
@@ -599,7 +584,7 @@ TEST_F(PointSetFixture, MissingFilesFoldersAndPipesAreRefusedWithTheirNameAndWri
     }
 }
 
-TEST_F(PointSetFixture, ColourByHeightRunsAlongTheRampAndAFlatGridTakesTheFirst) {
+TEST_F(PointSetFixture, ColourByHeightRunsAlongTheRampAndTheSceneKeepsTheDataBesideIt) {
     obj->SetColorRamp({clBlue, clLime, clRed});
     obj->SetColorByHeight(true);
     obj->SetHeightScale(-1); // the ramp follows the drawn heights
@@ -622,9 +607,7 @@ TEST_F(PointSetFixture, ColourByHeightRunsAlongTheRampAndAFlatGridTakesTheFirst)
     obj->SetColorByHeight(false);
     obj->Init();
     EXPECT_FALSE(obj->Points()->EnabledArrays().Contains(daColor));
-}
-
-TEST_F(PointSetFixture, SceneKeepsTheDataBesideItAndIgnoresReferencesLeadingOutside) {
+    obj = new TOrnPointSet(&form);
     obj->SetFormat(pfXYZ);
     obj->SetColumns(2);
     obj->ReadFromText("0 0 1\n1 0 2\n0 1 3\n1 1 4\n", "p.xyz");
