@@ -11,16 +11,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
-#include <array>
-#include <cmath>
 #include <filesystem>
 #include <numbers>
 #include <random>
-#include <string>
+#include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 using namespace orn;
 using orn::test::At;

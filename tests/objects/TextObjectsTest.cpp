@@ -10,11 +10,9 @@
 #include "host/detail/FontEngine.h"
 #include "view/ViewTestSupport.h"
 
-#include <GL/gl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
 #include <map>
 #include <numeric>

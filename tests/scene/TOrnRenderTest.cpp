@@ -13,12 +13,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <GL/gl.h>
-
-#include <string>
 #include <tuple>
-#include <vector>
 
 using namespace orn;
 using orn::test::Image;
@@ -39,8 +34,7 @@ float PointSize() {
 class Probe : public TOrnRender {
 public:
     using TOrnRender::TOrnRender;
-    int doRenders = 0;
-    int disables = 0;
+    int doRenders = 0, disables = 0;
     V seen;
     std::vector<V>* log = nullptr; // what each render saw, in order
 
@@ -68,9 +62,8 @@ protected:
 constexpr Rgba kWhite{255, 255, 255, 255};
 constexpr Rgba kRed{255, 0, 0, 255};
 
-// Display lists, shared state blocks and textures belong to a context (a share group): cached
-// components must draw right whatever happens to the contexts and to the components around them.
-// A 64 × 64 view of the square −2 … 2, unlit, black, drawing the components in scene.
+// Cached lists, state blocks and textures belong to a share group: they must draw right whatever happens
+// to the contexts and the components around them. A 64 × 64 view of −2 … 2, unlit, black, drawing scene.
 class RenderCache : public orn::test::ViewTest {
 protected:
     void SetUp() override {
@@ -447,10 +440,8 @@ TEST_F(NodeFixture, ChangesInsideNestedItemsReachEveryEnclosingNodeAndDestroyedI
               std::tuple(true, false, "-N"));
 }
 
-TEST(TOrnObject, ObjectNameFollowsTheComponentNameWhileEqualAndAssignKeepsTheColourOwner) {
-    TComponent form(nullptr);
-    auto* o = new TOrnObject(&form);
-    o->SetName("Ball");
+TEST_F(NodeFixture, ObjectNameFollowsTheComponentNameWhileEqualAndAssignKeepsTheColourOwner) {
+    TOrnObject* o = NewObject("Ball");
     EXPECT_EQ(o->ObjectName(), "Ball");
     o->SetObjectName("Red ball");
     o->SetName("Ball2");
