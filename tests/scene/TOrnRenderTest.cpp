@@ -122,8 +122,8 @@ TEST_F(RenderChain, RenderWrapsDoRenderInTheTransformationAndEventsDisabledOnlyD
     p->OnAfterRender = [&](TOrnCustomView*) { events.push_back("after"); };
     glTranslatef(0, 5, 0); // the caller's frame
     p->Render(view);
-    EXPECT_EQ(p->seen, (V{1, 5, 0, 1}));
-    EXPECT_EQ(events, (std::vector<std::string>{"before", "after"}));
+    EXPECT_EQ(std::pair(p->seen, events),
+              std::pair(V{1, 5, 0, 1}, std::vector<std::string>{"before", "after"}));
     // OnTransform takes the transformation's place; the transformation still notifies.
     int changes = 0;
     p->OnChange = [&](TObject*) { ++changes; };
@@ -433,8 +433,8 @@ TEST_F(NodeFixture, ChangesInsideNestedItemsReachEveryEnclosingNodeAndDestroyedI
     sibling->FreeNotification(node);
     delete sibling;
     delete b;
-    EXPECT_EQ(std::pair(node->Count(), inner->Count()), std::pair(1, 4));
-    EXPECT_EQ(events, (std::vector<std::string>{"-S", "-B"}));
+    EXPECT_EQ(std::tuple(node->Count(), inner->Count(), events),
+              std::tuple(1, 4, std::vector<std::string>{"-S", "-B"}));
     delete node;
     EXPECT_EQ(std::tuple(inner->Node() == nullptr, bool(inner->OnChange), events.at(2)),
               std::tuple(true, false, "-N"));
