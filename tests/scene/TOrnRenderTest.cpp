@@ -181,8 +181,7 @@ TEST_F(RenderChain, CachedComponentsCompileInTheirFirstViewClearWhenTheyCanAndNo
     EXPECT_EQ(std::tuple(p->ListId(), bool(glIsList(borrowed)), view->setCurrentCalls, view->current),
               std::tuple(0u, false, 2, false));
     p->Render(view); // compiles a new list (the test context is current regardless)
-    view->current = false;
-    view->canBeCurrent = false;
+    view->current = view->canBeCurrent = false;
     const GLuint pending = p->ListId();
     p->ClearCache();
     EXPECT_EQ(std::pair(p->ListId(), bool(glIsList(pending))), std::pair(0u, true));
@@ -190,8 +189,7 @@ TEST_F(RenderChain, CachedComponentsCompileInTheirFirstViewClearWhenTheyCanAndNo
     EXPECT_FALSE(glIsList(pending));
     view->current = view->canBeCurrent = true;
     auto* node = new TOrnNode(&form);
-    Probe* a = NewProbe();
-    Probe* b = NewProbe();
+    Probe *a = NewProbe(), *b = NewProbe();
     std::vector<V> log;
     a->log = b->log = &log;
     a->Transformation()->Translation()->SetX(1);
@@ -290,8 +288,7 @@ TEST_F(RenderChain, MaterialAndTextureAreCompiledIntoACachedObjectAndCountAsAppl
     const V first = render(live);
     ASSERT_NE(texture->TextureName(), 0u);
     EXPECT_EQ(first, (V{5, float(texture->TextureName()), 2}));
-    const V sent{5, first[1], 9}; // the list holds no attributes
-    const V skipped{99, 0, 9};
+    const V sent{5, first[1], 9}, skipped{99, 0, 9}; // the list holds no attributes
     other->Render(view);
     EXPECT_EQ(render(cached), sent) << "compiled with all it needs though the live object sent it";
     const GLuint list = cached->ListId();
@@ -415,8 +412,7 @@ TEST_F(NodeFixture, ChangesInsideNestedItemsReachEveryEnclosingNodeAndDestroyedI
     auto* inner = new TOrnNode(&form);
     for (int i = 0; i < 3; ++i)
         inner->Add(NewObject("I" + std::to_string(i)));
-    TOrnObject* a = NewObject("A");
-    TOrnObject* b = NewObject("B");
+    TOrnObject *a = NewObject("A"), *b = NewObject("B");
     inner->Add(a);
     node->Add(b);
     node->Add(inner);
