@@ -205,6 +205,7 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAll
     auto* mouse = Make<TOrnMouseController>();
     EXPECT_FALSE(mouse->HandleMouseMove({}, 0, 100)) << "no button, no drag";
     const TOrnCntrlFlags all = kAllCntrlFlags;
+    const int lo = INT_MIN, hi = INT_MAX;
     // One move is 1 / 50000 and one degree of turn 1 / 2000 of (sensitivity + 5) per pixel.
     const struct {
         TMouseButton button;
@@ -227,18 +228,7 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAll
         {mbLeft, false, {teTurnY, teTurnX, teTurnZ}, 128, 128, {}, 0, 0, 100, 100, {}, {0, 6.65, 0}},
         {mbRight, false, {teMoveZ}, 128, 128, {}, 0, 100, 100, 0, {-0.266, 0, 0.266}, {}}, // forward only
         {mbRight, false, {teMoveX}, 128, 128, {}, 0, 100, 100, 0, {-0.266, 0, 0}, {}},     // sideways only
-        {mbLeft,
-         false,
-         {teMoveY, teTurnX, teTurnZ},
-         128,
-         128,
-         {},
-         INT_MIN,
-         INT_MIN,
-         INT_MAX,
-         INT_MAX,
-         {0, 11424613, 0},
-         {}},
+        {mbLeft, false, {teMoveY, teTurnX, teTurnZ}, 128, 128, {}, lo, lo, hi, hi, {0, 11424613, 0}, {}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);

@@ -103,16 +103,9 @@ TEST_F(TOrnTimerTest, TicksWhenMoreThanAnIntervalPassedKeepingThePhaseAndWaitsWh
     t->SetActiveonly(false); // then the active flag does not matter
     app.SetActive(false);
     EXPECT_FALSE(IdleAt(421));
-    EXPECT_EQ(ticks, (std::vector<Tick>{{11, 1},
-                                        {21, 1},
-                                        {31, 1},
-                                        {41, 1},
-                                        {78, 3},
-                                        {80.000001, 1},
-                                        {110.5, 1},
-                                        {300, 19},
-                                        {410.5, 11},
-                                        {421, 1}}));
+    const std::vector<Tick> want{{11, 1},        {21, 1},    {31, 1},   {41, 1},     {78, 3},
+                                 {80.000001, 1}, {110.5, 1}, {300, 19}, {410.5, 11}, {421, 1}};
+    EXPECT_EQ(ticks, want);
     // A counter that jumps backwards is no tick; a huge stall is counted without overflow.
     EXPECT_FALSE(t->DoTimer(-5000 * kNsPerMs));
     EXPECT_EQ(ticks.size(), 10u);
