@@ -20,13 +20,8 @@ using namespace orn;
 
 namespace {
 
-::testing::AssertionResult Near(const TOrnMathVector& a, const TOrnMathVector& b, double tolerance) {
-    if (std::fabs(a.x - b.x) <= tolerance && std::fabs(a.y - b.y) <= tolerance &&
-        std::fabs(a.z - b.z) <= tolerance)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "(" << a.x << ", " << a.y << ", " << a.z << ") is not (" << b.x
-                                         << ", " << b.y << ", " << b.z << ")";
-}
+using ::testing::DoubleNear;
+using ::testing::Pointwise;
 
 // A form with a transformed component to steer; every notification of the component is recorded
 // with the translation it saw at that moment.
@@ -37,14 +32,15 @@ protected:
     }
     TOrnTranslation* T() const { return target->Transformation()->Translation(); }
     TOrnRotation* R() const { return target->Transformation()->Rotation(); }
+    static std::vector<double> Parts(const TOrnMathVector& v) { return {v.x, v.y, v.z}; }
     void Place(TOrnMathVector t, TOrnMathVector r) {
         T()->SetAsMathVector(t);
         R()->SetAsMathVector(r);
         seen.clear();
     }
     void ExpectAt(TOrnMathVector t, TOrnMathVector r, double tolerance = 1e-5) {
-        EXPECT_TRUE(Near(T()->AsMathVector(), t, tolerance)) << "translation";
-        EXPECT_TRUE(Near(R()->AsMathVector(), r, 1e-4)) << "rotation";
+        EXPECT_THAT(Parts(T()->AsMathVector()), Pointwise(DoubleNear(tolerance), Parts(t))) << "translation";
+        EXPECT_THAT(Parts(R()->AsMathVector()), Pointwise(DoubleNear(1e-4), Parts(r))) << "rotation";
     }
     template <class C> C* Make() {
         auto* c = new C(form.get());
@@ -86,7 +82,7 @@ TYPED_TEST(EveryController, TakesRotationBeforeTranslationAndLetsGoOfARemovedCom
     delete outlives;
 }
 
-TEST_F(ControlledTest, OutOfRangeSettingsAreClampedOrIgnoredAndEyeHeightAndDistanceAreTheTranslation) {
+TEST_F(ControlledTest, BadSettingsAreClampedOrIgnoredAlsoInScenesAndEyeHeightAndDistanceAreTheTranslation) {
     auto* mouse = new TOrnMouseController(form.get());
     auto* car = Make<TOrnCarController>();
     auto* person = Make<TOrnPersonController>();
@@ -129,10 +125,9 @@ TEST_F(ControlledTest, OutOfRangeSettingsAreClampedOrIgnoredAndEyeHeightAndDista
         set(car);
         speeds.push_back(car->CurrentSpeed());
     }
-    EXPECT_THAT(speeds, ::testing::Pointwise(::testing::FloatNear(1e-6f),
-                                             std::vector<float>{1, 0, 0.5f, -2, -1, -1, 0, 0.15f, 0.05f, 0,
-                                                                -0.1f, -0.15f, 0.15f, 0.05f, 0}));
-
+    EXPECT_THAT(speeds, Pointwise(::testing::FloatNear(1e-6f),
+                                  std::vector<float>{1, 0, 0.5f, -2, -1, -1, 0, 0.15f, 0.05f, 0, -0.1f,
+                                                     -0.15f, 0.15f, 0.05f, 0}));
     car->SetEyeHeight(1.7f);
     person->SetEyeHeight(1.6f);
     show->SetDistance(7);
@@ -144,6 +139,29 @@ TEST_F(ControlledTest, OutOfRangeSettingsAreClampedOrIgnoredAndEyeHeightAndDista
     car->SetControlled(nullptr);
     car->SetEyeHeight(3);
     EXPECT_EQ(std::pair(car->EyeHeight(), T()->Y()), std::pair(0.0f, 1.5f));
+    // Scene files: flag lists are read leniently, and the car's limits before its speed.
+    TOrnMouseController read(nullptr);
+    test::MemoryExchange file;
+    file.Set("MoveSensitivity", "99999999999"); // outside 32 bits: the value stays
+    const std::pair<const char*, TOrnCntrlFlags> flags[] = {
+        {"[ teMoveX , TETURNZ ]", {teMoveX, teTurnZ}}, {"teMoveX,teJump", {teMoveX, teTurnZ}}, {"", {}}};
+    for (auto [text, want] : flags) {
+        file.Set("CntrlFlags", text);
+        file.Load(read);
+        EXPECT_EQ(read.CntrlFlags(), want) << text; // an unknown name keeps the flags
+    }
+    EXPECT_EQ(read.MoveSensitivity(), 128);
+    car->SetMaxSpeed(2);
+    car->SetReverseSpeed(-0.5f);
+    car->SetCurrentSpeed(1.5f);
+    test::MemoryExchange saved;
+    saved.Save(*car);
+    TOrnCarController back(nullptr);
+    saved.Load(back); // the limits come first, so 1.5 survives a default MaxSpeed of 1
+    EXPECT_EQ(back.CurrentSpeed(), 1.5f);
+    saved.Set("CurrentSpeed", "-1e300");
+    saved.Load(back);
+    EXPECT_EQ(back.CurrentSpeed(), -0.5f);
 }
 
 // After each key the car drives one step at its speed and the presentation turns once.
@@ -201,7 +219,7 @@ TEST_F(ControlledTest, KeysTurnStepNodAccelerateAndChooseWhatEachControllerDoes)
     ExpectAt({2, 1.8, 0}, {0, 270, 0});
 }
 
-TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAllow) {
+TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAllowAlongQuirkyVectors) {
     auto* mouse = Make<TOrnMouseController>();
     EXPECT_FALSE(mouse->HandleMouseMove({}, 0, 100)) << "no button, no drag";
     const TOrnCntrlFlags all = kAllCntrlFlags;
@@ -250,14 +268,12 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAll
     EXPECT_TRUE(mouse->HandleMouseMove({}, 0, 200)); // each move counts from the previous position
     EXPECT_TRUE(mouse->HandleMouseMove({}, 0, 200)); // no motion still reports the drag
     ExpectAt({0, 0.532, 0}, {});
-}
-
-TEST_F(ControlledTest, MouseVectorsKeepTheirQuirksAndMovesGoAlongThem) {
+    // The vectors the moves go along, with their quirks.
     const struct {
         bool forward;
         double rx, ry, rz;
         TOrnMathVector want;
-    } cases[] = {
+    } vectors[] = {
         {false, 1.0, 1.5707963267948966, 0, {0, 0, -1}},
         {false, 0, 1.0471975511965976, 0.5235987755982988, {0.4330127018922193, -0.25, -0.8660254037844386}},
         {true, 0, 0, 0, {1, 0, 1}}, // r = 0 is taken as 1: x is 1, not 0
@@ -266,14 +282,13 @@ TEST_F(ControlledTest, MouseVectorsKeepTheirQuirksAndMovesGoAlongThem) {
         {true, 0, -1.5707963267948966, 0, {-1, 0, 0}}, // negative angles are brought to 0 … 2π
         {true, 0.5235987755982988, 0, 0, {0, -0.5, 0.8660254037844386}},
     };
-    for (const auto& c : cases)
-        EXPECT_TRUE(Near(c.forward ? TOrnMouseController::CalcVecZ(c.rx, c.ry, c.rz)
-                                   : TOrnMouseController::CalcVecX(c.rx, c.ry, c.rz),
-                         c.want, 1e-9))
-            << &c - cases;
+    for (const auto& c : vectors)
+        EXPECT_THAT(Parts(c.forward ? TOrnMouseController::CalcVecZ(c.rx, c.ry, c.rz)
+                                    : TOrnMouseController::CalcVecX(c.rx, c.ry, c.rz)),
+                    Pointwise(DoubleNear(1e-9), Parts(c.want)))
+            << &c - vectors;
     EXPECT_TRUE(std::isnan(TOrnMouseController::CalcVecZ(0, -INFINITY, 0).z));
-
-    auto* mouse = Make<TOrnMouseController>();
+    mouse->SetCntrlFlags(all);
     Place({1, 2, 3}, {30, 45, 0}); // forward is (0.6124, -0.5, 0.6124) at these angles
     mouse->MoveZ(0.5);
     ExpectAt({0.6938137, 2.25, 3.3061862}, {30, 45, 0});
@@ -284,31 +299,4 @@ TEST_F(ControlledTest, MouseVectorsKeepTheirQuirksAndMovesGoAlongThem) {
     idle->TurnY(10);
     idle->MoveY(1);
     ExpectAt({-0.8660254, 5, -1}, {0, 30, 60});
-}
-
-TEST_F(ControlledTest, ScenesReadFlagListsLenientlyAndTheCarsLimitsFirst) {
-    TOrnMouseController mouse(nullptr);
-    test::MemoryExchange file;
-    file.Set("MoveSensitivity", "99999999999"); // outside 32 bits: the value stays
-    const std::pair<const char*, TOrnCntrlFlags> flags[] = {
-        {"[ teMoveX , TETURNZ ]", {teMoveX, teTurnZ}}, {"teMoveX,teJump", {teMoveX, teTurnZ}}, {"", {}}};
-    for (auto [text, want] : flags) {
-        file.Set("CntrlFlags", text);
-        file.Load(mouse);
-        EXPECT_EQ(mouse.CntrlFlags(), want) << text; // an unknown name keeps the flags
-    }
-    EXPECT_EQ(mouse.MoveSensitivity(), 128);
-
-    TOrnCarController car(nullptr);
-    car.SetMaxSpeed(2);
-    car.SetReverseSpeed(-0.5f);
-    car.SetCurrentSpeed(1.5f);
-    test::MemoryExchange saved;
-    saved.Save(car);
-    TOrnCarController back(nullptr);
-    saved.Load(back); // the limits come first, so 1.5 survives a default MaxSpeed of 1
-    EXPECT_EQ(back.CurrentSpeed(), 1.5f);
-    saved.Set("CurrentSpeed", "-1e300");
-    saved.Load(back);
-    EXPECT_EQ(back.CurrentSpeed(), -0.5f);
 }

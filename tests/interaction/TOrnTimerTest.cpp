@@ -22,12 +22,7 @@ constexpr std::int64_t kNsPerMs = 1'000'000;
 // The application starts with no idle handler and active; when the form is gone no handler may be left.
 class TOrnTimerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        fSavedIdle = std::move(app.OnIdle);
-        app.OnIdle = nullptr;
-        fSavedActive = app.Active();
-        app.SetActive(true);
-    }
+    void SetUp() override { app.SetActive(true); }
     void TearDown() override {
         form.reset();
         EXPECT_FALSE(app.OnIdle) << "a destroyed timer left its idle handler behind";
@@ -57,22 +52,16 @@ protected:
         return done;
     }
 
-    struct Tick {
-        double ms;
-        int intervals;
-        bool operator==(const Tick&) const = default;
-    };
-    std::vector<Tick> ticks;
+    std::vector<std::pair<double, int>> ticks; // milliseconds, intervals
     std::string order;
-
     std::int64_t now = 0;
     TOrnClockOverride clock{[this] { return now; }, 1'000'000'000};
     TApplication& app = TApplication::Instance();
     std::unique_ptr<TComponent> form = std::make_unique<TComponent>(nullptr);
 
 private:
-    TApplication::TIdleEvent fSavedIdle;
-    bool fSavedActive = true;
+    TApplication::TIdleEvent fSavedIdle = std::exchange(app.OnIdle, nullptr);
+    bool fSavedActive = app.Active();
 };
 
 } // namespace
@@ -103,31 +92,18 @@ TEST_F(TOrnTimerTest, TicksWhenMoreThanAnIntervalPassedKeepingThePhaseAndWaitsWh
     t->SetActiveonly(false); // then the active flag does not matter
     app.SetActive(false);
     EXPECT_FALSE(IdleAt(421));
-    const std::vector<Tick> want{{11, 1},        {21, 1},    {31, 1},   {41, 1},     {78, 3},
-                                 {80.000001, 1}, {110.5, 1}, {300, 19}, {410.5, 11}, {421, 1}};
+    const std::vector<std::pair<double, int>> want{{11, 1},     {21, 1},        {31, 1},    {41, 1},
+                                                   {78, 3},     {80.000001, 1}, {110.5, 1}, {300, 19},
+                                                   {410.5, 11}, {421, 1}};
     EXPECT_EQ(ticks, want);
     // A counter that jumps backwards is no tick; a huge stall is counted without overflow.
     EXPECT_FALSE(t->DoTimer(-5000 * kNsPerMs));
     EXPECT_EQ(ticks.size(), 10u);
     EXPECT_FALSE(t->DoTimer(INT64_MAX));
-    EXPECT_EQ(ticks.back().intervals, INT32_MAX);
+    EXPECT_EQ(ticks.back().second, INT32_MAX);
 }
 
-TEST_F(TOrnTimerTest, MeasuresTheRateOfTicksAchieved) {
-    TOrnTimer* t = NewTimer();
-    t->SetRate(100);
-    for (int ms = 1; ms <= 1000; ++ms)
-        IdleAt(ms);
-    EXPECT_EQ(t->MeasuredRate(), 0) << "nothing is measured before a second has passed";
-    IdleAt(1001); // 100 ticks in 1.001 s
-    EXPECT_EQ(t->MeasuredRate(), 100);
-    // Polled only every 25 ms, the timer ticks 40 times a second whatever its Rate says.
-    for (int ms = 1025; ms <= 2025; ms += 25)
-        IdleAt(ms);
-    EXPECT_EQ(t->MeasuredRate(), 40);
-}
-
-TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClockAndTheStopwatchNests) {
+TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodTheRateAchievedIsMeasuredAndTheStopwatchNests) {
     const struct {
         std::int64_t frequency;
         bool byRate;
@@ -154,7 +130,18 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClockAndTheS
         EXPECT_EQ((std::tuple{t.Frequency(), t.Intervall(), t.Rate(), t.IntervalTicks()}),
                   (std::tuple{c.frequency, c.intervall, c.rate, c.ticks}));
     }
-
+    // The rate achieved is measured over each second.
+    TOrnTimer* rated = NewTimer();
+    rated->SetRate(100);
+    for (int ms = 1; ms <= 1000; ++ms)
+        IdleAt(ms);
+    EXPECT_EQ(rated->MeasuredRate(), 0) << "nothing is measured before a second has passed";
+    IdleAt(1001); // 100 ticks in 1.001 s
+    EXPECT_EQ(rated->MeasuredRate(), 100);
+    // Polled only every 25 ms, the timer ticks 40 times a second whatever its Rate says.
+    for (int ms = 1025; ms <= 2025; ms += 25)
+        IdleAt(ms);
+    EXPECT_EQ(rated->MeasuredRate(), 40);
     TOrnTimer* t = NewTimer();
     // At ms: start (true) or stop (false), and what Stop returns.
     const std::tuple<int, bool, double> steps[] = {{0, false, -1},     {1000, true, 0},
@@ -168,8 +155,8 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodInCountsOfTheClockAndTheS
             EXPECT_DOUBLE_EQ(t->Stop(), seconds) << ms;
         EXPECT_EQ(t->IsStarted(), ms >= 1000 && ms < 2500) << ms;
     }
-    std::int64_t slowNow = 0;
     // The stopwatch and the stall count in the clock's own counts.
+    std::int64_t slowNow = 0;
     TOrnClockOverride slow([&] { return slowNow; }, 100);
     TOrnTimer s(nullptr);
     int reported = 0;
@@ -239,10 +226,31 @@ TEST_F(TOrnTimerTest, TheHookFollowsTheRootAndTimersLeftWithoutParentTickOnce) {
     EXPECT_EQ(order, "2132143243434"); // 213, 2143, 243, 43, 4
 }
 
-TEST_F(TOrnTimerTest, HandlersOfTheApplicationAreLeftAloneAndTimersMayBeFreedWhileDriven) {
+TEST_F(TOrnTimerTest, StepPollsWhileATimerRunsHandlersOfTheAppAreLeftAloneAndTimersMayBeFreedWhileDriven) {
+    // The application's step polls again while a timer runs and waits otherwise.
+    struct Source : TEventSource {
+        int polls = 0, waits = 0;
+        void PollEvents() override { ++polls; }
+        void WaitEvents(double) override { ++waits; }
+        ~Source() override { TApplication::Instance().RemoveEventSource(this); }
+    } source;
+    app.AddEventSource(&source);
+    app.Step(0.5);
+    EXPECT_EQ(source.waits, 1) << "without a timer there is nothing to poll for";
+    TOrnTimer* t = NewTimer('t');
+    now = 1500 * kNsPerMs;
+    app.Step(0.5);
+    EXPECT_EQ(order, "t");
+    EXPECT_EQ((std::pair{source.waits, source.polls}), (std::pair{1, 3}));
+    t->SetEnabled(false);
+    app.Step(0.5);
+    EXPECT_EQ(source.waits, 2);
+    delete t;
+    EXPECT_FALSE(app.OnIdle);
+    now = 0;
     int calls = 0;
     app.OnIdle = [&](TObject*, bool&) { ++calls; };
-    TOrnTimer* t = NewTimer();
+    t = NewTimer();
     EXPECT_FALSE(t->OwnsIdleHook());
     IdleAt(1);
     delete t;
@@ -263,7 +271,6 @@ TEST_F(TOrnTimerTest, HandlersOfTheApplicationAreLeftAloneAndTimersMayBeFreedWhi
     delete t;
     EXPECT_TRUE(later->OwnsIdleHook() && app.OnIdle);
     delete later;
-
     now = 0;
     TOrnTimer* root = NewTimer();
     TOrnTimer* a = NewTimer();
@@ -281,24 +288,4 @@ TEST_F(TOrnTimerTest, HandlersOfTheApplicationAreLeftAloneAndTimersMayBeFreedWhi
     a->OnTimer = [&](TObject*, int) { a->OnTimer = nullptr; };
     IdleAt(3003);
     EXPECT_FALSE(a->OnTimer);
-}
-
-TEST_F(TOrnTimerTest, StepPollsAgainWhileATimerRunsAndWaitsOtherwise) {
-    struct Source : TEventSource {
-        int polls = 0, waits = 0;
-        void PollEvents() override { ++polls; }
-        void WaitEvents(double) override { ++waits; }
-        ~Source() override { TApplication::Instance().RemoveEventSource(this); }
-    } source;
-    app.AddEventSource(&source);
-    app.Step(0.5);
-    EXPECT_EQ(source.waits, 1) << "without a timer there is nothing to poll for";
-    TOrnTimer* t = NewTimer('t');
-    now = 1500 * kNsPerMs;
-    app.Step(0.5);
-    EXPECT_EQ(order, "t");
-    EXPECT_EQ((std::pair{source.waits, source.polls}), (std::pair{1, 3}));
-    t->SetEnabled(false);
-    app.Step(0.5);
-    EXPECT_EQ(source.waits, 2);
 }
