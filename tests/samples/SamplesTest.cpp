@@ -97,17 +97,7 @@ TEST(SamplesSweep, PaintingAnySizeWithExtremePropertiesIsSafe) {
     }
 }
 
-class CalendarTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        calendar.SetUseCurrentDate(false);
-        calendar.SetBounds(0, 0, 210, 140); // cells of 30 × 20
-        calendar.SetCalendarDate({2024, 2, 14});
-    }
-    TOrnCalendar calendar{nullptr};
-};
-
-TEST_F(CalendarTest, LeapYearsMonthLengthsAndWeekdays) {
+TEST(TOrnCalendar, MovesKeepTheDayInRangeTheSelectedDayIsHighlightedAndClicksChooseDaysOfTheMonth) {
     for (auto [year, month, days] :
          {std::tuple{1900, 2, 28}, {2000, 2, 29}, {2023, 2, 28}, {2024, 4, 30}, {2024, 13, 0}})
         EXPECT_EQ(TOrnCalendar::DaysInMonth(year, month), days) << year << "-" << month;
@@ -116,36 +106,8 @@ TEST_F(CalendarTest, LeapYearsMonthLengthsAndWeekdays) {
               (std::vector{false, true, false, true}));
     EXPECT_EQ(TOrnCalendar::DayOfWeek({2024, 2, 1}), 4); // Thursday
     EXPECT_EQ(TOrnCalendar::DayOfWeek({2000, 1, 1}), 6); // Saturday
-}
-
-TEST_F(CalendarTest, TheSelectedDayIsHighlightedInItsCellAndClicksChooseDaysOfTheMonthOnly) {
-    TBitmap bitmap;
-    calendar.PaintTo(bitmap);
-    // February 2024 starts on Thursday: with Sunday first, the 14th is in week row 3, column 3.
-    EXPECT_EQ(std::pair(calendar.DayRect(14), calendar.DayRect(1)),
-              std::pair(Rect(90, 60, 120, 80), Rect(120, 20, 150, 40)));
-    // The 14th at two corners, then the 13th and the 21st beside it.
-    EXPECT_EQ((std::vector{bitmap.Pixel(91, 61) == clNavy, bitmap.Pixel(118, 78) == clNavy,
-                           bitmap.Pixel(89, 61) == clNavy, bitmap.Pixel(91, 81) == clNavy}),
-              (std::vector{true, true, false, false}));
-    calendar.SetStartOfWeek(1); // Monday first: Thursday is column 3
-    EXPECT_EQ(calendar.DayRect(1), Rect(90, 20, 120, 40));
-    calendar.PaintTo(bitmap);
-    EXPECT_EQ(bitmap.Pixel(61, 61), clNavy); // the 14th, a Wednesday, column 2
-    int changes = 0;
-    calendar.OnChange = [&](TObject*) { ++changes; };
-    calendar.MouseDown(mbRight, {}, 35, 45); // the right button chooses nothing
-    calendar.MouseDown(mbLeft, {}, 90, 100); // the corner of column 3, week row 5: the 29th
-    EXPECT_EQ(std::pair(calendar.Day(), changes), std::pair(29, 1));
-    calendar.MouseDown(mbLeft, {}, 125, 105); // 1 March, greyed
-    calendar.MouseDown(mbLeft, {}, 5, 25);    // 29 January
-    calendar.MouseDown(mbLeft, {}, 5, 5);     // the day names
-    calendar.SetEnabled(false);
-    calendar.MouseDown(mbLeft, {}, 125, 25);
-    EXPECT_EQ(std::pair(calendar.CalendarDate(), changes), std::pair(TOrnDate{2024, 2, 29}, 1));
-}
-
-TEST_F(CalendarTest, MonthsYearsAndArrowKeysKeepTheDayWhereTheyCanWithinTheCalendarsRange) {
+    TOrnCalendar calendar(nullptr);
+    calendar.SetUseCurrentDate(false);
     const auto key = [](std::uint16_t k) {
         return [k](TOrnCalendar& c) {
             std::uint16_t pressed = k;
@@ -172,9 +134,35 @@ TEST_F(CalendarTest, MonthsYearsAndArrowKeysKeepTheDayWhereTheyCanWithinTheCalen
         step(calendar);
         EXPECT_EQ(calendar.CalendarDate(), to) << from.Year << "-" << from.Month << "-" << from.Day;
     }
+    calendar.SetBounds(0, 0, 210, 140); // cells of 30 × 20
+    calendar.SetCalendarDate({2024, 2, 14});
+    TBitmap bitmap;
+    calendar.PaintTo(bitmap);
+    // February 2024 starts on Thursday: with Sunday first, the 14th is in week row 3, column 3.
+    EXPECT_EQ(std::pair(calendar.DayRect(14), calendar.DayRect(1)),
+              std::pair(Rect(90, 60, 120, 80), Rect(120, 20, 150, 40)));
+    // The 14th at two corners, then the 13th and the 21st beside it.
+    EXPECT_EQ((std::vector{bitmap.Pixel(91, 61) == clNavy, bitmap.Pixel(118, 78) == clNavy,
+                           bitmap.Pixel(89, 61) == clNavy, bitmap.Pixel(91, 81) == clNavy}),
+              (std::vector{true, true, false, false}));
+    calendar.SetStartOfWeek(1); // Monday first: Thursday is column 3
+    EXPECT_EQ(calendar.DayRect(1), Rect(90, 20, 120, 40));
+    calendar.PaintTo(bitmap);
+    EXPECT_EQ(bitmap.Pixel(61, 61), clNavy); // the 14th, a Wednesday, column 2
+    int changes = 0;
+    calendar.OnChange = [&](TObject*) { ++changes; };
+    calendar.MouseDown(mbRight, {}, 35, 45); // the right button chooses nothing
+    calendar.MouseDown(mbLeft, {}, 90, 100); // the corner of column 3, week row 5: the 29th
+    EXPECT_EQ(std::pair(calendar.Day(), changes), std::pair(29, 1));
+    calendar.MouseDown(mbLeft, {}, 125, 105); // 1 March, greyed
+    calendar.MouseDown(mbLeft, {}, 5, 25);    // 29 January
+    calendar.MouseDown(mbLeft, {}, 5, 5);     // the day names
+    calendar.SetEnabled(false);
+    calendar.MouseDown(mbLeft, {}, 125, 25);
+    EXPECT_EQ(std::pair(calendar.CalendarDate(), changes), std::pair(TOrnDate{2024, 2, 29}, 1));
 }
 
-TEST(TOrnColorGrid, EveryCellHasItsColourInEveryOrderingAndMarksTheChosenCells) {
+TEST(TOrnColorGrid, EveryCellHasItsColourTheChosenAreMarkedAndArrowsAndClicksChooseWithinTheGrid) {
     TOrnColorGrid grid(nullptr);
     grid.SetBounds(0, 0, 163, 161); // sizes that do not divide evenly
     TBitmap bitmap;
@@ -191,7 +179,6 @@ TEST(TOrnColorGrid, EveryCellHasItsColourInEveryOrderingAndMarksTheChosenCells) 
         }
     }
     EXPECT_EQ(grid.CellAt(163, 0), -1);
-
     grid.SetBounds(0, 0, 160, 160);
     grid.SetGridOrdering(go4x4);
     grid.Font().SetHeight(-14);
@@ -211,10 +198,7 @@ TEST(TOrnColorGrid, EveryCellHasItsColourInEveryOrderingAndMarksTheChosenCells) 
     EXPECT_EQ(marked(6), 0);
     grid.SetBackgroundEnabled(false);
     EXPECT_EQ(marked(10), 0);
-}
-
-TEST(TOrnColorGrid, ArrowsAndClicksChooseWithinTheGridOnceAndDisabledChoicesIgnoreThem) {
-    TOrnColorGrid grid(nullptr); // 4 × 4, foreground 0, background 15
+    TOrnColorGrid keyed(nullptr); // 4 × 4, foreground 0, background 15
     // key, shift, then the foreground and background indexes
     const std::tuple<std::uint16_t, TShiftState, int, int> steps[] = {
         {VK_LEFT, {}, 0, 15},     {VK_RIGHT, {}, 1, 15},      {VK_DOWN, {}, 5, 15},
@@ -222,32 +206,31 @@ TEST(TOrnColorGrid, ArrowsAndClicksChooseWithinTheGridOnceAndDisabledChoicesIgno
         {VK_UP, {ssCtrl}, 1, 11}, {VK_LEFT, {ssCtrl}, 1, 10}, {VK_RIGHT, {}, 2, 10},
         {VK_RIGHT, {}, 3, 10},    {VK_RIGHT, {}, 3, 10}}; // the right edge stops
     for (auto [key, shift, foreground, background] : steps) {
-        grid.KeyDown(key, shift);
-        EXPECT_EQ(std::pair(grid.ForegroundIndex(), grid.BackgroundIndex()),
+        keyed.KeyDown(key, shift);
+        EXPECT_EQ(std::pair(keyed.ForegroundIndex(), keyed.BackgroundIndex()),
                   std::pair(foreground, background))
             << key << " " << foreground;
     }
     std::uint16_t key = 'X';
-    EXPECT_FALSE(grid.KeyDown(key, {}));
-
-    grid.SetBounds(0, 0, 160, 160); // cells of 40 pixels
+    EXPECT_FALSE(keyed.KeyDown(key, {}));
+    keyed.SetBounds(0, 0, 160, 160); // cells of 40 pixels
     int changes = 0;
-    grid.OnChange = [&](TObject*) { ++changes; };
+    keyed.OnChange = [&](TObject*) { ++changes; };
     // Foreground, background, changes told.
-    const auto state = [&] { return std::tuple(grid.ForegroundIndex(), grid.BackgroundIndex(), changes); };
-    grid.MouseDown(mbLeft, {}, 90, 50); // cell 6
-    EXPECT_EQ(grid.ForegroundColor(), clTeal);
-    grid.MouseDown(mbLeft, {}, 90, 50); // the same cell again
+    const auto state = [&] { return std::tuple(keyed.ForegroundIndex(), keyed.BackgroundIndex(), changes); };
+    keyed.MouseDown(mbLeft, {}, 90, 50); // cell 6
+    EXPECT_EQ(keyed.ForegroundColor(), clTeal);
+    keyed.MouseDown(mbLeft, {}, 90, 50); // the same cell again
     EXPECT_EQ(state(), std::tuple(6, 10, 1));
-    grid.MouseDown(mbRight, {}, 10, 130); // cell 12
+    keyed.MouseDown(mbRight, {}, 10, 130); // cell 12
     EXPECT_EQ(state(), std::tuple(6, 12, 2));
-    grid.SetForegroundEnabled(false);
-    grid.MouseDown(mbLeft, {}, 10, 10);
-    grid.SetBackgroundEnabled(false);
-    grid.MouseDown(mbRight, {}, 10, 10);
+    keyed.SetForegroundEnabled(false);
+    keyed.MouseDown(mbLeft, {}, 10, 10);
+    keyed.SetBackgroundEnabled(false);
+    keyed.MouseDown(mbRight, {}, 10, 10);
     EXPECT_EQ(state(), std::tuple(6, 12, 2));
-    grid.SetBackgroundIndex(99);
-    EXPECT_EQ(grid.BackgroundIndex(), 15);
+    keyed.SetBackgroundIndex(99);
+    EXPECT_EQ(keyed.BackgroundIndex(), 15);
 }
 
 class GaugeTest : public ::testing::Test {
@@ -299,7 +282,22 @@ TEST_F(GaugeTest, BarsAndPiesCoverTheirShareFromTheLeftTheBottomOrTwelveOClock) 
     }
 }
 
-TEST_F(GaugeTest, ProgressNotifiesOnlyWhenItMovesAndContradictoryRangesNeverDivideByZero) {
+TEST_F(GaugeTest, TextIsInvertedOverTheBarProgressNotifiesWhenItMovesAndRangesNeverDivideByZero) {
+    gauge.SetBounds(0, 0, 100, 30);
+    gauge.SetShowText(true);
+    gauge.Font().SetHeight(-20);
+    gauge.SetProgress(50); // "50%" straddles the bar's edge at x = 50
+    gauge.PaintTo(bitmap);
+    int redOnLeft = 0, whiteOnRight = 0;
+    for (int y = 1; y < 29; ++y)
+        for (int x = 1; x < 99; ++x) {
+            redOnLeft += x < 50 && bitmap.Pixel(x, y) != clRed;
+            whiteOnRight += x >= 50 && bitmap.Pixel(x, y) != clWhite;
+            // Red and white mix to full red everywhere: no third colour, no dark text.
+            ASSERT_EQ(GetRValue(bitmap.Pixel(x, y)), 255) << x << "," << y;
+        }
+    EXPECT_GT(redOnLeft, 10);    // white text over the red bar
+    EXPECT_GT(whiteOnRight, 10); // red text over the white rest
     int changes = 0;
     gauge.OnChange = [&](TObject*) { ++changes; };
     gauge.SetProgress(40);
@@ -322,24 +320,6 @@ TEST_F(GaugeTest, ProgressNotifiesOnlyWhenItMovesAndContradictoryRangesNeverDivi
     gauge.AddProgress(LLONG_MAX);
     gauge.AddProgress(LLONG_MAX);
     EXPECT_EQ(std::pair(gauge.Progress(), gauge.PercentDone()), std::pair(LLONG_MAX, 100));
-}
-
-TEST_F(GaugeTest, TextIsInvertedWhereTheBarCoversIt) {
-    gauge.SetBounds(0, 0, 100, 30);
-    gauge.SetShowText(true);
-    gauge.Font().SetHeight(-20);
-    gauge.SetProgress(50); // "50%" straddles the bar's edge at x = 50
-    gauge.PaintTo(bitmap);
-    int redOnLeft = 0, whiteOnRight = 0;
-    for (int y = 1; y < 29; ++y)
-        for (int x = 1; x < 99; ++x) {
-            redOnLeft += x < 50 && bitmap.Pixel(x, y) != clRed;
-            whiteOnRight += x >= 50 && bitmap.Pixel(x, y) != clWhite;
-            // Red and white mix to full red everywhere: no third colour, no dark text.
-            ASSERT_EQ(GetRValue(bitmap.Pixel(x, y)), 255) << x << "," << y;
-        }
-    EXPECT_GT(redOnLeft, 10);    // white text over the red bar
-    EXPECT_GT(whiteOnRight, 10); // red text over the white rest
 }
 
 class GraphTest : public ::testing::Test {
