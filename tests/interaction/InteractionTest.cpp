@@ -137,90 +137,7 @@ TYPED_TEST(EveryController, TakesRotationBeforeTranslationAndLetsGoOfARemovedCom
     delete outlives;
 }
 
-TEST_F(ControlledTest, BadSettingsAreClampedOrIgnoredAlsoInScenesAndEyeHeightAndDistanceAreTheTranslation) {
-    auto* mouse = new TOrnMouseController(form.get());
-    auto* car = Make<TOrnCarController>();
-    auto* person = Make<TOrnPersonController>();
-    auto* show = Make<TOrnPresentationController>();
-    mouse->SetTurnSensitivity(INT_MIN);
-    mouse->SetMoveSensitivity(0);
-    for (float bad : {-1.0f, NAN}) {
-        car->SetMaxSpeed(bad);
-        car->SetAcceleration(bad);
-        car->SetBraking(bad);
-        car->SetTurnAngle(bad);
-        person->SetStepLength(bad);
-        person->SetTurnAngle(bad);
-        show->SetTurnAngle(bad);
-        show->SetDistanceStep(bad);
-    }
-    car->SetReverseSpeed(0.5f);
-    EXPECT_EQ((std::vector<float>{float(mouse->TurnSensitivity()), float(mouse->MoveSensitivity()),
-                                  car->MaxSpeed(), car->ReverseSpeed(), car->Acceleration(), car->Braking(),
-                                  car->TurnAngle(), person->StepLength(), person->TurnAngle(),
-                                  show->TurnAngle(), show->DistanceStep()}),
-              (std::vector<float>{1, 1, 1, 0, 0.05f, 0.1f, 1, 0.1f, 1, 1, 0.1f}));
-    car->SetTurnAngle(0);
-    EXPECT_EQ(car->TurnAngle(), 0.0f);
-    // The speed stays between the reverse and the top speed, whichever of them moves; keys and
-    // steps go by the magnitude of their amounts.
-    using Car = TOrnCarController;
-    std::vector<float> speeds;
-    for (auto set : std::initializer_list<void (*)(Car*)>{
-             [](Car* c) { c->SetCurrentSpeed(5); }, [](Car* c) { c->SetCurrentSpeed(-5); },
-             [](Car* c) { c->SetCurrentSpeed(0.8f), c->SetMaxSpeed(0.5f); },
-             [](Car* c) { c->SetReverseSpeed(-2), c->SetCurrentSpeed(-3); },
-             [](Car* c) { c->SetReverseSpeed(-1); }, [](Car* c) { c->SetCurrentSpeed(NAN); },
-             [](Car* c) { c->SetReverseSpeed(0); },
-             [](Car* c) { c->SetCurrentSpeed(0.25f), c->HandleKey(VK_DOWN, {}); },
-             [](Car* c) { c->HandleKey(VK_DOWN, {}); }, [](Car* c) { c->HandleKey(VK_DOWN, {}); },
-             [](Car* c) { c->SetReverseSpeed(-0.15f), c->HandleKey(VK_DOWN, {}); },
-             [](Car* c) { c->HandleKey(VK_DOWN, {}); }, [](Car* c) { c->Accelerate(-0.3f); },
-             [](Car* c) { c->Brake(-0.1f); }, [](Car* c) { c->Stop(); }}) {
-        set(car);
-        speeds.push_back(car->CurrentSpeed());
-    }
-    EXPECT_THAT(speeds, Pointwise(::testing::FloatNear(1e-6f),
-                                  std::vector<float>{1, 0, 0.5f, -2, -1, -1, 0, 0.15f, 0.05f, 0, -0.1f,
-                                                     -0.15f, 0.15f, 0.05f, 0}));
-    car->SetEyeHeight(1.7f);
-    person->SetEyeHeight(1.6f);
-    show->SetDistance(7);
-    EXPECT_EQ(T()->AsMathVector(), (TOrnMathVector{0, 1.6f, 7}));
-    T()->SetValues(0, 2.5f, 3);
-    EXPECT_EQ((std::vector{car->EyeHeight(), person->EyeHeight(), show->EyeHeight(), show->Distance()}),
-              (std::vector{2.5f, 2.5f, 2.5f, 3.0f}));
-    show->SetEyeHeight(1.5f);
-    car->SetControlled(nullptr);
-    car->SetEyeHeight(3);
-    EXPECT_EQ(std::pair(car->EyeHeight(), T()->Y()), std::pair(0.0f, 1.5f));
-    // Scene files: flag lists are read leniently, and the car's limits before its speed.
-    TOrnMouseController read(nullptr);
-    test::MemoryExchange file;
-    file.Set("MoveSensitivity", "99999999999"); // outside 32 bits: the value stays
-    const std::pair<const char*, TOrnCntrlFlags> flags[] = {
-        {"[ teMoveX , TETURNZ ]", {teMoveX, teTurnZ}}, {"teMoveX,teJump", {teMoveX, teTurnZ}}, {"", {}}};
-    for (auto [text, want] : flags) {
-        file.Set("CntrlFlags", text);
-        file.Load(read);
-        EXPECT_EQ(read.CntrlFlags(), want) << text; // an unknown name keeps the flags
-    }
-    EXPECT_EQ(read.MoveSensitivity(), 128);
-    car->SetMaxSpeed(2);
-    car->SetReverseSpeed(-0.5f);
-    car->SetCurrentSpeed(1.5f);
-    test::MemoryExchange saved;
-    saved.Save(*car);
-    TOrnCarController back(nullptr);
-    saved.Load(back); // the limits come first, so 1.5 survives a default MaxSpeed of 1
-    EXPECT_EQ(back.CurrentSpeed(), 1.5f);
-    saved.Set("CurrentSpeed", "-1e300");
-    saved.Load(back);
-    EXPECT_EQ(back.CurrentSpeed(), -0.5f);
-}
-
-// After each key the car drives one step at its speed and the presentation turns once.
-TEST_F(ControlledTest, KeysTurnStepNodAccelerateAndChooseWhatEachControllerDoes) {
+TEST_F(ControlledTest, KeysMoveAndTurnBadSettingsAreClampedOrIgnoredEvenInScenesEyeHeightIsTheTranslation) {
     auto* person = Make<TOrnPersonController>();
     auto* car = Make<TOrnCarController>();
     auto* show = Make<TOrnPresentationController>();
@@ -261,6 +178,7 @@ TEST_F(ControlledTest, KeysTurnStepNodAccelerateAndChooseWhatEachControllerDoes)
         {show, VK_DOWN, true, {0, 0, -0.1}, {0, 10, 0}},
         {show, VK_HOME, false, {0, 0, -0.1}, {0, 10, 0}},
     };
+    // After each key the car drives one step at its speed and the presentation turns once.
     for (const auto& s : steps) {
         SCOPED_TRACE(&s - steps);
         if (&s == steps || s.c != (&s - 1)->c) Place({}, {});
@@ -272,6 +190,84 @@ TEST_F(ControlledTest, KeysTurnStepNodAccelerateAndChooseWhatEachControllerDoes)
     Place({0, 1.8, 0}, {0, 270, 0});
     person->Move(2);
     ExpectAt({2, 1.8, 0}, {0, 270, 0});
+    // Bad settings are clamped or ignored; the turn angles stay at the 10 degrees set above.
+    auto* mouse = new TOrnMouseController(form.get());
+    mouse->SetTurnSensitivity(INT_MIN);
+    mouse->SetMoveSensitivity(0);
+    for (float bad : {-1.0f, NAN}) {
+        car->SetMaxSpeed(bad);
+        car->SetAcceleration(bad);
+        car->SetBraking(bad);
+        car->SetTurnAngle(bad);
+        person->SetStepLength(bad);
+        person->SetTurnAngle(bad);
+        show->SetTurnAngle(bad);
+        show->SetDistanceStep(bad);
+    }
+    car->SetReverseSpeed(0.5f);
+    EXPECT_EQ((std::vector<float>{float(mouse->TurnSensitivity()), float(mouse->MoveSensitivity()),
+                                  car->MaxSpeed(), car->ReverseSpeed(), car->Acceleration(), car->Braking(),
+                                  car->TurnAngle(), person->StepLength(), person->TurnAngle(),
+                                  show->TurnAngle(), show->DistanceStep()}),
+              (std::vector<float>{1, 1, 1, 0, 0.05f, 0.1f, 10, 0.1f, 10, 10, 0.1f}));
+    car->SetTurnAngle(0);
+    EXPECT_EQ(car->TurnAngle(), 0.0f);
+    // The speed stays between the reverse and the top speed, whichever of them moves; keys and
+    // steps go by the magnitude of their amounts.
+    using Car = TOrnCarController;
+    std::vector<float> speeds;
+    for (auto set : std::initializer_list<void (*)(Car*)>{
+             [](Car* c) { c->SetCurrentSpeed(5); }, [](Car* c) { c->SetCurrentSpeed(-5); },
+             [](Car* c) { c->SetCurrentSpeed(0.8f), c->SetMaxSpeed(0.5f); },
+             [](Car* c) { c->SetReverseSpeed(-2), c->SetCurrentSpeed(-3); },
+             [](Car* c) { c->SetReverseSpeed(-1); }, [](Car* c) { c->SetCurrentSpeed(NAN); },
+             [](Car* c) { c->SetReverseSpeed(0); },
+             [](Car* c) { c->SetCurrentSpeed(0.25f), c->HandleKey(VK_DOWN, {}); },
+             [](Car* c) { c->HandleKey(VK_DOWN, {}); }, [](Car* c) { c->HandleKey(VK_DOWN, {}); },
+             [](Car* c) { c->SetReverseSpeed(-0.15f), c->HandleKey(VK_DOWN, {}); },
+             [](Car* c) { c->HandleKey(VK_DOWN, {}); }, [](Car* c) { c->Accelerate(-0.3f); },
+             [](Car* c) { c->Brake(-0.1f); }, [](Car* c) { c->Stop(); }}) {
+        set(car);
+        speeds.push_back(car->CurrentSpeed());
+    }
+    EXPECT_THAT(speeds, Pointwise(::testing::FloatNear(1e-6f),
+                                  std::vector<float>{1, 0, 0.5f, -2, -1, -1, 0, 0.15f, 0.05f, 0, -0.1f,
+                                                     -0.15f, 0.15f, 0.05f, 0}));
+    Place({}, {});
+    car->SetEyeHeight(1.7f);
+    person->SetEyeHeight(1.6f);
+    show->SetDistance(7);
+    EXPECT_EQ(T()->AsMathVector(), (TOrnMathVector{0, 1.6f, 7}));
+    T()->SetValues(0, 2.5f, 3);
+    EXPECT_EQ((std::vector{car->EyeHeight(), person->EyeHeight(), show->EyeHeight(), show->Distance()}),
+              (std::vector{2.5f, 2.5f, 2.5f, 3.0f}));
+    show->SetEyeHeight(1.5f);
+    car->SetControlled(nullptr);
+    car->SetEyeHeight(3);
+    EXPECT_EQ(std::pair(car->EyeHeight(), T()->Y()), std::pair(0.0f, 1.5f));
+    // Scene files: flag lists are read leniently, and the car's limits before its speed.
+    TOrnMouseController read(nullptr);
+    test::MemoryExchange file;
+    file.Set("MoveSensitivity", "99999999999"); // outside 32 bits: the value stays
+    const std::pair<const char*, TOrnCntrlFlags> flags[] = {
+        {"[ teMoveX , TETURNZ ]", {teMoveX, teTurnZ}}, {"teMoveX,teJump", {teMoveX, teTurnZ}}, {"", {}}};
+    for (auto [text, want] : flags) {
+        file.Set("CntrlFlags", text);
+        file.Load(read);
+        EXPECT_EQ(read.CntrlFlags(), want) << text; // an unknown name keeps the flags
+    }
+    EXPECT_EQ(read.MoveSensitivity(), 128);
+    car->SetMaxSpeed(2);
+    car->SetReverseSpeed(-0.5f);
+    car->SetCurrentSpeed(1.5f);
+    test::MemoryExchange saved;
+    saved.Save(*car);
+    TOrnCarController back(nullptr);
+    saved.Load(back); // the limits come first, so 1.5 survives a default MaxSpeed of 1
+    EXPECT_EQ(back.CurrentSpeed(), 1.5f);
+    saved.Set("CurrentSpeed", "-1e300");
+    saved.Load(back);
+    EXPECT_EQ(back.CurrentSpeed(), -0.5f);
 }
 
 TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAllowAlongQuirkyVectors) {
@@ -280,15 +276,10 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAll
     const TOrnCntrlFlags all = kAllCntrlFlags;
     const int lo = INT_MIN, hi = INT_MAX;
     // One move is 1 / 50000 and one degree of turn 1 / 2000 of (sensitivity + 5) per pixel.
-    const struct {
-        TMouseButton button;
-        bool switched;
-        TOrnCntrlFlags flags;
-        int turn, move;
-        TOrnMathVector from; // rotation before the drag
-        int x0, y0, x1, y1;
-        TOrnMathVector t, r;
-    } cases[] = {
+    // Button, switched buttons, flags, turn and move sensitivity, rotation before the drag, the drag from
+    // (x0, y0) to (x1, y1), then the translation and rotation after it.
+    using V = TOrnMathVector;
+    const std::tuple<TMouseButton, bool, TOrnCntrlFlags, int, int, V, int, int, int, int, V, V> cases[] = {
         {mbLeft, false, all, 128, 128, {}, 10, 10, 10, 110, {0, 0.266, 0}, {}},
         {mbLeft, false, all, 128, 128, {}, 10, 10, 110, 10, {}, {0, 6.65, 0}},
         {mbLeft, false, all, 1, 45, {}, 0, 0, -100, -100, {0, -0.1, 0}, {0, 359.7, 0}}, // kept in 0 … 360
@@ -303,18 +294,19 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAll
         {mbRight, false, {teMoveX}, 128, 128, {}, 0, 100, 100, 0, {-0.266, 0, 0}, {}},     // sideways only
         {mbLeft, false, {teMoveY, teTurnX, teTurnZ}, 128, 128, {}, lo, lo, hi, hi, {0, 11424613, 0}, {}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        Place({}, c.from);
-        mouse->SetSwitchButtons(c.switched);
-        mouse->SetCntrlFlags(c.flags);
-        mouse->SetTurnSensitivity(c.turn);
-        mouse->SetMoveSensitivity(c.move);
-        EXPECT_FALSE(mouse->HandleMouseDown(c.button, {ssShift}, c.x0, c.y0));
-        EXPECT_EQ(mouse->HandleMouseMove({}, c.x1, c.y1), c.button != mbMiddle);
-        EXPECT_FALSE(mouse->HandleMouseUp(mbMiddle, {}, c.x1, c.y1)); // any button ends the drag
-        ExpectAt(c.t, c.r, c.t.y > 1e6 ? 2.0 : 1e-5);
-        EXPECT_TRUE(c.t != TOrnMathVector{} || c.r != c.from || seen.empty()) << "no motion, no notification";
+    int row = 0;
+    for (auto [button, switched, flags, turn, move, from, x0, y0, x1, y1, t, r] : cases) {
+        SCOPED_TRACE(row++);
+        Place({}, from);
+        mouse->SetSwitchButtons(switched);
+        mouse->SetCntrlFlags(flags);
+        mouse->SetTurnSensitivity(turn);
+        mouse->SetMoveSensitivity(move);
+        EXPECT_FALSE(mouse->HandleMouseDown(button, {ssShift}, x0, y0));
+        EXPECT_EQ(mouse->HandleMouseMove({}, x1, y1), button != mbMiddle);
+        EXPECT_FALSE(mouse->HandleMouseUp(mbMiddle, {}, x1, y1)); // any button ends the drag
+        ExpectAt(t, r, t.y > 1e6 ? 2.0 : 1e-5);
+        EXPECT_TRUE(t != V{} || r != from || seen.empty()) << "no motion, no notification";
     }
     Place({}, {});
     mouse->HandleMouseDown(mbLeft, {}, 0, 0);
@@ -323,12 +315,8 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAll
     EXPECT_TRUE(mouse->HandleMouseMove({}, 0, 200)); // each move counts from the previous position
     EXPECT_TRUE(mouse->HandleMouseMove({}, 0, 200)); // no motion still reports the drag
     ExpectAt({0, 0.532, 0}, {});
-    // The vectors the moves go along, with their quirks.
-    const struct {
-        bool forward;
-        double rx, ry, rz;
-        TOrnMathVector want;
-    } vectors[] = {
+    // The vectors the moves go along, with their quirks: forward (or sideways), the angles, the vector.
+    const std::tuple<bool, double, double, double, TOrnMathVector> vectors[] = {
         {false, 1.0, 1.5707963267948966, 0, {0, 0, -1}},
         {false, 0, 1.0471975511965976, 0.5235987755982988, {0.4330127018922193, -0.25, -0.8660254037844386}},
         {true, 0, 0, 0, {1, 0, 1}}, // r = 0 is taken as 1: x is 1, not 0
@@ -337,11 +325,11 @@ TEST_F(ControlledTest, MouseButtonsChooseTheDragAndDragsMoveAndTurnAsTheFlagsAll
         {true, 0, -1.5707963267948966, 0, {-1, 0, 0}}, // negative angles are brought to 0 … 2π
         {true, 0.5235987755982988, 0, 0, {0, -0.5, 0.8660254037844386}},
     };
-    for (const auto& c : vectors)
-        EXPECT_THAT(Parts(c.forward ? TOrnMouseController::CalcVecZ(c.rx, c.ry, c.rz)
-                                    : TOrnMouseController::CalcVecX(c.rx, c.ry, c.rz)),
-                    Pointwise(DoubleNear(1e-9), Parts(c.want)))
-            << &c - vectors;
+    for (auto [forward, rx, ry, rz, want] : vectors)
+        EXPECT_THAT(Parts(forward ? TOrnMouseController::CalcVecZ(rx, ry, rz)
+                                  : TOrnMouseController::CalcVecX(rx, ry, rz)),
+                    Pointwise(DoubleNear(1e-9), Parts(want)))
+            << rx << " " << ry << " " << rz;
     EXPECT_TRUE(std::isnan(TOrnMouseController::CalcVecZ(0, -INFINITY, 0).z));
     mouse->SetCntrlFlags(all);
     Place({1, 2, 3}, {30, 45, 0}); // forward is (0.6124, -0.5, 0.6124) at these angles
@@ -394,12 +382,9 @@ TEST_F(TOrnTimerTest, TicksWhenMoreThanAnIntervalPassedKeepingThePhaseAndWaitsWh
 }
 
 TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodTheRateAchievedIsMeasuredAndTheStopwatchNests) {
-    const struct {
-        std::int64_t frequency;
-        bool byRate;
-        int value, intervall, rate;
-        std::int64_t ticks;
-    } cases[] = {
+    // The clock's frequency, whether the value sets the rate (or the interval), the value, then the
+    // interval, the rate and the interval in counts of the clock that follow.
+    const std::tuple<std::int64_t, bool, int, int, int, std::int64_t> cases[] = {
         {1'000'000'000, true, 6, 167, 6, 166'666'667},    // 166.7 rounds up
         {1'000'000'000, false, 400, 400, 3, 400'000'000}, // 2.5 rounds up
         {1'000'000'000, true, 10'000, 0, 10'000, 100'000},
@@ -412,13 +397,13 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodTheRateAchievedIsMeasured
         {3'579'545, true, 3, 333, 3, 1'193'182},    // 1,193,181.67
         {100, false, 1, 1, 1000, 1},                // at least one count
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        TOrnClockOverride counter([] { return std::int64_t{0}; }, c.frequency);
+    for (auto [frequency, byRate, value, intervall, rate, counts] : cases) {
+        TOrnClockOverride counter([] { return std::int64_t{0}; }, frequency);
         TOrnTimer t(nullptr);
-        c.byRate ? t.SetRate(c.value) : t.SetIntervall(c.value);
+        byRate ? t.SetRate(value) : t.SetIntervall(value);
         EXPECT_EQ((std::tuple{t.Frequency(), t.Intervall(), t.Rate(), t.IntervalTicks()}),
-                  (std::tuple{c.frequency, c.intervall, c.rate, c.ticks}));
+                  (std::tuple{frequency, intervall, rate, counts}))
+            << value;
     }
     // The rate achieved is measured over each second.
     TOrnTimer* rated = NewTimer();

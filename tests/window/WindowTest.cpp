@@ -21,9 +21,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <functional>
+#include <memory>
+#include <numeric>
 #include <string>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -91,31 +93,6 @@ Pixel FramePixel(TOrnView& view, int x, int y) {
     return pixel;
 }
 
-class WindowView : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string reason;
-        if (!WindowSystemAvailable(&reason)) GTEST_SKIP() << "no window system: " << reason;
-        view.SetSurfaceFactory(WindowSurfaceFactory({"Orn window test", true, false}));
-        view.SetBounds(320, 240);
-        view.SetBackgroundColor(clBlue);
-        view.OnRender = [this](TOrnView*) { ++renders; };
-        ASSERT_TRUE(view.OpenGLConnect());
-        input.display = glfwGetX11Display();
-        input.window = glfwGetX11Window(static_cast<GLFWwindow*>(view.Surface()->NativeWindow()));
-        // The window's first expose asks for a paint.
-        ASSERT_TRUE(StepUntil([&] { return renders > 0; }));
-    }
-
-    static bool StepUntil(const std::function<bool()>& done) {
-        return Until(done, [] { TApplication::Instance().Step(0.02); });
-    }
-
-    TOrnView view{nullptr};
-    int renders = 0;
-    XInput input;
-};
-
 class CountingController : public TOrnCustomController {
 public:
     using TOrnCustomController::TOrnCustomController;
@@ -123,12 +100,28 @@ public:
     bool HandleMouseMove(TShiftState, int, int) override { return ++moves > 0; }
 };
 
-TEST_F(WindowView, PaintsThroughTheApplicationStepFollowsTheWindowsSizeAndTakesItsInput) {
+TEST(WindowView, PaintsThroughTheApplicationStepFollowsTheWindowsSizeAndTakesItsInput) {
+    std::string reason;
+    if (!WindowSystemAvailable(&reason)) GTEST_SKIP() << "no window system: " << reason;
+    const auto stepUntil = [](const std::function<bool()>& done) {
+        return Until(done, [] { TApplication::Instance().Step(0.02); });
+    };
+    TOrnView view(nullptr);
+    int renders = 0;
+    view.SetSurfaceFactory(WindowSurfaceFactory({"Orn window test", true, false}));
+    view.SetBounds(320, 240);
+    view.SetBackgroundColor(clBlue);
+    view.OnRender = [&](TOrnView*) { ++renders; };
+    ASSERT_TRUE(view.OpenGLConnect());
+    const XInput input{glfwGetX11Display(),
+                       glfwGetX11Window(static_cast<GLFWwindow*>(view.Surface()->NativeWindow()))};
+    // The window's first expose asks for a paint.
+    ASSERT_TRUE(stepUntil([&] { return renders > 0; }));
     EXPECT_EQ(view.Surface()->Kind(), "window");
     EXPECT_TRUE(view.PixelFormat().ColorBits >= 24 && view.PixelFormat().DoubleBuffer());
     int before = renders;
     view.InvalidateGL();
-    EXPECT_TRUE(StepUntil([&] { return renders > before; }));
+    EXPECT_TRUE(stepUntil([&] { return renders > before; }));
     EXPECT_FALSE(view.PaintPending());
     EXPECT_EQ(FramePixel(view, 10, 10), (Pixel{0, 0, 255, 255}));
     int resized = 0;
@@ -136,11 +129,11 @@ TEST_F(WindowView, PaintsThroughTheApplicationStepFollowsTheWindowsSizeAndTakesI
     before = renders;
     XResizeWindow(input.display, input.window, 400, 300);
     XFlush(input.display);
-    EXPECT_TRUE(StepUntil([&] { return view.Width() == 400 && view.Height() == 300; }));
+    EXPECT_TRUE(stepUntil([&] { return view.Width() == 400 && view.Height() == 300; }));
     EXPECT_GE(resized, 1);
-    EXPECT_TRUE(StepUntil([&] { return renders > before; })); // a resize repaints
+    EXPECT_TRUE(stepUntil([&] { return renders > before; })); // a resize repaints
     view.SetBounds(200, 150);                                 // and the view's size moves the window
-    EXPECT_TRUE(StepUntil([&] {
+    EXPECT_TRUE(stepUntil([&] {
         XWindowAttributes attributes;
         XGetWindowAttributes(input.display, input.window, &attributes);
         return attributes.width == 200 && attributes.height == 150;
@@ -176,13 +169,13 @@ TEST_F(WindowView, PaintsThroughTheApplicationStepFollowsTheWindowsSizeAndTakesI
     const std::vector<std::string> expected{"move 30,40",      "down 0 30,40", "move 35,45 left",
                                             "up 0 35,45",      "down 1 35,45", "up 1 35,45",
                                             "wheel 120 35,45", "key 37",       "key 65 shift"};
-    EXPECT_TRUE(StepUntil([&] { return log.size() >= expected.size(); }));
+    EXPECT_TRUE(stepUntil([&] { return log.size() >= expected.size(); }));
     EXPECT_EQ(log, expected);
     // The controller saw the moves and its answer asked for a repaint.
     EXPECT_EQ(controller.moves, 2);
     before = renders;
     input.Motion(36, 46);
-    EXPECT_TRUE(StepUntil([&] { return renders > before; }));
+    EXPECT_TRUE(stepUntil([&] { return renders > before; }));
 }
 
 // The application's key callback counts its presses in the count its user pointer names.
@@ -193,41 +186,28 @@ void ApplicationKey(GLFWwindow* window, int, int, int action, int) {
 // A view drawing into a GLFW window that the application (here the test) created, owns and pumps:
 // the view renders into it, follows its size and takes its input, and the application's own
 // callbacks keep working and come back when the view lets go.
-class EmbeddedWindow : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string reason;
-        if (!WindowSystemAvailable(&reason)) GTEST_SKIP() << "no window system: " << reason;
-        glfwDefaultWindowHints();
-        window = glfwCreateWindow(200, 150, "The application's window", nullptr, nullptr);
-        ASSERT_NE(window, nullptr);
-        glfwSetWindowUserPointer(window, &appKeys);
-        glfwSetKeyCallback(window, ApplicationKey);
-        view.SetSurfaceFactory(ExistingWindowSurfaceFactory(window));
-        view.SetBackgroundColor(clRed);
-        view.OnRender = [this](TOrnView*) { ++renders; };
-        view.OnKeyDown = [this](TObject*, std::uint16_t& key, TShiftState) { viewKey = key; };
-        ASSERT_TRUE(view.OpenGLConnect());
-    }
-
-    void TearDown() override {
-        view.OpenGLDisconnect();
-        if (window) glfwDestroyWindow(window);
-    }
-
-    // As the application's own loop does.
-    static bool PollUntil(const std::function<bool()>& done) {
-        return Until(done, [] { glfwWaitEventsTimeout(0.02); });
-    }
-
-    GLFWwindow* window = nullptr;
-    int appKeys = 0;
-    TOrnView view{nullptr};
-    int renders = 0;
+TEST(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreateAndSharesItsKeysUntilItLetsGo) {
+    std::string reason;
+    if (!WindowSystemAvailable(&reason)) GTEST_SKIP() << "no window system: " << reason;
+    const auto pollUntil = [](const std::function<bool()>& done) {
+        return Until(done, [] { glfwWaitEventsTimeout(0.02); }); // as the application's own loop does
+    };
+    glfwDefaultWindowHints();
+    // Destroyed after every view below.
+    const std::unique_ptr<GLFWwindow, void (*)(GLFWwindow*)> owned(
+        glfwCreateWindow(200, 150, "The application's window", nullptr, nullptr), glfwDestroyWindow);
+    GLFWwindow* window = owned.get();
+    ASSERT_NE(window, nullptr);
+    int appKeys = 0, renders = 0;
     std::uint16_t viewKey = 0;
-};
-
-TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreateAndSharesItsKeysUntilItLetsGo) {
+    glfwSetWindowUserPointer(window, &appKeys);
+    glfwSetKeyCallback(window, ApplicationKey);
+    TOrnView view(nullptr);
+    view.SetSurfaceFactory(ExistingWindowSurfaceFactory(window));
+    view.SetBackgroundColor(clRed);
+    view.OnRender = [&](TOrnView*) { ++renders; };
+    view.OnKeyDown = [&](TObject*, std::uint16_t& key, TShiftState) { viewKey = key; };
+    ASSERT_TRUE(view.OpenGLConnect());
     EXPECT_EQ(view.Surface()->NativeWindow(), window);
     int width = 0, height = 0;
     glfwGetFramebufferSize(window, &width, &height);
@@ -240,10 +220,10 @@ TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreateAndSharesItsKeys
     EXPECT_EQ(FramePixel(view, width / 2, height / 2), (Pixel{255, 0, 0, 255}));
     // The application resizes its window; the view follows, and does not fight it back.
     glfwSetWindowSize(window, 260, 180);
-    EXPECT_TRUE(PollUntil([&] { return view.Width() == 260 && view.Height() == 180; }))
+    EXPECT_TRUE(pollUntil([&] { return view.Width() == 260 && view.Height() == 180; }))
         << view.Width() << "x" << view.Height();
     XInput{glfwGetX11Display(), glfwGetX11Window(window)}.Key(XK_a);
-    EXPECT_TRUE(PollUntil([&] { return viewKey != 0 && appKeys > 0; }))
+    EXPECT_TRUE(pollUntil([&] { return viewKey != 0 && appKeys > 0; }))
         << "view key " << viewKey << ", application keys " << appKeys;
     EXPECT_EQ(std::pair(viewKey, appKeys), std::pair(std::uint16_t('A'), 1));
     EXPECT_EQ(glfwGetWindowUserPointer(window), &appKeys) << "the user pointer stays the application's";
@@ -262,11 +242,8 @@ TEST_F(EmbeddedWindow, TheViewRendersIntoTheWindowItDidNotCreateAndSharesItsKeys
 // The tests of the orn command run the program itself.
 #ifdef ORN_APP_PATH
 
-using namespace std::chrono_literals;
 using Picture = std::vector<unsigned long>;
-
-constexpr int kWidth = 320;
-constexpr int kHeight = 240;
+constexpr int kWidth = 320, kHeight = 240;
 
 class ViewVerb : public ::testing::Test {
 protected:
@@ -298,7 +275,8 @@ protected:
     }
     static bool WaitFor(const std::function<bool()>& done) {
         return Until(
-            done, [] { std::this_thread::sleep_for(20ms); }, 5s);
+            done, [] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); },
+            std::chrono::seconds(5));
     }
     // One look reads at most 64 KiB, so that a viewer that never stops printing cannot keep a wait
     // from reaching its time limit.
@@ -345,10 +323,9 @@ protected:
         return pixels;
     }
     static int Differences(const Picture& a, const Picture& b) {
-        int n = 0;
-        for (size_t i = 0; i < a.size() && i < b.size(); ++i)
-            n += a[i] != b[i];
-        return n;
+        const auto n = std::min(a.size(), b.size());
+        return std::inner_product(a.begin(), a.begin() + n, b.begin(), 0, std::plus<>(),
+                                  std::not_equal_to<>());
     }
     Picture Changed(const Picture& before) {
         Picture now;
@@ -425,9 +402,7 @@ TEST_F(ViewVerb, SceneFileOpensThroughItsCameraZoomsOrbitsFramesAndTakesScreensh
     const std::string line = Output().substr(from);
     ASSERT_EQ(line.rfind("wrote /", 0), 0u) << line;
     const std::string file = line.substr(6, line.find('\n') - 6);
-    struct stat info {};
-    EXPECT_EQ(stat(file.c_str(), &info), 0) << file;
-    EXPECT_GT(info.st_size, 1000);
+    EXPECT_GT(std::filesystem::file_size(file), 1000u) << file; // throws where there is none
     std::remove(file.c_str());
 }
 
