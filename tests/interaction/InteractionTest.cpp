@@ -55,7 +55,6 @@ protected:
         c->SetControlled(target);
         return c;
     }
-
     std::vector<TOrnMathVector> seen; // outlives the form
     std::unique_ptr<TComponent> form = std::make_unique<TComponent>(nullptr);
     TOrnTransformed* target = new TOrnTransformed(form.get());
@@ -78,7 +77,6 @@ protected:
         app.OnIdle = std::move(fSavedIdle);
         app.SetActive(fSavedActive);
     }
-
     // A timer of the form; one given a name writes it into order, and the time and the intervals
     // into ticks, at each tick.
     TOrnTimer* NewTimer(char name = 0) {
@@ -92,7 +90,6 @@ protected:
         return t;
     }
     std::int64_t Count(char name) const { return std::count(order.begin(), order.end(), name); }
-
     // Runs the application's idle handler once with the clock at ms milliseconds; returns done.
     bool IdleAt(double ms) {
         now = std::llround(ms * kNsPerMs);
@@ -100,7 +97,6 @@ protected:
         if (app.OnIdle) app.OnIdle(nullptr, done);
         return done;
     }
-
     std::vector<std::pair<double, int>> ticks; // milliseconds, intervals
     std::string order;
     std::int64_t now = 0;
@@ -145,47 +141,44 @@ TEST_F(ControlledTest, KeysMoveAndTurnBadSettingsAreClampedOrIgnoredEvenInScenes
     car->SetTurnAngle(10);
     show->SetTurnAngle(10);
     const TOrnMathVector ahead{0.0173648, 0, 0.0984808}; // sin 10°, cos 10° of a step of 0.1
-    const struct {
-        TOrnCustomController* c;
-        std::uint16_t key;
-        bool handled;
-        TOrnMathVector t, r;
-        TShiftState shift = {};
-    } steps[] = {
-        {person, VK_UP, true, {0, 0, 0.1}, {}}, // heading 0: along +z
-        {person, VK_DOWN, true, {}, {}},
-        {person, VK_RIGHT, true, {}, {0, 10, 0}},
-        {person, VK_LEFT, true, {}, {0, 0, 0}},
-        {person, VK_LEFT, true, {}, {0, 350, 0}},
-        {person, VK_UP, true, ahead, {0, 350, 0}},
-        {person, VK_NEXT, true, ahead, {10, 350, 0}},
-        {person, VK_PRIOR, true, ahead, {0, 350, 0}, {ssCtrl}},
-        {person, VK_PRIOR, true, ahead, {350, 350, 0}},
-        {person, VK_HOME, true, ahead, {0, 350, 0}}, // the heading stays
-        {person, VK_END, false, ahead, {0, 350, 0}},
-        {car, VK_RIGHT, true, {}, {0, 10, 0}},
-        {car, VK_LEFT, true, {}, {0, 0, 0}},
-        {car, VK_LEFT, true, {}, {0, 350, 0}},
-        {car, VK_UP, true, {0.0086824, 0, 0.0492404}, {0, 350, 0}},
-        {car, VK_DOWN, true, {0.0086824, 0, 0.0492404}, {0, 350, 0}}, // braked to 0
-        {car, VK_HOME, false, {0.0086824, 0, 0.0492404}, {0, 350, 0}},
-        {show, VK_RIGHT, true, {}, {0, 10, 0}},
-        {show, VK_RIGHT, true, {}, {0, 20, 0}},
-        {show, VK_LEFT, true, {}, {0, 10, 0}},
-        {show, VK_END, true, {}, {0, 10, 0}},
-        {show, VK_UP, true, {0, 0, 0.1}, {0, 10, 0}},
-        {show, VK_DOWN, true, {}, {0, 10, 0}},
-        {show, VK_DOWN, true, {0, 0, -0.1}, {0, 10, 0}},
-        {show, VK_HOME, false, {0, 0, -0.1}, {0, 10, 0}},
-    };
+    // The controller, the key, whether it is handled, the translation and rotation after it, shift.
+    const std::tuple<TOrnCustomController*, std::uint16_t, bool, TOrnMathVector, TOrnMathVector, TShiftState>
+        steps[] = {
+            {person, VK_UP, true, {0, 0, 0.1}, {}, {}}, // heading 0: along +z
+            {person, VK_DOWN, true, {}, {}, {}},
+            {person, VK_RIGHT, true, {}, {0, 10, 0}, {}},
+            {person, VK_LEFT, true, {}, {0, 0, 0}, {}},
+            {person, VK_LEFT, true, {}, {0, 350, 0}, {}},
+            {person, VK_UP, true, ahead, {0, 350, 0}, {}},
+            {person, VK_NEXT, true, ahead, {10, 350, 0}, {}},
+            {person, VK_PRIOR, true, ahead, {0, 350, 0}, {ssCtrl}},
+            {person, VK_PRIOR, true, ahead, {350, 350, 0}, {}},
+            {person, VK_HOME, true, ahead, {0, 350, 0}, {}}, // the heading stays
+            {person, VK_END, false, ahead, {0, 350, 0}, {}},
+            {car, VK_RIGHT, true, {}, {0, 10, 0}, {}},
+            {car, VK_LEFT, true, {}, {0, 0, 0}, {}},
+            {car, VK_LEFT, true, {}, {0, 350, 0}, {}},
+            {car, VK_UP, true, {0.0086824, 0, 0.0492404}, {0, 350, 0}, {}},
+            {car, VK_DOWN, true, {0.0086824, 0, 0.0492404}, {0, 350, 0}, {}}, // braked to 0
+            {car, VK_HOME, false, {0.0086824, 0, 0.0492404}, {0, 350, 0}, {}},
+            {show, VK_RIGHT, true, {}, {0, 10, 0}, {}},
+            {show, VK_RIGHT, true, {}, {0, 20, 0}, {}},
+            {show, VK_LEFT, true, {}, {0, 10, 0}, {}},
+            {show, VK_END, true, {}, {0, 10, 0}, {}},
+            {show, VK_UP, true, {0, 0, 0.1}, {0, 10, 0}, {}},
+            {show, VK_DOWN, true, {}, {0, 10, 0}, {}},
+            {show, VK_DOWN, true, {0, 0, -0.1}, {0, 10, 0}, {}},
+            {show, VK_HOME, false, {0, 0, -0.1}, {0, 10, 0}, {}},
+        };
     // After each key the car drives one step at its speed and the presentation turns once.
-    for (const auto& s : steps) {
-        SCOPED_TRACE(&s - steps);
-        if (&s == steps || s.c != (&s - 1)->c) Place({}, {});
-        EXPECT_EQ(s.c->HandleKey(s.key, s.shift), s.handled);
-        if (s.c == car) car->Move();
-        if (s.c == show) show->Present();
-        ExpectAt(s.t, s.r);
+    TOrnCustomController* previous = nullptr;
+    for (auto [c, key, handled, t, r, shift] : steps) {
+        SCOPED_TRACE(testing::Message() << c->ClassName() << " " << key);
+        if (c != std::exchange(previous, c)) Place({}, {});
+        EXPECT_EQ(c->HandleKey(key, shift), handled);
+        if (c == car) car->Move();
+        if (c == show) show->Present();
+        ExpectAt(t, r);
     }
     Place({0, 1.8, 0}, {0, 270, 0});
     person->Move(2);

@@ -1,6 +1,5 @@
-// The sample controls: what each paints and how keys and clicks change it, and every one painted at
-// sizes from nothing to the largest bitmap side with the extreme values of its properties, where
-// nothing may crash, hang or touch memory it does not own (run it under ORN_SANITIZE for the last).
+// The sample controls: what each paints and how keys and clicks change it; and every one painted at any
+// size with extreme properties, which must not crash, hang or touch memory it does not own (ORN_SANITIZE).
 #include <orn/diag/TOrnAboutBox.h>
 #include <orn/samples/TOrnCalendar.h>
 #include <orn/samples/TOrnColorGrid.h>
@@ -17,6 +16,7 @@
 #include <numbers>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace orn {
@@ -81,9 +81,8 @@ TEST(SamplesSweep, PaintingAnySizeWithExtremePropertiesIsSafe) {
         std::string previousClass;
         for (const auto& control : ExtremeControls()) {
             // The largest size costs most: once per class is enough.
-            const bool first = control->ClassName() != previousClass;
-            previousClass = control->ClassName();
-            if (huge && !first) continue;
+            const bool repeated = std::exchange(previousClass, control->ClassName()) == control->ClassName();
+            if (huge && repeated) continue;
             SCOPED_TRACE(previousClass + " " + std::to_string(size.cx) + " x " + std::to_string(size.cy));
             control->SetBounds(-5, INT_MAX, size.cx, size.cy);
             control->PaintTo(bitmap);
@@ -104,15 +103,13 @@ TEST(TOrnCalendar, MovesKeepTheDayInRangeTheSelectedDayIsHighlightedAndClicksCho
     EXPECT_EQ((std::vector{TOrnCalendar::IsLeapYear(1900), TOrnCalendar::IsLeapYear(2000),
                            TOrnCalendar::IsLeapYear(2023), TOrnCalendar::IsLeapYear(2024)}),
               (std::vector{false, true, false, true}));
-    EXPECT_EQ(TOrnCalendar::DayOfWeek({2024, 2, 1}), 4); // Thursday
-    EXPECT_EQ(TOrnCalendar::DayOfWeek({2000, 1, 1}), 6); // Saturday
+    EXPECT_EQ(std::pair(TOrnCalendar::DayOfWeek({2024, 2, 1}), TOrnCalendar::DayOfWeek({2000, 1, 1})),
+              std::pair(4, 6)); // Thursday, Saturday
     TOrnCalendar calendar(nullptr);
     calendar.SetUseCurrentDate(false);
+    // Each case runs once, so the key the control may clear is the lambda's own copy.
     const auto key = [](std::uint16_t k) {
-        return [k](TOrnCalendar& c) {
-            std::uint16_t pressed = k;
-            EXPECT_TRUE(c.KeyDown(pressed, {}));
-        };
+        return [k](TOrnCalendar& c) mutable { EXPECT_TRUE(c.KeyDown(k, {})); };
     };
     const std::tuple<TOrnDate, std::function<void(TOrnCalendar&)>, TOrnDate> cases[] = {
         {{2024, 1, 31}, [](TOrnCalendar& c) { c.NextMonth(); }, {2024, 2, 29}},
@@ -233,29 +230,36 @@ TEST(TOrnColorGrid, EveryCellHasItsColourTheChosenAreMarkedAndArrowsAndClicksCho
     EXPECT_EQ(keyed.BackgroundIndex(), 15);
 }
 
-class GaugeTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        gauge.SetForeColor(clRed);
-        gauge.SetBackColor(clWhite);
-        gauge.SetShowText(false);
-    }
-    int CountRow(int y, TColor color) {
-        gauge.PaintTo(bitmap);
-        int n = 0;
-        for (int x = 0; x < bitmap.Width(); ++x)
-            n += bitmap.Pixel(x, y) == color;
-        return n;
-    }
-    TOrnGauge gauge{nullptr};
+TEST(TOrnGauge, TextIsInvertedOverBarsAndPiesCoverTheirShareAndProgressNeverDividesByZero) {
+    TOrnGauge gauge(nullptr);
     TBitmap bitmap;
-};
-
-TEST_F(GaugeTest, BarsAndPiesCoverTheirShareFromTheLeftTheBottomOrTwelveOClock) {
+    gauge.SetForeColor(clRed);
+    gauge.SetBackColor(clWhite);
+    gauge.SetBounds(0, 0, 100, 30);
+    gauge.SetShowText(true);
+    gauge.Font().SetHeight(-20);
+    gauge.SetProgress(50); // "50%" straddles the bar's edge at x = 50
+    gauge.PaintTo(bitmap);
+    int redOnLeft = 0, whiteOnRight = 0;
+    for (int y = 1; y < 29; ++y)
+        for (int x = 1; x < 99; ++x) {
+            redOnLeft += x < 50 && bitmap.Pixel(x, y) != clRed;
+            whiteOnRight += x >= 50 && bitmap.Pixel(x, y) != clWhite;
+            // Red and white mix to full red everywhere: no third colour, no dark text.
+            ASSERT_EQ(GetRValue(bitmap.Pixel(x, y)), 255) << x << "," << y;
+        }
+    EXPECT_GT(redOnLeft, 10);    // white text over the red bar
+    EXPECT_GT(whiteOnRight, 10); // red text over the white rest
+    // Bars and pies cover their share from the left, the bottom or twelve o'clock.
+    gauge.SetShowText(false);
     gauge.SetBounds(0, 0, 203, 20); // 201 pixels inside the border
     for (auto [progress, pixels] : {std::pair{0, 0}, {1, 2}, {29, 58}, {50, 100}, {99, 199}, {100, 201}}) {
         gauge.SetProgress(progress);
-        EXPECT_NEAR(CountRow(10, clRed), pixels, 1) << "progress " << progress;
+        gauge.PaintTo(bitmap);
+        int red = 0;
+        for (int x = 0; x < bitmap.Width(); ++x)
+            red += bitmap.Pixel(x, 10) == clRed;
+        EXPECT_NEAR(red, pixels, 1) << "progress " << progress;
     }
     gauge.SetKind(gkVerticalBar);
     gauge.SetBorderStyle(false);
@@ -280,24 +284,7 @@ TEST_F(GaugeTest, BarsAndPiesCoverTheirShareFromTheLeftTheBottomOrTwelveOClock) 
                   (std::vector<TColor>{clRed, clWhite, clRed, clWhite}))
             << p;
     }
-}
-
-TEST_F(GaugeTest, TextIsInvertedOverTheBarProgressNotifiesWhenItMovesAndRangesNeverDivideByZero) {
-    gauge.SetBounds(0, 0, 100, 30);
-    gauge.SetShowText(true);
-    gauge.Font().SetHeight(-20);
-    gauge.SetProgress(50); // "50%" straddles the bar's edge at x = 50
-    gauge.PaintTo(bitmap);
-    int redOnLeft = 0, whiteOnRight = 0;
-    for (int y = 1; y < 29; ++y)
-        for (int x = 1; x < 99; ++x) {
-            redOnLeft += x < 50 && bitmap.Pixel(x, y) != clRed;
-            whiteOnRight += x >= 50 && bitmap.Pixel(x, y) != clWhite;
-            // Red and white mix to full red everywhere: no third colour, no dark text.
-            ASSERT_EQ(GetRValue(bitmap.Pixel(x, y)), 255) << x << "," << y;
-        }
-    EXPECT_GT(redOnLeft, 10);    // white text over the red bar
-    EXPECT_GT(whiteOnRight, 10); // red text over the white rest
+    // Progress notifies only when it moves; contradictory ranges never divide by zero.
     int changes = 0;
     gauge.OnChange = [&](TObject*) { ++changes; };
     gauge.SetProgress(40);
@@ -322,26 +309,19 @@ TEST_F(GaugeTest, TextIsInvertedOverTheBarProgressNotifiesWhenItMovesAndRangesNe
     EXPECT_EQ(std::pair(gauge.Progress(), gauge.PercentDone()), std::pair(LLONG_MAX, 100));
 }
 
-class GraphTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        graph.SetBounds(0, 0, 41, 21);
-        graph.SetGridSize(0);
-        graph.SetAutoScale(false);
-        graph.SetScale(20);
-    }
-    int RowOf(int x, TColor color) {
+TEST(TOrnPerformanceGraph, NewestValueAtTheRightScrollingLeftWithTheGridAndAutoScaleFitsWhatIsShown) {
+    TOrnPerformanceGraph graph(nullptr);
+    TBitmap bitmap;
+    graph.SetBounds(0, 0, 41, 21);
+    graph.SetAutoScale(false);
+    graph.SetScale(20);
+    graph.SetGridSize(10);
+    const auto rowOf = [&](int x, TColor color) {
         graph.PaintTo(bitmap);
         for (int y = 0; y < bitmap.Height(); ++y)
             if (bitmap.Pixel(x, y) == color) return y;
         return -1;
-    }
-    TOrnPerformanceGraph graph{nullptr};
-    TBitmap bitmap;
-};
-
-TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSizeWithTheGrid) {
-    graph.SetGridSize(10);
+    };
     graph.DataPoint(clRed, 5);
     graph.Update();
     graph.DataPoint(clLime, 15); // a new series starts flat at its first value
@@ -350,11 +330,11 @@ TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSizeWithTheGrid) {
     graph.Update();
     EXPECT_EQ(graph.SeriesCount(), 2);
     // 10 of 20 at half height, steps of 4 pixels back, nothing before the first step.
-    EXPECT_EQ((std::vector{RowOf(40, clRed), RowOf(36, clRed), RowOf(32, clRed), RowOf(28, clRed),
-                           RowOf(40, clLime), RowOf(32, clLime)}),
+    EXPECT_EQ((std::vector{rowOf(40, clRed), rowOf(36, clRed), rowOf(32, clRed), rowOf(28, clRed),
+                           rowOf(40, clLime), rowOf(32, clLime)}),
               (std::vector{10, 15, 15, -1, 5, 5}));
     graph.Clear(); // the grid starts again too
-    EXPECT_EQ(std::pair(graph.SeriesCount(), RowOf(40, clRed)), std::pair(0, -1));
+    EXPECT_EQ(std::pair(graph.SeriesCount(), rowOf(40, clRed)), std::pair(0, -1));
     graph.SetStepSize(3);
     graph.PaintTo(bitmap);
     EXPECT_EQ(std::pair(bitmap.Pixel(40, 5), bitmap.Pixel(30, 5)), std::pair(clGreen, clGreen));
@@ -363,9 +343,10 @@ TEST_F(GraphTest, NewestValueAtTheRightEdgeScrollingLeftByStepSizeWithTheGrid) {
     // The vertical lines scroll with the data, the horizontal ones stay.
     EXPECT_EQ((std::vector{bitmap.Pixel(37, 5), bitmap.Pixel(40, 5), bitmap.Pixel(5, 20)}),
               (std::vector{clGreen, clBlack, clGreen}));
-}
-
-TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
+    // Auto scale fits the largest value shown; old steps are dropped.
+    graph.Clear();
+    graph.SetGridSize(0);
+    graph.SetStepSize(4);
     graph.SetAutoScale(true);
     graph.DataPoint(clRed, 1000);
     graph.Update();
@@ -373,13 +354,13 @@ TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
         graph.DataPoint(clRed, std::numeric_limits<double>::quiet_NaN()); // counts as 0
         graph.Update();
     }
-    EXPECT_EQ(RowOf(40, clRed), 20);
+    EXPECT_EQ(rowOf(40, clRed), 20);
     EXPECT_LE(graph.StepCount(), 41 / 4 + 2);
     EXPECT_DOUBLE_EQ(graph.TopValue(), 1.0); // the 1000 has scrolled out
     graph.DataPoint(clRed, 4);
     graph.Update();
     EXPECT_DOUBLE_EQ(graph.TopValue(), 4.0);
-    EXPECT_EQ(RowOf(40, clRed), 0);
+    EXPECT_EQ(rowOf(40, clRed), 0);
 }
 
 } // namespace

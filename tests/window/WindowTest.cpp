@@ -251,7 +251,7 @@ protected:
         input.display = XOpenDisplay(nullptr);
         if (!input.display) GTEST_SKIP() << "no X display";
     }
-    // Runs `orn view --still --size=320x240 extra` and waits for its window and its greeting.
+    // Runs `orn view --still --size=320x240 extra`; waits for its window, greeting and first picture.
     void Start(const std::string& extra) {
         // A viewer left behind by a failed test ends by itself.
         const std::string command =
@@ -262,6 +262,7 @@ protected:
         ASSERT_TRUE(WaitFor([&] { return (input.window = FindWindow()) != 0; }))
             << "orn view opened no window; it said: " << Output();
         ASSERT_TRUE(Prints("press H", 0));
+        ASSERT_TRUE(WaitFor([&] { return !(first = Grab()).empty(); })) << "the window cannot be read";
     }
     int Quit() {
         if (input.window) input.Key(XK_q);
@@ -340,10 +341,10 @@ protected:
         const std::string& all = Output();
         return all.substr(from, all.find('\n', from) - from);
     }
-
     XInput input;
     std::FILE* viewer = nullptr;
     std::string printed;
+    Picture first; // the first picture Start could read
 };
 
 TEST_F(ViewVerb, DemoPicksDragsExaminesSwitchesControllersAndQuits) {
@@ -351,10 +352,8 @@ TEST_F(ViewVerb, DemoPicksDragsExaminesSwitchesControllersAndQuits) {
     const std::string centre = "at 160,120: \"Centre\" (TOrnSphere)";
     EXPECT_EQ(Pick(kWidth / 2, kHeight / 2), centre);
     EXPECT_EQ(Pick(5, 5), "at 5,5: nothing");
-    Picture before;
-    ASSERT_TRUE(WaitFor([&] { return !(before = Grab()).empty(); })) << "the window cannot be read";
     Drag(10, 310); // turns the camera by 300 / 2000 * 133 = 19.95 degrees
-    before = Changed(before);
+    Picture before = Changed(first);
     EXPECT_NE(Pick(kWidth / 2, kHeight / 2), centre) << "the centre sphere has left the middle";
     size_t from = Output().size();
     input.Key(XK_e);
@@ -378,11 +377,9 @@ TEST_F(ViewVerb, SceneFileOpensThroughItsCameraZoomsOrbitsFramesAndTakesScreensh
          {"orn view: Cannot get 16 samples per pixel", "demo.orngl, ", "seen through the file's camera"})
         EXPECT_NE(Output().find(said), std::string::npos) << Output();
     EXPECT_EQ(Output().find("framed: "), std::string::npos) << Output();
-    Picture own;
-    ASSERT_TRUE(WaitFor([&] { return !(own = Grab()).empty(); })) << "the window cannot be read";
     input.Key(XK_f);
     ASSERT_TRUE(Prints("framed: ", 0)) << Output();
-    const Picture framed = Changed(own);
+    const Picture framed = Changed(first);
     // Framed, the scene fills the middle of the window.
     EXPECT_EQ(Pick(kWidth / 2, kHeight / 2).find("nothing"), std::string::npos);
     EXPECT_EQ(Pick(5, 5), "at 5,5: nothing");
