@@ -181,20 +181,21 @@ TEST(TOrnColorGrid, EveryCellHasItsColourTheChosenAreMarkedAndArrowsAndClicksCho
     grid.Font().SetHeight(-14);
     grid.SetForegroundIndex(5);
     grid.SetBackgroundIndex(10);
-    const auto marked = [&](int index) {
+    // Marks are white on dark cells (purple, 5) and black on light ones (lime, 10).
+    const auto marked = [&](int index, TColor ink) {
         grid.PaintTo(bitmap);
         const TRect r = grid.CellRect(index);
-        int other = 0;
+        int inked = 0;
         for (int y = r.Top + 1; y < r.Bottom - 1; ++y)
             for (int x = r.Left + 1; x < r.Right - 1; ++x)
-                other += bitmap.Pixel(x, y) != TOrnColorGrid::StandardColors()[index];
-        return other;
+                inked += bitmap.Pixel(x, y) == ink;
+        return inked;
     };
-    EXPECT_GT(marked(5), 20);
-    EXPECT_GT(marked(10), 20);
-    EXPECT_EQ(marked(6), 0);
+    EXPECT_GT(marked(5, clWhite), 5);
+    EXPECT_GT(marked(10, clBlack), 5);
+    EXPECT_EQ(marked(6, clWhite), 0);
     grid.SetBackgroundEnabled(false);
-    EXPECT_EQ(marked(10), 0);
+    EXPECT_EQ(marked(10, clBlack), 0);
     TOrnColorGrid keyed(nullptr); // 4 × 4, foreground 0, background 15
     // key, shift, then the foreground and background indexes
     const std::tuple<std::uint16_t, TShiftState, int, int> steps[] = {
