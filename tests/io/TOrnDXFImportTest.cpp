@@ -23,7 +23,7 @@ namespace {
 
 using Vec = TOrnMathVector;
 using Mat = std::array<double, 16>; // column-major, as GL keeps it
-
+const Mat kOne{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 Mat Mul(const Mat& a, const Mat& b) {
     Mat r{};
     for (int c = 0; c < 16; ++c)
@@ -31,12 +31,10 @@ Mat Mul(const Mat& a, const Mat& b) {
             r[c] += a[k * 4 + c % 4] * b[c / 4 * 4 + k];
     return r;
 }
-
 Vec Apply(const Mat& m, const Vec& v) {
     return {m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12], m[1] * v.x + m[5] * v.y + m[9] * v.z + m[13],
             m[2] * v.x + m[6] * v.y + m[10] * v.z + m[14]};
 }
-
 /// What the drawing puts into the world, every insert followed to its block: the edge flag of each
 /// triangle corner (255 where its object has none), a colour per object, each text's world matrix.
 struct World {
@@ -46,9 +44,6 @@ struct World {
     std::vector<const TOrn3DText*> texts;
     std::vector<Mat> textPlaces;
 };
-
-const Mat kOne{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-
 void Walk(TOrnRender& item, World& w, const Mat& parent = kOne) {
     if (!item.Enabled()) return;
     Mat local; // checked against what GL makes of it in the transformation's tests
@@ -72,7 +67,6 @@ void Walk(TOrnRender& item, World& w, const Mat& parent = kOne) {
         }
     }
 }
-
 struct Imported {
     TComponent form{nullptr};
     TOrnNode* node = new TOrnNode(&form);
@@ -90,15 +84,12 @@ struct Imported {
                            [&](const std::string& m) { return m.find(part) != std::string::npos; });
     }
 };
-
 bool Near(const Vec& a, const Vec& b, double tol = 1e-4) {
     return std::fabs(a.x - b.x) < tol && std::fabs(a.y - b.y) < tol && std::fabs(a.z - b.z) < tol;
 }
-
 bool Contains(const std::vector<Vec>& v, const Vec& p, double tol = 1e-3) {
     return std::any_of(v.begin(), v.end(), [&](const Vec& q) { return Near(p, q, tol); });
 }
-
 double TriangleArea(const std::vector<Vec>& t) {
     double area = 0;
     for (std::size_t i = 0; i + 2 < t.size(); i += 3) {
@@ -108,7 +99,6 @@ double TriangleArea(const std::vector<Vec>& t) {
     }
     return area;
 }
-
 /// A drawing of entities given as "code\nvalue\n" text, in an ENTITIES section (and BLOCKS if any).
 std::string Dxf(const std::string& entities, const std::string& blocks = "", const std::string& tables = "") {
     std::string s;
@@ -116,33 +106,17 @@ std::string Dxf(const std::string& entities, const std::string& blocks = "", con
     if (!blocks.empty()) s += "0\nSECTION\n2\nBLOCKS\n" + blocks + "0\nENDSEC\n";
     return s + "0\nSECTION\n2\nENTITIES\n" + entities + "0\nENDSEC\n0\nEOF\n";
 }
-
 /// Groups written as "code value code value …" (values without spaces), as the lines of a file.
 std::string G(std::string groups) {
     std::replace(groups.begin(), groups.end(), ' ', '\n');
     return groups + '\n';
 }
-
 // A slot 40 long and 20 wide whose ends are half circles drawn by bulges of 1.
 const std::string kSlot =
     G("0 LWPOLYLINE 8 Cut 90 4 70 1 10 0 20 0 10 40 20 0 42 1 10 40 20 20 10 0 20 20 42 1");
-
 const fs::path kCorpus = orn::test::CorpusPath("dxf");
 
 } // namespace
-
-TEST(TOrnDXFImportCorpus, EveryFileImportsAndAccountsForItsEntities) {
-    ORN_REQUIRE_CORPUS("dxf");
-    int files = 0;
-    for (const auto& entry : fs::directory_iterator(kCorpus)) {
-        if (entry.path().extension() != ".dxf") continue;
-        SCOPED_TRACE(entry.path().string());
-        Imported d(entry.path().string(), true);
-        ++files;
-        EXPECT_TRUE(!d.report.imported.empty() || d.world.lines.size() + d.world.triangles.size() == 0);
-    }
-    EXPECT_GT(files, 50);
-}
 
 TEST(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
     ORN_REQUIRE_CORPUS("dxf");
@@ -295,27 +269,22 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlacedAndAlignedOrFitBetweenTheirP
                      "0 TEXT 1 Wide 40 2 72 5 10 1 20 2 11 11 21 2 "
                      "0 TEXT 1 Wide 40 2 72 3 10 0 20 0 11 0 21 8 50 45")));
     ASSERT_EQ(d.world.texts.size(), 4u);
-    std::vector<Vec> lo, hi;
+    std::vector<TOrnBounds> box(4);
     for (std::size_t i = 0; i < 4; ++i) {
         auto* text = const_cast<TOrn3DText*>(d.world.texts[i]);
         text->Init();
         ASSERT_GT(text->Points()->Count(), 0) << "no glyphs for caption " << i;
-        lo.push_back({1e9, 1e9, 0}), hi.push_back({-1e9, -1e9, 0});
-        for (int p = 0; p < text->Points()->Count(); ++p) {
-            const Vec v = Apply(d.world.textPlaces[i], text->Points()->GetVector(p, daVertex));
-            lo[i] = {std::min(lo[i].x, v.x), std::min(lo[i].y, v.y), 0},
-            hi[i] = {std::max(hi[i].x, v.x), std::max(hi[i].y, v.y), 0};
-        }
+        for (int p = 0; p < text->Points()->Count(); ++p)
+            box[i].Add(Apply(d.world.textPlaces[i], text->Points()->GetVector(p, daVertex)));
     }
-    const double width = hi[0].x - lo[0].x, height = hi[0].y - lo[0].y;
-    EXPECT_NEAR(hi[1].x - lo[1].x, width / 2, 1e-4);
-    EXPECT_NEAR(hi[1].y - lo[1].y, height, 1e-4);
-    EXPECT_NEAR(hi[2].x, 11, 1e-4); // fit: stretched to the second point, its height kept
-    EXPECT_TRUE(lo[2].x >= 1 && lo[2].x < 1.5) << lo[2].x;
-    EXPECT_NEAR(hi[2].y - lo[2].y, height, 1e-4);
-    EXPECT_NEAR(hi[3].y, 8, 1e-4); // aligned: along +y, its proportions kept
-    EXPECT_NEAR((hi[3].x - lo[3].x) / (hi[3].y - lo[3].y), height / width, 1e-3);
-    EXPECT_LT(hi[3].x, 0.1); // standing on the baseline, left of it
+    const auto size = [&](int i) { return Vec{box[i].Hi.x - box[i].Lo.x, box[i].Hi.y - box[i].Lo.y, 0}; };
+    EXPECT_TRUE(Near(size(1), {size(0).x / 2, size(0).y, 0})) << "half as wide";
+    // Fit: stretched to the second point, its height kept.
+    EXPECT_TRUE(box[2].Lo.x >= 1 && box[2].Lo.x < 1.5 && std::fabs(box[2].Hi.x - 11) < 1e-4) << box[2].Lo.x;
+    EXPECT_NEAR(size(2).y, size(0).y, 1e-4);
+    // Aligned: along +y, its proportions kept, standing on the baseline left of it.
+    EXPECT_TRUE(std::fabs(box[3].Hi.y - 8) < 1e-4 && box[3].Hi.x < 0.1);
+    EXPECT_NEAR(size(3).x / size(3).y, size(0).y / size(0).x, 1e-3);
 }
 
 /// The drawing inserts N0, each block Ni inserts the next, and the last holds a point.

@@ -1,30 +1,43 @@
-// The scene file itself: value forms, escapes, nesting, references, limits and damaged input.
-// What each class writes is checked over every class in PropertyContractTest.
+// The scene file itself: value forms, escapes, nesting, references, limits, damaged input, and a scene
+// saved with the files it refers to as one; and the reader of its events underneath. What each class
+// writes is checked in PropertyContractTest.
 #include <orn/geometry/TOrnPolygon.h>
 #include <orn/geometry/TOrnSphere.h>
-#include <orn/host/EOrnError.h>
 #include <orn/io/TOrnExchange.h>
+#include <orn/io/TXMLParser.h>
 #include <orn/math/TOrnPropList.h>
+#include <orn/objects/TOrnPointSet.h>
 #include <orn/objects/TOrnTube.h>
 #include <orn/scene/TOrnNode.h>
 #include <orn/scene/TOrnObject.h>
 #include <orn/scene/TOrnRegistry.h>
 #include <orn/state/TOrnMaterial.h>
+#include <orn/state/TOrnTexture.h>
 #include <orn/view/TOrnCamera.h>
 
 #include "io/detail/ExchangeText.h"
+#include "support/Corpora.h"
 #include "support/ErrorText.h"
-
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <locale>
+#include <map>
 #include <sstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace orn;
+using ::testing::HasSubstr;
 namespace fs = std::filesystem;
 
 namespace {
@@ -72,9 +85,7 @@ public:
         RefAtLoaded = Ref;
     }
 };
-
 ORN_REGISTER_RENDER_CLASS(TExchangeProbe, "Orn Test")
-
 ::testing::AssertionResult WellFormed(const std::string& text) {
     pugi::xml_document doc;
     const pugi::xml_parse_result r =
@@ -82,30 +93,31 @@ ORN_REGISTER_RENDER_CLASS(TExchangeProbe, "Orn Test")
     if (!r) return ::testing::AssertionFailure() << r.description() << " at offset " << r.offset;
     return doc.child("ORNGL") ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << "no ORNGL";
 }
-
 ::testing::AssertionResult Holds(const std::string& text, std::initializer_list<std::string> parts) {
     for (const std::string& part : parts)
         if (text.find(part) == std::string::npos)
             return ::testing::AssertionFailure() << "no " << part << " in\n" << text;
     return ::testing::AssertionSuccess();
 }
-
 std::string Scene(const std::string& items) {
     return "<?xml version=\"1.0\"?>\n<ORNGL version=\"1.0\" program=\"t\" description=\"\"><Objects>" +
            items + "</Objects></ORNGL>\n";
 }
-
 struct ExchangeFixture : ::testing::Test {
     TComponent form{nullptr};
     TOrnNode* scene = new TOrnNode(&form);
     TComponent loadForm{nullptr};
     TOrnNode* loaded = new TOrnNode(&loadForm);
     TOrnExchange exchange{nullptr};
-    TExchangeProbe* AddProbe(const std::string& name, TOrnNode* to = nullptr) {
+    template <class T = TOrnNode> T* Add(TOrnNode* to = nullptr) {
         to = to ? to : scene;
-        auto* p = new TExchangeProbe(to);
+        auto* item = new T(to);
+        to->Add(item);
+        return item;
+    }
+    TExchangeProbe* AddProbe(const std::string& name, TOrnNode* to = nullptr) {
+        TExchangeProbe* p = Add<TExchangeProbe>(to);
         p->SetName(name);
-        to->Add(p);
         return p;
     }
     std::string RoundTrip() {
@@ -133,6 +145,87 @@ struct ExchangeFixture : ::testing::Test {
         return false;
     }
 };
+std::string ReadAll(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+/// A folder's files with their contents (a FIFO or a folder as "?").
+std::map<std::string, std::string> Snapshot(const fs::path& dir) {
+    std::map<std::string, std::string> m;
+    for (const auto& e : fs::directory_iterator(dir))
+        m[e.path().filename().string()] = e.is_regular_file() ? ReadAll(e.path()) : "?";
+    return m;
+}
+/// Runs save in a child process whose files may not grow beyond 4 KiB, as on a full disk; its exit
+/// status: 1 for that error, 2 for another, 128 + the signal that killed it.
+int InSmallChild(const std::function<void()>& save) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_DFL);
+        rlimit small{};
+        ::getrlimit(RLIMIT_FSIZE, &small);
+        small.rlim_cur = 4096;
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        int status = 0;
+        try {
+            save();
+        } catch (const EOrnError& e) {
+            status = std::strstr(e.what(), std::strerror(EFBIG)) ? 1 : 2;
+        }
+        ::_exit(status);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+/// A scene whose texture and point data go to side files, saved into a folder of the test's own.
+struct SceneSave : ExchangeFixture {
+    TOrnTexture* texture = Add<TOrnTexture>();
+    TOrnPointSet* points = Add<TOrnPointSet>();
+    fs::path dir =
+        fs::temp_directory_path() / ("orn_save_" + std::to_string(::getpid()) + "_" +
+                                     ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::path file = dir / "out.orngl";
+    void SetUp() override {
+        fs::remove_all(dir);
+        fs::create_directories(dir);
+        texture->Bitmap()->SetSize(8, 8);
+        points->ReadFromText("1 2 3\n4 5 6\n", "inline");
+    }
+    void TearDown() override { fs::remove_all(dir); }
+};
+/// Every event of a run as text, "; " between them: the kind, the record's name and what the
+/// event is about ('|' for a line break in a tag's parameters).
+struct Recorder {
+    TXMLParser parser{nullptr};
+    std::string events;
+    std::string closeName; // OnTag sets Close to close in the record of this name
+    int close = 0;
+    void Add(const std::string& event) { events += (events.empty() ? "" : "; ") + event; }
+    static std::string At(const TXMLTag& t) { return t.Name + "@" + std::to_string(t.Depth); }
+    Recorder() {
+        parser.OnTagName = [this](TObject*, TXMLTag& t) { Add("TagName " + At(t)); };
+        parser.OnEndTag = [this](TObject*, TXMLTag& t) { Add("EndTag " + At(t)); };
+        parser.OnParam = [this](TObject*, TXMLTag& t) {
+            Add(("Param " + t.Name + " ").append(parser.Text()));
+        };
+        parser.OnTag = [this](TObject*, TXMLTag& t) {
+            std::string params = t.Params;
+            std::replace(params.begin(), params.end(), '\n', '|');
+            Add("Tag " + t.Name + " " + params);
+            if (t.Name == closeName) t.Close = close;
+        };
+        parser.OnValue = [this](TObject*, TXMLTag& t) { Add("Value " + t.Name + " '" + t.Value + "'"); };
+        parser.OnComment = [this](const std::string& s) { Add("Comment " + s); };
+        parser.OnSpecial = [this](const std::string& s) { Add("Special " + s); };
+    }
+    std::string Run(const std::string& text) {
+        events.clear();
+        parser.Stream() = text;
+        parser.execute();
+        return events;
+    }
+};
 
 } // namespace
 
@@ -148,17 +241,12 @@ TEST_F(ExchangeFixture, ValueFormsAreWrittenAsDocumented) {
         Holds(text, {"<TEXCHANGEPROBE name=\"P1\" ", " B=\"true\"", " I=\"-42\"", " D=\"0.1\"", " S=\"text\"",
                      " C=\"FF8000\"", " V=\"1,-2,0.25\"", " E=\"peThird\"", " Ref=\"\""}));
     // Single precision, alone and in vectors, in its shortest form: 0.4, not 0.4000000059604645.
-    auto* material = new TOrnMaterial(&form);
-    material->ColorDiffuse()->SetAlpha(0.45f);
-    scene->Add(material);
-    auto* sphere = new TOrnSphere(&form);
+    Add<TOrnMaterial>()->ColorDiffuse()->SetAlpha(0.45f);
+    auto* sphere = Add<TOrnSphere>();
     sphere->SetRadius(0.4f);
     sphere->Transformation()->Translation()->SetValues(0.1f, -0.45f, 3.3f);
-    scene->Add(sphere);
     text = exchange.SaveToString(*scene);
     EXPECT_TRUE(Holds(text, {" Alpha=\"0.45\"", " Radius=\"0.4\"", " P=\"0.1,-0.45,3.3\""}));
-    scene->Remove(material);
-    scene->Remove(sphere);
     // What the reader needs: no space before '>', and no element self-closed.
     EXPECT_TRUE(text.find(" >") == std::string::npos && text.find("/>") == std::string::npos) << text;
     EXPECT_TRUE(WellFormed(text));
@@ -178,27 +266,25 @@ TEST_F(ExchangeFixture, ValueFormsAreWrittenAsDocumented) {
 }
 
 TEST_F(ExchangeFixture, NumbersReadBackExactly) {
-    struct Case {
-        double d;
-        std::int64_t i;
-        TColor c;
-    } cases[] = {{0.1, 0, clBlack},
-                 {1.0 / 3.0, INT64_MAX, clWhite},
-                 {-0.0, INT64_MIN, clBtnFace},
-                 {static_cast<double>(0.3f), -1, static_cast<TColor>(0x80000005)},
-                 {1e-300, 123456789012345LL, 0x123456},
-                 {3.4e38, 1, clNone}};
-    for (const Case& c : cases) {
+    const std::tuple<double, std::int64_t, TColor> cases[] = {
+        {0.1, 0, clBlack},
+        {1.0 / 3.0, INT64_MAX, clWhite},
+        {-0.0, INT64_MIN, clBtnFace},
+        {static_cast<double>(0.3f), -1, static_cast<TColor>(0x80000005)},
+        {1e-300, 123456789012345LL, 0x123456},
+        {3.4e38, 1, clNone}};
+    for (const auto& [d, i, c] : cases) {
         TExchangeProbe* p = AddProbe("");
-        std::tie(p->D, p->I, p->C, p->V) = std::tuple(c.d, c.i, c.c, TOrnMathVector{c.d, -c.d, 1e10});
+        std::tie(p->D, p->I, p->C, p->V) = std::tuple(d, i, c, TOrnMathVector{d, -d, 1e10});
     }
     RoundTrip();
     ASSERT_EQ(loaded->Count(), static_cast<int>(std::size(cases)));
     for (int k = 0; k < loaded->Count(); ++k) {
-        SCOPED_TRACE(k);
-        EXPECT_EQ(std::memcmp(&Probe(k)->D, &cases[k].d, sizeof(double)), 0); // -0.0 keeps its sign
+        const auto& [d, i, c] = cases[k];
+        EXPECT_EQ(std::memcmp(&Probe(k)->D, &d, sizeof(double)), 0) << k; // -0.0 keeps its sign
         EXPECT_EQ(std::tuple(Probe(k)->I, Probe(k)->C, Probe(k)->V),
-                  std::tuple(cases[k].i, cases[k].c, TOrnMathVector{cases[k].d, -cases[k].d, 1e10}));
+                  std::tuple(i, c, TOrnMathVector{d, -d, 1e10}))
+            << k;
     }
 }
 
@@ -274,8 +360,7 @@ TEST_F(ExchangeFixture, ReadingIgnoresLetterCaseUnknownElementsAndValuesOfTheWro
 TEST_F(ExchangeFixture, ReferencesResolveByNameBeforeLoadedWhichIsCalledOnce) {
     TExchangeProbe* a = AddProbe("A");
     TExchangeProbe* b = AddProbe("B");
-    auto* inner = new TOrnNode(scene);
-    scene->Add(inner);
+    TOrnNode* inner = Add();
     TExchangeProbe* c = AddProbe("C", inner);
     a->Ref = c;        // forward, into another node
     c->Ref = b;        // backward, out of it
@@ -389,11 +474,8 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
     };
     // The deepest chain a file holds saves and loads back whole; one more level is refused.
     TOrnNode* n = scene;
-    for (int k = 0; k < 124; ++k) {
-        auto* child = new TOrnNode(n);
-        n->Add(child);
-        n = child;
-    }
+    for (int k = 0; k < 124; ++k)
+        n = Add(n);
     std::vector<double> seen;
     exchange.OnProgress = [&](double f) { seen.push_back(f); };
     const auto risesToOne = [&](const char* what) {
@@ -451,9 +533,7 @@ TEST_F(ExchangeFixture, ReferencedFilesStayInTheScenesFolder) {
 
 TEST_F(ExchangeFixture, TheSameDocumentAsAnotherXmlWriterPutsItLoadsTheSame) {
     AddProbe("A")->S = "x";
-    auto* inner = new TOrnNode(scene);
-    scene->Add(inner);
-    AddProbe("B", inner)->Ref = scene->Items(0);
+    AddProbe("B", Add())->Ref = scene->Items(0);
     scene->Transformation()->Scale()->SetValues(2, 2, 2);
     const std::string first = exchange.SaveToString(*scene);
     // Each attribute on a line of its own, tab indents, single quotes, empty elements self-closed,
@@ -473,13 +553,10 @@ TEST_F(ExchangeFixture, TheSameDocumentAsAnotherXmlWriterPutsItLoadsTheSame) {
 }
 
 TEST_F(ExchangeFixture, NumbersAreWrittenAndReadTheSameUnderADecimalCommaLocale) {
-    auto* polygon = new TOrnPolygon(scene);
-    polygon->Add({0.5, 0.25, -1.5}, {0, 0, 1}, {0.75, 0.125, 0});
-    scene->Add(polygon);
-    auto* tube = new TOrnTube(scene);
+    Add<TOrnPolygon>()->Add({0.5, 0.25, -1.5}, {0, 0, 1}, {0.75, 0.125, 0});
+    auto* tube = Add<TOrnTube>();
     tube->Add({0.5, 1.25, 2}, 0.75);
     tube->Add({1.5, -0.25, 3}, 0.5);
-    scene->Add(tube);
     AddProbe("P")->D = 0.125;
     const std::string inC = exchange.SaveToString(*scene);
     // A German locale, made for the test where none is installed (a few seconds).
@@ -507,4 +584,268 @@ TEST_F(ExchangeFixture, NumbersAreWrittenAndReadTheSameUnderADecimalCommaLocale)
     if (std::string(comma) != "0,5") GTEST_SKIP() << "no German locale can be made here";
     EXPECT_EQ(inGerman, inC);
     EXPECT_EQ(again, inC) << "read back as written";
+}
+
+TEST_F(SceneSave, AFailureOfAnyFileLeavesEveryFileAsItWas) {
+    exchange.SaveToFile(*scene, file.string());
+    const auto before = Snapshot(dir);
+    EXPECT_EQ(before.size() + before.count("out_1.bmp") + before.count("out_2.txt"), 5u);
+    texture->Bitmap()->SetSize(300, 300); // a bigger scene, whose saves are to fail
+    points->ReadFromText("7 8 9\n", "inline");
+    // The point data cannot be put in place: the texture, written before it, must not be either.
+    fs::remove(dir / "out_2.txt");
+    fs::create_directory(dir / "out_2.txt");
+    EXPECT_THAT(test::ErrorText([&] { exchange.SaveToFile(*scene, file.string()); }), HasSubstr("out_2.txt"));
+    auto expected = before;
+    expected["out_2.txt"] = "?";
+    EXPECT_EQ(Snapshot(dir), expected);
+    // The scene's own name is taken by a folder: its write fails after the side files were written.
+    fs::remove(dir / "out_2.txt");
+    std::ofstream(dir / "out_2.txt") << "old points\n";
+    fs::remove(file);
+    fs::create_directory(file);
+    expected = Snapshot(dir);
+    EXPECT_THAT(test::ErrorText([&] { exchange.SaveToFile(*scene, file.string()); }), HasSubstr("out.orngl"));
+    EXPECT_EQ(Snapshot(dir), expected);
+    // The file system refuses a file half-way through, as a full disk would: an error, not SIGXFSZ.
+    fs::remove(file);
+    std::ofstream(file) << "old scene";
+    expected = Snapshot(dir);
+    EXPECT_EQ(InSmallChild([&] { exchange.SaveToFile(*scene, file.string()); }), 1)
+        << "0: no failure, 2: another failure, above 128: killed";
+    EXPECT_EQ(Snapshot(dir), expected);
+}
+
+TEST_F(SceneSave, TargetsThatAreNoRegularFilesOrHaveLongNames) {
+    // A symbolic link stays a link; the file it points to gets the scene and keeps its mode.
+    std::ofstream(dir / "real.orngl") << "old";
+    ::chmod((dir / "real.orngl").c_str(), 0640);
+    fs::create_symlink("real.orngl", dir / "link.orngl");
+    exchange.SaveToFile(*scene, (dir / "link.orngl").string());
+    EXPECT_TRUE(fs::is_symlink(dir / "link.orngl"));
+    EXPECT_NE(ReadAll(dir / "real.orngl").find("<ORNGL"), std::string::npos);
+    EXPECT_EQ(fs::status(dir / "real.orngl").permissions(), fs::perms{0640});
+    // A dangling link is refused, not replaced by a file.
+    fs::create_symlink("missing/x.orngl", dir / "dangling.orngl");
+    EXPECT_THROW(exchange.SaveToFile(*scene, (dir / "dangling.orngl").string()), EOrnError);
+    EXPECT_TRUE(fs::is_symlink(dir / "dangling.orngl"));
+    // With side files, names too long for them are refused before anything is written.
+    const auto files = Snapshot(dir);
+    EXPECT_THROW(exchange.SaveToFile(*scene, (dir / (std::string(250, 'x') + ".orngl")).string()), EOrnError);
+    EXPECT_EQ(Snapshot(dir), files);
+    scene->Remove(texture);
+    scene->Remove(points);
+    // A name that a suffixed temporary name would not fit is still saved, twice.
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    const std::string stem(240, 's');
+    exchange.SaveToFile(*scene, (dir / (stem + ".orngl")).string());
+    exchange.SaveToFile(*scene, (dir / (stem + ".orngl")).string());
+    EXPECT_EQ(Snapshot(dir).size(), 1u);
+    // A character device is written to, never replaced; a FIFO gets the text through it.
+    exchange.SaveToFile(*scene, "/dev/null");
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    const fs::path fifo = dir / "pipe.orngl";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::string received;
+    std::thread reader([&] { received = ReadAll(fifo); });
+    exchange.SaveToFile(*scene, fifo.string());
+    reader.join();
+    EXPECT_NE(received.find("<ORNGL"), std::string::npos);
+    EXPECT_TRUE(fs::is_fifo(fs::symlink_status(fifo)));
+}
+
+TEST_F(SceneSave, ReferencedFilesLoadFromTheFolderOrAreWarnedAbout) {
+    exchange.SaveToFile(*scene, file.string());
+    const std::string text = ReadAll(file);
+    const fs::path outside = dir.string() + "_outside.bmp";
+    fs::copy_file(dir / "out_1.bmp", outside, fs::copy_options::overwrite_existing);
+    fs::create_directories(dir / "textures");
+    fs::copy_file(dir / "out_1.bmp", dir / "textures" / "wood.bmp");
+    fs::create_symlink(outside, dir / "textures" / "link.bmp");
+    ::mkfifo((dir / "fifo.bmp").c_str(), 0600);
+    struct Case {
+        std::string name;
+        int width;
+        const char* says;
+    } cases[] = {{"out_1.bmp", 8, ""},
+                 {"textures/wood.bmp", 8, ""},
+                 {"missing.bmp", 0, "No such file"},
+                 {"fifo.bmp", 0, "not a regular file"}, // never blocks on it
+                 {"textures/link.bmp", 0, "outside"},
+                 {"../" + outside.filename().string(), 0, "outside"},
+                 {outside.string(), 0, "absolute"}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::string changed = text;
+        std::ofstream(file) << changed.replace(changed.find("out_1.bmp"), 9, c.name);
+        TOrnNode* node = new TOrnNode(&loadForm);
+        exchange.LoadFromFile(*node, file.string());
+        auto* t = node->Count() ? dynamic_cast<TOrnTexture*>(node->Items(0)) : nullptr;
+        EXPECT_EQ(t ? t->Bitmap()->Width() : -1, c.width);
+        const std::vector<std::string>& said = exchange.Warnings();
+        EXPECT_EQ(said.size(), *c.says ? 1u : 0u);
+        EXPECT_TRUE(said.empty() || (said[0].find("'" + c.name + "'") != std::string::npos &&
+                                     said[0].find(c.says) != std::string::npos))
+            << ::testing::PrintToString(said);
+    }
+    fs::remove(outside);
+}
+
+TEST_F(SceneSave, StringsWriteTheSideFilesInFileNamesFolderAndFilesOverTheLimitAreRefusedUnread) {
+    // Side files that nobody would write.
+    EXPECT_THAT(test::ErrorText([&] { exchange.SaveToString(*scene); }),
+                HasSubstr("'scene_1.bmp' the scene refers to: FileName is empty"));
+    EXPECT_TRUE(Snapshot(dir).empty());
+    exchange.SetFileName(file.string());
+    EXPECT_NE(exchange.SaveToString(*scene).find("Bitmap=\"out_1.bmp\""), std::string::npos);
+    EXPECT_EQ(Snapshot(dir).size(), 2u);
+    EXPECT_EQ(Snapshot(dir).count("out_2.txt"), 1u);
+    // Loading: a file over the limit, or without a single '<' in its first chunk, is refused unread.
+    TOrnNode& node = *loaded;
+    std::ofstream(file) << "<ORNGL version=\"1\"><Objects class=\"TOrnNode\"/></ORNGL>"
+                        << std::string(200, ' ');
+    exchange.SetMaxFileBytes(100);
+    EXPECT_THAT(test::ErrorText([&] { exchange.LoadFromFile(node, file.string()); }),
+                HasSubstr("more than the 100 allowed"));
+    exchange.SetMaxFileBytes(1000);
+    EXPECT_EQ(test::ErrorText([&] { exchange.LoadFromFile(node, file.string()); }), "");
+    std::ofstream(file) << std::string(300000, 'x');
+    exchange.SetMaxFileBytes(1 << 20);
+    EXPECT_THAT(test::ErrorText([&] { exchange.LoadFromFile(node, file.string()); }),
+                HasSubstr("not a scene file (no element found in 65536 bytes)"));
+}
+
+TEST(TXMLParser, EventsOfTheSceneFilesReaderWithItsQuirks) {
+    struct Case {
+        std::string text, closeName;
+        int close;
+        const char* events;
+    } cases[] = {
+        // A Param per value, and the last once more before the closing bracket.
+        {R"(<a x="1" y="2">v</a>)", "", 0,
+         "TagName a@1; Param a x=1; Param a y=2; Param a y=2; Tag a x=1|y=2|y=2|; Value a 'v'; EndTag a@1"},
+        {"<a>\n<b>", "", 0, "TagName a@1; Tag a ; Value a '\n'; TagName b@2; Tag b "},
+        {"junk<r><a>1</a><b>2</b></r>tail", "", 0,
+         "TagName r@1; Tag r ; Value r ''; TagName a@2; Tag a ; Value a '1'; EndTag a@2; Value r ''; "
+         "TagName b@2; Tag b ; Value b '2'; EndTag b@2; Value r ''; EndTag r@1"},
+        // The empty-element shorthand fires no start event without keys.
+        {"<a/>", "", 0, "EndTag @1"},
+        {R"(<a x="1"/>)", "", 0, "TagName a@1; Param a x=1; Param a x=1; Tag a x=1|x=1|; EndTag a@1"},
+        {"<a\tb\nc>", "", 0, "TagName a\tb\nc@1; Tag a\tb\nc "}, // only the space ends a name
+        {R"(<a x="1" >v</a>)", "", 0, "TagName a@1; Param a x=1; Value a 'v'; EndTag a@1"},
+        {R"(<a x="1/2">)", "", 0, "TagName a@1; Param a x=1; Tag a x=1|; EndTag a@1"},
+        {R"(<?xml version="1.0"?><r></r>)", "", 0,
+         "Special <?xml version=\"1.0\"?>; EndTag @1; Value  ''; TagName r@1; Tag r ; Value r ''; EndTag "
+         "r@1"},
+        {"<a><!DOCTYPE x><b>", "", 0,
+         "TagName a@1; Tag a ; Value a ''; Special <!DOCTYPE x>; EndTag a@1; Value  ''; TagName b@1; Tag b "},
+        {"<a><!-- x -> y -- z --></a>", "", 0,
+         "TagName a@1; Tag a ; Value a ''; Comment <!-- x - y -- z -->; Value a ''; EndTag a@1"},
+        {"<!---->", "", 0, "Comment <!---->"},
+        {std::string("<a>x\0<b></b>", 12), "", 0, "TagName a@1; Tag a "},
+        // Close 1 empties the element at once; its own end tag then closes the parent.
+        {"<r><a>text</a></r>", "a", 1,
+         "TagName r@1; Tag r ; Value r ''; TagName a@2; Tag a ; EndTag a@2; Value r 'text'; EndTag r@1; "
+         "EndTag @0"},
+        // Close 2 keeps the record open for one more end tag.
+        {"<a><b></b><c></c></a>", "b", 2,
+         "TagName a@1; Tag a ; Value a ''; TagName b@2; Tag b ; Value b ''; EndTag b@2; Value b ''; "
+         "TagName c@3; Tag c ; Value c ''; EndTag c@3; Value b ''; EndTag b@2"},
+    };
+    Recorder r;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        r.closeName = c.closeName;
+        r.close = c.close;
+        EXPECT_EQ(r.Run(c.text), c.events);
+    }
+    r.Run("<a><b><c x=\"1\">"); // the next run starts at the root again
+    EXPECT_EQ(r.Run("<d>"), "TagName d@1; Tag d ");
+}
+
+TEST(TXMLParser, RecordsParametersAndTheEndTagText) {
+    TXMLParser parser(nullptr);
+    TObject data;
+    std::string seen;
+    parser.OnTag = [&](TObject* sender, TXMLTag& t) {
+        const TXMLTag* root = &t;
+        while (root->Parent)
+            root = root->Parent;
+        EXPECT_EQ(sender, &parser);
+        EXPECT_EQ(root->Data, &data);
+        seen += t.Name + ":" + t.Params + ":" + std::to_string(t.ParamCount()) + ":" + t.Value + "/";
+        seen += std::string(t.ParamValue("RADIUS")) + std::string(t.ParamValue("f")) +
+                std::string(t.ParamValue("none", "def")) + std::to_string(t.IndexOfParam("FLAG")) +
+                std::string(t.ParamNameAt(4)) + std::string(t.ParamValueAt(-1)) + "[" +
+                std::string(t.ParamNameAt(0)) + "]\n";
+    };
+    parser.OnEndTag = [&](TObject*, TXMLTag& t) {
+        seen += "end " + t.Name + "/" + std::string(parser.Text());
+    };
+    parser.Stream() = R"(<a  x="1">text</a><TORNSPHERE Radius="1.5" F="a=b" flag"">)"
+                      "</b x!>"; // only letters, digits, ':', '-' and '_' of an end tag are kept
+    parser.execute(&data);
+    EXPECT_EQ(seen, "a: x=1\n x=1\n:2:/def-1[ x]\n" // a second space stays in the name
+                    "end a/aTORNSPHERE:Radius=1.5\nF=a=b\nflag\nflag\n:4:/1.5a=bdef2[Radius]\n"
+                    "end TORNSPHERE/bx");
+    EXPECT_TRUE(parser.Stream().empty());
+}
+
+TEST(TXMLParser, InputFilesProgressAndReentry) {
+    TXMLParser parser(nullptr);
+    std::vector<double> seen;
+    parser.OnProgress = [&](double f) { seen.push_back(f); };
+    parser.Stream() = "<a>" + std::string(3997, 'x'); // every 2000 characters and at the end
+    parser.execute();
+    EXPECT_EQ(seen, (std::vector<double>{0.5, 1.0, 1.0}));
+    const auto path = fs::temp_directory_path() / "orn_txmlparser_test.xml";
+    std::ofstream(path) << "<ORNGL version=\"1\"><Objects></Objects></ORNGL>";
+    Recorder r;
+    r.parser.SetFileName(path.string()); // read when the stream is empty
+    r.parser.execute();
+    fs::remove(path);
+    EXPECT_NE(r.events.find("Tag ORNGL version=1|version=1|;"), std::string::npos) << r.events;
+    EXPECT_TRUE(r.events.ends_with("EndTag Objects@2; Value ORNGL ''; EndTag ORNGL@1")) << r.events;
+    r.parser.SetFileName("/nonexistent/dir/scene.orngl");
+    EXPECT_THAT([&] { r.parser.execute(); },
+                ::testing::ThrowsMessage<EOrnError>(
+                    ::testing::AllOf(HasSubstr("/nonexistent/dir/scene.orngl"), HasSubstr("No such file"))));
+    parser.OnTag = [&](TObject*, TXMLTag&) {
+        parser.Stream() = "<b>";
+        parser.execute();
+    };
+    parser.Stream() = "<a>";
+    EXPECT_THROW(parser.execute(), EOrnError);
+    parser.OnTag = nullptr; // usable again afterwards
+    parser.Stream() = "<a>";
+    EXPECT_NO_THROW(parser.execute());
+}
+
+TEST(TXMLParser, ConformanceFilesParseToTheEnd) {
+    ORN_REQUIRE_CORPUS("xml/xmltest");
+    int files = 0;
+    for (const char* dir : {"valid/sa", "not-wf/sa", "invalid"})
+        for (const auto& entry : fs::directory_iterator(orn::test::CorpusPath("xml/xmltest") / dir)) {
+            if (entry.path().extension() != ".xml") continue;
+            SCOPED_TRACE(entry.path());
+            std::size_t events = 0, progressAtEnd = 0;
+            TXMLParser parser(nullptr);
+            parser.OnTagName = parser.OnParam = parser.OnTag = parser.OnValue =
+                parser.OnEndTag = [&](TObject*, TXMLTag&) { ++events; };
+            parser.OnComment = parser.OnSpecial = [&](const std::string&) { ++events; };
+            parser.OnProgress = [&](double f) { progressAtEnd += f == 1.0; };
+            parser.SetFileName(entry.path().string());
+            ASSERT_NO_THROW(parser.execute());
+            // Every event but the Param before a closing bracket consumes at least one character.
+            EXPECT_LE(events, 2 * fs::file_size(entry.path()) + 1);
+            EXPECT_GE(progressAtEnd, 1);
+            // UTF-16 files end at their first zero byte; every other valid file has elements.
+            std::ifstream in(entry.path(), std::ios::binary);
+            EXPECT_TRUE(events > 0 || std::string(dir) != "valid/sa" ||
+                        std::find(std::istreambuf_iterator<char>(in), {}, '\0') !=
+                            std::istreambuf_iterator<char>());
+            ++files;
+        }
+    EXPECT_GT(files, 100);
 }
