@@ -265,7 +265,7 @@ TEST_F(ExchangeFixture, ValueFormsAreWrittenAsDocumented) {
         EXPECT_EQ(hex2int(bad, -7), -7) << bad;
 }
 
-TEST_F(ExchangeFixture, NumbersReadBackExactly) {
+TEST_F(ExchangeFixture, NumbersReadBackExactlyAndAreWrittenTheSameUnderADecimalCommaLocale) {
     const std::tuple<double, std::int64_t, TColor> cases[] = {
         {0.1, 0, clBlack},
         {1.0 / 3.0, INT64_MAX, clWhite},
@@ -277,15 +277,37 @@ TEST_F(ExchangeFixture, NumbersReadBackExactly) {
         TExchangeProbe* p = AddProbe("");
         std::tie(p->D, p->I, p->C, p->V) = std::tuple(d, i, c, TOrnMathVector{d, -d, 1e10});
     }
-    RoundTrip();
-    ASSERT_EQ(loaded->Count(), static_cast<int>(std::size(cases)));
-    for (int k = 0; k < loaded->Count(); ++k) {
+    Add<TOrnPolygon>()->Add({0.5, 0.25, -1.5}, {0, 0, 1}, {0.75, 0.125, 0});
+    auto* tube = Add<TOrnTube>();
+    tube->Add({0.5, 1.25, 2}, 0.75);
+    tube->Add({1.5, -0.25, 3}, 0.5);
+    const std::string inC = RoundTrip();
+    ASSERT_EQ(loaded->Count(), static_cast<int>(std::size(cases)) + 2);
+    for (int k = 0; k < static_cast<int>(std::size(cases)); ++k) {
         const auto& [d, i, c] = cases[k];
         EXPECT_EQ(std::memcmp(&Probe(k)->D, &d, sizeof(double)), 0) << k; // -0.0 keeps its sign
         EXPECT_EQ(std::tuple(Probe(k)->I, Probe(k)->C, Probe(k)->V),
                   std::tuple(i, c, TOrnMathVector{d, -d, 1e10}))
             << k;
     }
+    const fs::path made = fs::temp_directory_path() / ("orn_locale_" + std::to_string(::getpid()));
+    if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) { // none installed: made for the test (a few seconds)
+        fs::create_directories(made);
+        ::setenv("LOCPATH", made.c_str(), 1);
+        const std::string make = "localedef -i de_DE -f UTF-8 " + (made / "de_DE.UTF-8").string();
+        if (std::system((make + " >/dev/null 2>&1").c_str()) == 0) std::setlocale(LC_ALL, "de_DE.UTF-8");
+    }
+    const std::locale old = std::locale::global(std::locale(std::setlocale(LC_ALL, nullptr)));
+    char comma[8];
+    std::snprintf(comma, sizeof comma, "%.1f", 0.5);
+    const std::string inGerman = exchange.SaveToString(*scene);
+    const std::string again = exchange.SaveToString(*Load(inGerman));
+    std::locale::global(old);
+    ::unsetenv("LOCPATH");
+    fs::remove_all(made);
+    if (std::string(comma) != "0,5") GTEST_SKIP() << "no German locale can be made here";
+    EXPECT_EQ(inGerman, inC);
+    EXPECT_EQ(again, inC) << "read back as written";
 }
 
 TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) {
@@ -320,7 +342,7 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
     EXPECT_EQ(Probe(0, refs)->S, "<&>\"'A\xE2\x82\xAC&bogus;&#xZZ;&");
 }
 
-TEST_F(ExchangeFixture, ReadingIgnoresLetterCaseUnknownElementsAndValuesOfTheWrongForm) {
+TEST_F(ExchangeFixture, ReadingIgnoresLetterCaseLayoutUnknownElementsAndValuesOfTheWrongForm) {
     TOrnNode* node = Load("<orngl version=\"1.0\"><objects><texchangeprobe NAME=\"Low\" b=\"YES\" i=\"5\" "
                           "s=\"x\" e=\"PETHIRD\" enabled=\"0\"><transformation><translation p=\"1,2,3\">"
                           "</translation></transformation></texchangeprobe></objects></orngl>");
@@ -355,6 +377,23 @@ TEST_F(ExchangeFixture, ReadingIgnoresLetterCaseUnknownElementsAndValuesOfTheWro
                     p->Enabled())
             << k;
     }
+    // The same document as another XML writer puts it: each attribute on a line of its own, tab indents,
+    // single quotes, empty elements self-closed, a comment and a document type.
+    AddProbe("A")->S = "x";
+    AddProbe("B", Add())->Ref = scene->Items(0);
+    scene->Transformation()->Scale()->SetValues(2, 2, 2);
+    const std::string first = exchange.SaveToString(*scene);
+    pugi::xml_document doc;
+    ASSERT_TRUE(doc.load_string(first.c_str()));
+    doc.prepend_child(pugi::node_doctype).set_value("ORNGL [ <!ENTITY e \"x>y\"> ]");
+    doc.child("ORNGL").prepend_child(pugi::node_comment).set_value(" <Objects> in a comment ");
+    std::ostringstream other;
+    doc.save(other, "\t",
+             pugi::format_indent | pugi::format_indent_attributes | pugi::format_attribute_single_quote);
+    ASSERT_TRUE(Holds(other.str(), {"'\n", "/>"}));
+    node = Load(other.str());
+    EXPECT_TRUE(exchange.Warnings().empty());
+    EXPECT_EQ(exchange.SaveToString(*node), first);
 }
 
 TEST_F(ExchangeFixture, ReferencesResolveByNameBeforeLoadedWhichIsCalledOnce) {
@@ -511,81 +550,6 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
     EXPECT_EQ(std::tuple(cut->S, exchange.Warnings().size()), std::tuple(p->S, std::size_t{0}));
 }
 
-TEST_F(ExchangeFixture, ReferencedFilesStayInTheScenesFolder) {
-    const fs::path dir = fs::temp_directory_path() / "orn_no_such_folder";
-    exchange.SetFileName((dir / "demo.orngl").string());
-    EXPECT_EQ((std::array{exchange.GetFileName("bmp"), exchange.GetFileName(".dat"),
-                          exchange.FilePath("demo_1.bmp"), exchange.FilePath("sub/x.bmp")}),
-              (std::array{std::string("demo_1.bmp"), std::string("demo_2.dat"), (dir / "demo_1.bmp").string(),
-                          (dir / "sub" / "x.bmp").string()}));
-    for (const char* outside :
-         {"", ".", "..", "sub/", "sub/..", "../x.bmp", "sub/../../x.bmp", "/etc/passwd", "..\\x.bmp", "a\\b"})
-        EXPECT_EQ(exchange.FilePath(outside), "") << outside;
-    exchange.SetFileName("");
-    EXPECT_EQ(std::tuple(exchange.FilePath("x.bmp"), exchange.GetFileName("bmp")),
-              std::tuple("", "scene_3.bmp"))
-        << "text with no file: no folder either";
-    const std::string missing = (dir / "absent.orngl").string();
-    EXPECT_EQ(test::ErrorText([&] { exchange.LoadFromFile(*loaded, missing); }),
-              "Cannot open file \"" + missing + "\": " + std::strerror(ENOENT));
-    EXPECT_THROW(exchange.SaveToFile(*scene, missing), EOrnError);
-}
-
-TEST_F(ExchangeFixture, TheSameDocumentAsAnotherXmlWriterPutsItLoadsTheSame) {
-    AddProbe("A")->S = "x";
-    AddProbe("B", Add())->Ref = scene->Items(0);
-    scene->Transformation()->Scale()->SetValues(2, 2, 2);
-    const std::string first = exchange.SaveToString(*scene);
-    // Each attribute on a line of its own, tab indents, single quotes, empty elements self-closed,
-    // a comment and a document type.
-    pugi::xml_document doc;
-    ASSERT_TRUE(doc.load_string(first.c_str()));
-    doc.prepend_child(pugi::node_doctype).set_value("ORNGL [ <!ENTITY e \"x>y\"> ]");
-    doc.child("ORNGL").prepend_child(pugi::node_comment).set_value(" <Objects> in a comment ");
-    std::ostringstream other;
-    doc.save(other, "\t",
-             pugi::format_indent | pugi::format_indent_attributes | pugi::format_attribute_single_quote);
-    ASSERT_NE(other.str().find("'\n"), std::string::npos);
-    ASSERT_NE(other.str().find("/>"), std::string::npos);
-    TOrnNode* node = Load(other.str());
-    EXPECT_TRUE(exchange.Warnings().empty());
-    EXPECT_EQ(exchange.SaveToString(*node), first);
-}
-
-TEST_F(ExchangeFixture, NumbersAreWrittenAndReadTheSameUnderADecimalCommaLocale) {
-    Add<TOrnPolygon>()->Add({0.5, 0.25, -1.5}, {0, 0, 1}, {0.75, 0.125, 0});
-    auto* tube = Add<TOrnTube>();
-    tube->Add({0.5, 1.25, 2}, 0.75);
-    tube->Add({1.5, -0.25, 3}, 0.5);
-    AddProbe("P")->D = 0.125;
-    const std::string inC = exchange.SaveToString(*scene);
-    // A German locale, made for the test where none is installed (a few seconds).
-    const fs::path made = fs::temp_directory_path() / ("orn_locale_" + std::to_string(::getpid()));
-    std::locale old;
-    try {
-        old = std::locale::global(std::locale("de_DE.UTF-8"));
-    } catch (const std::runtime_error&) {
-        const std::string make =
-            "localedef -i de_DE -f UTF-8 " + (made / "de_DE.UTF-8").string() + " >/dev/null 2>&1";
-        fs::create_directories(made);
-        ::setenv("LOCPATH", made.c_str(), 1);
-        try {
-            if (std::system(make.c_str()) == 0) old = std::locale::global(std::locale("de_DE.UTF-8"));
-        } catch (const std::runtime_error&) {
-        }
-    }
-    char comma[8];
-    std::snprintf(comma, sizeof comma, "%.1f", 0.5);
-    const std::string inGerman = exchange.SaveToString(*scene);
-    const std::string again = exchange.SaveToString(*Load(inGerman));
-    std::locale::global(old);
-    ::unsetenv("LOCPATH");
-    fs::remove_all(made);
-    if (std::string(comma) != "0,5") GTEST_SKIP() << "no German locale can be made here";
-    EXPECT_EQ(inGerman, inC);
-    EXPECT_EQ(again, inC) << "read back as written";
-}
-
 TEST_F(SceneSave, AFailureOfAnyFileLeavesEveryFileAsItWas) {
     exchange.SaveToFile(*scene, file.string());
     const auto before = Snapshot(dir);
@@ -655,7 +619,23 @@ TEST_F(SceneSave, TargetsThatAreNoRegularFilesOrHaveLongNames) {
     EXPECT_TRUE(fs::is_fifo(fs::symlink_status(fifo)));
 }
 
-TEST_F(SceneSave, ReferencedFilesLoadFromTheFolderOrAreWarnedAbout) {
+TEST_F(SceneSave, ReferencedFilesStayInTheScenesFolderOrAreWarnedAbout) {
+    exchange.SetFileName((dir / "demo.orngl").string());
+    EXPECT_EQ((std::array{exchange.GetFileName("bmp"), exchange.GetFileName(".dat"),
+                          exchange.FilePath("demo_1.bmp"), exchange.FilePath("sub/x.bmp")}),
+              (std::array{std::string("demo_1.bmp"), std::string("demo_2.dat"), (dir / "demo_1.bmp").string(),
+                          (dir / "sub" / "x.bmp").string()}));
+    for (const char* outside :
+         {"", ".", "..", "sub/", "sub/..", "../x.bmp", "sub/../../x.bmp", "/etc/passwd", "..\\x.bmp", "a\\b"})
+        EXPECT_EQ(exchange.FilePath(outside), "") << outside;
+    exchange.SetFileName("");
+    EXPECT_EQ(std::tuple(exchange.FilePath("x.bmp"), exchange.GetFileName("bmp")),
+              std::tuple("", "scene_3.bmp"))
+        << "text with no file: no folder either";
+    const std::string missing = (dir / "none" / "absent.orngl").string();
+    EXPECT_EQ(test::ErrorText([&] { exchange.LoadFromFile(*loaded, missing); }),
+              "Cannot open file \"" + missing + "\": " + std::strerror(ENOENT));
+    EXPECT_THROW(exchange.SaveToFile(*scene, missing), EOrnError);
     exchange.SaveToFile(*scene, file.string());
     const std::string text = ReadAll(file);
     const fs::path outside = dir.string() + "_outside.bmp";
@@ -664,29 +644,26 @@ TEST_F(SceneSave, ReferencedFilesLoadFromTheFolderOrAreWarnedAbout) {
     fs::copy_file(dir / "out_1.bmp", dir / "textures" / "wood.bmp");
     fs::create_symlink(outside, dir / "textures" / "link.bmp");
     ::mkfifo((dir / "fifo.bmp").c_str(), 0600);
-    struct Case {
-        std::string name;
-        int width;
-        const char* says;
-    } cases[] = {{"out_1.bmp", 8, ""},
-                 {"textures/wood.bmp", 8, ""},
-                 {"missing.bmp", 0, "No such file"},
-                 {"fifo.bmp", 0, "not a regular file"}, // never blocks on it
-                 {"textures/link.bmp", 0, "outside"},
-                 {"../" + outside.filename().string(), 0, "outside"},
-                 {outside.string(), 0, "absolute"}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    const std::tuple<std::string, int, const char*> cases[] = {
+        {"out_1.bmp", 8, ""},
+        {"textures/wood.bmp", 8, ""},
+        {"missing.bmp", 0, "No such file"},
+        {"fifo.bmp", 0, "not a regular file"}, // never blocks on it
+        {"textures/link.bmp", 0, "outside"},
+        {"../" + outside.filename().string(), 0, "outside"},
+        {outside.string(), 0, "absolute"}};
+    for (const auto& [name, width, says] : cases) {
+        SCOPED_TRACE(name);
         std::string changed = text;
-        std::ofstream(file) << changed.replace(changed.find("out_1.bmp"), 9, c.name);
+        std::ofstream(file) << changed.replace(changed.find("out_1.bmp"), 9, name);
         TOrnNode* node = new TOrnNode(&loadForm);
         exchange.LoadFromFile(*node, file.string());
         auto* t = node->Count() ? dynamic_cast<TOrnTexture*>(node->Items(0)) : nullptr;
-        EXPECT_EQ(t ? t->Bitmap()->Width() : -1, c.width);
+        EXPECT_EQ(t ? t->Bitmap()->Width() : -1, width);
         const std::vector<std::string>& said = exchange.Warnings();
-        EXPECT_EQ(said.size(), *c.says ? 1u : 0u);
-        EXPECT_TRUE(said.empty() || (said[0].find("'" + c.name + "'") != std::string::npos &&
-                                     said[0].find(c.says) != std::string::npos))
+        EXPECT_EQ(said.size(), *says ? 1u : 0u);
+        EXPECT_TRUE(said.empty() || (said[0].find("'" + name + "'") != std::string::npos &&
+                                     said[0].find(says) != std::string::npos))
             << ::testing::PrintToString(said);
     }
     fs::remove(outside);
