@@ -183,8 +183,7 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
         Dxf(kSlot + G("0 3DFACE 70 8 10 0 20 0 30 1 11 4 21 0 31 1 12 0 22 3 32 1 0 POINT 10 7 20 8")));
     TOrnExchange exchange(nullptr);
     const std::string scene = exchange.SaveToString(*f.node);
-    TComponent form(nullptr);
-    auto* loaded = new TOrnNode(&form);
+    auto* loaded = new TOrnNode(&f.form);
     exchange.LoadFromString(*loaded, scene);
     World w;
     Walk(*loaded, w);
@@ -195,11 +194,11 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
                 w.edges == std::vector<int>({1, 1, 0}));
     // A mesh whose numbers do not read is left out with a warning; the rest of the scene loads.
     const std::size_t at = scene.find("Positions=\"") + 11;
-    exchange.LoadFromString(*new TOrnNode(&form), scene.substr(0, at) + "x" + scene.substr(at));
+    exchange.LoadFromString(*new TOrnNode(&f.form), scene.substr(0, at) + "x" + scene.substr(at));
     EXPECT_EQ(exchange.Warnings().size(), 1u);
 }
 
-TEST(TOrnDXFImport, ColoursResolveByLayerByBlockAndTrueColourAndSolidHatchesFillAroundIslands) {
+TEST(TOrnDXFImport, ColoursResolveHatchesFillAroundIslandsExtrusionsPlaceAndFarDrawingsMoveNearTheOrigin) {
     // BYLAYER blue, true colour over ACI, and a block's BYBLOCK line in its inserts' red and green.
     Imported d(Dxf(G("0 LINE 8 Blue 11 1 21 1 0 LINE 8 Blue 62 1 420 16744448 11 1 21 2 "
                      "0 INSERT 2 B 62 1 10 5 0 INSERT 2 B 62 3 10 9"),
@@ -215,17 +214,14 @@ TEST(TOrnDXFImport, ColoursResolveByLayerByBlockAndTrueColourAndSolidHatchesFill
         "10 10 20 10 10 0 20 10 97 0 92 16 93 1 72 2 10 5 20 5 40 2 50 0 51 360 73 1 97 0 75 0 76 1 98 0")));
     const double hole = 0.5 * 72 * 4 * std::sin(2 * std::numbers::pi / 72); // the 72-gon drawn
     EXPECT_NEAR(TriangleArea(fill.world.triangles), 100 - hole, 1e-6);
-}
-
-TEST(TOrnDXFImport, ExtrusionPlacesCirclesMirrorsInsertsAndFarDrawingsMoveNearTheOrigin) {
     // A circle in the plane x = 3 (extrusion +X: its object x axis is world Y, its y axis world Z).
-    Imported d(Dxf(G("0 CIRCLE 10 0 20 0 30 3 40 1 210 1 220 0 230 0 0 INSERT 2 B 10 2 210 0 220 0 230 -1"),
+    Imported e(Dxf(G("0 CIRCLE 10 0 20 0 30 3 40 1 210 1 220 0 230 0 0 INSERT 2 B 10 2 210 0 220 0 230 -1"),
                    G("0 BLOCK 2 B 0 POINT 10 1 20 1 0 ENDBLK")));
     for (std::size_t i = 0; i < 72 * 2; ++i)
-        EXPECT_NEAR(d.world.lines[i].x, 3, 1e-12);
-    EXPECT_TRUE(Contains(d.world.lines, {3, 1, 0}) && Contains(d.world.lines, {3, 0, 1}));
+        EXPECT_NEAR(e.world.lines[i].x, 3, 1e-12);
+    EXPECT_TRUE(Contains(e.world.lines, {3, 1, 0}) && Contains(e.world.lines, {3, 0, 1}));
     // Extrusion −Z mirrors x: the insert point (2, 0) and the block's (1, 1) land at x = −3.
-    EXPECT_TRUE(d.world.points.size() == 1 && Near(d.world.points[0], {-3, 1, 0}));
+    EXPECT_TRUE(e.world.points.size() == 1 && Near(e.world.points[0], {-3, 1, 0}));
     // A survey drawing far from the origin is moved near it, and the top node moves it back.
     Imported far(Dxf(G("0 LINE 10 5000000.25 20 6000000 11 5000001.25 21 6000000")));
     ASSERT_TRUE(far.report.shifted && far.report.Text().find("local origin") != std::string::npos);
@@ -297,7 +293,7 @@ std::string Nested(int levels, const std::string& more = "") {
                blocks + G("0 BLOCK 2 N" + std::to_string(levels) + " 0 POINT 0 ENDBLK"));
 }
 
-TEST(TOrnDXFImport, BadInputIsReportedAndTheRestImported) {
+TEST(TOrnDXFImport, BadInputIsReportedTheRestImportedAndBinaryFilesReadLikeText) {
     // Each case: a drawing with one fault and a good LINE, and what the report must say.
     const std::string line = G("0 LINE 10 0 20 0 11 1 21 1");
     // A line too long for one caption's geometry, in UTF-8 with a Ü on bytes 3999 and 4000.
@@ -332,18 +328,16 @@ TEST(TOrnDXFImport, BadInputIsReportedAndTheRestImported) {
     EXPECT_TRUE(deepest.report.messages.empty() && deepest.world.points.size() == 1u &&
                 Imported(Nested(16)).world.points.empty());
     EXPECT_EQ(Imported(chunk).world.texts.at(0)->Caption().size(), 3999u); // not inside the Ü
-}
-
-TEST(TOrnDXFImport, BinaryFileReadsLikeText) {
+    // A binary file reads like text; cut anywhere, it still reads what is whole and says what is not.
     std::string b("AutoCAD Binary DXF\r\n\x1a\0", 22);
     auto code = [&](int c) { b.append(reinterpret_cast<const char*>(&c), 2); };
     auto str = [&](int c, const std::string& s) { code(c), b += s, b += '\0'; };
     auto num = [&](int c, double v) { code(c), b.append(reinterpret_cast<const char*>(&v), 8); };
     str(0, "SECTION"), str(2, "ENTITIES"), str(0, "LINE"), str(8, "0");
     num(10, 1), num(20, 2), num(30, 0), num(11, 3), num(21, 4), num(31, 0), str(0, "ENDSEC"), str(0, "EOF");
-    Imported d(b);
-    EXPECT_TRUE(d.report.binary && Contains(d.world.lines, {1, 2, 0}) && Contains(d.world.lines, {3, 4, 0}));
-    // Cut anywhere, it still reads what is whole and says what is not.
+    Imported binary(b);
+    EXPECT_TRUE(binary.report.binary && Contains(binary.world.lines, {1, 2, 0}) &&
+                Contains(binary.world.lines, {3, 4, 0}));
     for (std::size_t n = 22; n < b.size(); n += 5)
         Imported(b.substr(0, n));
     TOrnNode unowned(nullptr); // owns what is imported into it: nothing is left without an owner

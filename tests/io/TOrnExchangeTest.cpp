@@ -693,12 +693,8 @@ TEST_F(SceneSave, StringsWriteTheSideFilesInFileNamesFolderAndFilesOverTheLimitA
                 HasSubstr("not a scene file (no element found in 65536 bytes)"));
 }
 
-TEST(TXMLParser, EventsOfTheSceneFilesReaderWithItsQuirks) {
-    struct Case {
-        std::string text, closeName;
-        int close;
-        const char* events;
-    } cases[] = {
+TEST(TXMLParser, EventsAndRecordsOfTheSceneFilesReaderWithItsQuirks) {
+    const std::tuple<std::string, std::string, int, const char*> cases[] = {
         // A Param per value, and the last once more before the closing bracket.
         {R"(<a x="1" y="2">v</a>)", "", 0,
          "TagName a@1; Param a x=1; Param a y=2; Param a y=2; Tag a x=1|y=2|y=2|; Value a 'v'; EndTag a@1"},
@@ -731,18 +727,14 @@ TEST(TXMLParser, EventsOfTheSceneFilesReaderWithItsQuirks) {
          "TagName c@3; Tag c ; Value c ''; EndTag c@3; Value b ''; EndTag b@2"},
     };
     Recorder r;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        r.closeName = c.closeName;
-        r.close = c.close;
-        EXPECT_EQ(r.Run(c.text), c.events);
+    for (const auto& [text, closeName, close, events] : cases) {
+        std::tie(r.closeName, r.close) = std::tie(closeName, close);
+        EXPECT_EQ(r.Run(text), events) << text;
     }
     r.Run("<a><b><c x=\"1\">"); // the next run starts at the root again
     EXPECT_EQ(r.Run("<d>"), "TagName d@1; Tag d ");
-}
-
-TEST(TXMLParser, RecordsParametersAndTheEndTagText) {
-    TXMLParser parser(nullptr);
+    // A record's parameters by name and by place, the end tag's text, the data given to the run.
+    TXMLParser& parser = r.parser;
     TObject data;
     std::string seen;
     parser.OnTag = [&](TObject* sender, TXMLTag& t) {
