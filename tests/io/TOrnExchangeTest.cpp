@@ -542,7 +542,27 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
     EXPECT_EQ(std::tuple(cut->S, exchange.Warnings().size()), std::tuple(p->S, std::size_t{0}));
 }
 
-TEST_F(SceneSave, AFailureOfAnyFileLeavesEveryFileAsItWas) {
+TEST_F(SceneSave, SideFilesGoBesideTheSceneAndAFailureOfAnyFileLeavesEveryFileAsItWas) {
+    // Side files that nobody would write.
+    EXPECT_THAT(test::ErrorText([&] { exchange.SaveToString(*scene); }),
+                HasSubstr("'scene_1.bmp' the scene refers to: FileName is empty"));
+    EXPECT_TRUE(Snapshot(dir).empty());
+    exchange.SetFileName(file.string());
+    EXPECT_NE(exchange.SaveToString(*scene).find("Bitmap=\"out_1.bmp\""), std::string::npos);
+    EXPECT_EQ(Snapshot(dir).size(), 2u);
+    EXPECT_EQ(Snapshot(dir).count("out_2.txt"), 1u);
+    // Loading: a file over the limit, or without a single '<' in its first chunk, is refused unread.
+    const auto load = [&] { return test::ErrorText([&] { exchange.LoadFromFile(*loaded, file.string()); }); };
+    std::ofstream(file) << "<ORNGL version=\"1\"><Objects class=\"TOrnNode\"/></ORNGL>"
+                        << std::string(200, ' ');
+    exchange.SetMaxFileBytes(100);
+    EXPECT_THAT(load(), HasSubstr("more than the 100 allowed"));
+    exchange.SetMaxFileBytes(1000);
+    EXPECT_EQ(load(), "");
+    std::ofstream(file) << std::string(300000, 'x');
+    exchange.SetMaxFileBytes(1 << 20);
+    EXPECT_THAT(load(), HasSubstr("not a scene file (no element found in 65536 bytes)"));
+    // Saving to a file: every file is put in place whole, or none is.
     exchange.SaveToFile(*scene, file.string());
     const auto before = Snapshot(dir);
     EXPECT_EQ(before.size() + before.count("out_1.bmp") + before.count("out_2.txt"), 5u);
@@ -572,46 +592,7 @@ TEST_F(SceneSave, AFailureOfAnyFileLeavesEveryFileAsItWas) {
     EXPECT_EQ(Snapshot(dir), expected);
 }
 
-TEST_F(SceneSave, TargetsThatAreNoRegularFilesOrHaveLongNames) {
-    // A symbolic link stays a link; the file it points to gets the scene and keeps its mode.
-    std::ofstream(dir / "real.orngl") << "old";
-    ::chmod((dir / "real.orngl").c_str(), 0640);
-    fs::create_symlink("real.orngl", dir / "link.orngl");
-    exchange.SaveToFile(*scene, (dir / "link.orngl").string());
-    EXPECT_TRUE(fs::is_symlink(dir / "link.orngl"));
-    EXPECT_NE(ReadAll(dir / "real.orngl").find("<ORNGL"), std::string::npos);
-    EXPECT_EQ(fs::status(dir / "real.orngl").permissions(), fs::perms{0640});
-    // A dangling link is refused, not replaced by a file.
-    fs::create_symlink("missing/x.orngl", dir / "dangling.orngl");
-    EXPECT_THROW(exchange.SaveToFile(*scene, (dir / "dangling.orngl").string()), EOrnError);
-    EXPECT_TRUE(fs::is_symlink(dir / "dangling.orngl"));
-    // With side files, names too long for them are refused before anything is written.
-    const auto files = Snapshot(dir);
-    EXPECT_THROW(exchange.SaveToFile(*scene, (dir / (std::string(250, 'x') + ".orngl")).string()), EOrnError);
-    EXPECT_EQ(Snapshot(dir), files);
-    scene->Remove(texture);
-    scene->Remove(points);
-    // A name that a suffixed temporary name would not fit is still saved, twice.
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-    const std::string stem(240, 's');
-    exchange.SaveToFile(*scene, (dir / (stem + ".orngl")).string());
-    exchange.SaveToFile(*scene, (dir / (stem + ".orngl")).string());
-    EXPECT_EQ(Snapshot(dir).size(), 1u);
-    // A character device is written to, never replaced; a FIFO gets the text through it.
-    exchange.SaveToFile(*scene, "/dev/null");
-    EXPECT_TRUE(fs::is_character_file("/dev/null"));
-    const fs::path fifo = dir / "pipe.orngl";
-    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    std::string received;
-    std::thread reader([&] { received = ReadAll(fifo); });
-    exchange.SaveToFile(*scene, fifo.string());
-    reader.join();
-    EXPECT_NE(received.find("<ORNGL"), std::string::npos);
-    EXPECT_TRUE(fs::is_fifo(fs::symlink_status(fifo)));
-}
-
-TEST_F(SceneSave, ReferencedFilesStayInTheScenesFolderOrAreWarnedAbout) {
+TEST_F(SceneSave, ReferencedFilesStayInTheFolderAndTargetsThatAreNoRegularFilesOrHaveLongNamesAreKept) {
     exchange.SetFileName((dir / "demo.orngl").string());
     EXPECT_EQ((std::array{exchange.GetFileName("bmp"), exchange.GetFileName(".dat"),
                           exchange.FilePath("demo_1.bmp"), exchange.FilePath("sub/x.bmp")}),
@@ -659,30 +640,42 @@ TEST_F(SceneSave, ReferencedFilesStayInTheScenesFolderOrAreWarnedAbout) {
             << ::testing::PrintToString(said);
     }
     fs::remove(outside);
-}
-
-TEST_F(SceneSave, StringsWriteTheSideFilesInFileNamesFolderAndFilesOverTheLimitAreRefusedUnread) {
-    // Side files that nobody would write.
-    EXPECT_THAT(test::ErrorText([&] { exchange.SaveToString(*scene); }),
-                HasSubstr("'scene_1.bmp' the scene refers to: FileName is empty"));
-    EXPECT_TRUE(Snapshot(dir).empty());
-    exchange.SetFileName(file.string());
-    EXPECT_NE(exchange.SaveToString(*scene).find("Bitmap=\"out_1.bmp\""), std::string::npos);
-    EXPECT_EQ(Snapshot(dir).size(), 2u);
-    EXPECT_EQ(Snapshot(dir).count("out_2.txt"), 1u);
-    // Loading: a file over the limit, or without a single '<' in its first chunk, is refused unread.
-    TOrnNode& node = *loaded;
-    std::ofstream(file) << "<ORNGL version=\"1\"><Objects class=\"TOrnNode\"/></ORNGL>"
-                        << std::string(200, ' ');
-    exchange.SetMaxFileBytes(100);
-    EXPECT_THAT(test::ErrorText([&] { exchange.LoadFromFile(node, file.string()); }),
-                HasSubstr("more than the 100 allowed"));
-    exchange.SetMaxFileBytes(1000);
-    EXPECT_EQ(test::ErrorText([&] { exchange.LoadFromFile(node, file.string()); }), "");
-    std::ofstream(file) << std::string(300000, 'x');
-    exchange.SetMaxFileBytes(1 << 20);
-    EXPECT_THAT(test::ErrorText([&] { exchange.LoadFromFile(node, file.string()); }),
-                HasSubstr("not a scene file (no element found in 65536 bytes)"));
+    // A symbolic link stays a link; the file it points to gets the scene and keeps its mode.
+    std::ofstream(dir / "real.orngl") << "old";
+    ::chmod((dir / "real.orngl").c_str(), 0640);
+    fs::create_symlink("real.orngl", dir / "link.orngl");
+    exchange.SaveToFile(*scene, (dir / "link.orngl").string());
+    EXPECT_TRUE(fs::is_symlink(dir / "link.orngl"));
+    EXPECT_NE(ReadAll(dir / "real.orngl").find("<ORNGL"), std::string::npos);
+    EXPECT_EQ(fs::status(dir / "real.orngl").permissions(), fs::perms{0640});
+    // A dangling link is refused, not replaced by a file.
+    fs::create_symlink("missing/x.orngl", dir / "dangling.orngl");
+    EXPECT_THROW(exchange.SaveToFile(*scene, (dir / "dangling.orngl").string()), EOrnError);
+    EXPECT_TRUE(fs::is_symlink(dir / "dangling.orngl"));
+    // With side files, names too long for them are refused before anything is written.
+    const auto files = Snapshot(dir);
+    EXPECT_THROW(exchange.SaveToFile(*scene, (dir / (std::string(250, 'x') + ".orngl")).string()), EOrnError);
+    EXPECT_EQ(Snapshot(dir), files);
+    scene->Remove(texture);
+    scene->Remove(points);
+    // A name that a suffixed temporary name would not fit is still saved, twice.
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    const std::string stem(240, 's');
+    exchange.SaveToFile(*scene, (dir / (stem + ".orngl")).string());
+    exchange.SaveToFile(*scene, (dir / (stem + ".orngl")).string());
+    EXPECT_EQ(Snapshot(dir).size(), 1u);
+    // A character device is written to, never replaced; a FIFO gets the text through it.
+    exchange.SaveToFile(*scene, "/dev/null");
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    const fs::path fifo = dir / "pipe.orngl";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::string received;
+    std::thread reader([&] { received = ReadAll(fifo); });
+    exchange.SaveToFile(*scene, fifo.string());
+    reader.join();
+    EXPECT_NE(received.find("<ORNGL"), std::string::npos);
+    EXPECT_TRUE(fs::is_fifo(fs::symlink_status(fifo)));
 }
 
 TEST(TXMLParser, EventsRecordsFilesProgressAndReentryOfTheSceneFilesReaderWithItsQuirks) {
