@@ -442,7 +442,7 @@ TEST_F(ExchangeFixture, ReferencesResolveByNameBeforeLoadedWhichIsCalledOnceAndA
     EXPECT_EQ(reader.Camera(), nullptr); // a destroyed camera is forgotten
 }
 
-TEST_F(ExchangeFixture, DamagedFilesLoadWhatTheyHoldAndSaySo) {
+TEST_F(ExchangeFixture, DamagedFilesAndTheLimitsOfDepthAndValueSizeLoadWhatTheyCanSaySoAndTellProgress) {
     for (int k = 0; k < 6; ++k)
         AddProbe("P" + std::to_string(k))->I = k;
     const std::string text = exchange.SaveToString(*scene);
@@ -488,15 +488,10 @@ TEST_F(ExchangeFixture, DamagedFilesLoadWhatTheyHoldAndSaySo) {
     exchange.SetFileName("/scenes/bad.orngl");
     for (const auto& [noScene, says] : noScenes) {
         const std::string error = test::ErrorText([&] { exchange.LoadFromString(*loaded, noScene); });
-        EXPECT_TRUE(error.find("/scenes/bad.orngl") != std::string::npos &&
-                    error.find(says) != std::string::npos)
-            << error;
+        EXPECT_TRUE(Holds(error, {"/scenes/bad.orngl", says}));
     }
     EXPECT_EQ(std::tuple(loaded->Count(), loaded->ComponentState().Contains(csLoading)),
               std::tuple(0, false));
-}
-
-TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTheirProgress) {
     auto depthOf = [](TOrnNode* n) {
         int d = 0;
         for (; n->Count() > 0; n = dynamic_cast<TOrnNode*>(n->Items(0)))
@@ -504,7 +499,8 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
         return d;
     };
     // The deepest chain a file holds saves and loads back whole; one more level is refused.
-    TOrnNode* n = scene;
+    TOrnNode* const root = new TOrnNode(&form);
+    TOrnNode* n = root;
     for (int k = 0; k < 124; ++k)
         n = Add(n);
     std::vector<double> seen;
@@ -514,14 +510,14 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
             << what;
         seen.clear();
     };
-    const std::string chain = exchange.SaveToString(*scene);
+    const std::string chain = exchange.SaveToString(*root);
     risesToOne("save");
     exchange.LoadFromString(*loaded, chain);
     risesToOne("load");
     EXPECT_EQ(std::tuple(depthOf(loaded), exchange.Warnings().size()), std::tuple(124, std::size_t{0}));
     exchange.OnProgress = nullptr;
     n->Add(new TOrnNode(n));
-    EXPECT_NE(test::ErrorText([&] { exchange.SaveToString(*scene); }).find("would nest deeper than 128"),
+    EXPECT_NE(test::ErrorText([&] { exchange.SaveToString(*root); }).find("would nest deeper than 128"),
               std::string::npos);
     std::string deep;
     for (int k = 0; k < 1000; ++k)
@@ -532,13 +528,13 @@ TEST_F(ExchangeFixture, WriterAndReaderKeepTheLimitsOfDepthAndValueSizeAndTellTh
     TExchangeProbe* p = AddProbe("P1", flat);
     p->S = std::string(100, 'x');
     p->I = 5;
-    const std::string text = exchange.SaveToString(*flat);
+    const std::string longValue = exchange.SaveToString(*flat);
     exchange.SetMaxValueBytes(99);
-    TExchangeProbe* cut = Probe(0, Load(text)); // the long value keeps its default
+    TExchangeProbe* cut = Probe(0, Load(longValue)); // the long value keeps its default
     EXPECT_EQ(std::tuple(cut->S, cut->I, exchange.Warnings().size()), std::tuple("text", 5, std::size_t{1}));
     EXPECT_TRUE(Warned("'S' in 'TEXCHANGEPROBE' has 100 bytes, more than the limit of 99"));
     exchange.SetMaxValueBytes(100);
-    cut = Probe(0, Load(text));
+    cut = Probe(0, Load(longValue));
     EXPECT_EQ(std::tuple(cut->S, exchange.Warnings().size()), std::tuple(p->S, std::size_t{0}));
 }
 
@@ -635,9 +631,7 @@ TEST_F(SceneSave, ReferencedFilesStayInTheFolderAndTargetsThatAreNoRegularFilesO
         EXPECT_EQ(t ? t->Bitmap()->Width() : -1, width);
         const std::vector<std::string>& said = exchange.Warnings();
         EXPECT_EQ(said.size(), *says ? 1u : 0u);
-        EXPECT_TRUE(said.empty() || (said[0].find("'" + name + "'") != std::string::npos &&
-                                     said[0].find(says) != std::string::npos))
-            << ::testing::PrintToString(said);
+        EXPECT_TRUE(said.empty() || Holds(said[0], {"'" + name + "'", says}));
     }
     fs::remove(outside);
     // A symbolic link stays a link; the file it points to gets the scene and keeps its mode.
