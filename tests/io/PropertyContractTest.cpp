@@ -15,7 +15,6 @@
 using namespace orn;
 
 namespace {
-
 /// A described property ("Transformation/Scale/P") and the value objects on the way to its holder.
 struct PropPath {
     std::string path;
@@ -173,8 +172,7 @@ int ExpectSameAfterLoading(const std::string& text, TOrnNode& before, const std:
     TOrnExchange(nullptr).LoadFromString(*loaded, text);
     return ExpectSameTree(before, *loaded, where);
 }
-/// Every key below element as "Child/Grandchild#2/key" (#n: the n-th child of that name from 0), and
-/// the element's name under "".
+/// Every key below element as "Child/Grandchild#2/key" (#n: the n-th child so named), its name under "".
 void Flatten(pugi::xml_node element, const std::string& prefix, std::map<std::string, std::string>& out) {
     if (prefix.empty()) out[""] = element.name();
     for (pugi::xml_attribute a : element.attributes())
@@ -204,7 +202,6 @@ std::vector<float> Numbers(const std::string& s) {
     }
     return out;
 }
-
 } // namespace
 
 TEST(PropertyContract, EveryClassIsDescribedAndAFreshOneHoldsItsDefaultsAndWritesOnlyItsIdentity) {
@@ -265,8 +262,7 @@ TEST(PropertyContract, EachPropertySetAloneNotifiesARealChangeOnlyAndIsSavedUnde
                 const std::string text = s.Save(true);
                 const std::map<std::string, std::string> written = ItemKeys(text);
                 EXPECT_TRUE(written.count(p.path))
-                    << key << " set to a non-default value is not written under "
-                    << "its key; written: " << ::testing::PrintToString(written);
+                    << key << " is not written under its key: " << ::testing::PrintToString(written);
                 ExpectSameAfterLoading(text, *s.node, key);
                 ++compared;
             }

@@ -17,7 +17,6 @@ namespace fs = std::filesystem;
 using namespace orn;
 
 namespace {
-
 using Vec = TOrnMathVector;
 using Mat = std::array<double, 16>; // column-major, as GL keeps it
 const Mat kOne{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
@@ -113,7 +112,6 @@ std::string G(std::string groups) {
 const std::string kSlot =
     G("0 LWPOLYLINE 8 Cut 90 4 70 1 10 0 20 0 10 40 20 0 42 1 10 40 20 20 10 0 20 20 42 1");
 const fs::path kCorpus = orn::test::CorpusPath("dxf");
-
 } // namespace
 
 TEST(TOrnDXFImportCorpus, InsertsSplinesAndFacesLandWhereComputedByHand) {
@@ -163,8 +161,7 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideFacesHideInvisibleEdgesAn
     // Widths: 4 narrowing to 0 over 10 units, then the constant 1 over 5 and back over 5 √5.
     Imported wide(Dxf(G("0 LWPOLYLINE 90 3 70 1 43 1 10 0 20 0 40 4 41 0 10 10 20 0 10 10 20 5")));
     EXPECT_NEAR(TriangleArea(wide.world.triangles), 10 * 4 / 2 + 5 * 1 + std::sqrt(125.0) * 1, 1e-9);
-    // Fit points alone give a smooth curve through them: on a circle of radius 10, the two inner
-    // spans stay within 0.05 of it (straight chords would come 0.76 inside).
+    // Fit points alone make a smooth curve: its inner spans stay within 0.05 of the circle (chords: 0.76).
     Imported fit(Dxf(G("0 SPLINE 71 3 11 10 21 0 11 7.0710678 21 7.0710678 11 0 21 10 "
                        "11 -7.0710678 21 7.0710678 11 -10 21 0")));
     ASSERT_TRUE(Contains(fit.world.lines, {0, 10, 0}, 1e-6));
