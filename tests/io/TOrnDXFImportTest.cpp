@@ -204,7 +204,7 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideFacesHideInvisibleEdgesAn
     EXPECT_EQ(exchange.Warnings().size(), 1u);
 }
 
-TEST(TOrnDXFImport, ColoursResolveHatchesFillAroundIslandsExtrusionsPlaceAndFarDrawingsMoveNearTheOrigin) {
+TEST(TOrnDXFImport, ColoursHatchesExtrusionsFarDrawingsAndTextsLandAsTheDrawingSays) {
     // BYLAYER blue, true colour over ACI, and a block's BYBLOCK line in its inserts' red and green.
     Imported d(Dxf(G("0 LINE 8 Blue 11 1 21 1 0 LINE 8 Blue 62 1 420 16744448 11 1 21 2 "
                      "0 INSERT 2 B 62 1 10 5 0 INSERT 2 B 62 3 10 9"),
@@ -235,9 +235,6 @@ TEST(TOrnDXFImport, ColoursResolveHatchesFillAroundIslandsExtrusionsPlaceAndFarD
     const auto* layer = dynamic_cast<TOrnNode*>(dynamic_cast<TOrnNode*>(far.node->Items(0))->Items(0));
     const Vec p = dynamic_cast<TOrnCustomObj*>(layer->Items(0))->Points()->GetVector(0, daVertex);
     EXPECT_TRUE(std::fabs(p.x + 0.5) < 1e-9 && static_cast<float>(p.x) == -0.5f);
-}
-
-TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlacedAndAlignedOrFitBetweenTheirPoints) {
     const auto header = [](std::string v) {
         return G("0 SECTION 2 HEADER 9 $ACADVER 1 " + v + " 9 $DWGCODEPAGE 3 ANSI_1252 0 ENDSEC");
     };
@@ -267,17 +264,17 @@ TEST(TOrnDXFImport, TextsAreDecodedStrippedAndPlacedAndAlignedOrFitBetweenTheirP
     EXPECT_TRUE(utf8.report.hasExtents); // a drawing of text alone still has somewhere to look
     // The same caption 2 high: plain, half as wide (41), fit from (1, 2) to (11, 2), and aligned
     // from (0, 0) to (0, 8), which turns it by its points whatever its angle says.
-    Imported d(Dxf(G("0 TEXT 1 Wide 40 2 0 TEXT 1 Wide 40 2 41 0.5 "
-                     "0 TEXT 1 Wide 40 2 72 5 10 1 20 2 11 11 21 2 "
-                     "0 TEXT 1 Wide 40 2 72 3 10 0 20 0 11 0 21 8 50 45")));
-    ASSERT_EQ(d.world.texts.size(), 4u);
+    Imported sized(Dxf(G("0 TEXT 1 Wide 40 2 0 TEXT 1 Wide 40 2 41 0.5 "
+                         "0 TEXT 1 Wide 40 2 72 5 10 1 20 2 11 11 21 2 "
+                         "0 TEXT 1 Wide 40 2 72 3 10 0 20 0 11 0 21 8 50 45")));
+    ASSERT_EQ(sized.world.texts.size(), 4u);
     std::vector<TOrnBounds> box(4);
     for (std::size_t i = 0; i < 4; ++i) {
-        auto* text = const_cast<TOrn3DText*>(d.world.texts[i]);
+        auto* text = const_cast<TOrn3DText*>(sized.world.texts[i]);
         text->Init();
         ASSERT_GT(text->Points()->Count(), 0) << "no glyphs for caption " << i;
         for (int p = 0; p < text->Points()->Count(); ++p)
-            box[i].Add(Apply(d.world.textPlaces[i], text->Points()->GetVector(p, daVertex)));
+            box[i].Add(Apply(sized.world.textPlaces[i], text->Points()->GetVector(p, daVertex)));
     }
     const auto size = [&](int i) { return Vec{box[i].Hi.x - box[i].Lo.x, box[i].Hi.y - box[i].Lo.y, 0}; };
     EXPECT_TRUE(Near(size(1), {size(0).x / 2, size(0).y, 0})) << "half as wide";

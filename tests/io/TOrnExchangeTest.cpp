@@ -329,61 +329,7 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
     EXPECT_EQ(Probe(0, refs)->S, "<&>\"'A\xE2\x82\xAC&bogus;&#xZZ;&");
 }
 
-TEST_F(ExchangeFixture, ReadingIgnoresLetterCaseLayoutUnknownElementsAndValuesOfTheWrongForm) {
-    TOrnNode* node = Load("<orngl version=\"1.0\"><objects><texchangeprobe NAME=\"Low\" b=\"YES\" i=\"5\" "
-                          "s=\"x\" e=\"PETHIRD\" enabled=\"0\"><transformation><translation p=\"1,2,3\">"
-                          "</translation></transformation></texchangeprobe></objects></orngl>");
-    TExchangeProbe* low = Probe(0, node);
-    EXPECT_EQ(std::tuple(low->Name(), low->B, low->I, low->S, low->E, low->Enabled(), exchange.FileVersion()),
-              std::tuple("Low", true, 5, "x", 2, false, "1.0"));
-    EXPECT_EQ(low->Transformation()->Translation()->AsMathVector(), (TOrnMathVector{1, 2, 3}));
-    node = Load(
-        Scene("<TNOSUCHCLASS name=\"Gone\"><TEXCHANGEPROBE></TEXCHANGEPROBE></TNOSUCHCLASS>"
-              "<TEXCHANGEPROBE name=\"Kept\" Unknown=\"1\" I=\"3\"><Gadget x=\"1\"><TEXCHANGEPROBE>"
-              "</TEXCHANGEPROBE></Gadget></TEXCHANGEPROBE><TEXCHANGEPROBE name=\"Next\"></TEXCHANGEPROBE>"
-              "<TEXCHANGEPROBE I=\"-9223372036854775808\"><Transformation><Rotation P=\"-1e30,3e38,-3.4e38\">"
-              "</Rotation></Transformation></TEXCHANGEPROBE>"));
-    ASSERT_EQ(node->Count(), 3);
-    EXPECT_EQ(node->ComponentCount(), 3); // nothing made for the skipped elements
-    EXPECT_EQ(
-        std::tuple(Probe(0, node)->Name(), Probe(1, node)->Name(), Probe(0, node)->I, Probe(2, node)->I),
-        std::tuple("Kept", "Next", 3, INT64_MIN));
-    const TOrnMathVector r = Probe(2, node)->Transformation()->Rotation()->AsMathVector();
-    for (double angle : {r.x, r.y, r.z})
-        EXPECT_TRUE(angle >= 0 && angle < 360) << angle;
-    node = Load(Scene("<TEXCHANGEPROBE B=\"maybe\" I=\"12abc\" D=\"1e999\" C=\"XYZ\" V=\"1,2\" E=\"peNone\" "
-                      "Enabled=\"\"></TEXCHANGEPROBE><TEXCHANGEPROBE I=\"99999999999999999999999\" D=\"nan\" "
-                      "V=\"1,2,3,4\"></TEXCHANGEPROBE><TEXCHANGEPROBE B=\"2\" I=\" 4\" D=\"inf\" V=\"1,,3\" "
-                      "C=\"123456789\"></TEXCHANGEPROBE>"));
-    ASSERT_EQ(node->Count(), 3);
-    TExchangeProbe fresh(nullptr);
-    for (int k = 0; k < 3; ++k) {
-        TExchangeProbe* p = Probe(k, node);
-        EXPECT_TRUE(std::tie(p->B, p->I, p->D, p->C, p->V, p->E) ==
-                        std::tie(fresh.B, fresh.I, fresh.D, fresh.C, fresh.V, fresh.E) &&
-                    p->Enabled())
-            << k;
-    }
-    // As another writer puts it: attributes a line each, tabs, single quotes, self-closed, a comment, a
-    // doctype.
-    AddProbe("A")->S = "x";
-    AddProbe("B", Add())->Ref = scene->Items(0);
-    scene->Transformation()->Scale()->SetValues(2, 2, 2);
-    const std::string first = exchange.SaveToString(*scene);
-    pugi::xml_document doc;
-    ASSERT_TRUE(doc.load_string(first.c_str()));
-    doc.prepend_child(pugi::node_doctype).set_value("ORNGL [ <!ENTITY e \"x>y\"> ]");
-    doc.child("ORNGL").prepend_child(pugi::node_comment).set_value(" <Objects> in a comment ");
-    std::ostringstream other;
-    doc.save(other, "\t",
-             pugi::format_indent | pugi::format_indent_attributes | pugi::format_attribute_single_quote);
-    ASSERT_TRUE(Holds(other.str(), {"'\n", "/>"}));
-    node = Load(other.str());
-    EXPECT_TRUE(exchange.Warnings().empty());
-    EXPECT_EQ(exchange.SaveToString(*node), first);
-}
-
-TEST_F(ExchangeFixture, ReferencesResolveByNameBeforeLoadedWhichIsCalledOnceAndACameraTravelsAlong) {
+TEST_F(ExchangeFixture, ReferencesResolveBeforeLoadedACameraTravelsAndReadingIgnoresCaseLayoutAndTheUnknown) {
     TExchangeProbe* a = AddProbe("A");
     TExchangeProbe* b = AddProbe("B");
     TOrnNode* inner = Add();
@@ -431,6 +377,58 @@ TEST_F(ExchangeFixture, ReferencesResolveByNameBeforeLoadedWhichIsCalledOnceAndA
                     back.Transformation()->Translation()->AsMathVector() == (TOrnMathVector{1, 2, -12}));
     }
     EXPECT_EQ(reader.Camera(), nullptr); // a destroyed camera is forgotten
+    // Reading ignores letter case, layout, unknown elements and values of the wrong form.
+    node = Load("<orngl version=\"1.0\"><objects><texchangeprobe NAME=\"Low\" b=\"YES\" i=\"5\" "
+                "s=\"x\" e=\"PETHIRD\" enabled=\"0\"><transformation><translation p=\"1,2,3\">"
+                "</translation></transformation></texchangeprobe></objects></orngl>");
+    TExchangeProbe* low = Probe(0, node);
+    EXPECT_EQ(std::tuple(low->Name(), low->B, low->I, low->S, low->E, low->Enabled(), exchange.FileVersion()),
+              std::tuple("Low", true, 5, "x", 2, false, "1.0"));
+    EXPECT_EQ(low->Transformation()->Translation()->AsMathVector(), (TOrnMathVector{1, 2, 3}));
+    node = Load(
+        Scene("<TNOSUCHCLASS name=\"Gone\"><TEXCHANGEPROBE></TEXCHANGEPROBE></TNOSUCHCLASS>"
+              "<TEXCHANGEPROBE name=\"Kept\" Unknown=\"1\" I=\"3\"><Gadget x=\"1\"><TEXCHANGEPROBE>"
+              "</TEXCHANGEPROBE></Gadget></TEXCHANGEPROBE><TEXCHANGEPROBE name=\"Next\"></TEXCHANGEPROBE>"
+              "<TEXCHANGEPROBE I=\"-9223372036854775808\"><Transformation><Rotation P=\"-1e30,3e38,-3.4e38\">"
+              "</Rotation></Transformation></TEXCHANGEPROBE>"));
+    ASSERT_EQ(node->Count(), 3);
+    EXPECT_EQ(node->ComponentCount(), 3); // nothing made for the skipped elements
+    EXPECT_EQ(
+        std::tuple(Probe(0, node)->Name(), Probe(1, node)->Name(), Probe(0, node)->I, Probe(2, node)->I),
+        std::tuple("Kept", "Next", 3, INT64_MIN));
+    const TOrnMathVector r = Probe(2, node)->Transformation()->Rotation()->AsMathVector();
+    for (double angle : {r.x, r.y, r.z})
+        EXPECT_TRUE(angle >= 0 && angle < 360) << angle;
+    node = Load(Scene("<TEXCHANGEPROBE B=\"maybe\" I=\"12abc\" D=\"1e999\" C=\"XYZ\" V=\"1,2\" E=\"peNone\" "
+                      "Enabled=\"\"></TEXCHANGEPROBE><TEXCHANGEPROBE I=\"99999999999999999999999\" D=\"nan\" "
+                      "V=\"1,2,3,4\"></TEXCHANGEPROBE><TEXCHANGEPROBE B=\"2\" I=\" 4\" D=\"inf\" V=\"1,,3\" "
+                      "C=\"123456789\"></TEXCHANGEPROBE>"));
+    ASSERT_EQ(node->Count(), 3);
+    TExchangeProbe fresh(nullptr);
+    for (int k = 0; k < 3; ++k) {
+        TExchangeProbe* p = Probe(k, node);
+        EXPECT_TRUE(std::tie(p->B, p->I, p->D, p->C, p->V, p->E) ==
+                        std::tie(fresh.B, fresh.I, fresh.D, fresh.C, fresh.V, fresh.E) &&
+                    p->Enabled())
+            << k;
+    }
+    // As another writer puts it: attributes a line each, tabs, single quotes, self-closed, a comment, a
+    // doctype.
+    AddProbe("D")->S = "x";
+    AddProbe("E", Add())->Ref = scene->Items(0);
+    scene->Transformation()->Scale()->SetValues(2, 2, 2);
+    const std::string first = exchange.SaveToString(*scene);
+    pugi::xml_document doc;
+    ASSERT_TRUE(doc.load_string(first.c_str()));
+    doc.prepend_child(pugi::node_doctype).set_value("ORNGL [ <!ENTITY e \"x>y\"> ]");
+    doc.child("ORNGL").prepend_child(pugi::node_comment).set_value(" <Objects> in a comment ");
+    std::ostringstream other;
+    doc.save(other, "\t",
+             pugi::format_indent | pugi::format_indent_attributes | pugi::format_attribute_single_quote);
+    ASSERT_TRUE(Holds(other.str(), {"'\n", "/>"}));
+    node = Load(other.str());
+    EXPECT_TRUE(exchange.Warnings().empty());
+    EXPECT_EQ(exchange.SaveToString(*node), first);
 }
 
 TEST_F(ExchangeFixture, DamagedFilesAndTheLimitsOfDepthAndValueSizeLoadWhatTheyCanSaySoAndTellProgress) {
