@@ -157,8 +157,7 @@ int ExpectSameTree(TOrnRender& a, TOrnRender& b, const std::string& where) {
     if (a.ClassName() != b.ClassName()) return 0;
     EXPECT_EQ(a.Properties()->Difference(a, b), "") << where;
     int compared = static_cast<int>(Paths(a).size());
-    auto* na = dynamic_cast<TOrnNode*>(&a);
-    auto* nb = dynamic_cast<TOrnNode*>(&b);
+    auto *na = dynamic_cast<TOrnNode*>(&a), *nb = dynamic_cast<TOrnNode*>(&b);
     if (!na) return compared;
     EXPECT_EQ(na->Count(), nb->Count()) << where << " holds another number of items";
     for (int i = 0; i < std::min(na->Count(), nb->Count()); ++i)
