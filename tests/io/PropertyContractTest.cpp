@@ -1,5 +1,4 @@
-// Contracts that every described property of every class keeps: the scene file, Assign and the
-// setters, checked over all of them at once instead of class by class.
+// Contracts every described property of every class keeps: the scene file, Assign and the setters.
 #include <orn/geometry/TOrnPrimitiveObj.h>
 #include <orn/io/TOrnExchange.h>
 #include <orn/math/TOrnPropList.h>

@@ -6,11 +6,10 @@
 #include <orn/scene/TOrnNode.h>
 
 #include "support/Corpora.h"
-#include <gtest/gtest.h>
-
 #include <GL/gl.h>
 #include <algorithm>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <numbers>
 
 namespace fs = std::filesystem;

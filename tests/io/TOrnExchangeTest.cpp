@@ -16,17 +16,16 @@
 
 #include "io/detail/ExchangeText.h"
 #include "support/ErrorText.h"
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <pugixml.hpp>
-
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <locale>
 #include <map>
+#include <pugixml.hpp>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -509,8 +508,7 @@ TEST_F(ExchangeFixture, DamagedFilesAndTheLimitsOfDepthAndValueSizeLoadWhatTheyC
     EXPECT_TRUE(Warned("elements nested deeper than 128 are not read"));
     TOrnNode* flat = new TOrnNode(&form);
     TExchangeProbe* p = AddProbe("P1", flat);
-    p->S = std::string(100, 'x');
-    p->I = 5;
+    std::tie(p->S, p->I) = std::tuple(std::string(100, 'x'), 5);
     const std::string longValue = exchange.SaveToString(*flat);
     exchange.SetMaxValueBytes(99);
     TExchangeProbe* cut = Probe(0, Load(longValue)); // the long value keeps its default
@@ -622,8 +620,7 @@ TEST_F(SceneSave, ReferencedFilesStayInTheFolderAndTargetsThatAreNoRegularFilesO
     ::chmod((dir / "real.orngl").c_str(), 0640);
     fs::create_symlink("real.orngl", dir / "link.orngl");
     exchange.SaveToFile(*scene, (dir / "link.orngl").string());
-    EXPECT_TRUE(fs::is_symlink(dir / "link.orngl"));
-    EXPECT_NE(ReadAll(dir / "real.orngl").find("<ORNGL"), std::string::npos);
+    EXPECT_TRUE(fs::is_symlink(dir / "link.orngl") && Holds(ReadAll(dir / "real.orngl"), {"<ORNGL"}));
     EXPECT_EQ(fs::status(dir / "real.orngl").permissions(), fs::perms{0640});
     // A dangling link is refused, not replaced by a file.
     fs::create_symlink("missing/x.orngl", dir / "dangling.orngl");
@@ -651,8 +648,7 @@ TEST_F(SceneSave, ReferencedFilesStayInTheFolderAndTargetsThatAreNoRegularFilesO
     std::thread reader([&] { received = ReadAll(fifo); });
     exchange.SaveToFile(*scene, fifo.string());
     reader.join();
-    EXPECT_NE(received.find("<ORNGL"), std::string::npos);
-    EXPECT_TRUE(fs::is_fifo(fs::symlink_status(fifo)));
+    EXPECT_TRUE(Holds(received, {"<ORNGL"}) && fs::is_fifo(fs::symlink_status(fifo)));
 }
 
 TEST(TXMLParser, EventsRecordsFilesProgressAndReentryOfTheSceneFilesReaderWithItsQuirks) {
