@@ -320,9 +320,10 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
     EXPECT_EQ(replaced.find("&#31;"), std::string::npos);
     EXPECT_EQ(Probe(0, Load(replaced))->S,
               "a\uFFFDb\uFFFDc\uFFFD d\uFFFD\uFFFD e\uFFFD\uFFFD\uFFFD f\uFFFD\uFFFD\uFFFD g\uFFFD\uFFFD");
-    TOrnNode* refs = Load(Scene("<TEXCHANGEPROBE S=\"&lt;&amp;&gt;&quot;&apos;&#x41;&#x20AC;&bogus;&#xZZ;&\">"
-                                "</TEXCHANGEPROBE>"));
-    EXPECT_EQ(Probe(0, refs)->S, "<&>\"'A\xE2\x82\xAC&bogus;&#xZZ;&");
+    TOrnNode* refs =
+        Load(Scene("<TEXCHANGEPROBE S=\"&lt;&amp;&gt;&quot;&apos;&#x41;&#x20AC;&#xD800;&bogus;&#xZZ;&\">"
+                   "</TEXCHANGEPROBE>"));
+    EXPECT_EQ(Probe(0, refs)->S, "<&>\"'A\xE2\x82\xAC&#xD800;&bogus;&#xZZ;&");
 }
 
 TEST_F(ExchangeFixture, ReferencesResolveBeforeLoadedACameraTravelsAndReadingIgnoresCaseLayoutAndTheUnknown) {
