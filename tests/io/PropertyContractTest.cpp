@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include <cmath>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -297,6 +298,35 @@ TEST(PropertyContract, EachPropertySetAloneNotifiesARealChangeOnlyAndIsSavedUnde
         }
     EXPECT_GE(compared, 200);
     std::printf("[ compared  ] %d properties written alone and read back\n", compared);
+}
+
+TEST(PropertyContract, NumbersAtTheirDeclaredBoundsAreTakenAndBeyondThemClampedOrIgnored) {
+    int checked = 0;
+    for (TComponentClass cls : DescribedClasses())
+        for (const PropPath& p : Paths(Scene(cls).Exchange())) {
+            const TOrnPropInfo& info = p.Info();
+            const bool integer = info.kind == pkInt;
+            if (!integer && info.kind != pkSingle && info.kind != pkDouble) continue;
+            Scene s(cls);
+            TOrnExchangeItem& holder = p.Holder(s.Exchange());
+            const auto set = [&](double v) {
+                info.set(holder, integer ? TOrnPropValue(std::int64_t(v)) : TOrnPropValue(v));
+                return integer ? double(std::get<std::int64_t>(info.get(holder)))
+                               : std::get<double>(info.get(holder));
+            };
+            for (double bound : {info.min, info.max}) {
+                if (std::fabs(bound) >= 1e9) continue;
+                SCOPED_TRACE(std::string(cls->Name) + "." + p.path + " at " + std::to_string(bound));
+                const double inward = bound == info.min ? 1 : -1;
+                EXPECT_EQ(set(bound), bound) << "a bound is refused";
+                const double before = set(bound + inward);
+                if (bound - inward < info.lowest || bound - inward > info.highest) continue; // not held
+                const double beyond = set(bound - inward);
+                EXPECT_TRUE(beyond == bound || beyond == before) << beyond;
+                ++checked;
+            }
+        }
+    EXPECT_GE(checked, 8);
 }
 
 TEST(PropertyContract, ASceneHoldingEveryClassKeepsEveryPropertyThroughAFile) {

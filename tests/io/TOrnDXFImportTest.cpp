@@ -204,6 +204,19 @@ TEST(TOrnDXFImport, BulgesDrawHalfCirclesOnTheRightSideAndTheSceneFileKeepsThem)
     for (const Vec& p : fit.world.lines)
         if (p.y > 7.08 && std::fabs(std::hypot(p.x, p.y) - 10) < 0.05) ++inner;
     EXPECT_EQ(inner, 2 * 16 * 2 - 2); // both ends of the 16 segments a span, less the outer two
+    // A whole ellipse by default, and the upper half of one; the minor axis is the major times 0.5.
+    Imported ell(
+        Dxf(G("0 ELLIPSE 10 1 20 2 11 4 21 0 40 0.5 0 ELLIPSE 11 2 21 0 40 0.5 41 0 42 3.14159265359")));
+    int above = 0, below = 0;
+    for (const Vec& p : ell.world.lines) {
+        const bool whole = std::fabs(std::hypot((p.x - 1) / 4, (p.y - 2) / 2) - 1) < 1e-9;
+        EXPECT_TRUE(whole || (std::fabs(std::hypot(p.x / 2, p.y) - 1) < 1e-9 && p.y > -1e-9))
+            << p.x << ',' << p.y;
+        above += whole && p.y > 3.9;
+        below += whole && p.y < 0.1;
+    }
+    EXPECT_TRUE(above > 0 && below > 0 && Contains(ell.world.lines, {-2, 0, 0}) &&
+                Contains(ell.world.lines, {2, 0, 0}));
     // With a face and a point, saved as a scene and loaded into a fresh node.
     Imported f(
         Dxf(kSlot + G("0 3DFACE 70 8 10 0 20 0 30 1 11 4 21 0 31 1 12 0 22 3 32 1 0 POINT 10 7 20 8")));

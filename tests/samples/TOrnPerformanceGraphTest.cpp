@@ -66,6 +66,7 @@ TEST_F(GraphTest, AutoScaleFitsTheLargestValueShownAndOldStepsAreDropped) {
     graph.Update();
     EXPECT_DOUBLE_EQ(graph.TopValue(), 4.0);
     EXPECT_EQ(RowOf(40, clRed), 0);
+    EXPECT_EQ(bitmap.Pixel(5, 5), clBlack) << "no grid at size 0";
 }
 
 } // namespace
