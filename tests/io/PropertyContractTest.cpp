@@ -5,6 +5,7 @@
 #include <orn/scene/TOrnNode.h>
 #include <orn/scene/TOrnRegistry.h>
 
+#include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
@@ -277,6 +278,41 @@ TEST(PropertyContract, EachPropertySetAloneNotifiesARealChangeOnlyAndIsSavedUnde
             EXPECT_TRUE(!primitive || primitive->Initialized()) << key << ": the same value rebuilds";
         }
     EXPECT_GE(compared, 200) << "properties written alone and read back";
+}
+
+TEST(PropertyContract, EveryEnumValueAndEveryDeclaredBoundIsTakenAndBeyondABoundClampedOrIgnored) {
+    int checked = 0;
+    for (TComponentClass cls : DescribedClasses())
+        for (const PropPath& p : Paths(Scene(cls).Exchange())) {
+            const TOrnPropInfo& info = p.Info();
+            const bool integer = info.kind == pkInt || info.kind == pkEnum;
+            if (!integer && info.kind != pkSingle && info.kind != pkDouble) continue;
+            Scene s(cls);
+            TOrnExchangeItem& holder = p.Holder(s.Exchange());
+            const auto set = [&](double v) {
+                info.set(holder, integer ? TOrnPropValue(std::int64_t(v)) : TOrnPropValue(v));
+                return integer ? double(std::get<std::int64_t>(info.get(holder)))
+                               : std::get<double>(info.get(holder));
+            };
+            SCOPED_TRACE(std::string(cls->Name) + "." + p.path);
+            if (info.kind == pkEnum) { // from the last, which an off-by-one loses first
+                for (auto v = static_cast<int>(info.names.size()) - 1; v >= 0; --v)
+                    EXPECT_EQ(set(v), v) << info.names[static_cast<std::size_t>(v)] << " is refused";
+                ++checked;
+                continue;
+            }
+            for (double bound : {info.min, info.max}) {
+                if (std::fabs(bound) >= 1e9) continue;
+                const double inward = bound == info.min ? 1 : -1;
+                EXPECT_EQ(set(bound), bound) << "the bound " << bound << " is refused";
+                const double before = set(bound + inward);
+                if (bound - inward < info.lowest || bound - inward > info.highest) continue; // not held
+                const double beyond = set(bound - inward);
+                EXPECT_TRUE(beyond == bound || beyond == before) << bound - inward << " gives " << beyond;
+                ++checked;
+            }
+        }
+    EXPECT_GE(checked, 40);
 }
 
 TEST(PropertyContract, AssignCopiesEveryPropertyButThoseItLeavesOnPurpose) {

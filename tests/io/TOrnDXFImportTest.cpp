@@ -134,6 +134,19 @@ TEST(TOrnDXFImport, BulgesFacesSplinesAndInsertsLandWhereComputedByHandAndTheSce
     for (const Vec& p : fit.world.lines)
         if (p.y > 7.08 && std::fabs(std::hypot(p.x, p.y) - 10) < 0.05) ++inner;
     EXPECT_EQ(inner, 2 * 16 * 2 - 2); // both ends of the 16 segments a span, less the outer two
+    // A whole ellipse by default, and the upper half of one; the minor axis is the major times 0.5.
+    Imported ell(
+        Dxf(G("0 ELLIPSE 10 1 20 2 11 4 21 0 40 0.5 0 ELLIPSE 11 2 21 0 40 0.5 41 0 42 3.14159265359")));
+    int above = 0, below = 0;
+    for (const Vec& p : ell.world.lines) {
+        const bool whole = std::fabs(std::hypot((p.x - 1) / 4, (p.y - 2) / 2) - 1) < 1e-9;
+        EXPECT_TRUE(whole || (std::fabs(std::hypot(p.x / 2, p.y) - 1) < 1e-9 && p.y > -1e-9))
+            << p.x << ',' << p.y;
+        above += whole && p.y > 3.9;
+        below += whole && p.y < 0.1;
+    }
+    EXPECT_TRUE(above > 0 && below > 0 && Contains(ell.world.lines, {-2, 0, 0}) &&
+                Contains(ell.world.lines, {2, 0, 0}));
     // A quad 3DFACE with its first edge invisible, a triangle with its closing edge invisible, a
     // SOLID; and a polyface quad whose negative second index hides the edge from that corner.
     Imported faces(Dxf(G("0 3DFACE 70 1 10 0 20 0 11 1 21 0 12 1 22 1 13 0 23 1 "
@@ -235,14 +248,14 @@ TEST(TOrnDXFImport, ColoursHatchesExtrusionsFarDrawingsAndTextsLandAsTheDrawingS
         return G("0 SECTION 2 HEADER 9 $ACADVER 1 " + v + " 9 $DWGCODEPAGE 3 ANSI_1252 0 ENDSEC");
     };
     // Centred TEXT at its alignment point (5, 6), 2.5 high, turned 90°; € is byte 0x80 in 1252.
-    const std::string text =
-        "0\nTEXT\n8\nNotes\n1\n%%c20 %%d%%p \x80 \\U+2205\n" + G("40 2.5 50 90 72 1 10 1 20 2 11 5 21 6");
+    const std::string text = "0\nTEXT\n8\nNotes\n1\n%%c20 %%d%%p%%u \x80\x9F \\U+2205\n" +
+                             G("40 2.5 50 90 72 1 10 1 20 2 11 5 21 6");
     const std::string mtext = G("0 MTEXT 8 Notes 71 3 40 3 50 180") +
                               "3\n{\\fArial|b1|i0;Bold} and \\H2x;big\\P\n1\nnext\\~line \\S1^2; \\{x\\}\n";
     Imported old(header("AC1015") + Dxf(text + mtext + "0\nATTRIB\n1\nhidden\n70\n1\n"));
     EXPECT_TRUE(old.report.imported.at("TEXT") == 1 && old.report.imported.at("MTEXT") == 1);
     ASSERT_EQ(old.world.texts.size(), 3u); // MTEXT's two lines; the invisible ATTRIB shows nothing
-    EXPECT_EQ(old.world.texts[0]->Caption(), "\u00D820 \u00B0\u00B1 \u20AC \u2205");
+    EXPECT_EQ(old.world.texts[0]->Caption(), "\u00D820 \u00B0\u00B1 \u20AC\u0178 \u2205");
     EXPECT_TRUE(old.world.texts[0]->Alignment() == taCenter &&
                 old.world.texts[2]->Alignment() == taRightJustify);
     // Capitals (0.72 em) 2.5 high, along +y, from the alignment point.

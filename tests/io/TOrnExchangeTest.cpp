@@ -309,7 +309,8 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
     EXPECT_EQ(std::tuple(Probe(0)->S, Probe(0)->C, Probe(0)->E, exchange.Description()),
               std::tuple(nasty, clBlue, 2, "scene / \"demo\" <1>"));
     // Control characters up to 0x1F (not even as references), stray and overlong bytes, a surrogate, U+FFFE.
-    p->S = std::string("a\x1F") + "b" + '\0' + "c\xFF d\xC0\xAF e\xED\xA0\x80 f\xEF\xBF\xBE g\xE2\x82";
+    p->S = std::string("a\x1F") + "b" + '\0' +
+           "c\xFF d\xC0\xAF e\xED\xA0\x80 f\xEF\xBF\xBE g\xE2\x82 h\xF0\x81\x80\x80";
     const std::string replaced = exchange.SaveToString(*scene);
     for (std::size_t i = 0; i < replaced.size();) {
         const std::size_t n = orn::detail::Utf8Length(std::string_view(replaced).substr(i));
@@ -319,7 +320,8 @@ TEST_F(ExchangeFixture, CharactersTheReaderCannotCarryAreReferencesAndComeBack) 
     }
     EXPECT_EQ(replaced.find("&#31;"), std::string::npos);
     EXPECT_EQ(Probe(0, Load(replaced))->S,
-              "a\uFFFDb\uFFFDc\uFFFD d\uFFFD\uFFFD e\uFFFD\uFFFD\uFFFD f\uFFFD\uFFFD\uFFFD g\uFFFD\uFFFD");
+              "a\uFFFDb\uFFFDc\uFFFD d\uFFFD\uFFFD e\uFFFD\uFFFD\uFFFD f\uFFFD\uFFFD\uFFFD g\uFFFD\uFFFD "
+              "h\uFFFD\uFFFD\uFFFD\uFFFD");
     TOrnNode* refs =
         Load(Scene("<TEXCHANGEPROBE S=\"&lt;&amp;&gt;&quot;&apos;&#x41;&#x20AC;&#xD800;&bogus;&#xZZ;&\">"
                    "</TEXCHANGEPROBE>"));
@@ -396,12 +398,13 @@ TEST_F(ExchangeFixture, ReferencesResolveBeforeLoadedACameraTravelsAndReadingIgn
     for (double angle : {r.x, r.y, r.z})
         EXPECT_TRUE(angle >= 0 && angle < 360) << angle;
     node = Load(Scene("<TEXCHANGEPROBE B=\"maybe\" I=\"12abc\" D=\"1e999\" C=\"XYZ\" V=\"1,2\" E=\"peNone\" "
-                      "Enabled=\"\"></TEXCHANGEPROBE><TEXCHANGEPROBE I=\"99999999999999999999999\" D=\"nan\" "
-                      "V=\"1,2,3,4\"></TEXCHANGEPROBE><TEXCHANGEPROBE B=\"2\" I=\" 4\" D=\"inf\" V=\"1,,3\" "
-                      "C=\"123456789\"></TEXCHANGEPROBE>"));
-    ASSERT_EQ(node->Count(), 3);
+                      "Enabled=\"\"></TEXCHANGEPROBE><TEXCHANGEPROBE B=\"No\" I=\"99999999999999999999999\" "
+                      "D=\"nan\" V=\"1,2,3,4\"></TEXCHANGEPROBE><TEXCHANGEPROBE B=\"2\" I=\" 4\" D=\"inf\" "
+                      "V=\"1,,3\" C=\"123456789\"></TEXCHANGEPROBE><TEXCHANGEPROBE D=\"-3.5e38\">"
+                      "</TEXCHANGEPROBE>"));
+    ASSERT_EQ(node->Count(), 4);
     TExchangeProbe fresh(nullptr);
-    for (int k = 0; k < 3; ++k) {
+    for (int k = 0; k < 4; ++k) {
         TExchangeProbe* p = Probe(k, node);
         EXPECT_TRUE(std::tie(p->B, p->I, p->D, p->C, p->V, p->E) ==
                         std::tie(fresh.B, fresh.I, fresh.D, fresh.C, fresh.V, fresh.E) &&

@@ -142,7 +142,7 @@ TEST(TOrnCalendar, MovesKeepTheDayInRangeTheSelectedDayIsHighlightedAndClicksCho
     EXPECT_EQ((std::vector{bitmap.Pixel(91, 61) == clNavy, bitmap.Pixel(118, 78) == clNavy,
                            bitmap.Pixel(89, 61) == clNavy, bitmap.Pixel(91, 81) == clNavy}),
               (std::vector{true, true, false, false}));
-    calendar.SetStartOfWeek(1); // Monday first: Thursday is column 3
+    calendar.SetStartOfWeek(-6); // Monday first: Thursday is column 3
     EXPECT_EQ(calendar.DayRect(1), Rect(90, 20, 120, 40));
     calendar.PaintTo(bitmap);
     EXPECT_EQ(bitmap.Pixel(61, 61), clNavy); // the 14th, a Wednesday, column 2
@@ -199,10 +199,11 @@ TEST(TOrnColorGrid, EveryCellHasItsColourTheChosenAreMarkedAndArrowsAndClicksCho
     TOrnColorGrid keyed(nullptr); // 4 × 4, foreground 0, background 15
     // key, shift, then the foreground and background indexes
     const std::tuple<std::uint16_t, TShiftState, int, int> steps[] = {
-        {VK_LEFT, {}, 0, 15},     {VK_RIGHT, {}, 1, 15},      {VK_DOWN, {}, 5, 15},
-        {VK_UP, {}, 1, 15},       {VK_UP, {}, 1, 15},         {VK_RIGHT, {ssCtrl}, 1, 15},
-        {VK_UP, {ssCtrl}, 1, 11}, {VK_LEFT, {ssCtrl}, 1, 10}, {VK_RIGHT, {}, 2, 10},
-        {VK_RIGHT, {}, 3, 10},    {VK_RIGHT, {}, 3, 10}}; // the right edge stops
+        {VK_LEFT, {}, 0, 15},      {VK_RIGHT, {}, 1, 15},      {VK_DOWN, {}, 5, 15},
+        {VK_UP, {}, 1, 15},        {VK_UP, {}, 1, 15},         {VK_RIGHT, {ssCtrl}, 1, 15},
+        {VK_UP, {ssCtrl}, 1, 11},  {VK_LEFT, {ssCtrl}, 1, 10}, {VK_RIGHT, {}, 2, 10},
+        {VK_RIGHT, {}, 3, 10},     {VK_RIGHT, {}, 3, 10},      {VK_DOWN, {ssCtrl}, 3, 14},
+        {VK_DOWN, {ssCtrl}, 3, 14}}; // the right and bottom edges stop
     for (auto [key, shift, foreground, background] : steps) {
         keyed.KeyDown(key, shift);
         EXPECT_EQ(std::pair(keyed.ForegroundIndex(), keyed.BackgroundIndex()),
@@ -219,7 +220,7 @@ TEST(TOrnColorGrid, EveryCellHasItsColourTheChosenAreMarkedAndArrowsAndClicksCho
     keyed.MouseDown(mbLeft, {}, 90, 50); // cell 6
     EXPECT_EQ(keyed.ForegroundColor(), clTeal);
     keyed.MouseDown(mbLeft, {}, 90, 50); // the same cell again
-    EXPECT_EQ(state(), std::tuple(6, 10, 1));
+    EXPECT_EQ(state(), std::tuple(6, 14, 1));
     keyed.MouseDown(mbRight, {}, 10, 130); // cell 12
     EXPECT_EQ(state(), std::tuple(6, 12, 2));
     keyed.SetForegroundEnabled(false);
@@ -284,6 +285,14 @@ TEST(TOrnGauge, TextIsInvertedOverBarsAndPiesCoverTheirShareAndProgressNeverDivi
         EXPECT_EQ((std::vector{at(3.6 * p - 4), at(3.6 * p + 4), at(2), at(358)}),
                   (std::vector<TColor>{clRed, clWhite, clRed, clWhite}))
             << p;
+    }
+    // A needle from the middle of the bottom: left at nothing, straight up at half.
+    gauge.SetKind(gkNeedle);
+    gauge.SetBounds(0, 0, 201, 101);
+    for (auto [p, left, up] : {std::tuple{0, clRed, clWhite}, {50, clWhite, clRed}}) {
+        gauge.SetProgress(p);
+        gauge.PaintTo(bitmap);
+        EXPECT_EQ(std::pair(bitmap.Pixel(50, 100), bitmap.Pixel(100, 50)), std::pair(left, up)) << p;
     }
     // Progress notifies only when it moves; contradictory ranges never divide by zero.
     int changes = 0;
@@ -362,6 +371,7 @@ TEST(TOrnPerformanceGraph, NewestValueAtTheRightScrollingLeftWithTheGridAndAutoS
     graph.Update();
     EXPECT_DOUBLE_EQ(graph.TopValue(), 4.0);
     EXPECT_EQ(rowOf(40, clRed), 0);
+    EXPECT_EQ(bitmap.Pixel(5, 5), clBlack) << "no grid at size 0";
 }
 
 } // namespace

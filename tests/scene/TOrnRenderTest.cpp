@@ -252,6 +252,14 @@ TEST_F(RenderChain, ObjectSetsItsColourAndColourMaterialAndPushesANameOnlyInNami
         using Names = std::vector<std::pair<TObject*, int>>;
         EXPECT_EQ(view->names, (naming ? Names{{o, -1}} : Names{}));
     }
+    // Off, then each parameter in turn; off leaves the one the render before left.
+    const GLint kParameters[] = {GL_AMBIENT_AND_DIFFUSE, GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION};
+    view->mode = dmWindow;
+    for (int m = 0; m < 5; ++m) {
+        o->SetColorMaterial(m);
+        o->Render(view);
+        EXPECT_EQ(std::pair(o->inside[0], o->inside[2]), std::pair(GLint(m > 0), kParameters[m])) << m;
+    }
 }
 
 TEST_F(RenderChain, MaterialAndTextureAreCompiledIntoACachedObjectAndCountAsAppliedAfterItsListRuns) {
