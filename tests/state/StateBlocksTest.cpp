@@ -1,4 +1,4 @@
-// What every state component leaves in GL, and when the shared blocks are sent at all.
+// What every state component leaves in GL, when the shared blocks are sent at all, and how it looks.
 #include <orn/state/TOrnAttributes.h>
 #include <orn/state/TOrnClip.h>
 #include <orn/state/TOrnFog.h>
@@ -13,11 +13,10 @@
 #include <GL/gl.h>
 
 #include <cmath>
-#include <functional>
-#include <tuple>
 
 using namespace orn;
 using StateBlocks = orn::test::ViewGLTest;
+using StatePixels = orn::test::ViewGLTest;
 
 namespace {
 
@@ -51,16 +50,19 @@ V operator+(V a, const V& b) {
     return a;
 }
 
-// Pairs of a GL name and the first value glGet gives for it.
-void ExpectGet(const char* what, std::initializer_list<double> pairs) {
-    for (auto it = pairs.begin(); it != pairs.end(); it += 2)
-        EXPECT_EQ(Held(0, {GLenum(it[0])}), V{float(it[1])})
-            << what << ": GL name 0x" << std::hex << GLenum(it[0]);
+void Quad(float x0, float y0, float x1, float y1, float z = 0) {
+    glBegin(GL_QUADS);
+    glVertex3f(x0, y0, z);
+    glVertex3f(x1, y0, z);
+    glVertex3f(x1, y1, z);
+    glVertex3f(x0, y1, z);
+    glEnd();
 }
 
 } // namespace
 
-// Each block renders over what the one before left, so every value must be sent to show.
+// Values are read with glGet (capabilities as 0 or 1). Each block renders over what the one before left, so
+// every value must be sent to show.
 TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     TOrnColor red;
     red.SetColor(clRed);
@@ -77,26 +79,24 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     a->SetLineStipple(lsDash);
     a->SetLineWidth(2);
     a->SetPointSize(4);
-    glEnable(GL_LIGHTING); // to be switched off
+    a->SetLighting(true);
     a->Render(view);
-    ExpectGet("attributes on", {GL_POINT_SMOOTH, 1, GL_LINE_SMOOTH, 1, GL_POLYGON_SMOOTH, 1, GL_CULL_FACE, 1,
-                                GL_DITHER, 1, GL_LIGHTING, 0, GL_BLEND, 1, GL_LINE_STIPPLE, 1});
     // The smoothing hints name the capabilities, which GL refuses: the hints stay.
-    ExpectGet("attributes on",
-              {GL_LINE_SMOOTH_HINT, GL_DONT_CARE, GL_CULL_FACE_MODE, GL_FRONT, GL_LIGHT_MODEL_TWO_SIDE, 1,
-               GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST, GL_SHADE_MODEL, GL_FLAT, GL_BLEND_SRC, GL_SRC_ALPHA,
-               GL_BLEND_DST, GL_ONE_MINUS_SRC_ALPHA});
-    ExpectGet("attributes on", {GL_LINE_STIPPLE_PATTERN, 0xF0F0, GL_LINE_STIPPLE_REPEAT, 1, GL_LINE_WIDTH, 2,
-                                GL_POINT_SIZE, 4});
+    EXPECT_EQ(
+        Held(0, {GL_POINT_SMOOTH, GL_LINE_SMOOTH, GL_POLYGON_SMOOTH, GL_CULL_FACE, GL_DITHER, GL_LIGHTING,
+                 GL_BLEND, GL_LINE_STIPPLE, GL_LINE_SMOOTH_HINT, GL_CULL_FACE_MODE, GL_LIGHT_MODEL_TWO_SIDE,
+                 GL_PERSPECTIVE_CORRECTION_HINT, GL_SHADE_MODEL, GL_BLEND_SRC, GL_BLEND_DST,
+                 GL_LINE_STIPPLE_PATTERN, GL_LINE_STIPPLE_REPEAT, GL_LINE_WIDTH, GL_POINT_SIZE}),
+        (V{1, 1, 1, 1, 1, 1, 1, 1, GL_DONT_CARE, GL_FRONT, 1, GL_NICEST, GL_FLAT, GL_SRC_ALPHA,
+           GL_ONE_MINUS_SRC_ALPHA, 0xF0F0, 1, 2, 4}));
     EXPECT_EQ(Held(0, {GL_POLYGON_MODE, GL_LIGHT_MODEL_AMBIENT}, 4), (V{GL_LINE, GL_LINE, 0, 0, 1, 0, 0, 1}));
     a = new TOrnAttributes(&form);
     a->SetLineWidth(1); // GL refuses the default 0
     a->Render(view);
-    ExpectGet("attributes off", {GL_POINT_SMOOTH, 0, GL_LINE_SMOOTH, 0, GL_POLYGON_SMOOTH, 0, GL_CULL_FACE, 0,
-                                 GL_DITHER, 0, GL_LIGHTING, 0, GL_BLEND, 0});
-    ExpectGet("attributes off",
-              {GL_LINE_STIPPLE, 0, GL_LIGHT_MODEL_TWO_SIDE, 0, GL_PERSPECTIVE_CORRECTION_HINT, GL_DONT_CARE,
-               GL_SHADE_MODEL, GL_SMOOTH, GL_POINT_SIZE, 1});
+    EXPECT_EQ(Held(0, {GL_POINT_SMOOTH, GL_LINE_SMOOTH, GL_POLYGON_SMOOTH, GL_CULL_FACE, GL_DITHER,
+                       GL_LIGHTING, GL_BLEND, GL_LINE_STIPPLE, GL_LIGHT_MODEL_TWO_SIDE,
+                       GL_PERSPECTIVE_CORRECTION_HINT, GL_SHADE_MODEL, GL_POINT_SIZE}),
+              (V{0, 0, 0, 0, 0, 0, 0, 0, 0, GL_DONT_CARE, GL_SMOOTH, 1}));
     EXPECT_EQ(Held(0, {GL_POLYGON_MODE, GL_LIGHT_MODEL_AMBIENT}, 4),
               (V{GL_FILL, GL_FILL, 0, 0, 0.2f, 0.2f, 0.2f, 1}));
     auto* fog = new TOrnFog(&form);
@@ -107,21 +107,21 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     fog->SetEndDepth(5);
     fog->Color()->SetColor(clBlue);
     fog->Render(view);
-    ExpectGet("fog", {GL_FOG, 1, GL_FOG_MODE, GL_LINEAR, GL_FOG_DENSITY, 0.5, GL_FOG_START, 2, GL_FOG_END, 5,
-                      GL_FOG_HINT, GL_FASTEST});
-    EXPECT_EQ(Held(0, {GL_FOG_COLOR}, 4), (V{0, 0, 1, 1}));
+    EXPECT_EQ(Held(0, {GL_FOG, GL_FOG_MODE, GL_FOG_DENSITY, GL_FOG_START, GL_FOG_END, GL_FOG_HINT}) +
+                  Held(0, {GL_FOG_COLOR}, 4),
+              (V{1, GL_LINEAR, 0.5, 2, 5, GL_FASTEST, 0, 0, 1, 1}));
     fog = new TOrnFog(&form);
     fog->SetQuality(quNicest);
     fog->Render(view);
-    ExpectGet("fog exp", {GL_FOG_MODE, GL_EXP, GL_FOG_DENSITY, 0.2, GL_FOG_START, 0, GL_FOG_END, 1,
-                          GL_FOG_HINT, GL_NICEST});
+    EXPECT_EQ(Held(0, {GL_FOG_MODE, GL_FOG_DENSITY, GL_FOG_START, GL_FOG_END, GL_FOG_HINT}),
+              (V{GL_EXP, 0.2, 0, 1, GL_NICEST}));
     fog->SetMode(fmExp2);
     fog->SetQuality(quDontCare);
     fog->Render(view);
-    ExpectGet("fog exp2", {GL_FOG_MODE, GL_EXP2, GL_FOG_HINT, GL_DONT_CARE});
+    EXPECT_EQ(Held(0, {GL_FOG_MODE, GL_FOG_HINT}), (V{GL_EXP2, GL_DONT_CARE}));
     fog->SetEnabled(false);
     fog->Render(view);
-    ExpectGet("fog disabled", {GL_FOG, 0});
+    EXPECT_EQ(Held(0, {GL_FOG}), (V{0}));
     // Ambient, diffuse, specular, position, spot direction, cut-off: four values each.
     const std::initializer_list<GLenum> lightParts{GL_AMBIENT,  GL_DIFFUSE,        GL_SPECULAR,
                                                    GL_POSITION, GL_SPOT_DIRECTION, GL_SPOT_CUTOFF};
@@ -134,9 +134,8 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     light->ColorSpecular()->SetColor(clBlue);
     light->Direction()->SetValues(0.5f, -1, 0);
     light->Render(view);
-    ExpectGet("light 3", {GL_LIGHT3, 1, GL_LIGHT0, 0});
-    EXPECT_EQ(Held(GL_LIGHT3, lightParts, 4),
-              (V{1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1, 1, 0.5f, -1, 0, 0, 0, 0, -1, 0, 180, 0, 0, 0}));
+    EXPECT_EQ(Held(0, {GL_LIGHT3, GL_LIGHT0}) + Held(GL_LIGHT3, lightParts, 4),
+              (V{1, 0, 1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1, 1, 0.5f, -1, 0, 0, 0, 0, -1, 0, 180, 0, 0, 0}));
     light->SetKind(lkSpot);
     light->SetCutOff(30);
     light->Render(view);
@@ -148,10 +147,10 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     light = new TOrnLight(&form);
     light->SetID(idLight7);
     light->Render(view);
-    ExpectGet("light 7", {GL_LIGHT7, 1});
+    EXPECT_EQ(Held(0, {GL_LIGHT7}), (V{1}));
     light->SetEnabled(false);
     light->Render(view);
-    ExpectGet("light 7 disabled", {GL_LIGHT3, 1, GL_LIGHT7, 0});
+    EXPECT_EQ(Held(0, {GL_LIGHT3, GL_LIGHT7}), (V{1, 0}));
     auto* material = new TOrnMaterial(&form);
     material->ColorDiffuse()->SetAlpha(0.5f); // passed on unchanged, for blending
     material->ColorSpecular()->SetColor(clRed);
@@ -174,21 +173,20 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     clip->SetPlane(1, 2);
     clip->Transformation()->Translation()->SetY(1); // x + 2y + 1 ≥ 0 one unit up
     clip->Render(view);
-    ExpectGet("clip plane 5", {GL_CLIP_PLANE5, 1, GL_CLIP_PLANE0, 0});
-    EXPECT_EQ(Held(GL_CLIP_PLANE5, {0}, 4), (V{1, 2, 0, -1}));
+    EXPECT_EQ(Held(0, {GL_CLIP_PLANE5, GL_CLIP_PLANE0}) + Held(GL_CLIP_PLANE5, {0}, 4),
+              (V{1, 0, 1, 2, 0, -1}));
     clip->SetEnabled(false);
     clip->Render(view);
-    ExpectGet("clip plane 5 disabled", {GL_CLIP_PLANE5, 0});
+    EXPECT_EQ(Held(0, {GL_CLIP_PLANE5}), (V{0}));
     auto* texture = new TOrnTexture(&form);
     texture->Bitmap()->SetSize(2, 2);
     texture->Render(view);
-    ExpectGet("texture", {GL_TEXTURE_2D, 1});
-    EXPECT_EQ(Held(GL_TEXTURE_2D,
-                   {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER, GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}),
-              (V{GL_NEAREST, GL_NEAREST, GL_REPEAT, GL_REPEAT}));
+    EXPECT_EQ(Held(0, {GL_TEXTURE_2D}) + Held(GL_TEXTURE_2D, {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER,
+                                                              GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}),
+              (V{1, GL_NEAREST, GL_NEAREST, GL_REPEAT, GL_REPEAT}));
     texture->SetEnabled(false);
     texture->Render(view);
-    ExpectGet("texture disabled", {GL_TEXTURE_2D, 0});
+    EXPECT_EQ(Held(0, {GL_TEXTURE_2D}), (V{0}));
 }
 
 TEST_F(StateBlocks, StipplePatternIsRotatedByTheShiftAndRepeatedByTheFactor) {
@@ -237,19 +235,15 @@ TEST_F(StateBlocks, EachBlockIsSentOncePerFrameAndContextAgainAfterAChangeOrAnot
         {texture(), texture()}};
     auto* bitmapContext = new orn::test::TestView(&form); // another context knows nothing of the first's
     for (auto [block, other] : blocks) {
-        const std::function<bool()> steps[] = {
-            [&] { return sent(block, view); },
-            [&] { return sent(block, view); },
-            [&] { return sent(other, view); },
-            [&] { return sent(block, view); },
-            [&] { return block->Changed(), sent(block, view); },
-            [&] { return sent(block, view); },
-            [&] { return view->RenderState()->BeginFrame(), sent(block, view); },
-            [&] { return sent(block, bitmapContext); },
-        };
-        std::vector<bool> got;
-        for (const auto& step : steps)
-            got.push_back(step());
+        // A braced list runs its elements in order.
+        const std::vector<bool> got = {sent(block, view),
+                                       sent(block, view),
+                                       sent(other, view),
+                                       sent(block, view),
+                                       (block->Changed(), sent(block, view)),
+                                       sent(block, view),
+                                       (view->RenderState()->BeginFrame(), sent(block, view)),
+                                       sent(block, bitmapContext)};
         EXPECT_EQ(got, (std::vector<bool>{true, false, true, true, true, false, true, true}))
             << block->ClassName();
     }
@@ -271,9 +265,9 @@ TEST(StateValues, LightCutOffFollowsTheKindAndMaterialShininessAndPartsKeepTheir
     l.SetKind(lkSpot);
     l.SetCutOff(30);
     l.SetKind(lkDirection);
-    EXPECT_EQ(l.CutOff(), 180.0f);
+    const float direction = l.CutOff();
     l.SetKind(lkSpot);
-    EXPECT_EQ(l.CutOff(), 90.0f);
+    EXPECT_EQ(std::pair(direction, l.CutOff()), std::pair(180.0f, 90.0f));
     TOrnMaterial m(nullptr);
     for (auto [set, kept] : {std::pair{50, 50}, {129, 50}, {-1, 50}, {128, 128}, {0, 0}}) {
         m.SetShininess(set);
@@ -293,4 +287,62 @@ TEST(StateValues, LightCutOffFollowsTheKindAndMaterialShininessAndPartsKeepTheir
         clip.SetPlane(bad, 9.0);
     for (int i : {-1, 0, 1, 2, 3, 4})
         EXPECT_EQ(clip.GetPlane(i), (std::vector<double>{-1, 1, 0, 0, 1, -1}[i + 1])) << i;
+}
+
+TEST_F(StatePixels, TransparencyBlendsAsItsFunctionSaysAndCullFaceHidesTheFacesItNames) {
+    // Blue of alpha 0.25 over grey. Alpha: src·a + dst·(1 − a); add alpha: src·a + dst; add colour:
+    // src·dst + dst·src; subtract colour: src·(1 − dst) + dst·(1 − src); none: src.
+    const std::pair<TOrnTransparencyMode, orn::test::Rgba> blends[] = {{tmAlpha, {96, 96, 160, 207}},
+                                                                       {tmAddAlpha, {128, 128, 192, 255}},
+                                                                       {tmAddColor, {0, 0, 255, 128}},
+                                                                       {tmSubColor, {128, 128, 127, 191}},
+                                                                       {tmNone, {0, 0, 255, 64}}};
+    for (auto [mode, expected] : blends) {
+        TOrnAttributes attr(nullptr);
+        attr.SetTransparency(mode);
+        attr.Render(view);
+        ClearTo(0.5f, 0.5f, 0.5f);
+        glColor4f(0, 0, 1, 0.25f);
+        Quad(-1, -1, 1, 1);
+        EXPECT_TRUE(orn::test::ColorNear(ReadPixel(32, 32), expected, 2)) << kTransparencyModeNames[mode];
+    }
+    for (auto [cull, frontShows, backShows] :
+         {std::tuple{cfNone, true, true}, {cfBack, true, false}, {cfFront, false, true}}) {
+        TOrnAttributes attr(nullptr);
+        attr.SetCullFace(cull);
+        attr.Render(view);
+        ClearTo(0, 0, 0);
+        glColor3f(1, 1, 1);
+        Quad(-1, -1, 0, 1); // counter-clockwise: the front face, on the left
+        Quad(1, -1, 0, 1);  // clockwise: the back face, on the right
+        EXPECT_EQ(std::pair(ReadPixel(16, 32)[0] > 128, ReadPixel(48, 32)[0] > 128),
+                  std::pair(frontShows, backShows))
+            << kCullFaceNames[cull];
+    }
+}
+
+TEST_F(StatePixels, ClipPlaneKeepsWhereItsEquationIsNotNegativeAndLinearFogFromZeroToOneMixesByDepth) {
+    TOrnClip clip(nullptr);
+    clip.SetPlane(0, -1); // keeps x <= 0.5: columns up to 47 of 64
+    clip.SetPlane(3, 0.5);
+    ClearTo(0, 0, 0);
+    clip.Render(view);
+    glColor3f(1, 1, 1);
+    Quad(-1, -1, 1, 1);
+    EXPECT_EQ(std::tuple(ReadPixel(47, 32)[0], ReadPixel(48, 32)[0]), std::tuple(255, 0));
+    clip.SetEnabled(false);
+    clip.Render(view);
+    TOrnFog linear(nullptr);
+    linear.SetMode(fmLinear); // runs from depth 0 to 1 with the constructor values
+    linear.Color()->SetColor(clBlue);
+    ClearTo(0, 0, 0);
+    glMatrixMode(GL_PROJECTION);
+    glOrtho(-1, 1, -1, 1, 0, 2);
+    glMatrixMode(GL_MODELVIEW);
+    linear.Render(view);
+    glColor3f(1, 0, 0);
+    Quad(-1, -1, 0, 1, -0.5f); // eye depth 0.5 on the left
+    Quad(0, -1, 1, 1, -0.25f); // 0.25 on the right
+    EXPECT_TRUE(orn::test::ColorNear(ReadPixel(16, 32), {128, 0, 128, 255}, 2)) << "the even mix";
+    EXPECT_TRUE(orn::test::ColorNear(ReadPixel(48, 32), {191, 0, 64, 255}, 2)) << "a quarter of the fog";
 }

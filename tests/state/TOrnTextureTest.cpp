@@ -12,7 +12,6 @@
 
 #include <climits>
 #include <filesystem>
-#include <tuple>
 
 using namespace orn;
 using orn::test::ColorNear;
@@ -20,6 +19,9 @@ using orn::test::TestView;
 using Bytes = std::vector<std::uint8_t>;
 
 namespace {
+
+// FourColours as uploaded: RGBA rows bottom-up.
+const Bytes kFourColours{0, 0, 255, 255, 255, 255, 255, 255, 255, 0, 0, 255, 0, 255, 0, 255};
 
 // 2 × 2: red, green on the top row; blue, white below.
 void FourColours(TBitmap& b) {
@@ -40,17 +42,16 @@ Bytes Alphas(std::span<const std::uint8_t> pixels) {
 } // namespace
 
 TEST(TOrnTexture, PixelsAreRgbaRowsBottomUpForPowerOfTwoSidesAndAlphaComesFromMaskOrBitmap) {
-    for (int n : {1, 2, 64, 1 << 30})
-        EXPECT_TRUE(TOrnTexture::IsValidSize(n)) << n;
-    for (int n : {0, -2, 3, 6, 181, INT_MIN, INT_MAX})
-        EXPECT_FALSE(TOrnTexture::IsValidSize(n)) << n;
+    std::vector<bool> valid;
+    for (int n : {1, 2, 64, 1 << 30, 0, -2, 3, 6, 181, INT_MIN, INT_MAX})
+        valid.push_back(TOrnTexture::IsValidSize(n));
+    EXPECT_EQ(valid,
+              (std::vector<bool>{true, true, true, true, false, false, false, false, false, false, false}));
     TOrnTexture t(nullptr);
     FourColours(*t.Bitmap());
-    EXPECT_EQ(Bytes(t.Pixels().begin(), t.Pixels().end()),
-              (Bytes{0, 0, 255, 255, 255, 255, 255, 255, 255, 0, 0, 255, 0, 255, 0, 255}));
+    EXPECT_EQ(Bytes(t.Pixels().begin(), t.Pixels().end()), kFourColours);
     t.Bitmap()->SetSize(3, 4);
-    EXPECT_FALSE(t.Valid());
-    EXPECT_TRUE(t.Pixels().empty());
+    EXPECT_EQ(std::pair(t.Valid(), t.Pixels().empty()), std::pair(false, true));
     EXPECT_FALSE(t.SetMaskAlpha(0.25, clRed, 1.0)) << "no pixels";
     FourColours(*t.Bitmap());
     t.SetAlpha(0.5f);
@@ -78,28 +79,21 @@ TEST(TOrnTexture, PixelsAreRgbaRowsBottomUpForPowerOfTwoSidesAndAlphaComesFromMa
     t.SetAlphaBitmap(&coloured);
     t.SetAlphaBitmap(nullptr); // nothing to read: pixels stay
     EXPECT_EQ(Alphas(t.Pixels()), Bytes(8, 85));
-}
-
-TEST(TOrnTexture, ALoadedBitmapTakesTheAlpha) {
+    // A bitmap loaded from a scene file takes the alpha.
     const auto folder = std::filesystem::temp_directory_path() / "orn-texture-exchange";
     std::filesystem::create_directories(folder);
-    TOrnTexture src(nullptr);
+    TOrnTexture src(nullptr), dst(nullptr);
     orn::test::MemoryExchange ex;
     ex.folder = folder.string();
     src.SetAlpha(0.75f);
     FourColours(*src.Bitmap());
     ex.Save(src);
-    TOrnTexture dst(nullptr);
     ex.Load(dst);
-    EXPECT_EQ(dst.Bitmap()->Pixel(0, 1), clBlue);
-    EXPECT_EQ(Alphas(dst.Pixels()), Bytes(4, 191));
+    EXPECT_EQ(std::pair(dst.Bitmap()->Pixel(0, 1), Alphas(dst.Pixels())), std::pair(clBlue, Bytes(4, 191)));
     std::filesystem::remove_all(folder);
 }
 
 namespace {
-
-// FourColours as uploaded: RGBA rows bottom-up.
-const Bytes kFourColours{0, 0, 255, 255, 255, 255, 255, 255, 255, 0, 0, 255, 0, 255, 0, 255};
 
 class TextureGL : public orn::test::ViewGLTest {
 protected:
@@ -122,8 +116,7 @@ protected:
     }
     static GLint Bound() {
         GLint name = 0;
-        glGetIntegerv(GL_TEXTURE_BINDING_2D, &name);
-        return name;
+        return glGetIntegerv(GL_TEXTURE_BINDING_2D, &name), name;
     }
     // The whole viewport in colour rgb, texture coordinates 0 … 1 on both axes.
     static void TexturedQuad(float r = 1, float g = 1, float b = 1) {
@@ -144,13 +137,13 @@ TEST_F(TextureGL, UploadsOncePerShareGroupAndAgainForNewPixelsButNoneWithoutPixe
     a->Render(view);
     const GLuint name = a->TextureName();
     EXPECT_EQ(Image(name), kFourColours);
-    const std::uint8_t marker[4] = {1, 2, 3, 4};
+    const std::uint8_t marker[4] = {1, 2, 3, 4}; // in place of the first texel
     glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, marker);
     glBindTexture(GL_TEXTURE_2D, 0);
     view->RenderState()->BeginFrame();
     a->Render(view);
-    EXPECT_EQ(Bound(), GLint(name)) << "bound again in a new frame";
-    EXPECT_EQ(Image(name)[0], 1) << "but not uploaded again";
+    EXPECT_EQ(std::pair(Bound(), Image(name)[0]), std::pair(GLint(name), std::uint8_t{1}))
+        << "bound again in a new frame, but not uploaded again";
     a->SetAlpha(0.5f); // new pixels
     a->Render(view);
     EXPECT_EQ(Alphas(Image(name)), Bytes(4, 128));
@@ -189,9 +182,8 @@ TEST_F(TextureGL, ObjectsForgetADestroyedTextureMaterialOrAttributesAndTheTextur
     EXPECT_EQ(std::tuple(a->Texture(), b->Texture(), a->Material(), a->Attributes()),
               std::tuple(nullptr, nullptr, nullptr, attributes));
     delete attributes;
-    EXPECT_EQ(b->Attributes(), nullptr);
-    EXPECT_EQ(view->RenderState()->Group()->TextureCount(), 0);
-    EXPECT_FALSE(glIsTexture(name));
+    EXPECT_EQ(std::tuple(b->Attributes(), view->RenderState()->Group()->TextureCount(), glIsTexture(name)),
+              std::tuple(nullptr, 0, GL_FALSE));
     glBindTexture(GL_TEXTURE_2D, 0);
     a->Render(view);
     EXPECT_EQ(Bound(), 0);
@@ -217,8 +209,8 @@ TEST_F(TextureGL, TheLeastRecentlyRenderedIsEvictedBeyondTheMaximumAndUploadsAga
                          group->TextureCount()),
               std::tuple(GL_FALSE, 0u, true, 4));
     shape->Render(view); // its list bound the evicted name: compiled again
-    EXPECT_EQ(Image(textures[0]->TextureName()), kFourColours);
-    EXPECT_EQ(textures[2]->TextureName(), 0u);
+    EXPECT_EQ(std::pair(Image(textures[0]->TextureName()), textures[2]->TextureName()),
+              std::pair(kFourColours, 0u));
     EXPECT_EQ(group->SetMaxTexture(0), 4) << "ignored";
     EXPECT_EQ(group->SetMaxTexture(2), 2);
     EXPECT_EQ(std::tuple(group->TextureCount(), textures[3]->TextureName(), textures[0]->TextureName() != 0),
@@ -241,11 +233,11 @@ TEST_F(TextureGL, SidesAreScaledToPowersOfTwoKeepingThePicture) {
     EXPECT_EQ(t->Bitmap()->PixelFormat(), pf24bit);
     ClearTo(0, 0, 0);
     TexturedQuad();
-    EXPECT_TRUE(ColorNear(ReadPixelTop(32, 8), {255, 0, 0, 255}));
-    EXPECT_TRUE(ColorNear(ReadPixelTop(32, 56), {0, 0, 255, 255}));
+    EXPECT_TRUE(ColorNear(ReadPixelTop(32, 8), {255, 0, 0, 255}) &&
+                ColorNear(ReadPixelTop(32, 56), {0, 0, 255, 255}));
     int width = 0;
-    EXPECT_EQ(Image(t->TextureName(), &width).size(), 256u * 128 * 4);
-    EXPECT_EQ(width, 256);
+    EXPECT_EQ(std::pair(Image(t->TextureName(), &width).size(), width),
+              std::pair(std::size_t{256 * 128 * 4}, 256));
     t->Bitmap()->SetSize(181, 182); // the exponent is rounded: 181 → 128, 182 → 256
     t->Render(view);
     EXPECT_EQ(std::pair(t->Bitmap()->Width(), t->Bitmap()->Height()), std::pair(128, 256));
@@ -256,8 +248,7 @@ TEST_F(TextureGL, ImageStandsUprightAndRepeatsAsTheTextureTransformationScalesIt
     t->Transformation()->Scale()->SetValues(4, 2, 1); // four repeats across, two down
     t->Render(view);
     GLint mode = 0;
-    glGetIntegerv(GL_MATRIX_MODE, &mode);
-    EXPECT_EQ(mode, GL_MODELVIEW);
+    EXPECT_EQ((glGetIntegerv(GL_MATRIX_MODE, &mode), mode), GL_MODELVIEW);
     ClearTo(0, 0, 0);
     TexturedQuad(); // texels of 8 × 16 pixels
     const orn::test::Rgba red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255},

@@ -6,7 +6,10 @@
 
 namespace orn::test {
 
-detail::EglContext* SharedGLContext(std::string* reason) {
+namespace {
+
+// Created on first use; nullptr when EGL is unavailable, with the reason in failure.
+detail::EglContext* SharedGLContext(std::string& reason) {
     static std::string failure;
     static std::unique_ptr<detail::EglContext> context = [] {
         auto created = std::make_unique<detail::EglContext>();
@@ -18,11 +21,9 @@ detail::EglContext* SharedGLContext(std::string* reason) {
         }
         return created;
     }();
-    if (reason) *reason = failure;
+    reason = failure;
     return context.get();
 }
-
-namespace {
 
 void PopToDepth(GLenum mode, GLenum depthQuery) {
     glMatrixMode(mode);
@@ -37,11 +38,10 @@ void PopToDepth(GLenum mode, GLenum depthQuery) {
 
 void GLTest::SetUp() {
     std::string reason;
-    fContext = SharedGLContext(&reason);
+    fContext = SharedGLContext(reason);
     if (!fContext) GTEST_SKIP() << "no headless OpenGL context: " << reason;
     fContext->Resize(fWidth, fHeight);
     fContext->MakeCurrent();
-
     // Each test opens an attribute group on the default state, so popping everything open restores it.
     GLint depth = 0;
     glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &depth);
@@ -50,10 +50,9 @@ void GLTest::SetUp() {
     glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &depth);
     for (; depth > 0; --depth)
         glPopClientAttrib();
-    GLint listIndex = 0;
+    GLint listIndex = 0, renderMode = GL_RENDER;
     glGetIntegerv(GL_LIST_INDEX, &listIndex);
     if (listIndex != 0) glEndList();
-    GLint renderMode = GL_RENDER;
     glGetIntegerv(GL_RENDER_MODE, &renderMode);
     if (renderMode != GL_RENDER) glRenderMode(GL_RENDER);
     PopToDepth(GL_TEXTURE, GL_TEXTURE_STACK_DEPTH);
