@@ -316,11 +316,7 @@ TEST(BmpCorpus, GoodFilesLoadAtTheirSizeLikeTheirVariantsAndBadUnsupportedOrTrun
     }
     // The largest channel difference allowed: 5- and 6-bit channels are off by the rounding of their
     // scaling, odd bit-field masks by one.
-    const struct {
-        const char* like;
-        int tolerance;
-        std::vector<const char*> files;
-    } variants[] = {
+    const std::tuple<const char*, int, std::vector<const char*>> variants[] = {
         {"rgb24.bmp", 0, {"rgb24pal.bmp", "rgb32.bmp", "rgb32bf.bmp", "rgb32bfdef.bmp"}},
         {"rgb24.bmp", 4, {"rgb16.bmp", "rgb16bfdef.bmp", "rgb16-565.bmp", "rgb16-565pal.bmp"}},
         {"pal8.bmp",
@@ -332,10 +328,10 @@ TEST(BmpCorpus, GoodFilesLoadAtTheirSizeLikeTheirVariantsAndBadUnsupportedOrTrun
         {"rgb24.bmp", 1, {"rgb32-111110.bmp", "rgb32-7187.bmp", "rgb32h52.bmp", "rgb32-xbgr.bmp"}},
         {"rgba32-1.bmp", 1, {"rgba32-1010102.bmp"}},
     };
-    for (const auto& v : variants)
-        for (const char* file : v.files) {
-            const auto [most, mean] = Difference(*Load(file), *Load(v.like));
-            EXPECT_TRUE(most <= v.tolerance && mean < 14.0) << file << ": " << most << ", mean " << mean;
+    for (const auto& [like, tolerance, names] : variants)
+        for (const char* file : names) {
+            const auto [most, mean] = Difference(*Load(file), *Load(like));
+            EXPECT_TRUE(most <= tolerance && mean < 14.0) << file << ": " << most << ", mean " << mean;
         }
     // pal1bg draws pal1's pattern in two other colours; the grey files hold greys only.
     const auto pal1 = Load("pal1.bmp"), bg = Load("pal1bg.bmp"), grey4 = Load("pal4gs.bmp"),

@@ -13,7 +13,6 @@ namespace {
 
 using Heard = std::vector<std::pair<TOperation, TComponent*>>;
 
-// Logs what it is told of.
 class Watcher : public TComponent {
 public:
     explicit Watcher(TComponent* owner, bool listening = true) : TComponent(owner) {
@@ -75,7 +74,6 @@ TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfOthersAcrossOwnersTo
     for (Watcher* w : deaf)
         heard += w == hole ? 0 : w->heard.size();
     EXPECT_EQ(heard, 1u) << "deaf[7] alone, of a";
-    // Index order survives removals.
     ASSERT_EQ(form.ComponentCount(), 50);
     EXPECT_EQ(std::tuple(form.Components(20), form.Components(49)), std::tuple(deaf[21], listener));
     auto* foreign = new TComponent(&other);
@@ -124,7 +122,6 @@ TEST(TComponent, NamesAreCheckedAndUniqueIgnoringCaseDesigningSpreadsToOwnedAndP
     const bool loading = a->ComponentState().Contains(csLoading);
     a->Loaded();
     EXPECT_EQ(std::pair(loading, a->ComponentState().Contains(csLoading)), std::pair(true, false));
-    // Palette pages list their classes once.
     RegisterComponents("Test Page", {ClassOf<TComponent>(), ClassOf<TComponent>()});
     auto classes = GetPaletteClasses("Test Page");
     ASSERT_EQ(classes.size(), 1u);

@@ -1,7 +1,5 @@
 #pragma once
 
-// The outside corpora (BMP, XML conformance, DXF files) lie where the CMake cache variable
-// ORN_CORPORA_DIR says, outside the repository.
 #include <gtest/gtest.h>
 
 #include <filesystem>
