@@ -142,7 +142,8 @@ TEST(TControlParent, RoutesToTheTopmostVisibleEnabledControlWhichHoldsTheMouseUn
     EXPECT_TRUE(parent.DispatchMouseDown(mbLeft, {}, 40, 45));
     EXPECT_TRUE(parent.DispatchMouseMove({}, 15, 15)); // over below alone, but above holds the mouse
     EXPECT_TRUE(parent.DispatchMouseUp(mbLeft, {}, 15, 15));
-    EXPECT_EQ(std::tuple(parent.DispatchKeyDown(key, {}), parent.FocusedControl()), std::tuple(true, &above));
+    EXPECT_EQ((std::tuple{parent.DispatchKeyDown(key, {}), parent.FocusedControl()}),
+              std::tuple(true, &above));
     above.SetVisible(false);
     EXPECT_TRUE(parent.DispatchMouseDown(mbLeft, {}, 40, 45));
     EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, 5, 5)); // nothing there: the parent's own
@@ -150,7 +151,7 @@ TEST(TControlParent, RoutesToTheTopmostVisibleEnabledControlWhichHoldsTheMouseUn
         EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, x, y)) << x << "," << y;
     below.SetEnabled(false);
     EXPECT_FALSE(parent.DispatchMouseDown(mbLeft, {}, 40, 45)) << "a disabled control takes nothing";
-    EXPECT_EQ(std::tuple(parent.DispatchKeyDown(key, {}), parent.FocusedControl()),
+    EXPECT_EQ((std::tuple{parent.DispatchKeyDown(key, {}), parent.FocusedControl()}),
               std::tuple(false, nullptr));
     EXPECT_EQ(above.events, (Events{"down 10,15", "move -15,-15", "up -15,-15", "key"}));
     EXPECT_EQ(below.events, (Events{"down 30,35"}));
@@ -177,7 +178,7 @@ TEST(TControlParent, ChangesRepaintThroughTheParentSizesClampAndEitherSideMayDie
     parent->DispatchMouseDown(mbLeft, {}, 1, 1); // a has focus and capture
     a.reset();
     EXPECT_EQ(
-        std::tuple(parent->ControlCount(), parent->FocusedControl(), parent->DispatchMouseMove({}, 1, 1)),
+        (std::tuple{parent->ControlCount(), parent->FocusedControl(), parent->DispatchMouseMove({}, 1, 1)}),
         std::tuple(1, nullptr, false));
     parent.reset();
     EXPECT_EQ(b.Parent(), nullptr);

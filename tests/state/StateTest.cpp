@@ -23,6 +23,7 @@ using StateBlocks = orn::test::ViewGLTest;
 using StatePixels = orn::test::ViewGLTest;
 using TextureGL = orn::test::ViewGLTest;
 using orn::test::ColorNear;
+using orn::test::Rgba;
 using orn::test::TestView;
 using Bytes = std::vector<std::uint8_t>;
 
@@ -329,11 +330,11 @@ TEST(StateValues, LightCutOffFollowsTheKindAndMaterialShininessAndPartsKeepTheir
 TEST_F(StatePixels, TransparencyBlendsAsItsFunctionSaysAndCullFaceHidesTheFacesItNames) {
     // Blue of alpha 0.25 over grey. Alpha: src·a + dst·(1 − a); add alpha: src·a + dst; add colour:
     // src·dst + dst·src; subtract colour: src·(1 − dst) + dst·(1 − src); none: src.
-    const std::pair<TOrnTransparencyMode, orn::test::Rgba> blends[] = {{tmAlpha, {96, 96, 160, 207}},
-                                                                       {tmAddAlpha, {128, 128, 192, 255}},
-                                                                       {tmAddColor, {0, 0, 255, 128}},
-                                                                       {tmSubColor, {128, 128, 127, 191}},
-                                                                       {tmNone, {0, 0, 255, 64}}};
+    const std::pair<TOrnTransparencyMode, Rgba> blends[] = {{tmAlpha, {96, 96, 160, 207}},
+                                                            {tmAddAlpha, {128, 128, 192, 255}},
+                                                            {tmAddColor, {0, 0, 255, 128}},
+                                                            {tmSubColor, {128, 128, 127, 191}},
+                                                            {tmNone, {0, 0, 255, 64}}};
     for (auto [mode, expected] : blends) {
         TOrnAttributes attr(nullptr);
         attr.SetTransparency(mode);
@@ -446,8 +447,8 @@ TEST_F(TextureGL, UploadsOncePerShareGroupAndAgainForNewPixelsButNoneWithoutPixe
     glBindTexture(GL_TEXTURE_2D, 0);
     view->RenderState()->BeginFrame();
     a->Render(view);
-    EXPECT_EQ(std::pair(Held(0, {GL_TEXTURE_BINDING_2D}), Image(name)[0]),
-              std::pair(V{float(name)}, std::uint8_t{1}))
+    const V bound = Held(0, {GL_TEXTURE_BINDING_2D});
+    EXPECT_EQ(std::pair(bound, Image(name)[0]), std::pair(V{float(name)}, std::uint8_t{1}))
         << "bound again in a new frame, but not uploaded again";
     a->SetAlpha(0.5f); // new pixels
     a->Render(view);
@@ -472,8 +473,7 @@ TEST_F(TextureGL, ObjectsForgetADestroyedTextureMaterialOrAttributesAndTheTextur
     TOrnTexture* t = NewTexture(&form);
     auto* material = new TOrnMaterial(&form);
     auto* attributes = new TOrnAttributes(&form);
-    auto* a = new TOrnRectangle(&form);
-    auto* b = new TOrnRectangle(&form);
+    TOrnRectangle *a = new TOrnRectangle(&form), *b = new TOrnRectangle(&form);
     for (TOrnRectangle* r : {a, b}) {
         r->SetTexture(t);
         r->SetTextured(true);
@@ -526,14 +526,14 @@ TEST_F(TextureGL, TheLeastRecentlyRenderedIsEvictedBeyondTheMaximumAndUploadsAga
     EXPECT_EQ(group->TextureCount(), 6);
 }
 
-TEST_F(TextureGL, SidesAreScaledToPowersOfTwoKeepingThePicture) {
-    TBitmap picture(256, 100, pf32bit);
-    picture.Canvas().Brush().SetColor(clRed);
-    picture.Canvas().FillRect(Rect(0, 0, 256, 50));
-    picture.Canvas().Brush().SetColor(clBlue);
-    picture.Canvas().FillRect(Rect(0, 50, 256, 100));
-    auto* t = new TOrnTexture(&form);
-    t->SetBitmap(&picture);
+TEST_F(TextureGL, ImageStandsUprightRepeatsAsTheTextureTransformationScalesItAndSidesAreScaledToPowersOfTwo) {
+    TBitmap halves(256, 100, pf32bit);
+    halves.Canvas().Brush().SetColor(clRed);
+    halves.Canvas().FillRect(Rect(0, 0, 256, 50));
+    halves.Canvas().Brush().SetColor(clBlue);
+    halves.Canvas().FillRect(Rect(0, 50, 256, 100));
+    auto* t = new TOrnTexture(&form); // red above blue
+    t->SetBitmap(&halves);
     t->Render(view);
     EXPECT_EQ(t->Bitmap()->PixelFormat(), pf24bit);
     ClearTo(0, 0, 0);
@@ -546,19 +546,14 @@ TEST_F(TextureGL, SidesAreScaledToPowersOfTwoKeepingThePicture) {
     t->Bitmap()->SetSize(181, 182); // the exponent is rounded: 181 → 128, 182 → 256
     t->Render(view);
     EXPECT_EQ(std::pair(t->Bitmap()->Width(), t->Bitmap()->Height()), std::pair(128, 256));
-}
-
-TEST_F(TextureGL, ImageStandsUprightAndRepeatsAsTheTextureTransformationScalesIt) {
-    TOrnTexture* t = NewTexture(&form);
+    t = NewTexture(&form);
     t->Transformation()->Scale()->SetValues(4, 2, 1); // four repeats across, two down
     t->Render(view);
     GLint mode = 0;
     EXPECT_EQ((glGetIntegerv(GL_MATRIX_MODE, &mode), mode), GL_MODELVIEW);
     ClearTo(0, 0, 0);
     Quad(-1, -1, 1, 1); // texels of 8 × 16 pixels
-    const orn::test::Rgba red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255},
-        white{255, 255, 255, 255};
-    const orn::test::Rgba rows[2][2] = {{red, green}, {blue, white}};
+    const Rgba rows[2][2] = {{{255, 0, 0, 255}, {0, 255, 0, 255}}, {{0, 0, 255, 255}, {255, 255, 255, 255}}};
     for (int j = 0; j < 4; ++j)
         for (int i = 0; i < 8; ++i)
             // Near the corners too: the edges fall exactly between texels.
@@ -569,10 +564,10 @@ TEST_F(TextureGL, ImageStandsUprightAndRepeatsAsTheTextureTransformationScalesIt
 
 TEST_F(TextureGL, ModesCombineTexelAndFragmentAsNamed) {
     // A white texel of alpha 0.5 over a blue fragment; the blend colour is green.
-    const std::pair<TOrnTexMode, orn::test::Rgba> cases[] = {{tmModulate, {0, 0, 255, 128}},
-                                                             {tmDecal, {128, 128, 255, 255}},
-                                                             {tmBlend, {0, 255, 0, 128}},
-                                                             {tmReplace, {255, 255, 255, 128}}};
+    const std::pair<TOrnTexMode, Rgba> cases[] = {{tmModulate, {0, 0, 255, 128}},
+                                                  {tmDecal, {128, 128, 255, 255}},
+                                                  {tmBlend, {0, 255, 0, 128}},
+                                                  {tmReplace, {255, 255, 255, 128}}};
     auto* t = new TOrnTexture(&form);
     TBitmap white(1, 1);
     white.SetPixel(0, 0, clWhite);

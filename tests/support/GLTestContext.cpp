@@ -28,8 +28,7 @@ detail::EglContext* SharedGLContext(std::string& reason) {
 void PopToDepth(GLenum mode, GLenum depthQuery) {
     glMatrixMode(mode);
     GLint depth = 1;
-    glGetIntegerv(depthQuery, &depth);
-    for (; depth > 1; --depth)
+    while ((glGetIntegerv(depthQuery, &depth), depth) > 1)
         glPopMatrix();
     glLoadIdentity();
 }
@@ -43,18 +42,13 @@ void GLTest::SetUp() {
     fContext->Resize(fWidth, fHeight);
     fContext->MakeCurrent();
     // Each test opens an attribute group on the default state, so popping everything open restores it.
-    GLint depth = 0;
-    glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &depth);
-    for (; depth > 0; --depth)
+    GLint value = 0;
+    while ((glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &value), value) > 0)
         glPopAttrib();
-    glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &depth);
-    for (; depth > 0; --depth)
+    while ((glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &value), value) > 0)
         glPopClientAttrib();
-    GLint listIndex = 0, renderMode = GL_RENDER;
-    glGetIntegerv(GL_LIST_INDEX, &listIndex);
-    if (listIndex != 0) glEndList();
-    glGetIntegerv(GL_RENDER_MODE, &renderMode);
-    if (renderMode != GL_RENDER) glRenderMode(GL_RENDER);
+    if ((glGetIntegerv(GL_LIST_INDEX, &value), value) != 0) glEndList();
+    if ((glGetIntegerv(GL_RENDER_MODE, &value), value) != GL_RENDER) glRenderMode(GL_RENDER);
     PopToDepth(GL_TEXTURE, GL_TEXTURE_STACK_DEPTH);
     PopToDepth(GL_PROJECTION, GL_PROJECTION_STACK_DEPTH);
     PopToDepth(GL_MODELVIEW, GL_MODELVIEW_STACK_DEPTH);
