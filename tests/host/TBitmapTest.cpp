@@ -468,7 +468,8 @@ TEST(TFont, ChangesNotifyOnceAndSizeAndHeightConvertAtNinetySixDpi) {
     EXPECT_EQ(other.Height(), TFont::kMaxHeight);
 }
 
-TEST(TCanvasText, InkStaysInsideTheExtentMalformedUtf8BecomesReplacementCharactersAndStillDraws) {
+TEST(TCanvasText,
+     InkStaysInsideTheExtentBadUtf8IsReplacedBrushesFillOrKeepTheCellTextClipsAndExtentsFollowTheFont) {
     constexpr const char* sample = "Hello, Wörld! gjpqy";
     const std::pair<std::string, TFontStyles> cases[] = {{sample, {}},
                                                          {sample, {fsItalic}},
@@ -504,10 +505,6 @@ TEST(TCanvasText, InkStaysInsideTheExtentMalformedUtf8BecomesReplacementCharacte
     };
     for (const auto& [utf8, expected] : table)
         EXPECT_TRUE(detail::DecodeUtf8(utf8) == expected) << utf8;
-}
-
-TEST(TCanvasText, BrushesFillOrKeepTheCellInkTakesTheFontColourTextClipsAndExtentsFollowTheFont) {
-    constexpr const char* sample = "Hello, Wörld! gjpqy";
     TBitmap bmp(200, 60, pf32bit);
     int changes = 0;
     bmp.OnChange = [&](TObject*) { ++changes; };

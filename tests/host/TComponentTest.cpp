@@ -96,8 +96,7 @@ TEST(TComponentOwnership, OnlyListenersAndFreeNotifiedHearOfOthersAcrossOwnersTo
 
 TEST(TComponent, NamesAreCheckedAndUniqueIgnoringCaseDesigningSpreadsToOwnedAndPalettesListClassesOnce) {
     TComponent form(nullptr);
-    auto* a = new TComponent(&form);
-    auto* b = new TComponent(&form);
+    TComponent *a = new TComponent(&form), *b = new TComponent(&form);
     form.SetDesigning(true);
     EXPECT_TRUE(a->ComponentState().Contains(csDesigning));
     a->SetName("Sphere1");
@@ -130,7 +129,8 @@ TEST(TComponent, NamesAreCheckedAndUniqueIgnoringCaseDesigningSpreadsToOwnedAndP
     EXPECT_TRUE(GetPaletteClasses("No Such Page").empty());
 }
 
-TEST(TControlParent, RoutesToTheTopmostVisibleEnabledControlWhichHoldsTheMouseUntilReleaseAndTakesTheKeys) {
+TEST(TControlParent,
+     RoutesToTheTopmostVisibleEnabledControlHoldingTheMouseRepaintsOnChangeAndEitherSideMayDieFirst) {
     Parent parent;
     Probe below(nullptr), above(nullptr);
     below.SetBounds(10, 10, 50, 50);
@@ -155,19 +155,16 @@ TEST(TControlParent, RoutesToTheTopmostVisibleEnabledControlWhichHoldsTheMouseUn
               std::tuple(false, nullptr));
     EXPECT_EQ(above.events, (Events{"down 10,15", "move -15,-15", "up -15,-15", "key"}));
     EXPECT_EQ(below.events, (Events{"down 30,35"}));
-}
-
-TEST(TControlParent, ChangesRepaintThroughTheParentSizesClampAndEitherSideMayDieFirst) {
-    auto parent = std::make_unique<Parent>();
+    auto owner = std::make_unique<Parent>();
     auto a = std::make_unique<Probe>(nullptr);
     Probe b(nullptr);
-    a->SetParent(parent.get());
-    b.SetParent(parent.get());
-    const int before = parent->invalidations;
+    a->SetParent(owner.get());
+    b.SetParent(owner.get());
+    const int before = owner->invalidations;
     b.SetColor(clRed);
     b.Font().SetHeight(-20);
     b.SetColor(clRed);
-    EXPECT_EQ(parent->invalidations, before + 2);
+    EXPECT_EQ(owner->invalidations, before + 2);
     b.SetBounds(5, 6, -3, 1 << 30);
     EXPECT_EQ(b.BoundsRect(), Rect(5, 6, 5, 6 + TControl::kMaxControlSize));
     TBitmap bitmap;
@@ -175,14 +172,14 @@ TEST(TControlParent, ChangesRepaintThroughTheParentSizesClampAndEitherSideMayDie
     b.PaintTo(bitmap);
     EXPECT_EQ(std::pair(bitmap.Width(), bitmap.Height()), std::pair(3, 2));
     a->SetBounds(0, 0, 10, 10);
-    parent->DispatchMouseDown(mbLeft, {}, 1, 1); // a has focus and capture
+    owner->DispatchMouseDown(mbLeft, {}, 1, 1); // a has focus and capture
     a.reset();
     EXPECT_EQ(
-        (std::tuple{parent->ControlCount(), parent->FocusedControl(), parent->DispatchMouseMove({}, 1, 1)}),
+        (std::tuple{owner->ControlCount(), owner->FocusedControl(), owner->DispatchMouseMove({}, 1, 1)}),
         std::tuple(1, nullptr, false));
-    parent.reset();
+    owner.reset();
     EXPECT_EQ(b.Parent(), nullptr);
-    b.Invalidate(); // must not reach the dead parent
+    b.Invalidate(); // must not reach the dead owner
 }
 
 TEST(TOrnClock, OverridesNestAndRestoreTheSteadyNanosecondClockAndFrequencyBelowOneIsRefused) {

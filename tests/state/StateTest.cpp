@@ -147,6 +147,20 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
               (V{0, 0, 0, 0, 0, 0, 0, 0, 0, GL_DONT_CARE, GL_SMOOTH, 1}));
     EXPECT_EQ(Held(0, {GL_POLYGON_MODE, GL_LIGHT_MODEL_AMBIENT}, 4),
               (V{GL_FILL, GL_FILL, 0, 0, 0.2f, 0.2f, 0.2f, 1}));
+    // Clear is enabled with nothing drawn; only the low four bits of the shift count.
+    const std::tuple<TOrnLineStipple, int, int, int> cases[] = {
+        {lsClear, 0, 1, 0},           {lsDashDot, 0, 1, 0x7272}, {lsDashDotDot, 0, 1, 0xEAEA},
+        {lsDash, 4, 1, 0x0F0F},       {lsDashDot, 1, 1, 0xE4E4}, {lsDashDot, 17, 2, 0xE4E4},
+        {lsDashDotDot, 16, 1, 0xEAEA}};
+    for (auto [stipple, shift, factor, pattern] : cases) {
+        a->SetLineStipple(stipple);
+        a->StippleShift = shift;
+        a->StippleFactor = factor;
+        a->Changed();
+        a->Render(view);
+        EXPECT_EQ(Held(0, {GL_LINE_STIPPLE_PATTERN, GL_LINE_STIPPLE_REPEAT, GL_LINE_STIPPLE}),
+                  (V{float(pattern), float(factor), 1}));
+    }
     auto* fog = new TOrnFog(&form);
     fog->SetMode(fmLinear);
     fog->SetQuality(quFastest);
@@ -237,24 +251,6 @@ TEST_F(StateBlocks, EveryPropertyReachesItsOwnGLState) {
     EXPECT_EQ(Held(0, {GL_TEXTURE_2D}), (V{0}));
 }
 
-TEST_F(StateBlocks, StipplePatternIsRotatedByTheShiftAndRepeatedByTheFactor) {
-    auto* attr = new TOrnAttributes(&form);
-    // Clear is enabled with nothing drawn; only the low four bits of the shift count.
-    const std::tuple<TOrnLineStipple, int, int, int> cases[] = {
-        {lsClear, 0, 1, 0},           {lsDashDot, 0, 1, 0x7272}, {lsDashDotDot, 0, 1, 0xEAEA},
-        {lsDash, 4, 1, 0x0F0F},       {lsDashDot, 1, 1, 0xE4E4}, {lsDashDot, 17, 2, 0xE4E4},
-        {lsDashDotDot, 16, 1, 0xEAEA}};
-    for (auto [stipple, shift, factor, pattern] : cases) {
-        attr->SetLineStipple(stipple);
-        attr->StippleShift = shift;
-        attr->StippleFactor = factor;
-        attr->Changed();
-        attr->Render(view);
-        EXPECT_EQ(Held(0, {GL_LINE_STIPPLE_PATTERN, GL_LINE_STIPPLE_REPEAT, GL_LINE_STIPPLE}),
-                  (V{float(pattern), float(factor), 1}));
-    }
-}
-
 // Attributes, materials and textures share the block cache of the render state.
 TEST_F(StateBlocks, EachBlockIsSentOncePerFrameAndContextAgainAfterAChangeOrAnotherInBetween) {
     // Point size, shininess and texture binding disturbed, then r rendered into v: whether r put its own
@@ -327,7 +323,7 @@ TEST(StateValues, LightCutOffFollowsTheKindAndMaterialShininessAndPartsKeepTheir
         EXPECT_EQ(clip.GetPlane(i), (std::vector<double>{-1, 1, 0, 0, 1, -1}[i + 1])) << i;
 }
 
-TEST_F(StatePixels, TransparencyBlendsAsItsFunctionSaysAndCullFaceHidesTheFacesItNames) {
+TEST_F(StatePixels, BlendingCullingClipPlanesAndLinearFogShowAsTheirPropertiesSay) {
     // Blue of alpha 0.25 over grey. Alpha: src·a + dst·(1 − a); add alpha: src·a + dst; add colour:
     // src·dst + dst·src; subtract colour: src·(1 − dst) + dst·(1 − src); none: src.
     const std::pair<TOrnTransparencyMode, Rgba> blends[] = {{tmAlpha, {96, 96, 160, 207}},
@@ -345,7 +341,7 @@ TEST_F(StatePixels, TransparencyBlendsAsItsFunctionSaysAndCullFaceHidesTheFacesI
         EXPECT_TRUE(ColorNear(ReadPixel(32, 32), expected, 2)) << kTransparencyModeNames[mode];
     }
     for (auto [cull, frontShows, backShows] :
-         {std::tuple{cfNone, true, true}, {cfBack, true, false}, {cfFront, false, true}}) {
+         {std::tuple{cfBack, true, false}, {cfFront, false, true}, {cfNone, true, true}}) {
         TOrnAttributes attr(nullptr);
         attr.SetCullFace(cull);
         attr.Render(view);
@@ -357,9 +353,6 @@ TEST_F(StatePixels, TransparencyBlendsAsItsFunctionSaysAndCullFaceHidesTheFacesI
                   std::pair(frontShows, backShows))
             << kCullFaceNames[cull];
     }
-}
-
-TEST_F(StatePixels, ClipPlaneKeepsWhereItsEquationIsNotNegativeAndLinearFogFromZeroToOneMixesByDepth) {
     TOrnClip clip(nullptr);
     clip.SetPlane(0, -1); // keeps x <= 0.5: columns up to 47 of 64
     clip.SetPlane(3, 0.5);
@@ -462,8 +455,7 @@ TEST_F(TextureGL, UploadsOncePerShareGroupAndAgainForNewPixelsButNoneWithoutPixe
     EXPECT_EQ(Held(0, {GL_TEXTURE_BINDING_2D}), V{0}) << "an empty bitmap binds nothing";
     TComponent designForm(nullptr);
     designForm.SetDesigning(true);
-    auto* designed = new TOrnTexture(&designForm);
-    FourColours(*designed->Bitmap());
+    auto* designed = NewTexture(&designForm);
     EXPECT_EQ(std::pair(designed->Valid(), designed->Pixels().empty()), std::pair(true, true));
     designed->Render(view);
     EXPECT_EQ(Image(designed->TextureName()), Bytes{}) << "no pixels at design time";

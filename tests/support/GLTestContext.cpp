@@ -8,23 +8,6 @@ namespace orn::test {
 
 namespace {
 
-// Created on first use; nullptr when EGL is unavailable, with the reason in failure.
-detail::EglContext* SharedGLContext(std::string& reason) {
-    static std::string failure;
-    static std::unique_ptr<detail::EglContext> context = [] {
-        auto created = std::make_unique<detail::EglContext>();
-        try {
-            created->Create(64, 64);
-        } catch (const std::exception& e) {
-            failure = e.what();
-            created.reset();
-        }
-        return created;
-    }();
-    reason = failure;
-    return context.get();
-}
-
 void PopToDepth(GLenum mode, GLenum depthQuery) {
     glMatrixMode(mode);
     GLint depth = 1;
@@ -36,9 +19,20 @@ void PopToDepth(GLenum mode, GLenum depthQuery) {
 } // namespace
 
 void GLTest::SetUp() {
-    std::string reason;
-    fContext = SharedGLContext(reason);
-    if (!fContext) GTEST_SKIP() << "no headless OpenGL context: " << reason;
+    // One context for the whole process, created on first use; none where EGL is unavailable.
+    static std::string failure;
+    static const std::unique_ptr<detail::EglContext> context = [] {
+        auto created = std::make_unique<detail::EglContext>();
+        try {
+            created->Create(64, 64);
+        } catch (const std::exception& e) {
+            failure = e.what();
+            created.reset();
+        }
+        return created;
+    }();
+    fContext = context.get();
+    if (!fContext) GTEST_SKIP() << "no headless OpenGL context: " << failure;
     fContext->Resize(fWidth, fHeight);
     fContext->MakeCurrent();
     // Each test opens an attribute group on the default state, so popping everything open restores it.

@@ -11,8 +11,8 @@ namespace orn::test {
 /// fixture's size; tests skip where EGL is unavailable. SetUp brings GL back to its default state
 /// (attributes, matrices, render mode); display lists and textures stay shared. For that, one attribute
 /// group (and one client attribute group) is open during each test: check that a render leaves the
-/// stacks balanced by comparing their depths before and after it, not against 0.
-/// Other sizes: `class BigTest : public GLTest { protected: BigTest() : GLTest(200, 100) {} };`
+/// stacks balanced by comparing their depths before and after it, not against 0. Other sizes: a derived
+/// fixture passes them to GLTest(width, height).
 class GLTest : public ::testing::Test {
 protected:
     explicit GLTest(int width = 64, int height = 64) : fWidth(width), fHeight(height) {}
