@@ -33,17 +33,15 @@ inline bool SameColor(const Rgba& a, const Rgba& b, int tolerance = 2) {
     return true;
 }
 
-/// "(r, g, b, a)", for messages.
-inline std::string ToString(const Rgba& c) {
-    return "(" + std::to_string(c[0]) + ", " + std::to_string(c[1]) + ", " + std::to_string(c[2]) + ", " +
-           std::to_string(c[3]) + ")";
-}
-
 /// For EXPECT_TRUE(ColorNear(ReadPixel(x, y), {255, 0, 0, 255})): the message shows both colours.
 inline ::testing::AssertionResult ColorNear(const Rgba& actual, const Rgba& expected, int tolerance = 2) {
     if (SameColor(actual, expected, tolerance)) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "colour " << ToString(actual) << " differs from "
-                                         << ToString(expected) << " by more than " << tolerance;
+    const auto text = [](const Rgba& c) {
+        return "(" + std::to_string(c[0]) + ", " + std::to_string(c[1]) + ", " + std::to_string(c[2]) + ", " +
+               std::to_string(c[3]) + ")";
+    };
+    return ::testing::AssertionFailure() << "colour " << text(actual) << " differs from " << text(expected)
+                                         << " by more than " << tolerance;
 }
 
 /// How many pixels match color within tolerance, alpha ignored (a silhouette's area in pixels).

@@ -36,7 +36,6 @@ public:
 /// A GL test whose components live on form and render into view, a frame begun.
 class ViewGLTest : public GLTest {
 protected:
-    using GLTest::GLTest;
     void SetUp() override {
         GLTest::SetUp();
         if (!IsSkipped()) view->RenderState()->BeginFrame();
