@@ -5,9 +5,7 @@
 #include "support/MemoryExchange.h"
 #include "view/ViewTestSupport.h"
 
-#include <GL/gl.h>
 #include <GL/glu.h>
-#include <gtest/gtest.h>
 
 #include <limits>
 
@@ -30,8 +28,8 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
         EXPECT_EQ(changes, 1);                                                                               \
     } while (false)
 
-TEST(TOrnCameraRange, RefusedValuesKeepTheOldOneWithoutNotifying) {
-    TOrnPerspectiveCamera p(nullptr);
+TEST(TOrnCameraRange, RefusedValuesKeepTheOldOneAndTheProjectionTheLastPairOfPlanesInOrder) {
+    TOrnPerspectiveCamera p(nullptr), c(nullptr), copy(nullptr);
     TOrnOrthographicCamera o(nullptr);
     int changes = 0;
     p.OnChange = o.OnChange = [&](TObject*) { ++changes; };
@@ -40,11 +38,7 @@ TEST(TOrnCameraRange, RefusedValuesKeepTheOldOneWithoutNotifying) {
     EXPECT_REFUSES(p, ViewAngle, 45.0f, 179.5f, 0.0f, 180.0f, -30.0f, 200.0f, kNaN);
     EXPECT_REFUSES(o, ViewWidth, 2.0f, 5.0f, 0.0f, -3.0f, kNaN);
     EXPECT_REFUSES(o, ViewHeight, 2.0f, 0.25f, 0.0f, -3.0f);
-}
-
-TEST(TOrnCameraRange, TheProjectionKeepsTheLastPairOfPlanesInOrderAlsoInCopiesAndFiles) {
     auto projected = [](const TOrnCamera& c) { return std::pair(c.ProjectionNear(), c.ProjectionFar()); };
-    TOrnPerspectiveCamera c(nullptr);
     c.SetViewNear(20.0f); // beyond far for now
     EXPECT_FLOAT_EQ(c.ViewNear(), 20.0f);
     EXPECT_EQ(projected(c), std::pair(0.1f, 10.0f));
@@ -54,20 +48,18 @@ TEST(TOrnCameraRange, TheProjectionKeepsTheLastPairOfPlanesInOrderAlsoInCopiesAn
     c.SetViewNear(1.0f);
     EXPECT_EQ(projected(c), std::pair(1.0f, 1.5f));
     c.SetViewNear(1.5f); // equal planes are no pair either
-    TOrnPerspectiveCamera copy(nullptr); // a copy projects as the original does
-    copy.Assign(&c);
+    copy.Assign(&c);     // a copy projects as the original does
     EXPECT_EQ(projected(copy), std::pair(1.0f, 1.5f));
     // Reading moves both planes whatever the order: both beyond the present far plane (near must
     // wait for far), and the other way round.
-    TOrnPerspectiveCamera& p = copy;
     test::MemoryExchange ex;
     for (auto [nearText, farText, nearValue, farValue] :
          {std::tuple{"20", "30", 20.0f, 30.0f}, std::tuple{"0.5", "1", 0.5f, 1.0f}}) {
         ex.Set("ViewNear", nearText);
         ex.Set("ViewFar", farText);
-        ex.Load(p);
-        EXPECT_EQ(std::pair(p.ViewNear(), p.ViewFar()), std::pair(nearValue, farValue));
-        EXPECT_EQ(projected(p), std::pair(nearValue, farValue));
+        ex.Load(copy);
+        EXPECT_EQ(std::tuple(copy.ViewNear(), copy.ViewFar()), std::tuple(nearValue, farValue));
+        EXPECT_EQ(projected(copy), std::pair(nearValue, farValue));
     }
 }
 
@@ -89,24 +81,23 @@ TEST_F(CameraAndAxesGL, ProjectionFollowsTheWindowAspectAndOrthographicKeepsItsH
         glLoadIdentity();
         if (camera == &p) gluPerspective(45, x, 0.1, 10);
         if (camera == &o) glOrtho(-x, x, -1, 1, 0.1, 10);
-        const test::GLMatrix want = test::GetMatrix(GL_PROJECTION_MATRIX);
+        const auto want = test::GetMatrix(GL_PROJECTION_MATRIX);
         glLoadIdentity();
         camera->Adjust(width, height);
-        EXPECT_TRUE(test::MatrixNear(test::GetMatrix(GL_PROJECTION_MATRIX), want));
+        EXPECT_THAT(test::GetMatrix(GL_PROJECTION_MATRIX), test::MatrixNear(want));
     }
 }
 
 TEST_F(CameraAndAxesGL, CoordinatesDrawThreeAxesInTheirColoursAndLengthOrNothing) {
+    using test::kBlack, test::kBlue, test::kLime, test::kRed;
     TOrnCoordinates c;
     int changes = 0;
     c.OnChange = [&](TObject*) { ++changes; };
     c.SetLength(0);
     c.SetLength(-2);
-    c.SetVisible(true);
     EXPECT_EQ(changes, 0);
     c.SetLength(0.5f); // 16 pixels
     EXPECT_EQ(changes, 1);
-    const test::Rgba red{255, 0, 0, 255}, lime{0, 255, 0, 255}, blue{0, 0, 255, 255}, black{0, 0, 0, 255};
     glTranslatef(0.5f / 32, 0.5f / 32, 0); // the axes through the centres of row and column 32
     glEnable(GL_LIGHTING);
     glColor3f(0.5f, 0.5f, 0.5f);
@@ -115,17 +106,16 @@ TEST_F(CameraAndAxesGL, CoordinatesDrawThreeAxesInTheirColoursAndLengthOrNothing
         if (turned) glRotatef(90, 0, 1, 0); // z runs right
         c.Render();
         EXPECT_EQ((std::array{ReadPixel(40, 32), ReadPixel(32, 40), ReadPixel(50, 32), ReadPixel(32, 50)}),
-                  (std::array{turned ? blue : red, lime, black, black}));
+                  (std::array{turned ? kBlue : kRed, kLime, kBlack, kBlack}));
     }
     // Lighting off and the colour its own only while it draws.
-    EXPECT_TRUE(glIsEnabled(GL_LIGHTING));
     GLfloat colour[4];
     glGetFloatv(GL_CURRENT_COLOR, colour);
-    EXPECT_EQ(colour[1], 0.5f);
+    EXPECT_EQ(std::tuple(glIsEnabled(GL_LIGHTING), colour[1]), std::tuple(GLboolean(1), 0.5f));
     c.SetVisible(false);
     ClearTo(0, 0, 0);
     c.Render();
-    EXPECT_EQ(test::CountPixels(ReadImage(), black, 0), 64u * 64u);
+    EXPECT_EQ(test::CountPixels(ReadImage(), kBlack, 0), 64u * 64u);
 }
 
 } // namespace

@@ -6,23 +6,13 @@
 
 #include "view/ViewTestSupport.h"
 
-#include <GL/gl.h>
-#include <gtest/gtest.h>
-
 #include <array>
 
 namespace orn {
 namespace {
 
-using test::Image;
-using test::Rgba;
-
-constexpr Rgba kBlack{0, 0, 0, 255};
-constexpr Rgba kWhite{255, 255, 255, 255};
-constexpr Rgba kRed{255, 0, 0, 255};
-constexpr Rgba kBlue{0, 0, 255, 255};
-constexpr Rgba kLime{0, 255, 0, 255};
-constexpr Rgba kYellow{255, 255, 0, 255};
+using test::Image, test::Rgba, test::kBlack, test::kWhite, test::kRed, test::kBlue, test::kLime,
+    test::kYellow;
 
 class CanvasTest : public test::ViewTest {
 protected:
@@ -133,7 +123,7 @@ TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneLeavesItsStateAndCanBePick
     EXPECT_EQ(view.GetObj(40, 30).Object, nullptr);
 }
 
-TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmap) {
+TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmapAndTextOutDrawsInTheFontColourInItsCell) {
     GLuint name = 0;
     view.SetCurrent(true);
     glGenTextures(1, &name);
@@ -157,11 +147,7 @@ TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmap) {
     view.SetCurrent(true);
     glDeleteTextures(1, &name);
     view.SetCurrent(false);
-}
-
-TEST_F(CanvasTest, TextOutDrawsInTheFontColourInsideItsCell) {
-    view.SetBounds(128, 48);
-    const Image image = Draw([](TOrnViewCanvas& c) {
+    image = Draw([](TOrnViewCanvas& c) {
         c.Font().SetColor(clRed);
         c.Font().SetHeight(20);
         c.TextOut(10, 5, "HHH");
@@ -170,21 +156,19 @@ TEST_F(CanvasTest, TextOutDrawsInTheFontColourInsideItsCell) {
     for (int y = 0; y < image.height; ++y) // counted from the bottom: the cell is rows 11 … 42
         for (int x = 0; x < image.width; ++x) {
             const Rgba p = image.At(x, y);
-            const bool inside = x >= 10 && y >= 48 - 5 - 32 && y < 48 - 5;
-            red += p[0] > 0 && p[1] == 0 && p[2] == 0 && inside;
-            other += p != kBlack && !(p[0] > 0 && p[1] == 0 && p[2] == 0 && inside);
+            const bool inCell =
+                p[0] > 0 && p[1] == 0 && p[2] == 0 && x >= 10 && y >= 48 - 5 - 32 && y < 48 - 5;
+            red += inCell;
+            other += p != kBlack && !inCell;
         }
     EXPECT_GT(red, 60u);
     EXPECT_EQ(other, 0u);
 }
 
 TEST_F(CanvasTest, ControlsPaintOverTheRenderedScene) {
-    TOrnCanvasView v(nullptr);
-    v.SetBounds(120, 90);
-    v.Coordinates()->SetVisible(false);
-    v.SetBackgroundColor(clBlue);
+    view.SetBackgroundColor(clBlue);
     // The scene: the left half of the window red, the rest the blue background.
-    v.OnRender = [](TOrnView*) {
+    view.OnRender = [](TOrnView*) {
         glColor3f(1, 0, 0);
         glRectf(-1, -1, 0, 1);
     };
@@ -195,38 +179,32 @@ TEST_F(CanvasTest, ControlsPaintOverTheRenderedScene) {
     gauge.SetForeColor(clLime);
     gauge.SetBackColor(clWhite);
     gauge.SetProgress(50); // lime from x = -10 to 25, white up to 60
-    gauge.SetParent(&v);
-    v.OpenGLConnect();
-    v.RenderScene();
+    gauge.SetParent(&view);
+    view.RenderScene();
     // The gauge reaching out of the window, and the scene beside and above it.
     const std::tuple<int, int, Rgba> pixels[] = {{0, 10, kLime},   {24, 29, kLime}, {25, 20, kWhite},
                                                  {59, 20, kWhite}, {60, 20, kBlue}, {10, 9, kRed},
-                                                 {80, 60, kBlue}};
-    ExpectPixels(ViewImage(v), pixels);
+                                                 {50, 40, kBlue}};
+    ExpectPixels(ViewImage(view), pixels);
     gauge.SetVisible(false);
-    v.RenderScene();
-    ExpectPixels(ViewImage(v), {{25, 20, kRed}});
+    view.RenderScene();
+    ExpectPixels(ViewImage(view), {{25, 20, kRed}});
 }
 
-TEST_F(CanvasTest, CanvasViewTimesItsOwnRepaints) {
+TEST_F(CanvasTest, CanvasViewTimesItsOwnRepaintsAndControlsTakeTheirInputBeforeTheView) {
     std::int64_t now = 0;
     // Every read of the clock is 4 ms later; a repaint reads it twice.
     TOrnClockOverride clock([&] { return now += 4; }, 1000);
-    TOrnCanvasView v(nullptr);
-    v.SetBounds(8, 8);
-    v.RenderScene(); // not active: nothing to time
-    EXPECT_EQ(v.RenderTime(), 0.0);
-    v.OpenGLConnect();
-    v.RenderScene();
-    EXPECT_DOUBLE_EQ(v.RenderTime(), 0.004);
-    EXPECT_EQ(v.FrameRate(), 0.0);
+    view.OpenGLDisconnect();
+    view.RenderScene(); // not active: nothing to time
+    EXPECT_EQ(view.RenderTime(), 0.0);
+    view.OpenGLConnect();
+    view.RenderScene();
+    EXPECT_DOUBLE_EQ(view.RenderTime(), 0.004);
+    EXPECT_EQ(view.FrameRate(), 0.0);
     now += 12;
-    v.RenderScene(); // started 20 ms after the first
-    EXPECT_DOUBLE_EQ(v.FrameRate(), 50.0);
-}
-
-TEST(TOrnCanvasViewInput, ControlsTakeTheirInputBeforeTheView) {
-    TOrnCanvasView view(nullptr);
+    view.RenderScene(); // started 20 ms after the first
+    EXPECT_DOUBLE_EQ(view.FrameRate(), 50.0);
     TOrnColorGrid grid(nullptr);
     grid.SetBounds(100, 100, 160, 160);
     grid.SetParent(&view);

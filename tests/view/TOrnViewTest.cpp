@@ -1,18 +1,28 @@
+#include <orn/geometry/TOrnBox.h>
+#include <orn/geometry/TOrnCylinder.h>
+#include <orn/geometry/TOrnDisc.h>
+#include <orn/geometry/TOrnLine.h>
+#include <orn/geometry/TOrnPoint.h>
+#include <orn/geometry/TOrnRectangle.h>
+#include <orn/geometry/TOrnSphere.h>
+#include <orn/geometry/TOrnTorus.h>
+#include <orn/geometry/TOrnTriangle.h>
 #include <orn/host/EOrnError.h>
 #include <orn/scene/TOrnCustomController.h>
-#include <orn/scene/TOrnObject.h>
-#include <orn/view/TOrnView.h>
+#include <orn/scene/TOrnNode.h>
+#include <orn/state/TOrnAttributes.h>
 #include <orn/view/TOrnWindowSurface.h>
 
 #include "view/ViewTestSupport.h"
 
-#include <GL/gl.h>
+#include <EGL/egl.h>
+#include <GL/glu.h>
 #include <GLFW/glfw3.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <array>
+#include <cmath>
 #include <functional>
+#include <map>
+#include <random>
 
 namespace orn {
 namespace {
@@ -20,56 +30,44 @@ namespace {
 using test::ViewTest;
 using Calls = std::vector<std::string>;
 
-TEST(TOrnViewWithoutContext, ClampsItsSizesAndFailsSilently) {
+TEST(TOrnViewWithoutContext, ClampsItsSizesFailsSilentlyAndChoosesTheFormatToAskFor) {
     TOrnView v(nullptr);
     v.SetSelectWidth(0);
     v.SetSelectHeight(-4);
-    EXPECT_EQ(std::pair(v.SelectWidth(), v.SelectHeight()), std::pair(1, 1));
+    EXPECT_EQ(std::tuple(v.SelectWidth(), v.SelectHeight()), std::tuple(1, 1));
     int resized = 0;
     v.OnResize = [&](TObject*) { ++resized; };
     v.SetBounds(-10, 30);
-    EXPECT_EQ(std::pair(v.Width(), v.Height()), std::pair(0, 30));
+    EXPECT_EQ(std::tuple(v.Width(), v.Height()), std::tuple(0, 30));
     v.SetBounds(0, 30);
     EXPECT_EQ(resized, 1);
     v.SetCurrent(true);
-    EXPECT_FALSE(v.GetCurrent());
     v.RenderScene();
     v.Paint();
     v.InvalidateGL();
-    EXPECT_FALSE(v.PaintPending());
-    EXPECT_EQ(v.GetObj(10, 10).Object, nullptr);
     TOrnMathVector p;
-    EXPECT_FALSE(v.GetPoint(10, 10, p));
+    EXPECT_EQ(std::tuple(v.GetCurrent(), v.PaintPending(), v.GetObj(10, 10).Object, v.GetPoint(10, 10, p)),
+              std::tuple(false, false, nullptr, false));
     v.SetDesigning(true);
     EXPECT_FALSE(v.OpenGLConnect());
-    EXPECT_FALSE(v.Active());
-    EXPECT_EQ(v.Surface(), nullptr);
+    EXPECT_EQ(std::tuple(v.Active(), v.Surface()), std::tuple(false, nullptr));
     v.OpenGLDisconnect(); // nothing to do, nothing thrown
-}
-
-TEST(TOrnViewPixelFormat, WindowAsksForDoubleBufferingOnlyWhenToldAndBitmapKeepsTheColourBits) {
+    // A window asks for double buffering only when told; a bitmap keeps the described colour bits.
     const TOrnPixelFormat described{40, 1, 0x25, 0, 30, 2, 16, 8, 0};
-    struct Case {
-        TOrnDrawMode mode;
-        bool doubleBuffer;
-        unsigned flags;
-        int colorBits, alphaBits;
-    };
-    for (Case c : {Case{dmWindow, true, 0x425, 24, 0}, Case{dmWindow, false, 0x24, 24, 0},
-                   Case{dmBitmap, true, 0x38, 30, 2}, Case{dmBitmap, false, 0x38, 30, 2}}) {
-        SCOPED_TRACE(std::to_string(c.mode) + (c.doubleBuffer ? " double" : " single"));
-        const TOrnPixelFormat pfd = TOrnView::ChoosePixelFormat(c.mode, c.doubleBuffer, described);
-        const TOrnPixelFormat expected{40, 1, c.flags, 0, c.colorBits, c.alphaBits, 32, 1, 0};
-        EXPECT_EQ(pfd, expected);
-    }
+    for (auto [mode, doubleBuffer, flags, colorBits, alphaBits] : {std::tuple{dmWindow, true, 0x425u, 24, 0},
+                                                                   {dmWindow, false, 0x24u, 24, 0},
+                                                                   {dmBitmap, true, 0x38u, 30, 2},
+                                                                   {dmBitmap, false, 0x38u, 30, 2}})
+        EXPECT_EQ(TOrnView::ChoosePixelFormat(mode, doubleBuffer, described),
+                  (TOrnPixelFormat{40, 1, flags, 0, colorBits, alphaBits, 32, 1, 0}))
+            << mode << doubleBuffer;
 }
 
 TEST_F(ViewTest, ConnectedViewsJoinTheListAndShareListsWithTheFirst) {
     auto first = std::make_unique<TOrnView>(nullptr);
     first->SetDoubleBuffer(false);
     ASSERT_TRUE(first->OpenGLConnect());
-    EXPECT_TRUE(first->Active());
-    EXPECT_TRUE(first->OpenGLConnect()); // already connected: nothing new
+    EXPECT_TRUE(first->Active() && first->OpenGLConnect()); // connected again: nothing new
     const TOrnPixelFormat asked = first->PixelFormatRequest(), got = first->PixelFormat();
     EXPECT_EQ(std::tuple(asked.Flags, asked.DepthBits, got.ColorBits), std::tuple(0x24u, 32, 24));
     EXPECT_TRUE(got.DepthBits >= 16 && got.StencilBits >= 1) << got.DepthBits << ", " << got.StencilBits;
@@ -102,9 +100,9 @@ TEST_F(ViewTest, ConnectedViewsJoinTheListAndShareListsWithTheFirst) {
 }
 
 TEST_F(ViewTest, EglContextsAreRgba8Depth24StencilShareWhenAskedAndRefuseMisuseClearly) {
-    detail::EglContext first;
+    detail::EglContext first, second, unshared, context, other;
     first.Create(32, 16);
-    EXPECT_EQ(std::pair(first.Width(), first.Height()), std::pair(32, 16));
+    EXPECT_EQ(std::tuple(first.Width(), first.Height()), std::tuple(32, 16));
     const detail::EglContext::Format& got = first.Obtained();
     EXPECT_EQ((std::array{got.redBits, got.greenBits, got.blueBits, got.alphaBits}),
               (std::array{8, 8, 8, 8}));
@@ -114,16 +112,13 @@ TEST_F(ViewTest, EglContextsAreRgba8Depth24StencilShareWhenAskedAndRefuseMisuseC
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
-    detail::EglContext second;
     second.Create(0, -5, &first); // clamped to one pixel
-    EXPECT_EQ(std::pair(second.Width(), second.Height()), std::pair(1, 1));
+    EXPECT_EQ(std::tuple(second.Width(), second.Height()), std::tuple(1, 1));
     second.MakeCurrent();
     EXPECT_TRUE(glIsTexture(texture));
-    detail::EglContext unshared;
     unshared.Create(8, 8);
     unshared.MakeCurrent();
     EXPECT_FALSE(glIsTexture(texture));
-    detail::EglContext context, other;
     EXPECT_THROW(context.MakeCurrent(), EOrnError);
     EXPECT_THROW(context.Resize(4, 4), EOrnError);
     using testing::HasSubstr, testing::ThrowsMessage;
@@ -137,8 +132,7 @@ TEST_F(ViewTest, EglContextsAreRgba8Depth24StencilShareWhenAskedAndRefuseMisuseC
     EXPECT_STREQ(detail::EglErrorName(0x1234), "0x1234");
     context.Create(4, 4);
     detail::EglContext moved(std::move(context));
-    EXPECT_FALSE(context.IsCreated());
-    EXPECT_TRUE(moved.IsCreated());
+    EXPECT_EQ(std::tuple(context.IsCreated(), moved.IsCreated()), std::tuple(false, true));
     moved.Release();
     EXPECT_FALSE(moved.IsCreated());
 }
@@ -147,8 +141,7 @@ TEST_F(ViewTest, CameraAndAxesChangesRepaintTheViewThatHoldsThemNow) {
     TComponent form(nullptr);
     auto* camera = new TOrnPerspectiveCamera(&form);
     auto* other = new TOrnOrthographicCamera(&form);
-    TOrnView first(nullptr);
-    TOrnView second(nullptr);
+    TOrnView first(nullptr), second(nullptr);
     first.OpenGLConnect();
     second.OpenGLConnect();
     first.SetCamera(camera);
@@ -170,8 +163,7 @@ TEST_F(ViewTest, CameraAndAxesChangesRepaintTheViewThatHoldsThemNow) {
     second.SetCamera(other);
     second.RenderScene();
     camera->SetViewAngle(50); // no longer second's
-    EXPECT_FALSE(second.PaintPending());
-    EXPECT_FALSE(camera->OnChange);
+    EXPECT_FALSE(second.PaintPending() || camera->OnChange);
     delete other;
     EXPECT_EQ(second.Camera(), nullptr);
     second.RenderScene(); // renders without a camera
@@ -181,8 +173,7 @@ TEST_F(ViewTest, CameraAndAxesChangesRepaintTheViewThatHoldsThemNow) {
     TOrnCoordinates axes;
     axes.SetColorX(clWhite);
     second.SetCoordinates(&axes);
-    EXPECT_EQ(second.Coordinates()->ColorX(), clWhite);
-    EXPECT_TRUE(second.PaintPending());
+    EXPECT_EQ(std::tuple(second.Coordinates()->ColorX(), second.PaintPending()), std::tuple(clWhite, true));
 }
 
 TEST_F(ViewTest, ClearBuffersBorrowsTheContextNamesStartAtOneInEveryRenderAndAGoingViewFreesItsLists) {
@@ -197,7 +188,7 @@ TEST_F(ViewTest, ClearBuffersBorrowsTheContextNamesStartAtOneInEveryRenderAndAGo
     keeper.SetCurrent(false);
     keeper.ClearBuffers({btColor});
     EXPECT_FALSE(keeper.GetCurrent());
-    EXPECT_TRUE(test::ColorNear(ViewImage(keeper).At(3, 3), {0, 0, 255, 255}, 0));
+    EXPECT_TRUE(test::ColorNear(ViewImage(keeper).At(3, 3), test::kBlue, 0));
     EXPECT_NEAR(ViewDepth(keeper, 3, 3), 0.25f, 1e-6);
     keeper.ClearBuffers({btDepth});
     EXPECT_NEAR(ViewDepth(keeper, 3, 3), 0.75f, 1e-6);
@@ -224,8 +215,7 @@ TEST_F(ViewTest, ClearBuffersBorrowsTheContextNamesStartAtOneInEveryRenderAndAGo
         list = object.ListId();
         ASSERT_NE(list, 0u);
     }
-    EXPECT_EQ(object.View(), nullptr);
-    EXPECT_EQ(object.ListId(), 0u);
+    EXPECT_EQ(std::tuple(object.View(), object.ListId()), std::tuple(nullptr, 0u));
     keeper.SetCurrent(true);
     EXPECT_FALSE(glIsList(list));
     keeper.SetCurrent(false);
@@ -236,9 +226,7 @@ struct RecordingController : TOrnCustomController {
     RecordingController(TComponent* owner, Calls& log) : TOrnCustomController(owner), fLog(log) {}
     bool answer = false;
     Calls& fLog;
-    bool HandleKey(std::uint16_t key, TShiftState shift) override {
-        return Log("key", key, shift.Contains(ssCtrl));
-    }
+    bool HandleKey(std::uint16_t key, TShiftState s) override { return Log("key", key, s.Contains(ssCtrl)); }
     bool HandleMouseDown(TMouseButton b, TShiftState, int x, int y) override { return Log("down", b, x, y); }
     bool HandleMouseMove(TShiftState s, int x, int y) override {
         return Log("move", s.Contains(ssLeft), x, y);
@@ -307,8 +295,524 @@ TEST(GlfwKeyToVirtualKey, TranslatesTheKeysControllersUseAndGivesZeroForTheRest)
                                      VK_INSERT, VK_DELETE,  VK_LEFT,   VK_UP,     VK_RIGHT, VK_DOWN,
                                      VK_PRIOR,  VK_NEXT,    VK_HOME,   VK_END,    VK_ADD,   VK_SUBTRACT,
                                      VK_SHIFT,  VK_CONTROL, 0,         0,         0,        0}));
-    EXPECT_EQ(GlfwKeyToVirtualKey(100000), 0);
-    EXPECT_EQ(GlfwKeyToVirtualKey(-7), 0);
+    EXPECT_EQ(std::tuple(GlfwKeyToVirtualKey(100000), GlfwKeyToVirtualKey(-7)), std::tuple(0, 0));
+}
+
+// The frame starts from colour white and depth 0.25: what each setting clears and leaves set.
+TEST_F(ViewTest, RenderSceneGLFollowsBuffersMasksAndDepthTestAndRestoresTheState) {
+    using Floats = std::array<GLfloat, 4>;
+    const std::tuple<TOrnBufferTypes, TOrnDrawValues, bool, TColor, test::Rgba, float, Floats> cases[] = {
+        {{btColor, btDepth},
+         {dvRed, dvGreen, dvBlue, dvAlpha, dvDepth},
+         true,
+         0,
+         test::kBlack,
+         1,
+         {1, 1, 1, 1}},
+        {{btColor}, {dvGreen, dvAlpha}, false, RGB(0, 51, 255), {255, 51, 255, 255}, 0.25f, {0, 1, 0, 1}},
+        {{btDepth}, {dvGreen, dvDepth}, true, 0, test::kWhite, 1, {0, 1, 0, 0}}};
+    auto get = [](GLenum name) {
+        Floats value{};
+        glGetFloatv(name, value.data());
+        return value;
+    };
+    for (const auto& [buffers, values, depthTest, background, pixel, depth, colorMask] : cases) {
+        SCOPED_TRACE(background);
+        TOrnView v(nullptr);
+        v.SetBounds(4, 4);
+        v.Coordinates()->SetVisible(false);
+        v.SetBackgroundColor(background);
+        v.SetBufferTypes(buffers);
+        v.SetDrawValues(values);
+        v.SetDepthTest(depthTest);
+        v.OnRender = [](TOrnView*) {
+            glLineWidth(3);
+            glEnable(GL_LIGHTING);
+            glEnable(GL_SCISSOR_TEST);
+        };
+        v.OpenGLConnect();
+        v.SetCurrent(true);
+        glColorMask(1, 1, 1, 1);
+        glDepthMask(1);
+        glClearColor(1, 1, 1, 1);
+        glClearDepth(0.25);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        glClearDepth(1);
+        v.RenderScene();
+        EXPECT_TRUE(test::ColorNear(ViewImage(v).At(1, 1), pixel, 0));
+        EXPECT_NEAR(ViewDepth(v, 1, 1), depth, 1e-6);
+        v.SetCurrent(true);
+        EXPECT_EQ(get(GL_COLOR_CLEAR_VALUE), (Floats{0, background ? 0.2f : 0, background ? 1.0f : 0, 1}));
+        EXPECT_EQ(get(GL_COLOR_WRITEMASK), colorMask);
+        EXPECT_EQ(get(GL_DEPTH_FUNC)[0], static_cast<GLfloat>(depthTest ? GL_LESS : GL_ALWAYS));
+        EXPECT_EQ(get(GL_DEPTH_WRITEMASK)[0], values.Contains(dvDepth));
+        // What the scene switched on ends with the repaint; the depth test stays on.
+        EXPECT_EQ(get(GL_LINE_WIDTH)[0], 1.0f);
+        EXPECT_EQ(
+            (std::array{glIsEnabled(GL_LIGHTING), glIsEnabled(GL_SCISSOR_TEST), glIsEnabled(GL_DEPTH_TEST)}),
+            (std::array<GLboolean, 3>{0, 0, 1}));
+        v.SetCurrent(false);
+    }
+}
+
+TEST_F(ViewTest, EveryModeButSelectionSwapsAndResizingFollowsTheSurface) {
+    int swaps = 0;
+    TOrnOrthographicCamera camera(nullptr);
+    TOrnView v(nullptr);
+    v.SetCamera(&camera);
+    v.SetBackgroundColor(clBlue);
+    v.SetSurfaceFactory([&](TOrnView&) { return std::make_unique<test::WindowLikeSurface>(&swaps); });
+    v.OpenGLConnect();
+    for (TOrnDrawMode mode : {dmWindow, dmBitmap, dmPick, dmNothing, dmSelection}) {
+        v.SetDrawMode(mode);
+        v.RenderScene();
+    }
+    EXPECT_EQ(swaps, 4); // whatever DoubleBuffer says
+    v.SetDrawMode(dmWindow);
+    v.SetBounds(30, 70);
+    v.RenderScene();
+    EXPECT_GE(test::CountPixels(ViewImage(v), test::kRed, 0), 14u); // the x axis, from the centre rightwards
+    v.Coordinates()->SetVisible(false);
+    v.RenderScene();
+    EXPECT_EQ(test::CountPixels(ViewImage(v), test::kBlue, 0), 30u * 70u);
+}
+
+TEST_F(ViewTest, InitCameraTurnsThePickRowOverAndCapturesTheCamera) {
+    TOrnOrthographicCamera camera(nullptr);
+    camera.Transformation()->Translation()->SetValues(1, 2, -5);
+    TOrnView v(nullptr);
+    v.SetPickPoint(20, 10);
+    v.SetSelectWidth(7);
+    v.OpenGLConnect();
+    v.SetCurrent(true);
+    v.InitCamera(400, 300); // no camera: nothing to do
+    v.SetCamera(&camera);
+    EXPECT_EQ(v.CameraMatrix(), camera.Matrix());
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glTranslatef(1, 2, -5);
+    const auto modelview = test::GetMatrix(GL_MODELVIEW_MATRIX);
+    for (TOrnDrawMode mode : {dmSelection, dmPick, dmWindow, dmBitmap, dmNothing}) {
+        SCOPED_TRACE(mode);
+        glMatrixMode(GL_PROJECTION);
+        glLoadIdentity();
+        GLint window[4] = {0, 0, 400, 300};
+        if (mode == dmSelection || mode == dmPick) gluPickMatrix(20, 290, 7, 5, window);
+        glOrtho(-4.0 / 3, 4.0 / 3, -1, 1, 0.1, 10);
+        const auto projection = test::GetMatrix(GL_PROJECTION_MATRIX);
+        glLoadIdentity();
+        v.SetDrawMode(mode);
+        v.InitCamera(400, 300);
+        GLint matrixMode = 0;
+        std::array<GLint, 4> viewport;
+        glGetIntegerv(GL_MATRIX_MODE, &matrixMode);
+        glGetIntegerv(GL_VIEWPORT, viewport.data());
+        EXPECT_EQ(std::tuple(viewport, matrixMode), std::tuple(std::array{0, 0, 400, 300}, GL_MODELVIEW));
+        EXPECT_THAT(test::GetMatrix(GL_PROJECTION_MATRIX), test::MatrixNear(projection));
+        EXPECT_THAT(test::GetMatrix(GL_MODELVIEW_MATRIX), test::MatrixNear(modelview));
+        EXPECT_EQ(std::pair(camera.Matrix()->GetValue(0, 3), camera.Matrix()->GetValue(2, 3)),
+                  std::pair(1.0, -5.0));
+    }
+    v.SetCurrent(false);
+    v.SetCamera(nullptr);
+    EXPECT_EQ(v.CameraMatrix(), nullptr);
+}
+
+// Unconnected, GetImage renders at any size in a context of its own; connected, GetSurfaceImage reads
+// back the view's own frame, rendered once in the context it already has.
+TEST_F(ViewTest, GetImageRendersAtAnySizeAndGetSurfaceImageReadsTheViewsOwnFrame) {
+    TOrnOrthographicCamera camera(nullptr);
+    TOrnView v(nullptr);
+    v.SetBackgroundColor(clRed);
+    v.Coordinates()->SetVisible(false);
+    v.SetCamera(&camera);
+    std::vector<EGLContext> contexts;
+    v.OnRender = [&](TOrnView*) {
+        contexts.push_back(eglGetCurrentContext());
+        glColor3f(0, 0, 1);
+        glRectf(0, 0, 1, 1); // the upper right quarter of the height, right of the centre
+    };
+    // 30 pixels per unit; the square covers x 60 … 90 and the top half (rows 0 … 29 from the top).
+    const std::tuple<int, int, TColor> pixels[] = {{5, 55, clRed},  {75, 45, clRed}, {45, 15, clRed},
+                                                   {91, 15, clRed}, {75, 30, clRed}, {75, 15, clBlue},
+                                                   {60, 0, clBlue}, {89, 29, clBlue}};
+    auto expectSquare = [&](const TBitmap& image) {
+        ASSERT_EQ(std::tuple(image.Width(), image.Height(), image.PixelFormat()),
+                  std::tuple(120, 60, pf24bit));
+        for (auto [x, y, colour] : pixels)
+            EXPECT_EQ(image.Pixel(x, y), colour) << x << "," << y;
+    };
+    expectSquare(*v.GetImage(120, 60));
+    EXPECT_FALSE(v.Active());
+    EXPECT_THROW(v.GetSurfaceImage(), EOrnError); // not connected
+    v.SetBounds(120, 60);
+    v.OpenGLConnect();
+    v.RenderScene();
+    expectSquare(*v.GetSurfaceImage());
+    ASSERT_EQ(contexts.size(), 3u);
+    EXPECT_EQ(contexts[2], contexts[1]);
+    EXPECT_FALSE(v.GetCurrent());
+    v.GetImage(8, 8); // while the view's context lives, a bitmap's is another
+    ASSERT_EQ(contexts.size(), 4u);
+    EXPECT_NE(contexts[3], contexts[1]);
+}
+
+TEST_F(ViewTest, GetImageRendersInBitmapModeAndRestoresTheViewAfterwardsAndOnFailure) {
+    TOrnView v(nullptr);
+    v.OpenGLConnect();
+    using Seen = std::vector<std::tuple<TOrnDrawMode, int, bool>>; // mode, ReInit, current
+    Seen seen;
+    v.OnRender = [&](TOrnView* view) {
+        seen.emplace_back(view->DrawMode(), view->ReInit(), view->GetCurrent());
+    };
+    v.SetDrawMode(dmPick);
+    v.GetImage(10, 10);
+    EXPECT_EQ(std::tuple(v.DrawMode(), v.ReInit(), v.GetCurrent()), std::tuple(dmPick, 0, false));
+    v.SetDrawMode(dmWindow);
+    v.RenderScene();
+    EXPECT_EQ(seen, (Seen{{dmBitmap, 1, true}, {dmWindow, 0, true}}));
+    for (auto [w, h] : {std::pair{0, 10}, std::pair{10, -1}, std::pair{100000, 100000}})
+        EXPECT_THROW(v.GetImage(w, h), EOrnError) << w << "x" << h;
+    v.OnRender = [](TOrnView*) { throw EOrnError("scene failed"); };
+    EXPECT_THROW(v.GetImage(8, 8), EOrnError);
+    EXPECT_EQ(std::tuple(v.DrawMode(), v.ReInit()), std::tuple(dmWindow, 0));
+    EXPECT_THROW(v.RenderScene(), EOrnError);
+    EXPECT_FALSE(v.GetCurrent());
+    v.SetCurrent(true);
+    GLint depth = -1;
+    glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &depth);
+    v.SetCurrent(false);
+    EXPECT_EQ(depth, 0); // the failed repaint popped what it pushed
+}
+
+TEST_F(ViewTest, GetImageCallsListsCachedInTheFirstViewAndSendsSharedStateAfresh) {
+    // A cached object: once compiled in the view, the bitmap's context can show it by its list.
+    struct Square : TOrnObject {
+        Square() : TOrnObject(nullptr) {}
+        int built = 0;
+        void DoRender(TOrnCustomView* view) override {
+            ++built;
+            TOrnObject::DoRender(view);
+            glRectf(-0.5f, -0.5f, 0.5f, 0.5f);
+        }
+    } square;
+    square.SetCached(true);
+    TOrnAttributes attributes(nullptr);
+    attributes.SetLineWidth(3);
+    TOrnOrthographicCamera camera(nullptr);
+    TOrnView v(nullptr);
+    v.SetBounds(40, 40);
+    v.Coordinates()->SetVisible(false);
+    v.SetCamera(&camera);
+    // The same block twice in one frame is sent once: the second leaves the disturbed width.
+    std::vector<std::pair<float, float>> widths;
+    v.OnRender = [&](TOrnView* view) {
+        std::pair<float, float>& w = widths.emplace_back();
+        attributes.Render(view);
+        glGetFloatv(GL_LINE_WIDTH, &w.first);
+        glLineWidth(9);
+        attributes.Render(view);
+        glGetFloatv(GL_LINE_WIDTH, &w.second);
+        square.Render(view);
+    };
+    v.OpenGLConnect();
+    v.RenderScene();
+    v.RenderScene();
+    ASSERT_NE(square.ListId(), 0u);
+    const auto image = v.GetImage(40, 40);
+    EXPECT_EQ(square.built, 1); // the bitmap called the list
+    EXPECT_EQ(std::tuple(image->Pixel(20, 20), image->Pixel(2, 2)), std::tuple(clWhite, clBlack));
+    EXPECT_EQ(widths, (std::vector<std::pair<float, float>>(3, {3.0f, 9.0f})));
+}
+
+// The samples a view asks for reach the context it renders into, connected and in GetImage, and
+// smooth the edges of what it draws: a white triangle on black gives grey pixels along its edges
+// only with samples.
+TEST_F(ViewTest, SamplesReachTheContextsAndSmoothEdges) {
+    for (int asked : {0, 4}) {
+        SCOPED_TRACE(asked);
+        TOrnView v(nullptr);
+        v.SetSamples(99);
+        EXPECT_EQ(v.Samples(), 16);
+        v.SetSamples(-3);
+        EXPECT_EQ(v.Samples(), 0);
+        v.SetSamples(asked);
+        v.SetBounds(8, 8);
+        v.SetBackgroundColor(clBlack);
+        v.Coordinates()->SetVisible(false);
+        v.OpenGLConnect();
+        const int obtained = v.PixelFormat().Samples;
+        EXPECT_TRUE(asked > 0 || obtained == 0) << obtained;
+        if (asked > 0 && obtained == 0) GTEST_SKIP() << "the driver has no multisampled buffers";
+        GLint buffers = -1, samples = -1;
+        v.OnRender = [&](TOrnView*) {
+            glGetIntegerv(0x80A8 /* GL_SAMPLE_BUFFERS */, &buffers);
+            glGetIntegerv(0x80A9 /* GL_SAMPLES */, &samples);
+            glColor3f(1, 1, 1);
+            glBegin(GL_TRIANGLES);
+            glVertex2f(-0.9f, -0.9f), glVertex2f(0.9f, -0.7f), glVertex2f(-0.5f, 0.9f);
+            glEnd();
+        };
+        const auto image = v.GetImage(32, 32);
+        EXPECT_EQ(std::tuple(buffers, samples), std::tuple(obtained > 0 ? 1 : 0, obtained));
+        int grey = 0;
+        for (int y = 0; y < 32; ++y)
+            for (int x = 0; x < 32; ++x)
+                grey += image->ScanLine(y)[3 * x] != 0 && image->ScanLine(y)[3 * x] != 255;
+        EXPECT_TRUE(asked == 0 ? grey == 0 : grey > 20) << grey;
+    }
+}
+
+::testing::AssertionResult VectorNear(const TOrnMathVector& a, const TOrnMathVector& b, double tolerance) {
+    if (std::abs(a.x - b.x) <= tolerance && std::abs(a.y - b.y) <= tolerance &&
+        std::abs(a.z - b.z) <= tolerance)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "(" << a.x << ", " << a.y << ", " << a.z << ") against (" << b.x
+                                         << ", " << b.y << ", " << b.z << ")";
+}
+
+// A square of side 2·half at depth z, its left half named as index list 0, its right half as 1.
+struct HalvedSquare : TOrnObject {
+    HalvedSquare(float zValue, float halfValue = 0.5f) : TOrnObject(nullptr), z(zValue), half(halfValue) {}
+    float z, half;
+    void DoRender(TOrnCustomView* view) override {
+        TOrnObject::DoRender(view);
+        for (int index = 0; index < 2; ++index) {
+            if (WantsNames(view)) glPushName(static_cast<GLuint>(view->GetNextID(this, index)));
+            const float x0 = index == 0 ? -half : 0.0f, x1 = x0 + half;
+            glBegin(GL_QUADS);
+            glVertex3f(x0, -half, z), glVertex3f(x1, -half, z), glVertex3f(x1, half, z),
+                glVertex3f(x0, half, z);
+            glEnd();
+            if (WantsNames(view)) glPopName();
+        }
+    }
+};
+
+// The camera looks down −z from z = 2 (larger z is nearer) over 200 × 100 pixels, 50 per unit.
+class PickTest : public ViewTest {
+protected:
+    void SetUp() override {
+        ViewTest::SetUp();
+        if (IsSkipped()) return;
+        view.SetBounds(200, 100);
+        view.SetCamera(&camera);
+        view.OnRender = [this](TOrnView* v) {
+            for (auto& o : objects)
+                o->Render(v);
+        };
+        view.OpenGLConnect();
+    }
+    TOrnOrthographicCamera camera{nullptr};
+    TOrnView view{nullptr};
+    std::vector<std::unique_ptr<HalvedSquare>> objects;
+    TComponent form{nullptr};
+};
+
+TEST_F(PickTest, OverlappingObjectsComeNearestFirstAlsoWhenTheyOutgrowTheFirstBuffer) {
+    for (float z : {0.0f, 0.5f, -0.5f}) // render order is not depth order
+        objects.push_back(std::make_unique<HalvedSquare>(z, z > 0 ? 0.2f : 0.5f));
+    // (95, 50) is 0.1 left of the centre, inside all three squares.
+    EXPECT_EQ(view.GetObj(95, 50).Object, objects[1].get());
+    const auto& list = view.SelectionList();
+    ASSERT_EQ(list.size(), 3u);
+    for (size_t i = 0; i < 3; ++i) {
+        const HalvedSquare* nearest = objects[i == 0 ? 1 : i == 1 ? 0 : 2].get();
+        // Drawn by OnRender itself, so through no node; flat, so hit at the nearest depth.
+        EXPECT_EQ(std::tuple(list[i].Object, list[i].Index, list[i].Path.size()), std::tuple(nearest, 0, 0u));
+        EXPECT_TRUE(VectorNear(list[i].Point, {-0.1, 0, nearest->z}, 1e-5));
+    }
+    EXPECT_TRUE(list[0].ZMin < list[1].ZMin && list[1].ZMin < list[2].ZMin);
+    // Right of the centre, outside the small square: its right half is not hit.
+    EXPECT_EQ(view.GetObj(115, 50).Index, 1);
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[0].Object, objects[0].get());
+    objects.clear();
+    for (int i = 0; i < 1500; ++i)
+        objects.push_back(std::make_unique<HalvedSquare>(-1.0f + i / 1000.0f));
+    EXPECT_EQ(view.GetObj(90, 50).Object, objects.back().get());
+    ASSERT_EQ(list.size(), 1500u);
+    EXPECT_EQ(list.back().Object, objects.front().get());
+}
+
+TEST_F(PickTest, PickRegionIsCentredOnThePointWithYDownwards) {
+    view.SetDrawMode(dmBitmap); // a pick draws in dmSelection all the same, and restores the mode
+    auto hit = [&](int x, int y) { return view.GetObj(x, y).Object == objects[0].get(); };
+    // A small square above the centre: window row 50 − 0.6·50 = 20 from the top, its edge at row 25;
+    // the pick region reaches SelectHeight / 2 pixels beyond the point.
+    objects.push_back(std::make_unique<HalvedSquare>(0.0f, 0.1f));
+    objects.back()->Transformation()->Translation()->SetY(0.6f);
+    EXPECT_EQ((std::array{hit(100, 20), hit(100, 80), hit(100, 27), hit(100, 29)}),
+              (std::array{true, false, true, false}));
+    EXPECT_TRUE(view.SelectionList().empty());
+    // Without a camera the scene is drawn unprojected, but the pick still narrows to the point.
+    view.SetCamera(nullptr);
+    objects.back()->Transformation()->Translation()->SetY(0); // the square ends at row 55
+    EXPECT_EQ((std::array{hit(100, 57), hit(100, 59), hit(10, 10)}), (std::array{true, false, false}));
+    objects.back()->Transformation()->Translation()->SetY(0.6f); // rows count downwards here too
+    EXPECT_EQ((std::array{hit(100, 20), hit(100, 80)}), (std::array{true, false}));
+    EXPECT_EQ(view.DrawMode(), dmBitmap);
+}
+
+TEST_F(PickTest, ASphereIsHitOnItsFrontThroughTheNodesThatLeadToIt) {
+    // One sphere of radius 1 at z = −1, in node a directly and in node b as a shared item.
+    auto *root = new TOrnNode(&form), *a = new TOrnNode(&form), *b = new TOrnNode(&form);
+    auto* sphere = new TOrnSphere(&form);
+    sphere->Transformation()->Translation()->SetZ(-1);
+    a->Transformation()->Translation()->SetX(-1);
+    b->Transformation()->Translation()->SetValues(1, 0.5f, 0);
+    a->Add(sphere);
+    b->AddIndirect(sphere);
+    root->Add(a);
+    root->Add(b);
+    view.OnRender = [root](TOrnView* v) { root->Render(v); };
+    for (auto [x, y, node, front] : {std::tuple{50, 50, a, TOrnMathVector{-1, 0, 0}},
+                                     std::tuple{150, 25, b, TOrnMathVector{1, 0.5, 0}}}) {
+        const TOrnSelectionHit hit = view.GetObj(x, y);
+        EXPECT_EQ(hit.Object, sphere);
+        EXPECT_EQ(hit.Path, (std::vector<TOrnCustomNode*>{root, node}));
+        EXPECT_TRUE(VectorNear(hit.Point, front, 1e-6));
+    }
+    // 0.2 off the centre the ray meets a face just inside the round surface.
+    const TOrnMathVector p = view.GetObj(60, 50).Point;
+    EXPECT_NEAR(p.x, -0.8, 1e-6);
+    EXPECT_TRUE(p.z < -1 + std::sqrt(0.96) && p.z > -1 + std::sqrt(0.96) - 0.02) << p.z;
+}
+
+TEST_F(PickTest, WinFrom3DAndWinTo3DUndoEachOtherAndGetPointFindsTheSceneSurface) {
+    // Before any render the camera alone places the point, also for a view that never connected.
+    EXPECT_NEAR(view.WinFrom3D({0, 1, 0}).y, 0, 1e-6);
+    TOrnView never(nullptr);
+    never.SetBounds(200, 100);
+    never.SetCamera(&camera);
+    EXPECT_TRUE(VectorNear(never.WinFrom3D({1, 0.5, 0}), {150, 25, 0.1919192}, 1e-6));
+    // During a render a point is taken in the coordinates the object sees.
+    TOrnMathVector inside;
+    view.OnRender = [&](TOrnView* v) {
+        glTranslatef(1, 0, 0);
+        inside = v->WinFrom3D({0, 0, 0});
+    };
+    view.RenderScene();
+    EXPECT_TRUE(VectorNear(inside, {150, 50, 0.1919192}, 1e-6));
+    const TOrnMathVector w = view.WinFrom3D({0.4, -0.3, 0.2});
+    EXPECT_TRUE(VectorNear(w, {120, 65, 0.1717172}, 1e-6));
+    EXPECT_TRUE(VectorNear(view.WinTo3D(w.x, w.y, w.z), {0.4, -0.3, 0.2}, 1e-6));
+    view.OnRender = [this](TOrnView* v) { objects[0]->Render(v); };
+    objects.push_back(std::make_unique<HalvedSquare>(0.25f));
+    TOrnMathVector p;
+    ASSERT_TRUE(view.GetPoint(100, 50, p));
+    EXPECT_TRUE(VectorNear(p, {0.01, -0.01, 0.25}, 1e-3)); // the pixel centre, half a pixel off the axes
+    EXPECT_FALSE(view.GetPoint(2, 2, p) || view.GetPoint(200, 50, p) || view.GetPoint(-1, 50, p));
+    TOrnPerspectiveCamera perspective(nullptr);
+    perspective.Transformation()->Rotation()->SetX(20.0f);
+    view.SetCamera(&perspective);
+    objects[0] = std::make_unique<HalvedSquare>(0.1f, 1.2f);
+    objects[0]->Transformation()->Rotation()->SetY(35.0f);
+    int checked = 0;
+    for (int x = 60; x <= 140; x += 20)
+        for (int y = 30; y <= 70; y += 20)
+            if (view.GetPoint(x, y, p) && ++checked) {
+                const TOrnMathVector back = view.WinFrom3D(p);
+                EXPECT_TRUE(VectorNear({back.x, back.y, 0}, {x + 0.5, y + 0.5, 0}, 1.0)) << x << "," << y;
+            }
+    EXPECT_GE(checked, 10);
+}
+
+// Picking draws only the shapes that the nodes' indexes find near the pick volume. The answer must
+// be the one that drawing every shape gives: the same scene built from shapes that never report
+// bounds (and so are always drawn) is the reference, also after the scene changed.
+template <class T> class AlwaysDrawn : public T {
+public:
+    using T::T;
+    bool GetBounds(TOrnBounds&) override { return false; }
+};
+
+template <class... Shapes> TOrnPrimitiveObj* Make(int kind, bool alwaysDrawn, TComponent* owner) {
+    TOrnPrimitiveObj* made = nullptr;
+    int k = 0;
+    ((made = k++ != kind ? made : alwaysDrawn ? new AlwaysDrawn<Shapes>(owner) : new Shapes(owner)), ...);
+    return made;
+}
+
+/// One random scene: groups with transformations of their own, shapes of every kind placed,
+/// turned and scaled at random, and some shapes shared into a second group.
+struct Scene {
+    TComponent form{nullptr};
+    TOrnNode* root = new TOrnNode(&form);
+    std::vector<TOrnNode*> groups;
+    std::vector<TOrnPrimitiveObj*> shapes;
+    std::map<const void*, int> order{{root, -1}}; // shape or node → its number in the scene
+    std::mt19937 rng;
+
+    float Uniform(double lo, double hi) { return float(std::uniform_real_distribution<>(lo, hi)(rng)); }
+    void Place(TOrnTransformation& t, double reach) {
+        t.Translation()->SetValues(Uniform(-reach, reach), Uniform(-0.8 * reach, 0.8 * reach),
+                                   Uniform(-4, 4));
+        t.Rotation()->SetValues(Uniform(0, 360), Uniform(0, 360), Uniform(0, 360));
+        t.Scale()->SetValues(Uniform(0.3, 1.5), Uniform(0.3, 1.5), Uniform(0.3, 1.5));
+    }
+    Scene(unsigned seed, bool alwaysDrawn) : rng(seed) {
+        for (int g = 0; g < 4; ++g) {
+            root->Add(groups.emplace_back(new TOrnNode(&form)));
+            Place(*groups.back()->Transformation(), 3);
+            order[groups.back()] = -2 - g;
+        }
+        for (int i = 0; i < 120; ++i) {
+            shapes.push_back(Make<TOrnSphere, TOrnBox, TOrnCylinder, TOrnDisc, TOrnTorus, TOrnTriangle,
+                                  TOrnRectangle, TOrnLine, TOrnPoint>(i % 9, alwaysDrawn, &form));
+            order[shapes.back()] = i;
+            Place(*shapes.back()->Transformation(), 9);
+            groups[static_cast<size_t>(i) % 4]->Add(shapes.back());
+            if (i % 7 == 0) groups[static_cast<size_t>(i + 1) % 4]->AddIndirect(shapes.back());
+        }
+    }
+    /// Round 0 grows what group 0 shares with group 1 (not told), 1 moves and switches, 2 regroups.
+    void Change(int round) {
+        for (size_t i = 0; i < shapes.size(); ++i) {
+            if (round == 0 && i % 28 == 0) shapes[i]->Transformation()->Scale()->SetValues(8, 8, 8);
+            if (round == 1 && i % 5 == 0) Place(*shapes[i]->Transformation(), 9);
+            if (round == 1 && i % 11 == 0) shapes[i]->SetEnabled(!shapes[i]->Enabled());
+            if (round == 2 && i % 13 == 0) groups[(i + 2) % 4]->Add(shapes[i]);
+        }
+    }
+};
+
+TEST_F(PickTest, IndexedPickEqualsDrawingEverythingOnRandomScenes) {
+    TOrnPerspectiveCamera perspective(nullptr);
+    perspective.Transformation()->Translation()->SetZ(-22);
+    perspective.SetViewFar(100);
+    view.SetBounds(160, 120);
+    view.SetCamera(&perspective);
+    TOrnNode* drawn = nullptr;
+    view.OnRender = [&drawn](TOrnView* v) { drawn->Render(v); };
+    // The centre, points all over, and the edges and corners of the view.
+    const std::pair<int, int> points[] = {{80, 60},  {0, 0},   {159, 119}, {0, 60},   {159, 60}, {80, 0},
+                                          {80, 119}, {30, 40}, {120, 90},  {55, 100}, {140, 20}, {10, 110}};
+    // Every hit at (x, y) as its shape's number, index list, depths, point and group's number.
+    auto pick = [&](const Scene& s, int x, int y) {
+        drawn = s.root;
+        view.GetObj(x, y);
+        std::vector<std::tuple<int, int, double, double, double, double, double, int>> out;
+        for (const TOrnSelectionHit& h : view.SelectionList())
+            out.emplace_back(s.order.at(h.Object), h.Index, h.ZMin, h.ZMax, h.Point.x, h.Point.y, h.Point.z,
+                             h.Path.size() == 2 ? s.order.at(h.Path[1]) : -99);
+        return out;
+    };
+    int hits = 0, shared = 0;
+    for (unsigned seed = 1; seed <= 4; ++seed) {
+        Scene indexed(seed, false), reference(seed, true);
+        for (int round = 0; round < 4; indexed.Change(round), reference.Change(round), ++round)
+            for (const auto& [x, y] : points) {
+                const auto got = pick(indexed, x, y);
+                ASSERT_EQ(got, pick(reference, x, y)) << "seed " << seed << " at " << x << ", " << y;
+                for (const auto& hit : got)
+                    shared += std::get<0>(hit) % 7 == 0;
+                hits += static_cast<int>(got.size());
+            }
+    }
+    // The scenes are dense enough for the comparison to mean something, shared shapes included.
+    EXPECT_GT(hits, 80);
+    EXPECT_GT(shared, 5);
 }
 
 } // namespace
