@@ -23,7 +23,6 @@ protected:
         view.Coordinates()->SetVisible(false);
         view.OpenGLConnect();
     }
-    /// Renders with draw as the canvas overlay.
     Image Draw(const std::function<void(TOrnViewCanvas&)>& draw) {
         view.OnDrawCanvas = [&](TOrnView* v) { draw(v->Canvas()); };
         view.RenderScene();

@@ -25,7 +25,6 @@ inline std::array<double, 16> GetMatrix(GLenum which) {
     return m;
 }
 
-/// For EXPECT_THAT(GetMatrix(GL_PROJECTION_MATRIX), MatrixNear(expected)).
 inline auto MatrixNear(const std::array<double, 16>& expected) {
     return ::testing::Pointwise(::testing::DoubleNear(1e-6), expected);
 }
