@@ -8,9 +8,13 @@
 #include <orn/geometry/TOrnTorus.h>
 #include <orn/geometry/TOrnTriangle.h>
 #include <orn/host/EOrnError.h>
+#include <orn/host/TOrnClock.h>
+#include <orn/samples/TOrnColorGrid.h>
+#include <orn/samples/TOrnGauge.h>
 #include <orn/scene/TOrnCustomController.h>
 #include <orn/scene/TOrnNode.h>
 #include <orn/state/TOrnAttributes.h>
+#include <orn/view/TOrnCanvasView.h>
 #include <orn/view/TOrnWindowSurface.h>
 
 #include "support/GLTestContext.h"
@@ -30,7 +34,8 @@
 namespace orn {
 namespace {
 
-using test::ViewTest;
+using test::ViewTest, test::Image, test::Rgba, test::kBlack, test::kWhite, test::kRed, test::kBlue,
+    test::kLime, test::kYellow;
 using Calls = std::vector<std::string>;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
@@ -110,7 +115,6 @@ TEST_F(CameraAndAxesGL, ProjectionFollowsTheWindowAspectAndOrthographicKeepsItsH
 }
 
 TEST_F(CameraAndAxesGL, CoordinatesDrawThreeAxesInTheirColoursAndLengthOrNothing) {
-    using test::kBlack, test::kBlue, test::kLime, test::kRed;
     TOrnCoordinates c;
     int changes = 0;
     c.OnChange = [&](TObject*) { ++changes; };
@@ -199,7 +203,6 @@ TEST_F(ViewTest, ConnectedViewsJoinTheListAndShareListsWithTheFirst) {
         EXPECT_EQ(TOrnView::ViewList(), (std::vector<TOrnView*>{&second, &third}));
         third.SetCurrent(true);
         EXPECT_TRUE(glIsList(list)) << "sharing outlives the first view";
-        third.SetCurrent(false);
     }
     second.OpenGLDisconnect();
     EXPECT_TRUE(!second.Active() && TOrnView::ViewList().empty());
@@ -229,9 +232,7 @@ TEST_F(ViewTest, EglContextsAreRgba8Depth24StencilShareWhenAskedAndRefuseMisuseC
     EXPECT_THROW(context.Resize(4, 4), EOrnError);
     using testing::HasSubstr, testing::ThrowsMessage;
     EXPECT_THAT([&] { context.Create(4, 4, &other); }, ThrowsMessage<EOrnError>(HasSubstr("share")));
-    detail::EglContext::Format impossible;
-    impossible.redBits = 64;
-    EXPECT_THAT([&] { context.Create(4, 4, nullptr, impossible); },
+    EXPECT_THAT([&] { context.Create(4, 4, nullptr, {.redBits = 64}); },
                 ThrowsMessage<EOrnError>(HasSubstr("no pbuffer configuration")));
     EXPECT_FALSE(context.IsCreated());
     EXPECT_STREQ(detail::EglErrorName(EGL_BAD_MATCH), "EGL_BAD_MATCH");
@@ -294,7 +295,7 @@ TEST_F(ViewTest, ClearBuffersBorrowsTheContextNamesStartAtOneInEveryRenderAndAGo
     keeper.SetCurrent(false);
     keeper.ClearBuffers({btColor});
     EXPECT_FALSE(keeper.GetCurrent());
-    EXPECT_TRUE(test::ColorNear(ViewImage(keeper).At(3, 3), test::kBlue, 0));
+    EXPECT_TRUE(test::ColorNear(ViewImage(keeper).At(3, 3), kBlue, 0));
     EXPECT_NEAR(ViewDepth(keeper, 3, 3), 0.25f, 1e-6);
     keeper.ClearBuffers({btDepth});
     EXPECT_NEAR(ViewDepth(keeper, 3, 3), 0.75f, 1e-6);
@@ -324,7 +325,6 @@ TEST_F(ViewTest, ClearBuffersBorrowsTheContextNamesStartAtOneInEveryRenderAndAGo
     EXPECT_EQ(std::tuple(object.View(), object.ListId()), std::tuple(nullptr, 0u));
     keeper.SetCurrent(true);
     EXPECT_FALSE(glIsList(list));
-    keeper.SetCurrent(false);
 }
 
 struct RecordingController : TOrnCustomController {
@@ -405,16 +405,10 @@ TEST(GlfwKeyToVirtualKey, TranslatesTheKeysControllersUseAndGivesZeroForTheRest)
 // The frame starts from colour white and depth 0.25: what each setting clears and leaves set.
 TEST_F(ViewTest, RenderSceneGLFollowsBuffersMasksAndDepthTestAndRestoresTheState) {
     using Floats = std::array<GLfloat, 4>;
-    const std::tuple<TOrnBufferTypes, TOrnDrawValues, bool, TColor, test::Rgba, float, Floats> cases[] = {
-        {{btColor, btDepth},
-         {dvRed, dvGreen, dvBlue, dvAlpha, dvDepth},
-         true,
-         0,
-         test::kBlack,
-         1,
-         {1, 1, 1, 1}},
+    const std::tuple<TOrnBufferTypes, TOrnDrawValues, bool, TColor, Rgba, float, Floats> cases[] = {
+        {{btColor, btDepth}, {dvRed, dvGreen, dvBlue, dvAlpha, dvDepth}, true, 0, kBlack, 1, {1, 1, 1, 1}},
         {{btColor}, {dvGreen, dvAlpha}, false, RGB(0, 51, 255), {255, 51, 255, 255}, 0.25f, {0, 1, 0, 1}},
-        {{btDepth}, {dvGreen, dvDepth}, true, 0, test::kWhite, 1, {0, 1, 0, 0}}};
+        {{btDepth}, {dvGreen, dvDepth}, true, 0, kWhite, 1, {0, 1, 0, 0}}};
     auto get = [](GLenum name) {
         Floats value{};
         glGetFloatv(name, value.data());
@@ -455,7 +449,6 @@ TEST_F(ViewTest, RenderSceneGLFollowsBuffersMasksAndDepthTestAndRestoresTheState
         EXPECT_EQ(
             (std::array{glIsEnabled(GL_LIGHTING), glIsEnabled(GL_SCISSOR_TEST), glIsEnabled(GL_DEPTH_TEST)}),
             (std::array<GLboolean, 3>{0, 0, 1}));
-        v.SetCurrent(false);
     }
 }
 
@@ -477,10 +470,10 @@ TEST_F(ViewTest, EveryModeButSelectionSwapsResizingFollowsTheSurfaceAndInitCamer
     v.SetDrawMode(dmWindow);
     v.SetBounds(30, 70);
     v.RenderScene();
-    EXPECT_GE(test::CountPixels(ViewImage(v), test::kRed, 0), 14u); // the x axis, from the centre rightwards
+    EXPECT_GE(test::CountPixels(ViewImage(v), kRed, 0), 14u); // the x axis, from the centre rightwards
     v.Coordinates()->SetVisible(false);
     v.RenderScene();
-    EXPECT_EQ(test::CountPixels(ViewImage(v), test::kBlue, 0), 30u * 70u);
+    EXPECT_EQ(test::CountPixels(ViewImage(v), kBlue, 0), 30u * 70u);
     camera.Transformation()->Translation()->SetValues(1, 2, -5);
     v.SetPickPoint(20, 10);
     v.SetSelectWidth(7);
@@ -572,7 +565,6 @@ TEST_F(ViewTest, GetImageRendersAtAnySizeInBitmapModeRestoringTheViewAndGetSurfa
     v.SetCurrent(true);
     GLint depth = -1;
     glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &depth);
-    v.SetCurrent(false);
     EXPECT_EQ(depth, 0); // the failed repaint popped what it pushed
 }
 
@@ -892,8 +884,215 @@ TEST_F(PickTest, IndexedPickEqualsDrawingEverythingOnRandomScenes) {
             }
     }
     // The scenes are dense enough for the comparison to mean something, shared shapes included.
-    EXPECT_GT(hits, 80);
-    EXPECT_GT(shared, 5);
+    EXPECT_TRUE(hits > 80 && shared > 5) << hits << " hits, " << shared << " of shared shapes";
+}
+
+class CanvasTest : public test::ViewTest {
+protected:
+    void SetUp() override {
+        ViewTest::SetUp();
+        if (IsSkipped()) return;
+        view.SetBounds(64, 48);
+        view.Coordinates()->SetVisible(false);
+        view.OpenGLConnect();
+    }
+    Image Draw(const std::function<void(TOrnViewCanvas&)>& draw) {
+        view.OnDrawCanvas = [draw](TOrnView* v) { draw(v->Canvas()); };
+        view.RenderScene();
+        return ViewImage(view);
+    }
+    /// Checks pixels given as (x, y counted from the top, colour).
+    template <std::size_t N>
+    static void ExpectPixels(const Image& image, const std::tuple<int, int, Rgba> (&pixels)[N],
+                             int tolerance = 0) {
+        for (const auto& [x, y, colour] : pixels)
+            EXPECT_TRUE(test::ColorNear(image.At(x, image.height - 1 - y), colour, tolerance))
+                << x << "," << y;
+    }
+
+    TOrnCanvasView view{nullptr};
+};
+
+TEST_F(CanvasTest, FillRectLinesOutlinesAndTurnedShapesCoverExactlyTheirPixels) {
+    const Image image = Draw([](TOrnViewCanvas& c) {
+        c.SetBrushColor(clRed);
+        c.FillRect(Rect(10, 5, 20, 8));
+        c.SetPenColor(clWhite);
+        c.MoveTo(5, 30);
+        c.LineTo(25, 30);
+        c.SetPenColor(clLime);
+        c.SetBrushColor(clBlue);
+        c.Rectangle(Rect(40, 10, 50, 20));
+        c.SetBrushColor(clWhite);
+        c.SetAlpha(0.5f);
+        c.FillRect(Rect(0, 40, 8, 48)); // ctNone: alpha ignored
+        c.SetTransparency(ctAlpha);
+        c.FillRect(Rect(10, 40, 18, 48));
+        c.SetTransparency(ctAddAlpha);
+        c.SetBrushColor(clRed);
+        c.FillRect(Rect(10, 40, 12, 48)); // added to the grey
+        c.SetTransparency(ctNone);
+        c.SetAlpha(1);
+        c.SetBrushColor(clYellow);
+        c.Transformation()->Rotation()->SetZ(90); // about the first point; x turns into y, running down
+        c.FillRect(Rect(30, 24, 50, 28));
+    });
+    EXPECT_EQ(test::CountPixels(image, kRed, 0), 30u);
+    EXPECT_EQ(test::CountPixels(image, kYellow, 0), 80u);
+    const std::tuple<int, int, Rgba> pixels[] = {{10, 5, kRed},    {19, 7, kRed},    {20, 7, kBlack},
+                                                 {10, 8, kBlack},  {5, 30, kWhite},  {24, 30, kWhite},
+                                                 {15, 31, kBlack}, {40, 10, kLime},  {49, 19, kLime},
+                                                 {45, 15, kBlue},  {50, 15, kBlack}, {28, 40, kYellow}};
+    ExpectPixels(image, pixels);
+    // Blending writes (and blends) the alpha channel too.
+    ExpectPixels(
+        image,
+        {{4, 44, {255, 255, 255, 128}}, {14, 44, {128, 128, 128, 191}}, {11, 44, {255, 128, 128, 255}}}, 1);
+}
+
+TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneLeavesItsStateAndCanBePicked) {
+    view.RenderScene();
+    view.Canvas().SetBrushColor(clRed);
+    view.Canvas().FillRect(Rect(0, 0, 10, 10));
+    view.SetCurrent(true);
+    view.Canvas().Rectangle(Rect(0, 0, 10, 10)); // current, but not rendering
+    view.SetCurrent(false);
+    EXPECT_EQ(test::CountPixels(ViewImage(view), kBlack, 0), 64u * 48u);
+    EXPECT_FALSE(view.Canvas().CanDraw());
+    TOrnOrthographicCamera camera(nullptr);
+    view.SetCamera(&camera);
+    GLint matrixMode = -1;
+    std::array<GLboolean, 3> enabled{};
+    std::array<double, 16> before, after;
+    view.OnRender = [](TOrnView*) {
+        glColor3f(0, 0, 1);
+        glRectf(-5, -5, 5, 5); // fills the view, in front of the far plane
+        glEnable(GL_LIGHTING); // none of which may touch what the canvas draws
+        glEnable(GL_CULL_FACE);
+        glCullFace(GL_FRONT_AND_BACK);
+    };
+    const Image image = Draw([&](TOrnViewCanvas& c) {
+        before = test::GetMatrix(GL_PROJECTION_MATRIX);
+        c.SetBrushColor(clRed);
+        c.FillRect(Rect(0, 0, 4, 4));
+        after = test::GetMatrix(GL_PROJECTION_MATRIX);
+        enabled = {glIsEnabled(GL_DEPTH_TEST), glIsEnabled(GL_LIGHTING), glIsEnabled(GL_CULL_FACE)};
+        glGetIntegerv(GL_MATRIX_MODE, &matrixMode);
+    });
+    ExpectPixels(image, {{1, 1, kRed}, {30, 30, kBlue}});
+    EXPECT_EQ(std::tuple(enabled, matrixMode, before),
+              std::tuple(std::array<GLboolean, 3>{1, 1, 1}, GL_MODELVIEW, after));
+    view.SetCamera(nullptr);
+    TOrnObject marker(nullptr); // what the canvas draws can be picked
+    view.OnRender = [&](TOrnView* v) {
+        const bool named = IsNamingDrawMode(v->DrawMode());
+        if (named) glPushName(static_cast<GLuint>(v->GetNextID(&marker, -1)));
+        v->Canvas().FillRect(Rect(10, 10, 20, 20));
+        if (named) glPopName();
+    };
+    EXPECT_EQ(std::tuple(view.GetObj(15, 15).Object, view.GetObj(40, 30).Object),
+              std::tuple(&marker, nullptr));
+}
+
+TEST_F(CanvasTest, DrawTextureMapsTheSourceRectangleOfTheBitmapAndTextOutDrawsInTheFontColourInItsCell) {
+    GLuint name = 0;
+    view.SetCurrent(true);
+    glGenTextures(1, &name);
+    glBindTexture(GL_TEXTURE_2D, name);
+    // A 4 × 4 image uploaded bottom-up: bitmap rows 0 … 1 (the top) are red, 2 … 3 blue.
+    std::vector<std::uint32_t> texels(16, 0xFFFF0000u); // A, B, G, R from the high byte: blue
+    std::fill(texels.begin() + 8, texels.end(), 0xFF0000FFu);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    TOrnGLTextureName texture(name, 4, 4), missing(0, 4, 4);
+    Image image = Draw([&](TOrnViewCanvas& c) {
+        c.DrawTexture(texture, Rect(0, 0, 16, 16), Rect(0, 0, 4, 2)); // the red top half
+        c.DrawTexture(texture, Rect(20, 0, 28, 8), Rect(0, 0, 4, 4));
+    });
+    EXPECT_EQ(test::CountPixels(image, kRed, 0), 16u * 16u + 8u * 4u);
+    ExpectPixels(image, {{24, 1, kRed}, {24, 6, kBlue}});
+    image = Draw([&](TOrnViewCanvas& c) { c.DrawTexture(missing, Rect(0, 0, 16, 16), Rect(0, 0, 4, 4)); });
+    EXPECT_EQ(test::CountPixels(image, kBlack, 0), 64u * 48u);
+    view.SetCurrent(true);
+    glDeleteTextures(1, &name);
+    view.SetCurrent(false);
+    image = Draw([](TOrnViewCanvas& c) {
+        c.Font().SetColor(clRed);
+        c.Font().SetHeight(20);
+        c.TextOut(10, 5, "HHH");
+    });
+    std::size_t red = 0, other = 0;
+    for (int y = 0; y < image.height; ++y) // counted from the bottom: the cell is rows 11 … 42
+        for (int x = 0; x < image.width; ++x) {
+            const Rgba p = image.At(x, y);
+            const bool inCell =
+                p[0] > 0 && p[1] == 0 && p[2] == 0 && x >= 10 && y >= 48 - 5 - 32 && y < 48 - 5;
+            red += inCell;
+            other += p != kBlack && !inCell;
+        }
+    EXPECT_TRUE(red > 60 && other == 0) << red << " red, " << other << " elsewhere";
+}
+
+TEST_F(CanvasTest, ControlsPaintOverTheRenderedScene) {
+    view.SetBackgroundColor(clBlue);
+    // The scene: the left half of the window red, the rest the blue background.
+    view.OnRender = [](TOrnView*) {
+        glColor3f(1, 0, 0);
+        glRectf(-1, -1, 0, 1);
+    };
+    TOrnGauge gauge(nullptr);
+    gauge.SetBounds(-10, 10, 70, 20); // reaches out of the window on the left
+    gauge.SetBorderStyle(false);
+    gauge.SetShowText(false);
+    gauge.SetForeColor(clLime);
+    gauge.SetBackColor(clWhite);
+    gauge.SetProgress(50); // lime from x = -10 to 25, white up to 60
+    gauge.SetParent(&view);
+    view.RenderScene();
+    // The gauge reaching out of the window, and the scene beside and above it.
+    const std::tuple<int, int, Rgba> pixels[] = {{0, 10, kLime},   {24, 29, kLime}, {25, 20, kWhite},
+                                                 {59, 20, kWhite}, {60, 20, kBlue}, {10, 9, kRed},
+                                                 {50, 40, kBlue}};
+    ExpectPixels(ViewImage(view), pixels);
+    gauge.SetVisible(false);
+    view.RenderScene();
+    ExpectPixels(ViewImage(view), {{25, 20, kRed}});
+}
+
+TEST_F(CanvasTest, CanvasViewTimesItsOwnRepaintsAndControlsTakeTheirInputBeforeTheView) {
+    std::int64_t now = 0;
+    // Every read of the clock is 4 ms later; a repaint reads it twice.
+    TOrnClockOverride clock([&] { return now += 4; }, 1000);
+    view.OpenGLDisconnect();
+    view.RenderScene(); // not active: nothing to time
+    EXPECT_EQ(view.RenderTime(), 0.0);
+    view.OpenGLConnect();
+    view.RenderScene();
+    EXPECT_DOUBLE_EQ(view.RenderTime(), 0.004);
+    EXPECT_EQ(view.FrameRate(), 0.0);
+    now += 12;
+    view.RenderScene(); // started 20 ms after the first
+    EXPECT_DOUBLE_EQ(view.FrameRate(), 50.0);
+    TOrnColorGrid grid(nullptr);
+    grid.SetBounds(100, 100, 160, 160);
+    grid.SetParent(&view);
+    std::vector<std::string> log;
+    view.OnMouseDown = [&](TObject*, TMouseButton, TShiftState, int, int) { log.push_back("view down"); };
+    view.OnKeyDown = [&](TObject*, std::uint16_t&, TShiftState) { log.push_back("view key"); };
+    grid.OnChange = [&](TObject*) { log.push_back("grid " + std::to_string(grid.ForegroundIndex())); };
+    auto right = [&] {
+        std::uint16_t key = VK_RIGHT;
+        view.KeyDown(key, {});
+    };
+    right();                              // no control has the focus yet
+    view.MouseDown(mbLeft, {}, 190, 150); // cell 6
+    view.MouseUp(mbLeft, {}, 190, 150);
+    right();
+    view.MouseDown(mbLeft, {}, 10, 10); // the scene: the keys go back to the view
+    right();
+    EXPECT_EQ(log, (std::vector<std::string>{"view key", "grid 6", "grid 7", "view down", "view key"}));
+    EXPECT_EQ(grid.ForegroundIndex(), 7);
 }
 
 } // namespace
