@@ -12,7 +12,9 @@
 namespace orn {
 namespace {
 
-TEST(OrnVersionInfo, VersionsLibraryFileVersionsAndTheStatusTextWithEveryFieldInItsPlace) {
+using GLStatusTest = test::ViewTest;
+
+TEST_F(GLStatusTest, VersionsAndTheDriverPixelFormatAndLibrariesAreReportedInTheirPlacesAndInTheAboutBox) {
     EXPECT_EQ(OrnVersion(), ORN_VERSION_STRING);
     EXPECT_EQ(OrnVersion(), std::to_string(OrnVersionMajor()) + "." + std::to_string(OrnVersionMinor()) +
                                 "." + std::to_string(OrnVersionPatch()));
@@ -37,11 +39,6 @@ TEST(OrnVersionInfo, VersionsLibraryFileVersionsAndTheStatusTextWithEveryFieldIn
         "Surface: headless\nPixel format: colour index, colour 16 bits, alpha 0, depth 24, "
         "stencil 0, single buffered, flags 0x24\nExtensions:\n  GL_a\n  GL_b\n";
     EXPECT_EQ(FormatGLStatus(s, true), head + index + tail);
-}
-
-using GLStatusTest = test::ViewTest;
-
-TEST_F(GLStatusTest, ReportsTheDriverThePixelFormatAndTheLibrariesAndTheAboutBoxShowsThem) {
     TOrnView view(nullptr);
     TOrnAboutBox box(nullptr);
     const std::string text = box.Text();
@@ -50,20 +47,20 @@ TEST_F(GLStatusTest, ReportsTheDriverThePixelFormatAndTheLibrariesAndTheAboutBox
     EXPECT_THROW(GetGLStatus(view), EOrnError); // not active
     EXPECT_THROW(box.LoadFromView(view), EOrnError);
     view.OpenGLConnect();
-    const TOrnGLStatus s = GetGLStatus(view);
-    for (const std::string& field : {s.Vendor, s.Renderer, s.GLUVersion, s.EGLVersion})
+    const TOrnGLStatus got = GetGLStatus(view);
+    for (const std::string& field : {got.Vendor, got.Renderer, got.GLUVersion, got.EGLVersion})
         EXPECT_FALSE(field.empty());
-    EXPECT_TRUE(s.Version[0] >= '1' && s.Version[0] <= '9') << s.Version;
-    EXPECT_EQ(std::tuple(s.Surface, s.PixelFormat, view.GetCurrent()),
+    EXPECT_TRUE(got.Version[0] >= '1' && got.Version[0] <= '9') << got.Version;
+    EXPECT_EQ(std::tuple(got.Surface, got.PixelFormat, view.GetCurrent()),
               std::tuple("headless", view.PixelFormat(), false));
-    EXPECT_GT(s.Extensions.size(), 10u);
+    EXPECT_GT(got.Extensions.size(), 10u);
     for (const char* prefix : {"libEGL", "libGLU"})
-        EXPECT_TRUE(std::any_of(s.Libraries.begin(), s.Libraries.end(), [&](const TOrnLibraryFile& f) {
+        EXPECT_TRUE(std::any_of(got.Libraries.begin(), got.Libraries.end(), [&](const TOrnLibraryFile& f) {
             return f.Name.starts_with(prefix) && f.Path.starts_with("/");
         })) << prefix;
     box.LoadFromView(view);
-    EXPECT_EQ(box.Text(), text + "GL vendor: " + s.Vendor + "\nGL renderer: " + s.Renderer +
-                              "\nGL version: " + s.Version + "\n");
+    EXPECT_EQ(box.Text(), text + "GL vendor: " + got.Vendor + "\nGL renderer: " + got.Renderer +
+                              "\nGL version: " + got.Version + "\n");
     TBitmap bitmap;
     box.PaintTo(bitmap);
     int ink = 0;

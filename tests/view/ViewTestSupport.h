@@ -12,17 +12,18 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <tuple>
 
 namespace orn::test {
 
 constexpr Rgba kBlack{0, 0, 0, 255}, kWhite{255, 255, 255, 255}, kRed{255, 0, 0, 255}, kLime{0, 255, 0, 255},
     kBlue{0, 0, 255, 255}, kYellow{255, 255, 0, 255};
 
-/// GL_MODELVIEW_MATRIX or GL_PROJECTION_MATRIX of the current context.
-inline std::array<double, 16> GetMatrix(GLenum which) {
-    std::array<double, 16> m;
-    glGetDoublev(which, m.data());
-    return m;
+/// N values of a GL state variable, in the type asked for (a matrix: GetGL<double, 16>).
+template <class T = GLfloat, std::size_t N = 4> std::array<T, N> GetGL(GLenum name) {
+    std::array<GLdouble, N> values{};
+    glGetDoublev(name, values.data());
+    return std::apply([](auto... v) { return std::array<T, N>{static_cast<T>(v)...}; }, values);
 }
 
 inline auto MatrixNear(const std::array<double, 16>& expected) {
