@@ -163,6 +163,8 @@ TEST(TOrnPrimitiveArray, GrowsByTwelveClampsEveryPositionAndAddsOnlyItsOwnType) 
         list->AddIndex(i);
     EXPECT_EQ(list->Count(), 13);
     EXPECT_EQ(list->Size(), 24);
+    list->SetSize(2);
+    EXPECT_EQ(test::Entries(list.get()), (Idx{9, 10}));
 }
 
 TEST(TOrnPrimitiveArray, SetTypeConvertsOnlyTheAllowedPairs) {
