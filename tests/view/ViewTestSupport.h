@@ -6,38 +6,28 @@
 #include "view/detail/EglContext.h"
 
 #include <GL/gl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cmath>
 #include <memory>
 #include <string>
+#include <tuple>
 
 namespace orn::test {
 
-inline ::testing::AssertionResult VectorNear(const TOrnMathVector& a, const TOrnMathVector& b,
-                                             double tolerance) {
-    if (std::abs(a.x - b.x) <= tolerance && std::abs(a.y - b.y) <= tolerance &&
-        std::abs(a.z - b.z) <= tolerance)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "(" << a.x << ", " << a.y << ", " << a.z << ") is not within "
-                                         << tolerance << " of (" << b.x << ", " << b.y << ", " << b.z << ")";
+constexpr Rgba kBlack{0, 0, 0, 255}, kWhite{255, 255, 255, 255}, kRed{255, 0, 0, 255}, kLime{0, 255, 0, 255},
+    kBlue{0, 0, 255, 255}, kYellow{255, 255, 0, 255};
+
+/// N values of a GL state variable, in the type asked for (a matrix: GetGL<double, 16>).
+template <class T = GLfloat, std::size_t N = 4> std::array<T, N> GetGL(GLenum name) {
+    std::array<GLdouble, N> values{};
+    glGetDoublev(name, values.data());
+    return std::apply([](auto... v) { return std::array<T, N>{static_cast<T>(v)...}; }, values);
 }
 
-using GLMatrix = std::array<double, 16>;
-
-/// GL_MODELVIEW_MATRIX or GL_PROJECTION_MATRIX of the current context.
-inline GLMatrix GetMatrix(GLenum which) {
-    GLMatrix m;
-    glGetDoublev(which, m.data());
-    return m;
-}
-
-inline ::testing::AssertionResult MatrixNear(const GLMatrix& a, const GLMatrix& b, double tolerance = 1e-6) {
-    for (int i = 0; i < 16; ++i)
-        if (std::abs(a[i] - b[i]) > tolerance)
-            return ::testing::AssertionFailure() << "element " << i << ": " << a[i] << " against " << b[i];
-    return ::testing::AssertionSuccess();
+inline auto MatrixNear(const std::array<double, 16>& expected) {
+    return ::testing::Pointwise(::testing::DoubleNear(1e-6), expected);
 }
 
 /// Tests of views on the headless surface: skipped only where EGL has no display at all.
@@ -50,11 +40,9 @@ protected:
     void TearDown() override { detail::EglContext::DoneCurrent(); }
 
     static Image ViewImage(TOrnView& view) {
-        Image image;
-        view.SetCurrent(true);
-        image.width = view.ClientWidth();
-        image.height = view.ClientHeight();
+        Image image{view.ClientWidth(), view.ClientHeight(), {}};
         image.pixels.resize(static_cast<std::size_t>(image.width) * image.height * 4);
+        view.SetCurrent(true);
         glPixelStorei(GL_PACK_ALIGNMENT, 1);
         glReadPixels(0, 0, image.width, image.height, GL_RGBA, GL_UNSIGNED_BYTE, image.pixels.data());
         view.SetCurrent(false);
@@ -71,15 +59,14 @@ protected:
 };
 
 /// A headless surface standing in for a window's: it counts the view's swaps, and the bitmaps of
-/// GetImage share nothing with it. With share false, neither do the other views' contexts.
+/// GetImage share nothing with it.
 class WindowLikeSurface : public TOrnSurface {
 public:
-    explicit WindowLikeSurface(int* swaps = nullptr, bool share = true)
-        : fInner(CreateHeadlessSurface()), fSwaps(swaps), fShare(share) {}
+    explicit WindowLikeSurface(int* swaps = nullptr) : fInner(CreateHeadlessSurface()), fSwaps(swaps) {}
     void Create(const TOrnPixelFormat& request, int width, int height, TOrnSurface* shareWith) override {
         auto* like = dynamic_cast<WindowLikeSurface*>(shareWith);
-        fInner->Create(request, width, height, !fShare ? nullptr : like ? like->fInner.get() : shareWith);
-        StartRenderState(fShare ? shareWith : nullptr);
+        fInner->Create(request, width, height, like ? like->fInner.get() : shareWith);
+        StartRenderState(shareWith);
     }
     bool MakeCurrent() override { return fInner->MakeCurrent(); }
     void DoneCurrent() override { fInner->DoneCurrent(); }
@@ -95,7 +82,6 @@ public:
 private:
     std::unique_ptr<TOrnSurface> fInner;
     int* fSwaps;
-    bool fShare;
 };
 
 } // namespace orn::test
