@@ -159,6 +159,22 @@ TEST(TOrnDXFImport, BulgesFacesSplinesAndInsertsLandWhereComputedByHandAndTheSce
                 Near(faces.world.triangles[5], {0, 1, 0}));
     EXPECT_EQ(faces.world.edges, std::vector<int>({0, 1, 0, 0, 1, 1, /**/ 1, 1, 0, /**/ 1, 1, 0, 0, 1, 1, /**/
                                                    1, 0, 0, 0, 1, 1}));
+    // A polygon mesh of 2 × 3 vertices over two unit squares, and a third square when closed along rows.
+    for (auto [flags, area] : {std::pair{"16", 2.0}, {"48", 4.0}}) {
+        Imported mesh(Dxf(
+            G(std::string("0 POLYLINE 70 ") + flags +
+              " 71 2 72 3 0 VERTEX 70 64 0 VERTEX 70 64 10 1 0 VERTEX 70 64 10 2 0 VERTEX 70 64 10 0 20 1 "
+              "0 VERTEX 70 64 10 1 20 1 0 VERTEX 70 64 10 2 20 1 0 SEQEND")));
+        EXPECT_NEAR(TriangleArea(mesh.world.triangles), area, 1e-9) << flags;
+    }
+    TOrnDXFImport options(nullptr);
+    for (auto [circle, spline, scale, kept] :
+         {std::tuple{7, 0, -2.0, std::tuple(8, 1, 1.0)}, {5000, 300, 0.5, std::tuple(4096, 256, 0.5)}}) {
+        options.SetCircleSegments(circle);
+        options.SetSplineSegments(spline);
+        options.SetScale(scale);
+        EXPECT_EQ(std::tuple(options.CircleSegments(), options.SplineSegments(), options.Scale()), kept);
+    }
     // Where nothing is hidden, faces carry no edge flags at all.
     Imported plain(Dxf(G("0 3DFACE 10 0 20 0 11 1 21 0 12 1 22 1")));
     EXPECT_EQ(plain.world.edges, std::vector<int>({255, 255, 255}));

@@ -467,6 +467,10 @@ TEST_F(PointSetFixture, MatrixRowsAreLinesOfNumbersInTheFormsOfOtherToolsXYZLine
     obj->ReadFromText("0 0 1\n1 0 2\n0 1 3\n1 1 4\n0 2 5\n1 2 6\n", "p.xyz");
     EXPECT_EQ(std::tuple(obj->Rows(), obj->Columns(), obj->GridPoint(2, 1)),
               std::tuple(3, 2, ToVec(1, 2, 6)));
+    obj->SetColumns(4); // 6 points fill no rows of 4: kept
+    obj->SetColumns(3);
+    EXPECT_EQ(std::pair(obj->Rows(), obj->Columns()), std::pair(2, 3));
+    obj->SetColumns(2);
     obj->Init();
     EXPECT_EQ(std::pair(At(*obj, 5), obj->PrimitiveCount()), std::pair(ToVec(1, 2, 12), 2));
     obj->SetFormat(pfMatrix);

@@ -118,6 +118,7 @@ TEST(TOrnCalendar, MovesKeepTheDayInRangeTheSelectedDayIsHighlightedAndClicksCho
         {{2024, 1, 15}, [](TOrnCalendar& c) { c.PrevMonth(); }, {2023, 12, 15}},
         {{9999, 12, 31}, [](TOrnCalendar& c) { c.NextYear(), c.AddDays(1000); }, {9999, 12, 31}},
         {{-5, 14, 40}, [](TOrnCalendar&) {}, {1, 12, 31}},
+        {{2024, 3, 31}, [](TOrnCalendar& c) { c.SetYear(10000), c.SetMonth(0); }, {9999, 1, 31}},
         {{2023, 12, 31}, key(VK_RIGHT), {2024, 1, 1}},
         {{2024, 1, 1}, key(VK_LEFT), {2023, 12, 31}},
         {{2023, 12, 31}, key(VK_DOWN), {2024, 1, 7}},
