@@ -9,6 +9,7 @@
 #include <GL/gl.h>
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <numbers>
 
@@ -69,7 +70,9 @@ struct Imported {
     TOrnDXFImport importer{nullptr};
     World world;
     const TOrnDXFReport& report = importer.Report();
-    explicit Imported(const std::string& text, bool file = false) {
+    explicit Imported(const std::string& text, bool file = false,
+                      const std::function<void(TOrnDXFImport&)>& options = {}) {
+        if (options) options(importer);
         importer.SetNode(node);
         importer.SetFileName(file ? text : "");
         file ? importer.Execute() : importer.LoadFromBuffer(text.data(), text.size());
@@ -167,6 +170,12 @@ TEST(TOrnDXFImport, BulgesFacesSplinesAndInsertsLandWhereComputedByHandAndTheSce
               "0 VERTEX 70 64 10 1 20 1 0 VERTEX 70 64 10 2 20 1 0 SEQEND")));
         EXPECT_NEAR(TriangleArea(mesh.world.triangles), area, 1e-9) << flags;
     }
+    // Inches to metres, twice over; a line 3 thick stands as a wall its length long.
+    Imported inches(G("0 SECTION 2 HEADER 9 $INSUNITS 70 1 0 ENDSEC") +
+                        Dxf(G("0 LINE 11 100 0 LINE 11 10 39 3")),
+                    false, [](TOrnDXFImport& i) { i.SetUnitsToMetres(true), i.SetScale(2); });
+    EXPECT_TRUE(Contains(inches.world.lines, {5.08, 0, 0}, 1e-6) && inches.report.unitScale == 0.0254 * 2);
+    EXPECT_NEAR(TriangleArea(inches.world.triangles), 10 * 3 * 0.0508 * 0.0508, 1e-7);
     TOrnDXFImport options(nullptr);
     for (auto [circle, spline, scale, kept] :
          {std::tuple{7, 0, -2.0, std::tuple(8, 1, 1.0)}, {5000, 300, 0.5, std::tuple(4096, 256, 0.5)}}) {

@@ -147,6 +147,9 @@ TEST(TOrnMatrix, InvertMultiplyAndTranspose) {
     EXPECT_EQ(r, ToVec4D(12, 1, 3, 1));
     m.Transpose();
     EXPECT_EQ(Rows(m), (Matrix{2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 3, 0, 10, 0, 0, 1}));
+    m.Add(s);
+    m.Mult(0.5);
+    EXPECT_EQ(Rows(m), (Matrix{2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 3, 0, 5, 0, 0, 1}));
 }
 
 TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
