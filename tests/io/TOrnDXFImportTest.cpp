@@ -238,6 +238,19 @@ TEST(TOrnDXFImport, BulgesFacesSplinesAndInsertsLandWhereComputedByHandAndTheSce
     EXPECT_TRUE(Near(cube.report.extMin, {-10, -10, -10}) && Near(cube.report.extMax, {10, 10, 10}));
 }
 
+TEST(TOrnDXFImport, EveryDrawingOfTheCorpusImportsAndAccountsForWhatItDraws) {
+    ORN_REQUIRE_CORPUS("dxf");
+    int files = 0;
+    for (const auto& entry : fs::directory_iterator(kCorpus)) {
+        if (entry.path().extension() != ".dxf") continue;
+        SCOPED_TRACE(entry.path().string());
+        Imported d(entry.path().string(), true);
+        EXPECT_TRUE(!d.report.imported.empty() || d.world.lines.size() + d.world.triangles.size() == 0);
+        ++files;
+    }
+    EXPECT_GT(files, 50);
+}
+
 TEST(TOrnDXFImport, ColoursHatchesExtrusionsFarDrawingsAndTextsLandAsTheDrawingSays) {
     // BYLAYER blue, true colour over ACI, and a block's BYBLOCK line in its inserts' red and green.
     Imported d(Dxf(G("0 LINE 8 Blue 11 1 21 1 0 LINE 8 Blue 62 1 420 16744448 11 1 21 2 "
