@@ -3,11 +3,14 @@
 
 #include <orn/geometry/TOrnCustomObj.h>
 #include <orn/geometry/TOrnPolygon.h>
+#include <orn/geometry/TOrnRectangle.h>
 #include <orn/host/EOrnError.h>
+#include <orn/host/TBitmap.h>
 
 #include <gtest/gtest.h>
 
 using namespace orn;
+using orn::test::At;
 using orn::test::Entries;
 using Idx = std::vector<std::uint32_t>;
 
@@ -16,7 +19,34 @@ namespace {
 struct CustomFixture : ::testing::Test {
     TComponent form{nullptr};
     TOrnCustomObj* obj = new TOrnCustomObj(&form);
+
+    /// The unit square in the x-y plane as two triangles facing +z, sharing the diagonal 1–2.
+    void Square() {
+        obj->AddTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+        obj->AddTriangle({0, 1, 0}, {1, 0, 0}, {1, 1, 0});
+    }
+    int OpenEdges(bool weld = true) { return test::OpenEdges(*obj, weld); }
+    TOrnPolygon* poly = new TOrnPolygon(&form);
+    void PolySquare() {
+        for (auto [x, y] : {std::pair{0.f, 0.f}, {1.f, 0.f}, {1.f, 1.f}, {0.f, 1.f}})
+            poly->AddValues(x, y, 0, x, y);
+    }
 };
+
+/// Every face, by its winding, faces away from centre.
+void expectFacesOutward(const TOrnPrimitiveObj& o, const TOrnMathVector& centre) {
+    for (int l = 0; l < o.PrimitiveCount(); ++l) {
+        if (!o.Primitive(l)->Enabled()) continue;
+        for (const auto& t : test::Triangles(*o.Primitive(l))) {
+            TOrnMathVector a = At(o, int(t[0])), b = At(o, int(t[1])), c = At(o, int(t[2])), n;
+            OrnMathNormalVector(a, b, c, true, n);
+            const TOrnMathVector mid{(a.x + b.x + c.x) / 3 - centre.x, (a.y + b.y + c.y) / 3 - centre.y,
+                                     (a.z + b.z + c.z) / 3 - centre.z};
+            EXPECT_GT(OrnMathDotProduct(n, mid), 0)
+                << "list " << l << " at " << mid.x << ", " << mid.y << ", " << mid.z;
+        }
+    }
+}
 
 } // namespace
 
@@ -32,7 +62,6 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 2, 1, 3}));
     EXPECT_TRUE(obj->Points()->GetFlag(3, 1));
     EXPECT_EQ(obj->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
-
     obj->OnConstruct = [&](TObject*) {
         obj->AddTriangle(a, b, c);
         obj->CloseEdges();
@@ -41,13 +70,12 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 6);
     EXPECT_TRUE(obj->Points()->GetFlag(2, 2) && !obj->Points()->GetFlag(3, 2));
-    EXPECT_EQ(test::OpenEdges(*obj, false), 6); // welded, the shared edge is no longer open
-    EXPECT_EQ(test::OpenEdges(*obj, true), 4);
+    EXPECT_EQ(std::pair(OpenEdges(false), OpenEdges(true)),
+              std::pair(6, 4)); // welded, the shared edge closes
 }
 
 TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinToleranceSinceTheLastCloseEdges) {
-    obj->TextureFlags()->SetMode(txLinearXY);
-    obj->TextureFlags()->SetScaleX(2);
+    test::Set(*obj->TextureFlags(), {{"Mode", txLinearXY}, {"ScaleX", 2}});
     obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     obj->AddQuad({1.0009, 0, 0}, {2, 0, 0}, {2, 1, 0}, {1, 1.0011, 0}); // the last just outside
     obj->AddTriangle({0, 0, 0}, {0, 0, 1}, {0, 1, 0});
@@ -102,9 +130,9 @@ TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitAndMeetsOnConstru
         obj->Init();
         const TOrnPrimitivePoints& pool = *obj->Points();
         ASSERT_EQ(pool.Count(), 7) << build;
-        EXPECT_EQ(pool.GetVector(2, daVertex), (TOrnMathVector{1, 1, 0}));
-        EXPECT_EQ(pool.GetVector(3, daNormal), (TOrnMathVector{0, 0, -1})); // kept, not recomputed
-        EXPECT_EQ(pool.GetVector(1, daTexture), (TOrnMathVector{1, 0, 0}));
+        EXPECT_EQ((std::array{pool.GetVector(2, daVertex), pool.GetVector(3, daNormal),
+                              pool.GetVector(1, daTexture)}),
+                  (std::array<TOrnMathVector, 3>{{{1, 1, 0}, {0, 0, -1}, {1, 0, 0}}})); // normals kept
         ASSERT_EQ(obj->PrimitiveCount(), 1); // the event's triangle joined the mesh's list
         EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 0, 2, 3, 4, 5, 6}));
     }
@@ -138,21 +166,128 @@ TEST_F(CustomFixture, MeshThatDoesNotAddUpIsRefusedAndTheOldOneKept) {
     EXPECT_EQ(obj->Points()->Count(), 3);
 }
 
-namespace {
-
-struct PolygonFixture : ::testing::Test {
-    TComponent form{nullptr};
-    TOrnPolygon* poly = new TOrnPolygon(&form);
-    void Square() {
-        for (auto [x, y] : {std::pair{0.f, 0.f}, {1.f, 0.f}, {1.f, 1.f}, {0.f, 1.f}})
-            poly->AddValues(x, y, 0, x, y);
-    }
-};
-
-} // namespace
-
-TEST_F(PolygonFixture, AnOutlineInPoolOrderWhoseTypeFollowsFilledAndClosedAndWhoseEditsTheRebuildForgets) {
+TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRuns) {
     Square();
+    std::vector<T2DIntPoint> edges;
+    int count = 0;
+    obj->GetOpenEdges(edges, count, false);
+    EXPECT_EQ(edges, (std::vector<T2DIntPoint>{{0, 1}, {2, 0}, {1, 3}, {3, 2}}));
+    obj->CloseEdges(); // the same square far away
+    obj->AddTriangle({5, 5, 0}, {6, 5, 0}, {5, 6, 0});
+    obj->AddTriangle({5, 6, 0}, {6, 5, 0}, {6, 6, 0});
+    EXPECT_EQ(OpenEdges(false), 8);
+}
+
+TEST_F(CustomFixture, ExtrudingMakesClosedOutwardSolidsOrOpenTubes) {
+    Square();
+    obj->Extrude(2, 3, true); // along the faces' normal
+    EXPECT_EQ(OpenEdges(), 0);
+    for (int i = 0; i < obj->Points()->Count(); ++i)
+        EXPECT_TRUE(At(*obj, i).z >= 0 && At(*obj, i).z <= 2) << i;
+    expectFacesOutward(*obj, {0.5, 0.5, 1});
+    obj = new TOrnCustomObj(&form);
+    Square();
+    obj->ExtrudeByVec({0, 0, -1}, 1, true);
+    EXPECT_EQ(OpenEdges(), 0);
+    expectFacesOutward(*obj, {0.5, 0.5, -0.5});
+    TOrnRectangle r(&form);
+    r.SetDetX(2);
+    r.Init();
+    r.Extrude(1, 1, true);
+    EXPECT_EQ(test::OpenEdges(r), 0);
+    expectFacesOutward(r, {0, 0.5, 0.5});
+}
+
+TEST_F(CustomFixture, ExtrudingWithoutCapsLeavesATubeWithTextureAlongTheSweep) {
+    Square();
+    obj->ExtrudeByVec({0, 0, 1}, 2, false, true);
+    EXPECT_EQ(OpenEdges(), 8);
+    EXPECT_FALSE(obj->Primitive(0)->Enabled()); // the original faces are not drawn
+    // Texture coordinates on the walls: t along the sweep, s around the outline.
+    int top = 0;
+    for (int i = 6; i < obj->Points()->Count(); ++i) {
+        const TOrnMathVector p = At(*obj, i), t = At(*obj, i, daTexture);
+        EXPECT_DOUBLE_EQ(t.y, p.z);
+        EXPECT_TRUE(t.x >= 0 && t.x <= 1);
+        top += p.z == 1;
+    }
+    EXPECT_EQ(top, 8);
+    obj->DeletePrimitiveArray(0, obj->PrimitiveCount());
+    obj->Points()->SetCount(0);
+    Square();
+    obj->ExtrudePrimitiveObj(3, 1, false, true, true, {0, 0, 5}, false);
+    EXPECT_EQ(obj->PrimitiveCount(), 2); // the original and its moved copy, no walls
+    EXPECT_EQ(obj->Points()->GetVector(obj->Points()->Count() - 1, daVertex).z, 3);
+    obj->ExtrudePrimitiveObj(1, 1, true, true, true, {0, 0, 0}, false); // no direction: nothing
+    EXPECT_EQ(obj->PrimitiveCount(), 2);
+}
+
+TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdge) {
+    Square();
+    obj->SplitTriangle(0, 0); // longest edge: the diagonal 1–2, shared with triangle 1
+    EXPECT_EQ(obj->Points()->Count(), 5);
+    EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{0.5, 0.5, 0}));
+    EXPECT_EQ(obj->Primitive(0)->Count(), 12);
+    EXPECT_EQ(OpenEdges(false), 4); // no crack along the diagonal
+    obj->CalcNormals();
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 0, 1})) << i;
+    const Idx t = Entries(obj->Primitive(0));
+    double area = 0; // the four triangles cover the square once
+    for (std::size_t k = 0; k + 2 < t.size(); k += 3) {
+        TOrnMathVector n;
+        OrnMathNormalVector(At(*obj, t[k]), At(*obj, t[k + 1]), At(*obj, t[k + 2]), false, n);
+        area += n.z / 2;
+    }
+    EXPECT_DOUBLE_EQ(area, 1);
+}
+
+TEST_F(CustomFixture, SplitTriangleIgnoresWhatIsNotATriangleAndNearPointTakesTheClosest) {
+    obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
+    obj->SplitTriangle(0, 0);
+    Square();
+    for (auto [list, face] : {std::pair{1, 2}, {1, -1}, {5, 0}})
+        obj->SplitTriangle(list, face);
+    EXPECT_EQ(obj->Points()->Count(), 4);
+    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 3}));
+    obj->Points()->Add({0.9, 0.2, 0}, {}, {}); // 4, in no list
+    EXPECT_EQ((std::array{obj->getNearPoint(-1, {0.8, 0.3, 0}), obj->getNearPoint(-1, {0.8, 0.8, 0}),
+                          obj->getNearPoint(1, {0.8, 0.3, 0}), obj->getNearPoint(0, {0.1, 0.9, 5}),
+                          obj->getNearPoint(3, {})}),
+              (std::array{4, 2, 1, 3, -1})); // any point, then within a list; no list 3
+}
+
+TEST_F(CustomFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
+    TOrnRectangle r(&form);
+    r.SetDetX(8);
+    r.Init();
+    r.SetRelief([](double s, double) { return s; }, 2, 0.5f, 2); // height 0.5 + 2 × s²
+    for (int i = 0; i < r.Points()->Count(); ++i)
+        EXPECT_DOUBLE_EQ(At(r, i).y, 0.5 + 2 * std::pow(At(r, i, daTexture).x, 2)) << i;
+    r.Init();
+    r.SetRelief([](double, double) { return 7.0; }, 1, 0, 0); // brightness clamped to 1, gamma 1
+    EXPECT_DOUBLE_EQ(At(r, 3).y, 1);
+    // A bitmap: left half black, right half white, sampled at each point's texture coordinate.
+    TBitmap bitmap(4, 2);
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 4; ++x)
+            bitmap.SetPixel(x, y, x < 2 ? clBlack : clWhite);
+    r.Init();
+    r.SetReliefBitmap(&bitmap, 1, 0, 1);
+    for (int i = 0; i < r.Points()->Count(); ++i) {
+        const double s = At(r, i, daTexture).x, y = At(r, i).y;
+        EXPECT_EQ(y, s > 0.2 && s < 0.3 ? 0 : s > 0.6 && s < 0.9 ? 1 : s == 0.5 ? 0.5 : y) << "s " << s;
+    }
+    const double before = At(r, 8).y;
+    TBitmap empty;
+    r.SetReliefBitmap(nullptr, 1, 1, 1);
+    r.SetReliefBitmap(&empty, 1, 1, 1);
+    EXPECT_EQ(At(r, 8).y, before);
+}
+
+TEST_F(CustomFixture,
+       PolygonAnOutlineInPoolOrderWhoseTypeFollowsFilledAndClosedAndWhoseEditsTheRebuildForgets) {
+    PolySquare();
     EXPECT_EQ(poly->Count(), 0); // no outline before the first build
     poly->Init();
     ASSERT_EQ(poly->PrimitiveCount(), 1);
@@ -180,7 +315,7 @@ TEST_F(PolygonFixture, AnOutlineInPoolOrderWhoseTypeFollowsFilledAndClosedAndWho
     EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{0, 1, 2, 3, 4, 5}));
 }
 
-TEST_F(PolygonFixture, OnConstructFillsTheOutlineInsteadAndPointsAreEditedByIndexAndKind) {
+TEST_F(CustomFixture, PolygonOnConstructFillsTheOutlineInsteadAndPointsAreEditedByIndexAndKind) {
     TOrnNormal n;
     n.SetValues(0, 1, 0);
     poly->SetNormal(&n);
@@ -190,7 +325,7 @@ TEST_F(PolygonFixture, OnConstructFillsTheOutlineInsteadAndPointsAreEditedByInde
     EXPECT_EQ(poly->Points()->GetVector(0, daTexture), (TOrnMathVector{0.5, 0.25, 0}));
     EXPECT_FALSE(poly->Points()->GetFlag(0, 1));
     poly->Points()->SetCount(0);
-    Square();
+    PolySquare();
     poly->OnConstruct = [this](TObject* sender) {
         for (std::uint32_t i : {3, 2, 1, 0})
             poly->AddIndex(i, sender == poly ? 0 : 1);
@@ -211,8 +346,8 @@ TEST_F(PolygonFixture, OnConstructFillsTheOutlineInsteadAndPointsAreEditedByInde
     EXPECT_EQ(poly->Points()->Count() + poly->Count(), 0);
 }
 
-TEST_F(PolygonFixture, DamagedPointsInTheSceneAreIgnored) {
-    Square();
+TEST_F(CustomFixture, PolygonDamagedPointsInTheSceneAreIgnored) {
+    PolySquare();
     test::MemoryExchange ex;
     ex.Save(*poly);
     TOrnPolygon back(&form);

@@ -1,17 +1,21 @@
 #include "geometry/GeometryTestSupport.h"
 #include "geometry/detail/PointGrid.h"
 
-#include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/geometry/TOrnPrimitiveArray.h>
+#include <orn/geometry/TOrnPrimitivePoints.h>
 #include <orn/host/EOrnError.h>
 #include <orn/scene/TOrnRegistry.h>
 #include <orn/scene/TOrnRender.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <limits>
+#include <memory>
 
 using namespace orn;
+using orn::test::At;
 using orn::test::Entries;
 using Idx = std::vector<std::uint32_t>;
 
@@ -24,7 +28,7 @@ public:
     using TOrnPrimitiveObj::TextureRender;
     using TOrnPrimitiveObj::TOrnPrimitiveObj;
     std::vector<std::string> calls;
-    std::function<void(Probe&)> points, primitives;
+    std::function<void(Probe&)> points;
 
 protected:
     void ClearAll() override {
@@ -38,7 +42,6 @@ protected:
     void InitPrimitives() override {
         calls.push_back(Points()->DefineArrays().Contains(daTexture) ? "InitPrimitives+texture"
                                                                      : "InitPrimitives");
-        if (primitives) primitives(*this);
     }
 };
 
@@ -58,6 +61,13 @@ void Fill(Probe& p, int n, const std::vector<std::pair<GLenum, Idx>>& lists, dou
         for (auto i : idx)
             p.AddIndex(i, l);
     }
+}
+
+std::unique_ptr<TOrnPrimitiveArray> make(GLenum type, const Idx& indices) {
+    auto list = std::make_unique<TOrnPrimitiveArray>(type);
+    for (auto i : indices)
+        list->AddIndex(i);
+    return list;
 }
 
 struct PrimitiveObjFixture : ::testing::Test {
@@ -99,8 +109,8 @@ TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExist) {
     obj->DeletePrimitiveArray(0, 0);
     obj->DeletePrimitiveArray(-2, 3); // only position 0 exists of −2 … 0
     ASSERT_EQ(obj->PrimitiveCount(), 2);
-    EXPECT_EQ(obj->Primitive(0)->Type(), static_cast<GLenum>(GL_LINES));
-    EXPECT_EQ(obj->Primitive(1)->Type(), static_cast<GLenum>(GL_TRIANGLES));
+    EXPECT_EQ(std::pair(obj->Primitive(0)->Type(), obj->Primitive(1)->Type()),
+              (std::pair<GLenum, GLenum>(GL_LINES, GL_TRIANGLES)));
 }
 
 TEST_F(PrimitiveObjFixture, FreeingPointsRenumbersTheListsAndDisablesThoseLeftDangling) {
@@ -111,8 +121,7 @@ TEST_F(PrimitiveObjFixture, FreeingPointsRenumbersTheListsAndDisablesThoseLeftDa
     EXPECT_TRUE(!obj->Primitive(0)->Enabled() && obj->Primitive(1)->Enabled());
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 3})); // the dangling 1 kept
     EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{0, 2, 3}));
-    EXPECT_EQ(obj->Points()->GetVector(2, daVertex).x, 4);
-
+    EXPECT_EQ(At(*obj, 2).x, 4);
     // Unused: not in an enabled list. Here 0 2 4 stay as 0 1 2, and list 0 with them.
     obj->DeletePrimitiveArray(0, 2);
     obj->Points()->SetCount(0);
@@ -120,9 +129,7 @@ TEST_F(PrimitiveObjFixture, FreeingPointsRenumbersTheListsAndDisablesThoseLeftDa
     obj->Primitive(1)->SetEnabled(false);
     obj->FreeUnusedPoints();
     ASSERT_EQ(obj->Points()->Count(), 3);
-    EXPECT_EQ(std::vector<double>(
-                  {obj->Points()->GetVector(1, daVertex).x, obj->Points()->GetVector(2, daVertex).x}),
-              std::vector<double>({2, 4}));
+    EXPECT_EQ(std::pair(At(*obj, 1).x, At(*obj, 2).x), std::pair(2.0, 4.0));
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{2, 0, 1}));
 }
 
@@ -153,9 +160,9 @@ TEST_F(PrimitiveObjFixture, AddPrimitiveObjBuildsTheOtherAndShiftsItsIndices) {
     EXPECT_EQ(obj->AddPrimitiveObj(other), 3);
     EXPECT_TRUE(other->Initialized());
     ASSERT_EQ(obj->PrimitiveCount(), 2);
-    EXPECT_EQ(obj->Primitive(1)->Type(), static_cast<GLenum>(GL_LINES));
-    EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{3, 4}));
-    EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{6, 0, 0}));
+    EXPECT_EQ(std::pair(obj->Primitive(1)->Type(), Entries(obj->Primitive(1))),
+              std::pair(GLenum(GL_LINES), Idx{3, 4}));
+    EXPECT_EQ(At(*obj, 4), (TOrnMathVector{6, 0, 0}));
 }
 
 TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
@@ -166,26 +173,22 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
         {txLinearXY, {11, 202, 0}},   {txLinearYZ, {21, 302, 0}},
         {txLinearZX, {31, 102, 0}},   {txSphereZ, {1 + 10 * std::sqrt(14.0), 0, 0}}};
     obj->points = [](Probe& p) { p.Points()->Add({1, 2, 3}, {}, {0.25, 0.5, 0}); };
-    obj->TextureFlags()->SetScaleX(10);
-    obj->TextureFlags()->SetShiftX(1);
-    obj->TextureFlags()->SetScaleY(100);
-    obj->TextureFlags()->SetShiftY(2);
+    test::Set(*obj->TextureFlags(), {{"ScaleX", 10}, {"ShiftX", 1}, {"ScaleY", 100}, {"ShiftY", 2}});
     obj->SetTextured(true);
     for (const auto& [mode, expect] : cases) {
         obj->TextureFlags()->SetMode(mode);
         obj->Init();
-        EXPECT_LT(OrnMathVectorDist(obj->Points()->GetVector(0, daTexture), expect), 1e-12)
-            << kTextureModeNames[mode];
+        test::ExpectNear(At(*obj, 0, daTexture), expect, kTextureModeNames[mode], 1e-12);
     }
     obj->TextureFlags()->SetMode(txLinearX);
     obj->Init();
     obj->Points()->SetVector(0, daVertex, {5, 0, 0});
-    EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 11); // computed at the build only
+    EXPECT_EQ(At(*obj, 0, daTexture).x, 11); // computed at the build only
     obj->CalcTexturePoint(1);
     obj->CalcTexturePoint(-1); // neither exists
-    EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 11);
+    EXPECT_EQ(At(*obj, 0, daTexture).x, 11);
     obj->CalcTexturePoint(0);
-    EXPECT_EQ(obj->Points()->GetVector(0, daTexture).x, 51);
+    EXPECT_EQ(At(*obj, 0, daTexture).x, 51);
 }
 
 TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWindingAndLinesAndCollapsedFacesLeaveThemAlone) {
@@ -229,7 +232,6 @@ TEST_F(PrimitiveObjFixture, APointsNormalIsTheMeanOfItsFacesUnitNormalsSharedAcr
     EXPECT_LT(OrnMathVectorDist(Normal(0), {1 / std::sqrt(5.0), 0, 2 / std::sqrt(5.0)}), 1e-12);
     EXPECT_EQ(Normal(6), (TOrnMathVector{1, 0, 0}));
     EXPECT_EQ(Normal(4), (TOrnMathVector{0, 0, 1}));
-
     // Two triangles meeting at a crease, their shared corner stored twice within 0.001.
     obj->Points()->SetCount(0);
     obj->DeletePrimitiveArray(0, 1);
@@ -280,13 +282,188 @@ TEST(PrimitiveObjLimit, EveryShapeRefusesADetailBeyondTheLimitNamingIt) {
             EXPECT_LE(shape ? shape->Points()->Count() : 0, 8) << cls->Name;
         } catch (const EOrnError& e) {
             ++refused;
-            EXPECT_NE(
-                std::string(e.what()).find(
-                    "limit of 8 points (about 100 bytes each); the environment variable ORN_MAX_POINTS"),
-                std::string::npos)
-                << e.what();
+            EXPECT_THAT(e.what(), ::testing::HasSubstr("limit of 8 points (about 100 bytes each); the "
+                                                       "environment variable ORN_MAX_POINTS"));
         }
     }
     TOrnPrimitiveObj::SetMaxBuildPoints(old);
     EXPECT_GE(refused, 8); // sphere, cylinder, disc, torus, box, rectangle, function surfaces …
+}
+
+TEST(TOrnPrimitivePoints, GrowsByTwelveNeedsPositionsAndAnswersZeroOutsideItsRange) {
+    TOrnPrimitivePoints pool;
+    EXPECT_EQ(pool.Add(1, 2, 3), 0);
+    for (int i = 1; i < 12; ++i)
+        pool.Add({double(i), 0, 0}, {0, 1, 0}, {0.5, 0.25, 0});
+    EXPECT_EQ(pool.Size(), 12);
+    EXPECT_EQ(std::vector<int>({pool.Add(0, 0, 0), pool.Size()}), std::vector<int>({12, 24}));
+    EXPECT_EQ(pool.GetVector(11, daNormal), (TOrnMathVector{0, 1, 0}));
+    pool.SetFlag(12, 0, true);
+    pool.Delete(12, 1);
+    EXPECT_EQ(pool.Count(), 12);
+    EXPECT_EQ(pool.GetVector(12, daVertex), (TOrnMathVector{0, 0, 0})); // stale, inside Size: answered
+    EXPECT_FALSE(pool.GetFlag(12, 0));                                  // beyond Count: false
+    EXPECT_EQ(pool.GetVector(11, daVertex), (TOrnMathVector{11, 0, 0}));
+    for (auto [i, kind] : {std::pair{24, daVertex}, {-1, daVertex}, {0, daColor}}) // color: not allocated
+        EXPECT_EQ(pool.GetVector(i, kind), (TOrnMathVector{})) << i << " " << kind;
+    pool.SetDefineArrays({daVertex, daNormal, daFlag}); // a kind removed keeps its data
+    EXPECT_EQ(pool.GetVector(1, daTexture), (TOrnMathVector{}));
+    pool.SetDefineArrays({daVertex, daNormal, daTexture, daFlag});
+    EXPECT_EQ(pool.GetVector(1, daTexture), (TOrnMathVector{0.5, 0.25, 0}));
+    EXPECT_THROW(pool.SetCount(2000000000), EOrnError); // absurd: refused, nothing changed
+    EXPECT_EQ(pool.Count(), 12);
+    TOrnPrimitivePoints normalsOnly;
+    normalsOnly.SetDefineArrays({daNormal});
+    EXPECT_EQ(std::vector<int>({normalsOnly.Add(1, 2, 3), normalsOnly.Count()}), std::vector<int>({-1, 0}));
+}
+
+TEST(TOrnPrimitivePoints, FlagsUseBitsZeroToSevenAndSizesClamp) {
+    TOrnPrimitivePoints pool;
+    pool.SetCount(4);
+    for (auto [bit, on] : {std::pair{8, true}, {-1, true}, {7, true}, {2, true}, {2, false}})
+        pool.SetFlag(0, bit, on);
+    EXPECT_EQ(pool.Flags()[0], 0x80);
+    EXPECT_EQ(pool.GetEdgeFlag(0), 255); // no edge flag array yet
+    pool.SetEdgeFlag(0, 0);
+    EXPECT_EQ(pool.GetEdgeFlag(0), 255);
+    pool.SetDefineArrays(pool.DefineArrays() + TOrnArrays{daEdgeFlag});
+    pool.SetEdgeFlag(0, 0);
+    EXPECT_EQ(pool.GetEdgeFlag(0), 0);
+    pool.SetFlag(3, 1, true);
+    pool.SetSize(2); // shrinking cuts Count; growing again clears the new flags
+    EXPECT_EQ(pool.Count(), 2);
+    pool.SetCount(4);
+    EXPECT_FALSE(pool.GetFlag(3, 1));
+    pool.SetSize(-1);
+    pool.SetCount(-3);
+    EXPECT_EQ(std::vector<int>({pool.Size(), pool.Count()}), std::vector<int>({4, 4}));
+}
+
+TEST(TOrnPrimitivePoints, WholePointsAndSingleComponents) {
+    TOrnPrimitivePoints pool;
+    pool.SetDefineArrays({daVertex, daNormal, daTexture, daColor, daEdgeFlag, daFlag});
+    TOrnPointItem in;
+    in.Point()->SetValues(1, 2, 3);
+    in.Normal()->SetValues(0, 1, 0);
+    in.Texture()->SetValues(0.5f, 0.75f, 0);
+    in.Color()->SetColor(0x0000FF); // red in the host's byte order
+    in.SetFlag(5);
+    in.SetEdgeFlag(false);
+    ASSERT_EQ(pool.Add(in), 0);
+    pool.SetValues(0, 3, daColor, 0.25);
+    pool.SetValues(0, 1, daVertex, 7.5);
+    pool.SetValues(0, 3, daVertex, 9); // no fourth component of a position
+    EXPECT_EQ(pool.GetValues(0, 3, daVertex) + pool.GetValues(40, 0, daVertex), 0);
+    TOrnPointItem out;
+    pool.GetPoint(0, out);
+    EXPECT_EQ((std::array{out.Point()->AsMathVector(), out.Normal()->AsMathVector(),
+                          out.Texture()->AsMathVector()}),
+              (std::array<TOrnMathVector, 3>{{{1, 7.5, 3}, {0, 1, 0}, {0.5, 0.75, 0}}}));
+    EXPECT_EQ(std::tuple(out.Color()->Color(), out.Color()->Alpha(), out.Flag(), out.EdgeFlag()),
+              std::tuple(TColor(0x0000FF), 0.25f, 5, false));
+}
+
+TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRange) {
+    TOrnPrimitivePoints pool;
+    for (int i = 0; i < 6; ++i)
+        pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
+    pool.SetFlag(5, 3, true);
+    pool.DeleteMarked({true, false, true, true, false, false});
+    for (int i = 6; i < 9; ++i)
+        pool.Add(i, 0, 0);
+    ASSERT_EQ(pool.Count(), 6); // 1 4 5 6 7 8
+    EXPECT_EQ(pool.GetVector(1, daNormal).z, 4);
+    EXPECT_TRUE(pool.GetFlag(2, 3));
+    pool.Delete(1, 2);
+    EXPECT_EQ(pool.GetVector(1, daVertex).x, 6);
+    pool.Delete(3, 10);
+    pool.Delete(-1, 2); // only position 0 of −1 … 0
+    ASSERT_EQ(pool.Count(), 2);
+    EXPECT_EQ(std::pair(pool.GetVector(0, daVertex).x, pool.GetVector(1, daVertex).x), std::pair(6.0, 7.0));
+}
+
+TEST(TOrnPrimitivePoints, AddingPoolsScalingAndMovingAndTheVersion) {
+    TOrnPrimitivePoints a, b;
+    a.Add(1, 0, 0);
+    b.Add({2, 0, 0}, {0, 0, 1}, {});
+    b.Add({3, 0, 0}, {0, 0, 1}, {});
+    b.SetFlag(1, 0, true);
+    EXPECT_EQ(a.Add(b), 1);
+    EXPECT_EQ(a.Count(), 3);
+    EXPECT_TRUE(a.GetFlag(2, 0) && !a.GetFlag(1, 0));
+    const auto version = a.Version();
+    a.Add(4, 0, 0); // appends leave the version
+    EXPECT_EQ(a.Version(), version);
+    a.ScalePoints(2, 3, 4);
+    a.MovePoints(1, 1, 1);
+    EXPECT_NE(a.Version(), version);
+    EXPECT_EQ(a.GetVector(2, daVertex), (TOrnMathVector{7, 1, 1}));
+    a.LiftPoint(2, 2); // along the normal
+    EXPECT_EQ(a.GetVector(2, daVertex), (TOrnMathVector{7, 1, 3}));
+}
+
+TEST(TOrnPrimitiveArray, GrowsByTwelveClampsEveryPositionAndAddsOnlyItsOwnType) {
+    auto list = make(GL_TRIANGLES, {1, 2});
+    EXPECT_EQ(list->Size(), 12);
+    list->SetIndices(11, 9); // indices reach Size, not Count
+    EXPECT_EQ(list->Indices(11), 9u);
+    list->SetIndices(12, 9);
+    EXPECT_EQ(list->Indices(12) + list->Indices(-1), 0u);
+    list->Insert(-5, 0);
+    list->Insert(99, 3);
+    list->Insert(2, 9);
+    EXPECT_EQ(Entries(list.get()), (Idx{0, 1, 9, 2, 3}));
+    list->Delete(-2, 4); // only positions 0 and 1 of −2 … 1 exist
+    list->Delete(-3, 2);
+    list->Delete(0, 0);
+    EXPECT_EQ(Entries(list.get()), (Idx{9, 2, 3}));
+    list->Delete(1, 99);
+    list->Add(*make(GL_TRIANGLES, {0, 2, 1}), 10);
+    list->Add(*make(GL_QUADS, {0, 1, 2, 3}), 10);
+    EXPECT_EQ(Entries(list.get()), (Idx{9, 10, 12, 11}));
+    for (std::uint32_t i = 0; i < 9; ++i)
+        list->AddIndex(i);
+    EXPECT_EQ(std::pair(list->Count(), list->Size()), std::pair(13, 24));
+}
+
+// Each list of in, given the type to (or inverted), holds out; a refused switch keeps the type.
+TEST(TOrnPrimitiveArray, SetTypeConvertsOnlyTheAllowedPairsKeepingEveryFaceAndItsWindingAndInvertFlipsThem) {
+    const GLenum invert = 0xFFFF;
+    const struct {
+        GLenum from, to;
+        Idx in, out;
+        bool refused = false;
+    } cases[] = {
+        {GL_LINE_STRIP, GL_TRIANGLES, {0, 1, 2, 3}, {0, 1, 2, 3}, true},
+        {GL_LINE_STRIP, GL_POLYGON, {0, 1, 2, 3}, {0, 1, 2, 3}},
+        {GL_POLYGON, GL_LINE_LOOP, {0, 1, 2, 3}, {0, 1, 2, 3}},
+        {GL_TRIANGLE_STRIP, GL_QUAD_STRIP, {0, 1, 2, 3}, {0, 1, 2, 3}},
+        {GL_QUAD_STRIP, GL_POINTS, {0, 1, 2, 3}, {0, 1, 2, 3}, true},
+        {GL_TRIANGLE_FAN, GL_QUADS, {0, 1, 2, 3}, {0, 1, 2, 3}, true},
+        {GL_LINE_STRIP, GL_TRIANGLES, {}, {}}, // an empty list takes any type
+        {GL_TRIANGLE_STRIP, GL_TRIANGLES, {0, 1, 2, 3, 4}, {0, 1, 2, 2, 1, 3, 2, 3, 4}},
+        {GL_QUADS, GL_TRIANGLES, {0, 1, 2, 3, 4, 5, 6, 7}, {0, 1, 2, 0, 2, 3, 4, 5, 6, 4, 6, 7}},
+        {GL_TRIANGLE_FAN, GL_TRIANGLES, {0, 1, 2, 3}, {1, 2, 0, 2, 3, 0}},
+        {GL_QUAD_STRIP, GL_TRIANGLES, {0, 1, 2, 3, 4}, {0, 1, 2, 2, 1, 3}}, // odd: the last is dropped
+        {GL_QUAD_STRIP, GL_QUADS, {0, 1, 2, 3, 4, 5}, {0, 1, 3, 2, 2, 3, 5, 4}},
+        {GL_QUAD_STRIP, GL_QUADS, {0, 1, 2, 3, 4}, {0, 1, 3, 2, 2, 3, 4, 4}},
+        {GL_TRIANGLES, invert, {0, 1, 2, 3, 4, 5}, {1, 0, 2, 4, 3, 5}},
+        {GL_TRIANGLE_FAN, invert, {0, 1, 2, 3}, {0, 3, 2, 1}},
+        {GL_TRIANGLE_STRIP, invert, {0, 1, 2, 3, 4}, {4, 3, 2, 1, 0}},
+        {GL_TRIANGLE_STRIP,
+         invert,
+         {0, 1, 2, 3},
+         {0, 0, 1, 2, 3}}, // even: a degenerate first shifts the parity
+        {GL_QUADS, invert, {0, 1, 2, 3}, {0, 3, 2, 1}},
+        {GL_QUAD_STRIP, invert, {0, 1, 2, 3}, {1, 0, 3, 2}},
+        {GL_POLYGON, invert, {0, 1, 2, 3}, {3, 2, 1, 0}},
+        {GL_LINE_STRIP, invert, {0, 1, 2, 3}, {0, 1, 2, 3}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.from << " -> " << c.to << " of " << c.in.size());
+        auto list = make(c.from, c.in);
+        c.to == invert ? list->Invert() : list->SetType(c.to);
+        const GLenum type = c.refused || c.to == invert ? c.from : c.to;
+        EXPECT_EQ(std::pair(list->Type(), Entries(list.get())), std::pair(type, c.out));
+    }
 }

@@ -1,11 +1,191 @@
 #include <orn/math/OrnMath.h>
+#include <orn/math/TOrnBounds.h>
+#include <orn/math/TOrnColor.h>
+#include <orn/math/TOrnMatrix.h>
+#include <orn/math/TOrnTransformation.h>
+#include <orn/math/TOrnVector.h>
 
+#include "support/GLTestContext.h"
+
+#include <GL/gl.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
+#include <vector>
 
 using namespace orn;
+
+namespace {
+
+/// Counts the notifications an item's handler receives: from the item itself, and from others.
+struct Changes {
+    int own = 0, others = 0;
+    template <class T> explicit Changes(T& item) {
+        item.OnChange = [this, &item](TObject* sender) { ++(sender == &item ? own : others); };
+    }
+};
+
+using Matrix = std::array<double, 16>;
+
+/// m from its rows.
+void Fill(TOrnMatrix& m, const Matrix& rows) {
+    for (int k = 0; k < 16; ++k)
+        m.SetValue(k / 4, k % 4, rows[k]);
+}
+
+Matrix Rows(const TOrnMatrix& m) {
+    Matrix rows;
+    for (int k = 0; k < 16; ++k)
+        rows[k] = m.GetValue(k / 4, k % 4);
+    return rows;
+}
+
+} // namespace
+
+TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUnchecked) {
+    TOrnDirection d; // starts along z and refuses components outside -1 … 1
+    Changes changes(d);
+    EXPECT_EQ(d.AsMathVector(), ToVec(0, 0, 1));
+    d.SetValues(0.5f, 2, -3);
+    d.SetX(0.5f);
+    EXPECT_EQ(d.AsMathVector(), ToVec(0.5, 0, 1));
+    EXPECT_EQ(changes.own, 1);
+    d.SetAsMathVector(ToVec(-1, 1, 0));
+    d.incZ(0.5f);
+    EXPECT_EQ(d.AsMathVector(), ToVec(-1, 1, 0.5));
+    EXPECT_EQ(changes.own, 5);
+    TOrnVector src;
+    src.SetValues(4, 5, 6);
+    Changes srcChanges(src);
+    d.Assign(&src); // once, past the range check, and d keeps its own handler
+    EXPECT_EQ(d.AsMathVector(), ToVec(4, 5, 6));
+    EXPECT_EQ(changes.own, 6);
+    TOrnColor notAVector;
+    d.Assign(&notAVector);
+    d.Assign(nullptr);
+    d.SetX(0.25f);
+    EXPECT_EQ(changes.own, 7);
+    EXPECT_EQ(srcChanges.own, 0);
+    TOrnNormal n, zero;
+    n.SetValues(3, 0, 4);
+    Changes normalChanges(n);
+    n.Normalize();
+    zero.Normalize();
+    EXPECT_EQ((std::array{n.AsMathVector(), zero.AsMathVector()}),
+              (std::array{ToVec(0.6f, 0, 0.8f), ToVec(0, 0, 0)}));
+    EXPECT_EQ(normalChanges.own, 2); // through the setters
+}
+
+TEST(TOrnColor, ChannelsAlphaAndAssign) {
+    TOrnColor c;
+    EXPECT_EQ(c.GetParams(), (std::array<float, 4>{0, 0, 0, 1}));
+    Changes changes(c);
+    c.SetAlpha(1.01f); // outside 0 … 1: ignored
+    c.SetAlpha(-0.1f);
+    EXPECT_EQ(changes.own, 0);
+    c.SetAlpha(0); // the ends are inside
+    c.SetAlpha(1);
+    c.SetColor(0x0000FF); // red in the low byte
+    c.SetAlpha(0.5f);
+    EXPECT_EQ(c.GetParams(), (std::array<float, 4>{1, 0, 0, 0.5f}));
+    EXPECT_EQ(changes.own, 4);
+    c.SetColor(0x00FF8000);
+    EXPECT_EQ(c.GetParams(), (std::array<float, 4>{0, 128 / 255.0f, 1, 0.5f}));
+    c.SetColor(clBtnFace); // a system colour is not translated
+    EXPECT_FLOAT_EQ(c.GetParams()[0], 15 / 255.0f);
+    // Half-way channels round to even, alpha is taken as it is, and nobody is told.
+    const float mixed[4] = {0.2f, 0.5f, 1, 2};
+    c.SetParams(mixed);
+    EXPECT_EQ(std::pair(c.Color(), c.Alpha()), std::pair(51 + 128 * 256 + 255 * 65536, 2.0f));
+    const float half[4] = {0.5f, 0, 0, 0.3f};
+    c.SetParams(half);
+    EXPECT_EQ(c.Color(), 128);
+    EXPECT_EQ(changes.own, 6);
+    // The copy notifies its own owner once, then the handler moves to the source's.
+    TOrnColor b;
+    Changes bChanges(b);
+    b.Assign(&c);
+    EXPECT_EQ(b.GetParams(), (std::array<float, 4>{128 / 255.0f, 0, 0, 0.3f}));
+    EXPECT_EQ(bChanges.own, 1);
+    b.SetColor(clBlue);
+    EXPECT_EQ((std::array{bChanges.own, changes.own, changes.others}), (std::array{1, 6, 1}));
+}
+
+TEST(TOrnMatrix, IndexingIdentityAndAssign) {
+    TOrnMatrix m;
+    m.SetValue(1, 2, 7);
+    m.SetValue(4, 0, 1);
+    m.SetValue(0, -1, 1);
+    EXPECT_EQ(std::pair(m.GetValue(1, 2), m.GetValue(4, 0)), std::pair(7.0, 0.0));
+    EXPECT_EQ(std::vector(m.Values(), m.Values() + 16),
+              (std::vector<double>{0, 0, 0, 0, 0, 0, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0})); // column-major
+    m.SetIdentityMatrix();
+    EXPECT_TRUE(m.IsIdentityMatrix());
+    m.SetValue(0, 3, 1e-16);
+    EXPECT_TRUE(m.IsIdentityMatrix());
+    m.SetValue(0, 3, 1e-15);
+    EXPECT_FALSE(m.IsIdentityMatrix());
+    TOrnMatrix b;
+    Changes aChanges(m), bChanges(b);
+    b.Assign(&m); // values and handler, without a notification
+    EXPECT_EQ(b.GetValue(0, 3), 1e-15);
+    EXPECT_EQ(aChanges.own + bChanges.own, 0);
+    b.Changed();
+    EXPECT_EQ(aChanges.others, 1);
+}
+
+TEST(TOrnMatrix, InvertMultiplyAndTranspose) {
+    TOrnMatrix m, s;
+    Fill(m, {2, 0, 0, 4, 0, 4, 0, 0, 0, 0, 5, 0, 0, 0, 0, 1});
+    EXPECT_TRUE(m.Invert());
+    EXPECT_EQ(Rows(m), (Matrix{0.5, 0, 0, -2, 0, 0.25, 0, 0, 0, 0, 0.2, 0, 0, 0, 0, 1}));
+    Fill(s, {0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}); // invertible, but not without a row exchange
+    EXPECT_FALSE(s.Invert());
+    EXPECT_EQ(s.GetValue(0, 1), 1);
+    Fill(m, {1, 0, 0, 5, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}); // translate x by 5
+    Fill(s, {2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1}); // then scale
+    m.MultMatrix(s);                                           // s · m
+    EXPECT_EQ(Rows(m), (Matrix{2, 0, 0, 10, 0, 1, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1}));
+    TOrnMathVector4d r;
+    m.MultVector(ToVec4D(1, 1, 1, 1), r);
+    EXPECT_EQ(r, ToVec4D(12, 1, 3, 1));
+    m.Transpose();
+    EXPECT_EQ(Rows(m), (Matrix{2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 3, 0, 10, 0, 0, 1}));
+}
+
+TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
+    TOrnMatrix m;
+    m.SetIdentityMatrix();
+    TOrnMathVector4d r, u;
+    m.Project(ToVec4D(0, 0, 0, 1), ToVec4D(0, 0, 100, 50), r);
+    EXPECT_EQ(r, ToVec4D(50, 25, 0.5, 1));
+    m.Project(ToVec4D(0.5, 0.5, 0, 1), ToVec4D(10, 20, 100, 50), r);
+    EXPECT_EQ(r, ToVec4D(85, 32.5, 0.5, 1)); // up in the scene is up the window
+    m.UnProject(r, ToVec4D(10, 20, 100, 50), u);
+    EXPECT_EQ(u, ToVec4D(0.5, -0.5, 0, 1)); // y is not turned back over
+    // Turns that do not commute with the other factor tell the order of each product. (Not by
+    // 90°: the inversion, without row exchange, takes a zero pivot for singular.)
+    const double c = 0.5, s = std::sqrt(3.0) / 2;
+    TOrnMatrix self, other;
+    Fill(self, {c, -s, 0, 0, s, c, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}); // turned by 60° about z
+    Fill(other, {1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1, 0, 0, 0, 0, 1}); // at y = 3
+    TOrnMathVector v;
+    self.ProjectMatrix(other, ToVec(1, 1, 1), v); // (1, 4, 1) in the scene, turned back by 60°
+    for (auto [got, want] : {std::pair{v.x, 3.964101615137754}, {v.y, 1.133974596215561}, {v.z, 1.0}})
+        EXPECT_NEAR(got, want, 1e-12);
+    TOrnMatrix model, projection;
+    Fill(model, {c, 0, s, 0, 0, 1, 0, 0, -s, 0, c, 0, 0, 0, 0, 1}); // turned by 60° about y
+    // x and y scaled unevenly, as a wide view's projection does
+    Fill(projection, {0.5, 0, 0, 0, 0, 0.25, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1});
+    model.Project(ToVec4D(0.5, 1, 0.25, 1), ToVec4D(0, 0, 100, 50), projection, r);
+    EXPECT_NEAR(r.x, 61.66265877, 1e-6);
+    model.UnProject(r, ToVec4D(0, 0, 100, 50), projection, u);
+    for (auto [got, want] : {std::pair{u.x, 0.5}, {u.y, -1.0}, {u.z, 0.25}})
+        EXPECT_NEAR(got, want, 1e-12);
+}
 
 TEST(TOrnMathVector, RoutinesOnSmallCases) {
     TOrnMathVector r;
@@ -57,4 +237,115 @@ TEST(TOrnMathVector, OutputMayAliasEitherInput) {
     check([](const auto& x, const auto& y, auto& r) { OrnMathVectorInterpolate(x, y, r); });
     check([](const auto& x, const auto& y, auto& r) { OrnMathNormalVector(x, y, ToVec(7, 1, 2), true, r); });
     check([](const auto& x, const auto& y, auto& r) { OrnMathNormalVector(ToVec(7, 1, 2), x, y, false, r); });
+}
+
+TEST(TOrnBounds, TransformedHoldsEveryTurnedCorner) {
+    TOrnBounds box, empty;
+    box.Add(ToVec(0, 0, 0));
+    box.Add(ToVec(1, 2, 3));
+    TOrnTransformation t;
+    t.Rotation()->SetValues(45, 0, 45); // the far corner (1, 2, 3) alone reaches the top
+    const TOrnBounds turned = box.Transformed(t);
+    const double want[6] = {-1.4142136, -2.1213203, 0, 0.7071068, 1.5, 3.6213203};
+    const double got[6] = {turned.Lo.x, turned.Lo.y, turned.Lo.z, turned.Hi.x, turned.Hi.y, turned.Hi.z};
+    for (int i = 0; i < 6; ++i)
+        EXPECT_NEAR(got[i], want[i], 1e-6) << i;
+    EXPECT_TRUE(empty.Transformed(t).Empty());
+}
+
+TEST(TOrnRotation, AnglesReduceIntoZeroTo360AfterTheChangeTest) {
+    TOrnRotation r;
+    const std::pair<float, float> cases[] = {{-90, 270}, {720, 0},    {359.9f, 359.9f}, {360, 0},
+                                             {370, 10},  {-370, 350}, {-360, 0},        {45, 45}};
+    for (auto [in, out] : cases)
+        EXPECT_FLOAT_EQ(r.ModAngle(in), out) << in;
+    int changes = 0;
+    r.OnChange = [&](TObject*) { ++changes; };
+    r.SetY(10);
+    r.SetY(370); // differs from 10 before the reduction, so it notifies
+    EXPECT_EQ(r.Y(), 10);
+    EXPECT_EQ(changes, 2);
+}
+
+TEST(TOrnTransformation, EmptinessNotificationsAndAssign) {
+    TOrnTransformation a, b;
+    EXPECT_TRUE(a.GetEmpty());
+    a.Scale()->SetZ(2);
+    EXPECT_FALSE(a.GetEmpty());
+    a.Scale()->SetZ(1);
+    a.Rotation()->SetX(360); // reduces to 0
+    EXPECT_TRUE(a.GetEmpty());
+    std::vector<TObject*> senders;
+    b.OnChange = [&](TObject* s) { senders.push_back(s); };
+    a.SetOrder(toScaTraRot);
+    a.Rotation()->SetValues(10, 20, 30);
+    a.Rotation()->SetOrder(roYZX);
+    a.Translation()->SetValues(1, 2, 3);
+    a.Scale()->SetValues(2, 2, 2);
+    b.Assign(&a); // every part, but not the order
+    EXPECT_EQ(b.Order(), toRotTraSca);
+    EXPECT_EQ(b.Rotation()->Order(), roYZX);
+    EXPECT_EQ(b.Rotation()->AsMathVector(), ToVec(10, 20, 30));
+    EXPECT_EQ(b.Translation()->AsMathVector(), ToVec(1, 2, 3));
+    EXPECT_EQ(b.Scale()->AsMathVector(), ToVec(2, 2, 2));
+    EXPECT_EQ(senders, (std::vector<TObject*>(4, &b))); // rotation values and order, scale, translation
+    b.SetRotation(nullptr);
+    EXPECT_EQ(senders.size(), 4u);
+}
+
+using TransformationGL = orn::test::GLTest;
+
+// Execute, and the matrix that bounds and clip volumes use, against the same steps made by hand,
+// for every order of the parts and of the rotation axes.
+TEST_F(TransformationGL, ExecuteAndMatrixApplyThePartsInTheirOrderAndMatricesComeFromGL) {
+    auto modelView = [] {
+        Matrix m;
+        glGetDoublev(GL_MODELVIEW_MATRIX, m.data());
+        return m;
+    };
+    TOrnTransformation t;
+    t.Execute();
+    EXPECT_EQ(modelView(), (Matrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+    t.Rotation()->SetValues(30, -50, 70);
+    t.Scale()->SetValues(2, 0.5f, -1);
+    t.Translation()->SetValues(1, -2, 3);
+    const char* parts[] = {"RTS", "RST", "TRS", "TSR", "SRT", "STR"}; // toRotTraSca …
+    const char* axes[] = {"xyz", "xzy", "yxz", "yzx", "zxy", "zyx"};  // roXYZ …
+    for (int order = 0; order < 6; ++order)
+        for (int axis = 0; axis < 6; ++axis) {
+            SCOPED_TRACE(std::string(parts[order]) + " " + axes[axis]);
+            t.SetOrder(static_cast<TOrnTransformationOrder>(order));
+            t.Rotation()->SetOrder(static_cast<TOrnRotationOrder>(axis));
+            glLoadIdentity();
+            for (const char* part = parts[order]; *part; ++part) {
+                if (*part == 'T') glTranslatef(1, -2, 3);
+                if (*part == 'S') glScalef(2, 0.5f, -1);
+                for (const char* a = axes[axis]; *part == 'R' && *a; ++a)
+                    glRotatef(*a == 'x' ? 30 : *a == 'y' ? -50 : 70, *a == 'x', *a == 'y', *a == 'z');
+            }
+            const Matrix want = modelView();
+            glLoadIdentity();
+            t.Execute();
+            Matrix executed = modelView(), computed;
+            OrnTransformationMatrix(t, computed.data());
+            for (int i = 0; i < 16; ++i) {
+                EXPECT_NEAR(executed[i], want[i], 1e-5) << i;
+                EXPECT_NEAR(computed[i], want[i], 1e-5) << i;
+            }
+        }
+    // TOrnMatrix reads and multiplies the GL matrices.
+    glMatrixMode(GL_PROJECTION);
+    glScalef(2, 2, 2);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glTranslatef(1, 2, 3);
+    TOrnMatrix m, p;
+    m.PickGLModelviewMatrix();
+    p.PickGLProjectionMatrix();
+    EXPECT_EQ(m.GetValue(0, 3), 1);
+    EXPECT_EQ(m.GetValue(2, 3), 3);
+    EXPECT_EQ(p.GetValue(0, 0), 2);
+    m.GLMultMatrix();
+    m.PickGLModelviewMatrix();
+    EXPECT_EQ(m.GetValue(1, 3), 4);
 }
