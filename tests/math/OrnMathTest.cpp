@@ -51,32 +51,27 @@ TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUnchecked) {
     EXPECT_EQ(d.AsMathVector(), ToVec(0, 0, 1));
     d.SetValues(0.5f, 2, -3);
     d.SetX(0.5f);
-    EXPECT_EQ(d.AsMathVector(), ToVec(0.5, 0, 1));
-    EXPECT_EQ(changes.own, 1);
+    EXPECT_EQ(std::pair(d.AsMathVector(), changes.own), std::pair(ToVec(0.5, 0, 1), 1));
     d.SetAsMathVector(ToVec(-1, 1, 0));
     d.incZ(0.5f);
-    EXPECT_EQ(d.AsMathVector(), ToVec(-1, 1, 0.5));
-    EXPECT_EQ(changes.own, 5);
+    EXPECT_EQ(std::pair(d.AsMathVector(), changes.own), std::pair(ToVec(-1, 1, 0.5), 5));
     TOrnVector src;
     src.SetValues(4, 5, 6);
     Changes srcChanges(src);
     d.Assign(&src); // once, past the range check, and d keeps its own handler
-    EXPECT_EQ(d.AsMathVector(), ToVec(4, 5, 6));
-    EXPECT_EQ(changes.own, 6);
+    EXPECT_EQ(std::pair(d.AsMathVector(), changes.own), std::pair(ToVec(4, 5, 6), 6));
     TOrnColor notAVector;
     d.Assign(&notAVector);
     d.Assign(nullptr);
     d.SetX(0.25f);
-    EXPECT_EQ(changes.own, 7);
-    EXPECT_EQ(srcChanges.own, 0);
+    EXPECT_EQ(std::pair(changes.own, srcChanges.own), std::pair(7, 0));
     TOrnNormal n, zero;
     n.SetValues(3, 0, 4);
     Changes normalChanges(n);
     n.Normalize();
     zero.Normalize();
-    EXPECT_EQ((std::array{n.AsMathVector(), zero.AsMathVector()}),
-              (std::array{ToVec(0.6f, 0, 0.8f), ToVec(0, 0, 0)}));
-    EXPECT_EQ(normalChanges.own, 2); // through the setters
+    EXPECT_EQ(std::tuple(n.AsMathVector(), zero.AsMathVector(), normalChanges.own), // through the setters
+              std::tuple(ToVec(0.6f, 0, 0.8f), ToVec(0, 0, 0), 2));
 }
 
 TEST(TOrnColor, ChannelsAlphaAndAssign) {
@@ -90,8 +85,7 @@ TEST(TOrnColor, ChannelsAlphaAndAssign) {
     c.SetAlpha(1);
     c.SetColor(0x0000FF); // red in the low byte
     c.SetAlpha(0.5f);
-    EXPECT_EQ(c.GetParams(), (std::array<float, 4>{1, 0, 0, 0.5f}));
-    EXPECT_EQ(changes.own, 4);
+    EXPECT_EQ(std::pair(c.GetParams(), changes.own), std::pair(std::array<float, 4>{1, 0, 0, 0.5f}, 4));
     c.SetColor(0x00FF8000);
     EXPECT_EQ(c.GetParams(), (std::array<float, 4>{0, 128 / 255.0f, 1, 0.5f}));
     c.SetColor(clBtnFace); // a system colour is not translated
@@ -102,19 +96,17 @@ TEST(TOrnColor, ChannelsAlphaAndAssign) {
     EXPECT_EQ(std::pair(c.Color(), c.Alpha()), std::pair(51 + 128 * 256 + 255 * 65536, 2.0f));
     const float half[4] = {0.5f, 0, 0, 0.3f};
     c.SetParams(half);
-    EXPECT_EQ(c.Color(), 128);
-    EXPECT_EQ(changes.own, 6);
+    EXPECT_EQ(std::pair(c.Color(), changes.own), std::pair(TColor(128), 6));
     // The copy notifies its own owner once, then the handler moves to the source's.
     TOrnColor b;
     Changes bChanges(b);
     b.Assign(&c);
-    EXPECT_EQ(b.GetParams(), (std::array<float, 4>{128 / 255.0f, 0, 0, 0.3f}));
-    EXPECT_EQ(bChanges.own, 1);
+    EXPECT_EQ(std::pair(b.GetParams(), bChanges.own), std::pair(std::array{128 / 255.0f, 0.f, 0.f, 0.3f}, 1));
     b.SetColor(clBlue);
     EXPECT_EQ((std::array{bChanges.own, changes.own, changes.others}), (std::array{1, 6, 1}));
 }
 
-TEST(TOrnMatrix, IndexingIdentityAndAssign) {
+TEST(TOrnMatrix, IndexingIdentityAssignInvertMultiplyAndTranspose) {
     TOrnMatrix m;
     m.SetValue(1, 2, 7);
     m.SetValue(4, 0, 1);
@@ -131,14 +123,10 @@ TEST(TOrnMatrix, IndexingIdentityAndAssign) {
     TOrnMatrix b;
     Changes aChanges(m), bChanges(b);
     b.Assign(&m); // values and handler, without a notification
-    EXPECT_EQ(b.GetValue(0, 3), 1e-15);
-    EXPECT_EQ(aChanges.own + bChanges.own, 0);
+    EXPECT_EQ(std::pair(b.GetValue(0, 3), aChanges.own + bChanges.own), std::pair(1e-15, 0));
     b.Changed();
     EXPECT_EQ(aChanges.others, 1);
-}
-
-TEST(TOrnMatrix, InvertMultiplyAndTranspose) {
-    TOrnMatrix m, s;
+    TOrnMatrix s;
     Fill(m, {2, 0, 0, 4, 0, 4, 0, 0, 0, 0, 5, 0, 0, 0, 0, 1});
     EXPECT_TRUE(m.Invert());
     EXPECT_EQ(Rows(m), (Matrix{0.5, 0, 0, -2, 0, 0.25, 0, 0, 0, 0, 0.2, 0, 0, 0, 0, 1}));
@@ -188,35 +176,29 @@ TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
 }
 
 TEST(TOrnMathVector, RoutinesOnSmallCases) {
-    TOrnMathVector r;
-    OrnMathVectorAddition(ToVec(1, 2, 3), ToVec(-4, 5, 0.5), r);
-    EXPECT_EQ(r, ToVec(-3, 7, 3.5));
-    OrnMathVectorInterpolate(ToVec(0, 0, 0), ToVec(2, 4, 6), r);
-    EXPECT_EQ(r, ToVec(1, 2, 3));
-    OrnMathScalarProduct(ToVec(1, -2, 3), 2, r);
-    EXPECT_EQ(r, ToVec(2, -4, 6));
-    OrnMathCrossProduct(ToVec(1, 0, 0), ToVec(0, 1, 0), r);
-    EXPECT_EQ(r, ToVec(0, 0, 1));
-    EXPECT_EQ(OrnMathDotProduct(ToVec(1, 2, 3), ToVec(4, -5, 6)), 12);
-    EXPECT_EQ(OrnMathVectorDist(ToVec(1, 1, 1), ToVec(4, 5, 1)), 5);
-    EXPECT_EQ(OrnMathVectorLength(ToVec(0, 3, 4)), 5);
-    r = ToVec(3, 0, 4);
-    OrnMathNormalize(r);
-    EXPECT_EQ(r, ToVec(0.6, 0, 0.8));
-    r = ToVec(0, 0, 0);
-    OrnMathNormalize(r);
-    EXPECT_EQ(r, ToVec(0, 0, 0));
-    r = ToVec(std::numeric_limits<double>::quiet_NaN(), 1, 1);
-    OrnMathNormalize(r);
-    EXPECT_TRUE(std::isnan(r.x));
-    EXPECT_EQ(r.y, 1);
-    // Counter-clockwise seen from +z: the normal points at the viewer.
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 0, 0), ToVec(0, 1, 0), true, r);
-    EXPECT_EQ(r, ToVec(0, 0, 1));
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(2, 0, 0), ToVec(0, 2, 0), false, r);
-    EXPECT_EQ(r, ToVec(0, 0, 4)); // twice the area when not normalised
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 1, 1), ToVec(2, 2, 2), true, r);
-    EXPECT_EQ(r, ToVec(0, 0, 0)); // collinear
+    const auto normalized = [](TOrnMathVector v) {
+        OrnMathNormalize(v);
+        return v;
+    };
+    TOrnMathVector r[7];
+    OrnMathVectorAddition(ToVec(1, 2, 3), ToVec(-4, 5, 0.5), r[0]);
+    OrnMathVectorInterpolate(ToVec(0, 0, 0), ToVec(2, 4, 6), r[1]);
+    OrnMathScalarProduct(ToVec(1, -2, 3), 2, r[2]);
+    OrnMathCrossProduct(ToVec(1, 0, 0), ToVec(0, 1, 0), r[3]);
+    // Counter-clockwise seen from +z the normal points at the viewer; not normalised, twice the area.
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 0, 0), ToVec(0, 1, 0), true, r[4]);
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(2, 0, 0), ToVec(0, 2, 0), false, r[5]);
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 1, 1), ToVec(2, 2, 2), true, r[6]); // collinear
+    EXPECT_EQ((std::array{r[0], r[1], r[2], r[3], r[4], r[5], r[6], normalized(ToVec(3, 0, 4)),
+                          normalized(ToVec(0, 0, 0))}),
+              (std::array{ToVec(-3, 7, 3.5), ToVec(1, 2, 3), ToVec(2, -4, 6), ToVec(0, 0, 1), ToVec(0, 0, 1),
+                          ToVec(0, 0, 4), ToVec(0, 0, 0), ToVec(0.6, 0, 0.8), ToVec(0, 0, 0)}));
+    EXPECT_EQ(
+        (std::array{OrnMathDotProduct(ToVec(1, 2, 3), ToVec(4, -5, 6)),
+                    OrnMathVectorDist(ToVec(1, 1, 1), ToVec(4, 5, 1)), OrnMathVectorLength(ToVec(0, 3, 4))}),
+        (std::array<double, 3>{12, 5, 5}));
+    const TOrnMathVector n = normalized(ToVec(std::numeric_limits<double>::quiet_NaN(), 1, 1));
+    EXPECT_TRUE(std::isnan(n.x) && n.y == 1);
     // The plane's d is the distance along the normal, not negated.
     EXPECT_EQ(OrnMathPlanefromPoints(ToVec(0, 0, 1), ToVec(1, 0, 1), ToVec(0, 1, 1)), ToVec4D(0, 0, 1, 1));
     EXPECT_EQ(OrnMathPlanefromPoints(ToVec(1, 1, 1), ToVec(2, 2, 2), ToVec(3, 3, 3)), ToVec4D(0, 0, 0, 0));
@@ -246,14 +228,12 @@ TEST(TOrnBounds, TransformedHoldsEveryTurnedCorner) {
     TOrnTransformation t;
     t.Rotation()->SetValues(45, 0, 45); // the far corner (1, 2, 3) alone reaches the top
     const TOrnBounds turned = box.Transformed(t);
-    const double want[6] = {-1.4142136, -2.1213203, 0, 0.7071068, 1.5, 3.6213203};
-    const double got[6] = {turned.Lo.x, turned.Lo.y, turned.Lo.z, turned.Hi.x, turned.Hi.y, turned.Hi.z};
-    for (int i = 0; i < 6; ++i)
-        EXPECT_NEAR(got[i], want[i], 1e-6) << i;
+    EXPECT_LT(OrnMathVectorDist(turned.Lo, ToVec(-1.4142136, -2.1213203, 0)), 1e-6);
+    EXPECT_LT(OrnMathVectorDist(turned.Hi, ToVec(0.7071068, 1.5, 3.6213203)), 1e-6);
     EXPECT_TRUE(empty.Transformed(t).Empty());
 }
 
-TEST(TOrnRotation, AnglesReduceIntoZeroTo360AfterTheChangeTest) {
+TEST(TOrnTransformation, AnglesReduceIntoZeroTo360AfterTheChangeTestEmptinessNotificationsAndAssign) {
     TOrnRotation r;
     const std::pair<float, float> cases[] = {{-90, 270}, {720, 0},    {359.9f, 359.9f}, {360, 0},
                                              {370, 10},  {-370, 350}, {-360, 0},        {45, 45}};
@@ -263,11 +243,8 @@ TEST(TOrnRotation, AnglesReduceIntoZeroTo360AfterTheChangeTest) {
     r.OnChange = [&](TObject*) { ++changes; };
     r.SetY(10);
     r.SetY(370); // differs from 10 before the reduction, so it notifies
-    EXPECT_EQ(r.Y(), 10);
-    EXPECT_EQ(changes, 2);
-}
-
-TEST(TOrnTransformation, EmptinessNotificationsAndAssign) {
+    EXPECT_EQ(std::pair(r.Y(), changes), std::pair(10.0f, 2));
+    // A transformation is empty while every part is at its neutral value.
     TOrnTransformation a, b;
     EXPECT_TRUE(a.GetEmpty());
     a.Scale()->SetZ(2);
@@ -283,11 +260,10 @@ TEST(TOrnTransformation, EmptinessNotificationsAndAssign) {
     a.Translation()->SetValues(1, 2, 3);
     a.Scale()->SetValues(2, 2, 2);
     b.Assign(&a); // every part, but not the order
-    EXPECT_EQ(b.Order(), toRotTraSca);
-    EXPECT_EQ(b.Rotation()->Order(), roYZX);
-    EXPECT_EQ(b.Rotation()->AsMathVector(), ToVec(10, 20, 30));
-    EXPECT_EQ(b.Translation()->AsMathVector(), ToVec(1, 2, 3));
-    EXPECT_EQ(b.Scale()->AsMathVector(), ToVec(2, 2, 2));
+    EXPECT_EQ(std::pair(b.Order(), b.Rotation()->Order()), std::pair(toRotTraSca, roYZX));
+    EXPECT_EQ((std::array{b.Rotation()->AsMathVector(), b.Translation()->AsMathVector(),
+                          b.Scale()->AsMathVector()}),
+              (std::array{ToVec(10, 20, 30), ToVec(1, 2, 3), ToVec(2, 2, 2)}));
     EXPECT_EQ(senders, (std::vector<TObject*>(4, &b))); // rotation values and order, scale, translation
     b.SetRotation(nullptr);
     EXPECT_EQ(senders.size(), 4u);
@@ -342,9 +318,8 @@ TEST_F(TransformationGL, ExecuteAndMatrixApplyThePartsInTheirOrderAndMatricesCom
     TOrnMatrix m, p;
     m.PickGLModelviewMatrix();
     p.PickGLProjectionMatrix();
-    EXPECT_EQ(m.GetValue(0, 3), 1);
-    EXPECT_EQ(m.GetValue(2, 3), 3);
-    EXPECT_EQ(p.GetValue(0, 0), 2);
+    EXPECT_EQ((std::array{m.GetValue(0, 3), m.GetValue(2, 3), p.GetValue(0, 0)}),
+              (std::array{1.0, 3.0, 2.0}));
     m.GLMultMatrix();
     m.PickGLModelviewMatrix();
     EXPECT_EQ(m.GetValue(1, 3), 4);
