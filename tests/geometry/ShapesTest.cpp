@@ -65,7 +65,7 @@ void expectPoints(const TOrnPrimitiveObj& o, std::initializer_list<PointAt> poin
 
 } // namespace
 
-TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
+TEST_F(ShapeFixture, SmallShapesAndFlatFiguresInXZPutTheirPointsNormalsAndTextureWhereTheySay) {
     auto& point = Built<TOrnPoint>({});
     ASSERT_EQ(point.Points()->Count(), 1);
     expectPoints(point, {{0, {0, 0, 0}, {0, 0, 1}, 0, 0}});
@@ -77,11 +77,11 @@ TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
         EXPECT_EQ(test::Entries(o->Primitive(0)), idx);
     }
     // The triangle's apex at the origin, its base at z = Height, its texture scaled and shifted.
-    auto& t = Built<TOrnTriangle>({{"Base", 2}, {"Height", 3}},
-                                  {{"ScaleX", 2}, {"ShiftX", 1}, {"ScaleY", 4}, {"ShiftY", 0.5}});
-    expectPoints(t, {{0, {0, 0, 0}, {0, 1, 0}, 2, 4.5},
-                     {1, {-1, 0, 3}, {0, 1, 0}, 1, 0.5},
-                     {2, {1, 0, 3}, {0, 1, 0}, 3, 0.5}});
+    auto& tri = Built<TOrnTriangle>({{"Base", 2}, {"Height", 3}},
+                                    {{"ScaleX", 2}, {"ShiftX", 1}, {"ScaleY", 4}, {"ShiftY", 0.5}});
+    expectPoints(tri, {{0, {0, 0, 0}, {0, 1, 0}, 2, 4.5},
+                       {1, {-1, 0, 3}, {0, 1, 0}, 1, 0.5},
+                       {2, {1, 0, 3}, {0, 1, 0}, 3, 0.5}});
     // The rectangle centred in x, from z = Height at row 0 down to z = 0.
     auto& r = Built<TOrnRectangle>({{"DetailX", 3}, {"DetailY", 2}, {"Width", 6}, {"Height", 4}});
     EXPECT_EQ(r.Points()->Count(), 12);
@@ -92,10 +92,7 @@ TEST_F(ShapeFixture, FlatFiguresLieInXZFacingWhereTheirWindingSays) {
     expectPoints(r, {{0, {-3, 0, 4}, {0, 1, 0}, 0, 0},
                      {6, {1, 0, 2}, {0, 1, 0}, 2.0 / 3, 0.5},
                      {11, {3, 0, 0}, {0, 1, 0}, 1, 1}});
-}
-
-TEST_F(ShapeFixture, SmallShapesPutTheirPointsNormalsAndTextureWhereTheySay) {
-    // Sphere rows from the north pole down, columns from +z towards +x.
+    // The sphere's rows from the north pole down, columns from +z towards +x.
     auto& s = Built<TOrnSphere>({{"Radius", 2}, {"Slices", 4}, {"Stacks", 2}});
     ASSERT_EQ(s.Points()->Count(), 15);
     expectPoints(s, {{0, {0, 2, 0}, {0, 1, 0}, 0, 1},
@@ -157,7 +154,7 @@ TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTextu
     EXPECT_EQ(b.Points()->Count(), 2 * 3 * 4 + 2 * 4 * 2 + 2 * 3 * 2);
 }
 
-TEST_F(ShapeFixture, EveryDetailGivesAClosedSurfaceOnItsShapeWithOutwardNormals) {
+TEST_F(ShapeFixture, EveryDetailGivesAClosedSurfaceOnItsShapeWithOutwardNormalsUnlessOpen) {
     auto& cone = Make<TOrnCylinder>({{"BaseRadius", 2}, {"TopRadius", 1}, {"Height", 3}});
     const struct {
         TOrnPrimitiveObj* shape;
@@ -189,22 +186,20 @@ TEST_F(ShapeFixture, EveryDetailGivesAClosedSurfaceOnItsShapeWithOutwardNormals)
             EXPECT_EQ(OpenEdges(*c.shape), 0) << what;
             test::ExpectSoundMesh(*c.shape, what);
         }
-}
-
-TEST_F(ShapeFixture, OpenShapesConesAndPartialSweeps) {
+    // A partial sweep, a pointed cone with and without its cap, a full and a partial disc.
     auto& s = Make<TOrnSphere>({{"Slices", 4}, {"Stacks", 2}, {"SweepAngle", 180}, {"TopAngle", 90}});
     s.Init();
     for (int i = 0; i < s.Points()->Count(); ++i)
         EXPECT_TRUE(At(s, i).x >= -1e-12 && At(s, i).y <= 1e-12) << i; // towards +x, below the equator
     EXPECT_FALSE(s.Points()->GetFlag(4, 0));                           // an open sweep has no seam
     EXPECT_GT(OpenEdges(s), 0);
-    auto& cone = Make<TOrnCylinder>({{"TopRadius", 0}, {"Stacks", 3}});
-    cone.Init();
-    EXPECT_EQ(cone.PrimitiveCount(), 4); // three side bands and the base cap
-    EXPECT_EQ(OpenEdges(cone), 0);
-    test::Set(cone, {{"Caps", 0}});
-    cone.Init();
-    EXPECT_EQ(OpenEdges(cone), 24); // the rim of the base
+    auto& pointed = Make<TOrnCylinder>({{"TopRadius", 0}, {"Stacks", 3}});
+    pointed.Init();
+    EXPECT_EQ(pointed.PrimitiveCount(), 4); // three side bands and the base cap
+    EXPECT_EQ(OpenEdges(pointed), 0);
+    test::Set(pointed, {{"Caps", 0}});
+    pointed.Init();
+    EXPECT_EQ(OpenEdges(pointed), 24); // the rim of the base
     auto& full = Make<TOrnDisc>({{"Slices", 10}, {"Loops", 2}});
     full.Init();
     EXPECT_EQ(OpenEdges(full), 10); // the centre closes up

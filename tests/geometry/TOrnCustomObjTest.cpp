@@ -70,8 +70,7 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 6);
     EXPECT_TRUE(obj->Points()->GetFlag(2, 2) && !obj->Points()->GetFlag(3, 2));
-    EXPECT_EQ(std::pair(OpenEdges(false), OpenEdges(true)),
-              std::pair(6, 4)); // welded, the shared edge closes
+    EXPECT_EQ(std::pair(OpenEdges(false), OpenEdges(true)), std::pair(6, 4)); // welded, no longer open
 }
 
 TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinToleranceSinceTheLastCloseEdges) {
@@ -119,7 +118,7 @@ TEST_F(CustomFixture, InterfaceReadsAndMovesTheCornersOfOneFace) {
     EXPECT_EQ(obj->Points()->GetVector(3, daVertex), (TOrnMathVector{0, 1, 0}));
 }
 
-TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitAndMeetsOnConstruct) {
+TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitMeetsOnConstructAndIsRefusedUnlessItAddsUp) {
     // A unit square as two triangles, with the application's own normals and (s, t) pairs.
     obj->SetMesh({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}, {0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1},
                  {0, 0, 1, 0, 1, 1, 0, 1}, {0, 1, 2, 0, 2, 3});
@@ -142,13 +141,7 @@ TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitAndMeetsOnConstru
     obj->Init();
     ASSERT_EQ(obj->Points()->Count(), 3);
     EXPECT_NEAR(std::fabs(obj->Points()->GetVector(0, daNormal).x), 1.0, 1e-9);
-    obj->ClearMesh();
-    obj->Init(); // neither a mesh nor OnConstruct: empty
-    EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0);
-}
-
-TEST_F(CustomFixture, MeshThatDoesNotAddUpIsRefusedAndTheOldOneKept) {
-    obj->SetMesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {}, {}, {0, 1, 2});
+    // A mesh that does not add up is refused and the old one kept.
     const struct {
         std::vector<double> positions, normals, tex;
         std::vector<std::uint32_t> indices;
@@ -164,22 +157,17 @@ TEST_F(CustomFixture, MeshThatDoesNotAddUpIsRefusedAndTheOldOneKept) {
         EXPECT_THROW(obj->SetMesh(b.positions, b.normals, b.tex, b.indices, b.type), EOrnError);
     obj->Init();
     EXPECT_EQ(obj->Points()->Count(), 3);
+    obj->ClearMesh();
+    obj->Init(); // neither a mesh nor OnConstruct: empty
+    EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0);
 }
 
-TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRuns) {
+TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRunsAndExtrudingMakesClosedOutwardSolids) {
     Square();
     std::vector<T2DIntPoint> edges;
     int count = 0;
     obj->GetOpenEdges(edges, count, false);
     EXPECT_EQ(edges, (std::vector<T2DIntPoint>{{0, 1}, {2, 0}, {1, 3}, {3, 2}}));
-    obj->CloseEdges(); // the same square far away
-    obj->AddTriangle({5, 5, 0}, {6, 5, 0}, {5, 6, 0});
-    obj->AddTriangle({5, 6, 0}, {6, 5, 0}, {6, 6, 0});
-    EXPECT_EQ(OpenEdges(false), 8);
-}
-
-TEST_F(CustomFixture, ExtrudingMakesClosedOutwardSolidsOrOpenTubes) {
-    Square();
     obj->Extrude(2, 3, true); // along the faces' normal
     EXPECT_EQ(OpenEdges(), 0);
     for (int i = 0; i < obj->Points()->Count(); ++i)
@@ -190,6 +178,10 @@ TEST_F(CustomFixture, ExtrudingMakesClosedOutwardSolidsOrOpenTubes) {
     obj->ExtrudeByVec({0, 0, -1}, 1, true);
     EXPECT_EQ(OpenEdges(), 0);
     expectFacesOutward(*obj, {0.5, 0.5, -0.5});
+    obj->CloseEdges(); // the same square far away
+    obj->AddTriangle({5, 5, 0}, {6, 5, 0}, {5, 6, 0});
+    obj->AddTriangle({5, 6, 0}, {6, 5, 0}, {6, 6, 0});
+    EXPECT_EQ(OpenEdges(), 4);
     TOrnRectangle r(&form);
     r.SetDetX(2);
     r.Init();
@@ -313,6 +305,13 @@ TEST_F(CustomFixture,
     EXPECT_EQ(poly->Primitive(0)->Indices(0), 5u);
     poly->Init(); // intended: pool order, and the deleted point is back
     EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{0, 1, 2, 3, 4, 5}));
+    test::MemoryExchange ex; // damaged points in the scene are ignored
+    ex.Save(*poly);
+    TOrnPolygon back(&form);
+    ex.Load(back);
+    ex.Set("Points", "1,2,3;garbage");
+    ex.Load(back);
+    EXPECT_EQ(back.Points()->Count(), 6);
 }
 
 TEST_F(CustomFixture, PolygonOnConstructFillsTheOutlineInsteadAndPointsAreEditedByIndexAndKind) {
@@ -344,15 +343,4 @@ TEST_F(CustomFixture, PolygonOnConstructFillsTheOutlineInsteadAndPointsAreEdited
     poly->SetInitClearPoints(true);
     poly->Init();
     EXPECT_EQ(poly->Points()->Count() + poly->Count(), 0);
-}
-
-TEST_F(CustomFixture, PolygonDamagedPointsInTheSceneAreIgnored) {
-    PolySquare();
-    test::MemoryExchange ex;
-    ex.Save(*poly);
-    TOrnPolygon back(&form);
-    ex.Load(back);
-    ex.Set("Points", "1,2,3;garbage");
-    ex.Load(back);
-    EXPECT_EQ(back.Points()->Count(), 4);
 }
