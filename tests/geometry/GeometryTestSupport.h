@@ -12,6 +12,8 @@
 
 namespace orn::test {
 
+using Idx = std::vector<std::uint32_t>;
+
 inline double Length(const TOrnMathVector& v) {
     return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
 }
@@ -36,7 +38,6 @@ inline void Set(TOrnExchangeItem& item, Values values) {
     }
 }
 
-/// Indices of a list as a vector.
 inline std::vector<std::uint32_t> Entries(const TOrnPrimitiveArray* list) {
     return {list->Data(), list->Data() + list->Count()};
 }

@@ -24,9 +24,7 @@
 #include <set>
 
 using namespace orn;
-using orn::test::At;
-using orn::test::OpenEdges;
-using Idx = std::vector<std::uint32_t>;
+using namespace orn::test;
 
 namespace {
 

@@ -10,9 +10,7 @@
 #include <gtest/gtest.h>
 
 using namespace orn;
-using orn::test::At;
-using orn::test::Entries;
-using Idx = std::vector<std::uint32_t>;
+using namespace orn::test;
 
 namespace {
 

@@ -17,9 +17,7 @@
 #include <memory>
 
 using namespace orn;
-using orn::test::At;
-using orn::test::Entries;
-using Idx = std::vector<std::uint32_t>;
+using namespace orn::test;
 
 namespace {
 
@@ -291,7 +289,7 @@ TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndOnlyTexturedBuildsCarryTex
     EXPECT_FALSE(obj->Points()->HasArray(daTexture));
 }
 
-TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExist) {
+TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExistAndAddPrimitiveObjAppendsTheOther) {
     Fill(1, {{GL_POINTS, {0}}, {GL_LINES, {0}}, {GL_TRIANGLES, {0}}, {GL_QUADS, {0}}});
     EXPECT_EQ(std::vector<int>({obj->AddIndex(0, 3), obj->AddIndex(0, 4), obj->AddIndex(0, -1)}),
               std::vector<int>({1, -1, -1}));
@@ -299,9 +297,15 @@ TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExist) {
     obj->DeletePrimitiveArray(3, 5);
     obj->DeletePrimitiveArray(0, 0);
     obj->DeletePrimitiveArray(-2, 3); // only position 0 exists of −2 … 0
-    ASSERT_EQ(obj->PrimitiveCount(), 2);
-    EXPECT_EQ(std::pair(obj->Primitive(0)->Type(), obj->Primitive(1)->Type()),
-              (std::pair<GLenum, GLenum>(GL_LINES, GL_TRIANGLES)));
+    auto* other = new Probe(&form);   // built, its indices shifted past the points there are
+    other->points = [](Probe& p) { ::Fill(p, 2, {{GL_LINES, {0, 1}}}, 5); };
+    EXPECT_EQ(obj->AddPrimitiveObj(other), 1);
+    EXPECT_TRUE(other->Initialized());
+    ASSERT_EQ(obj->PrimitiveCount(), 3);
+    EXPECT_EQ((std::array{obj->Primitive(0)->Type(), obj->Primitive(1)->Type(), obj->Primitive(2)->Type()}),
+              (std::array<GLenum, 3>{GL_LINES, GL_TRIANGLES, GL_LINES}));
+    EXPECT_EQ(Entries(obj->Primitive(2)), (Idx{1, 2}));
+    EXPECT_EQ(At(*obj, 2), (TOrnMathVector{6, 0, 0}));
 }
 
 TEST_F(PrimitiveObjFixture, FreeingPointsRenumbersTheListsAndDisablesThoseLeftDangling) {
@@ -342,18 +346,6 @@ TEST_F(PrimitiveObjFixture, TextureAndTexturedReachEveryListAndARemovedTextureIs
         for (int l = 0; l < obj->PrimitiveCount(); ++l)
             EXPECT_EQ(obj->Primitive(l)->TextureRender(), nullptr);
     }
-}
-
-TEST_F(PrimitiveObjFixture, AddPrimitiveObjBuildsTheOtherAndShiftsItsIndices) {
-    auto* other = new Probe(&form);
-    other->points = [](Probe& p) { ::Fill(p, 2, {{GL_LINES, {0, 1}}}, 5); };
-    Fill(3, {{GL_POINTS, {0, 1, 2}}});
-    EXPECT_EQ(obj->AddPrimitiveObj(other), 3);
-    EXPECT_TRUE(other->Initialized());
-    ASSERT_EQ(obj->PrimitiveCount(), 2);
-    EXPECT_EQ(std::pair(obj->Primitive(1)->Type(), Entries(obj->Primitive(1))),
-              std::pair(GLenum(GL_LINES), Idx{3, 4}));
-    EXPECT_EQ(At(*obj, 4), (TOrnMathVector{6, 0, 0}));
 }
 
 TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
@@ -554,7 +546,7 @@ TEST(TOrnPrimitivePoints, WholePointsAndSingleComponents) {
               std::tuple(TColor(0x0000FF), 0.25f, 5, false));
 }
 
-TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRange) {
+TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRangeAndPoolsAddScaleAndMove) {
     TOrnPrimitivePoints pool;
     for (int i = 0; i < 6; ++i)
         pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
@@ -571,9 +563,6 @@ TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRange) {
     pool.Delete(-1, 2); // only position 0 of −1 … 0
     ASSERT_EQ(pool.Count(), 2);
     EXPECT_EQ(std::pair(pool.GetVector(0, daVertex).x, pool.GetVector(1, daVertex).x), std::pair(6.0, 7.0));
-}
-
-TEST(TOrnPrimitivePoints, AddingPoolsScalingAndMovingAndTheVersion) {
     TOrnPrimitivePoints a, b;
     a.Add(1, 0, 0);
     b.Add({2, 0, 0}, {0, 0, 1}, {});
