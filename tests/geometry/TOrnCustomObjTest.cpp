@@ -59,7 +59,7 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     ASSERT_EQ(obj->PrimitiveCount(), 1);
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 2, 1, 3}));
     EXPECT_TRUE(obj->Points()->GetFlag(3, 1));
-    EXPECT_EQ(obj->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
+    EXPECT_EQ(At(*obj, 0, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
     obj->OnConstruct = [&](TObject*) {
         obj->AddTriangle(a, b, c);
         obj->CloseEdges();
@@ -79,7 +79,7 @@ TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinToleranceSinceTheLastClo
     ASSERT_EQ(obj->PrimitiveCount(), 2);
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 3, 1, 4, 5, 6}));
     EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{0, 7, 3}));
-    EXPECT_EQ(obj->Points()->GetVector(5, daTexture), (TOrnMathVector{4, 1, 0})); // computed at once
+    EXPECT_EQ(At(*obj, 5, daTexture), (TOrnMathVector{4, 1, 0})); // computed at once
     // The search runs down from the newest point and stops at the first from before CloseEdges.
     obj->CloseEdges();
     EXPECT_EQ(obj->GetPointIndex({5, 5, 5}), 8);
@@ -106,14 +106,14 @@ TEST_F(CustomFixture, InterfaceReadsAndMovesTheCornersOfOneFace) {
     EXPECT_EQ(face->VertexCount(), 4);
     EXPECT_EQ(face->GetPoint(3), (TOrnMathVector{1, 1, 0}));
     face->SetPoint(3, {2, 2, 0});
-    EXPECT_EQ(obj->Points()->GetVector(2, daVertex), (TOrnMathVector{2, 2, 0}));
+    EXPECT_EQ(At(*obj, 2), (TOrnMathVector{2, 2, 0}));
     TOrnPrimitiveInterface* tri = obj->GetInterface(1, GL_TRIANGLES);
     EXPECT_EQ(tri, face); // one interface, repositioned
     EXPECT_EQ(tri->GetPoint(4), (TOrnMathVector{}));
     tri->SetPoint(4, {9, 9, 9});
     tri->SetPoint(0, {9, 9, 9});
     EXPECT_EQ(tri->GetPoint(1), (TOrnMathVector{5, 5, 5}));
-    EXPECT_EQ(obj->Points()->GetVector(3, daVertex), (TOrnMathVector{0, 1, 0}));
+    EXPECT_EQ(At(*obj, 3), (TOrnMathVector{0, 1, 0}));
 }
 
 TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitMeetsOnConstructAndIsRefusedUnlessItAddsUp) {
@@ -138,7 +138,7 @@ TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitMeetsOnConstructA
     obj->SetMesh({0, 0, 0, 0, 1, 0, 0, 0, 1}, {}, {}, {0, 1, 2}, GL_TRIANGLES);
     obj->Init();
     ASSERT_EQ(obj->Points()->Count(), 3);
-    EXPECT_NEAR(std::fabs(obj->Points()->GetVector(0, daNormal).x), 1.0, 1e-9);
+    EXPECT_NEAR(std::fabs(At(*obj, 0, daNormal).x), 1.0, 1e-9);
     // A mesh that does not add up is refused and the old one kept.
     const struct {
         std::vector<double> positions, normals, tex;
@@ -216,12 +216,12 @@ TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdge) {
     Square();
     obj->SplitTriangle(0, 0); // longest edge: the diagonal 1–2, shared with triangle 1
     EXPECT_EQ(obj->Points()->Count(), 5);
-    EXPECT_EQ(obj->Points()->GetVector(4, daVertex), (TOrnMathVector{0.5, 0.5, 0}));
+    EXPECT_EQ(At(*obj, 4), (TOrnMathVector{0.5, 0.5, 0}));
     EXPECT_EQ(obj->Primitive(0)->Count(), 12);
     EXPECT_EQ(OpenEdges(false), 4); // no crack along the diagonal
     obj->CalcNormals();
     for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(obj->Points()->GetVector(i, daNormal), (TOrnMathVector{0, 0, 1})) << i;
+        EXPECT_EQ(At(*obj, i, daNormal), (TOrnMathVector{0, 0, 1})) << i;
     const Idx t = Entries(obj->Primitive(0));
     double area = 0; // the four triangles cover the square once
     for (std::size_t k = 0; k + 2 < t.size(); k += 3) {
@@ -283,7 +283,7 @@ TEST_F(CustomFixture,
     ASSERT_EQ(poly->PrimitiveCount(), 1);
     EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{0, 1, 2, 3}));
     EXPECT_TRUE(poly->Points()->GetFlag(2, 0));
-    EXPECT_EQ(poly->Points()->GetVector(1, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
+    EXPECT_EQ(At(*poly, 1, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
     const std::tuple<bool, bool, GLenum> cases[] = {{true, false, GL_POLYGON},
                                                     {false, false, GL_LINE_STRIP},
                                                     {false, true, GL_LINE_LOOP},
@@ -318,8 +318,8 @@ TEST_F(CustomFixture, PolygonOnConstructFillsTheOutlineInsteadAndPointsAreEdited
     poly->SetNormal(&n);
     poly->SetNormal(nullptr); // ignored value, still a change
     poly->AddValues(1, 2, 3, 0.5f, 0.25f);
-    EXPECT_EQ(poly->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 1, 0}));
-    EXPECT_EQ(poly->Points()->GetVector(0, daTexture), (TOrnMathVector{0.5, 0.25, 0}));
+    EXPECT_EQ(At(*poly, 0, daNormal), (TOrnMathVector{0, 1, 0}));
+    EXPECT_EQ(At(*poly, 0, daTexture), (TOrnMathVector{0.5, 0.25, 0}));
     EXPECT_FALSE(poly->Points()->GetFlag(0, 1));
     poly->Points()->SetCount(0);
     PolySquare();
@@ -329,7 +329,7 @@ TEST_F(CustomFixture, PolygonOnConstructFillsTheOutlineInsteadAndPointsAreEdited
     };
     poly->Init();
     EXPECT_EQ(Entries(poly->Primitive(0)), (Idx{3, 2, 1, 0}));
-    EXPECT_EQ(poly->Points()->GetVector(0, daNormal), (TOrnMathVector{0, 0, -1}));
+    EXPECT_EQ(At(*poly, 0, daNormal), (TOrnMathVector{0, 0, -1}));
     poly->SetValues(2, daVertex, {5, 5, 0});
     EXPECT_FALSE(poly->Initialized());
     EXPECT_EQ(poly->GetValues(2, daVertex), (TOrnMathVector{5, 5, 0}));

@@ -96,35 +96,34 @@ struct Primitive {
 };
 
 std::vector<Primitive> Feedback(const std::function<void()>& render) {
-    std::vector<GLfloat> buffer(4096);
-    glFeedbackBuffer(static_cast<GLsizei>(buffer.size()), GL_3D_COLOR_TEXTURE, buffer.data());
+    std::vector<GLfloat> b(4096);
+    glFeedbackBuffer(4096, GL_3D_COLOR_TEXTURE, b.data());
     glRenderMode(GL_FEEDBACK);
     render();
-    const int n = glRenderMode(GL_RENDER);
+    const auto n = static_cast<std::size_t>(glRenderMode(GL_RENDER));
     std::vector<Primitive> out;
-    for (int i = 0; i < n;) {
-        const auto token = static_cast<GLenum>(buffer[static_cast<std::size_t>(i++)]);
-        const int count = token == GL_POLYGON_TOKEN ? static_cast<int>(buffer[static_cast<std::size_t>(i++)])
-                          : token == GL_LINE_TOKEN || token == GL_LINE_RESET_TOKEN ? 2
-                                                                                   : 1;
-        Primitive& p = out.emplace_back(Primitive{token == GL_LINE_RESET_TOKEN ? GL_LINE_TOKEN : token, {}});
-        for (int v = 0; v < count; ++v, i += 11)
-            p.vertices.emplace_back(buffer.begin() + i, buffer.begin() + i + 11);
+    for (std::size_t i = 0; i < n;) {
+        const auto token = static_cast<GLenum>(b[i++]);
+        const auto count = token == GL_POLYGON_TOKEN ? static_cast<std::size_t>(b[i++])
+                           : token == GL_POINT_TOKEN ? 1u
+                                                     : 2u;
+        Primitive& p = out.emplace_back(Primitive{token, {}});
+        for (std::size_t v = 0; v < count; ++v, i += 11)
+            p.vertices.emplace_back(b.data() + i, b.data() + i + 11);
     }
     return out;
 }
 
 /// The name stacks of the hits GL's selection mode records while render runs.
 std::vector<std::vector<GLuint>> Hits(const std::function<void()>& render) {
-    std::vector<GLuint> buffer(256);
-    glSelectBuffer(static_cast<GLsizei>(buffer.size()), buffer.data());
+    std::vector<GLuint> b(256);
+    glSelectBuffer(256, b.data());
     glRenderMode(GL_SELECT);
     render();
     const int hits = glRenderMode(GL_RENDER);
     std::vector<std::vector<GLuint>> out;
-    for (std::size_t i = 0; static_cast<int>(out.size()) < hits; i += 3 + buffer[i])
-        out.emplace_back(buffer.begin() + static_cast<long>(i) + 3,
-                         buffer.begin() + static_cast<long>(i + 3 + buffer[i]));
+    for (std::size_t i = 0; static_cast<int>(out.size()) < hits; i += 3 + b[i])
+        out.emplace_back(b.data() + i + 3, b.data() + i + 3 + b[i]);
     return out;
 }
 
@@ -133,7 +132,7 @@ struct PrimitiveObjFixture : ::testing::Test {
     Probe* obj = new Probe(&form);
 
     void Fill(int n, std::vector<std::pair<GLenum, Idx>> lists) { ::Fill(*obj, n, lists); }
-    TOrnMathVector Normal(int i) const { return obj->Points()->GetVector(i, daNormal); }
+    TOrnMathVector Normal(int i) const { return At(*obj, i, daNormal); }
 };
 
 class GeometryDrawing : public orn::test::GLTest {
@@ -152,7 +151,6 @@ TEST_F(GeometryDrawing, EachEnabledListDrawsItsPrimitiveFromEveryEnabledArrayAnd
     obj->Init();
     obj->Points()->SetEdgeFlag(1, 0); // the triangle's edge from corner 1 to 2 is inner
     obj->Primitive(1)->SetEnabled(false);
-    const std::vector<float> red = {1, 0, 0, 1}, green = {0, 1, 0, 1}, blue = {0, 0, 1, 1};
     const auto drawn = Feedback([&] { obj->Render(view); });
     ASSERT_EQ(drawn.size(), 4u);
     EXPECT_EQ(drawn[0].token, static_cast<GLenum>(GL_POLYGON_TOKEN));
@@ -163,11 +161,9 @@ TEST_F(GeometryDrawing, EachEnabledListDrawsItsPrimitiveFromEveryEnabledArrayAnd
         const std::vector<float>& v = drawn[i + 1].vertices.at(0);
         EXPECT_EQ(v, drawn[0].vertices[i]);
         // 64 × 64 pixels over −1 … 1: the corners at 32 and 48 pixels; colour and texture per corner.
-        EXPECT_EQ(std::vector<float>(v.begin(), v.begin() + 2),
-                  (std::vector<float>{i == 1 ? 48.f : 32.f, i == 2 ? 48.f : 32.f}));
-        EXPECT_EQ(std::vector<float>(v.begin() + 3, v.begin() + 7), (i == 0 ? red : i == 1 ? green : blue));
-        EXPECT_EQ(std::vector<float>(v.begin() + 7, v.end()),
-                  (std::vector<float>{0.25f * i, 1 - 0.25f * i, 0, 1}));
+        EXPECT_EQ(std::vector<float>({v[0], v[1], v[3], v[4], v[5], v[6], v[7], v[8], v[9], v[10]}),
+                  (std::vector<float>{i == 1 ? 48.f : 32.f, i == 2 ? 48.f : 32.f, float(i == 0),
+                                      float(i == 1), float(i == 2), 1, 0.25f * i, 1 - 0.25f * i, 0, 1}));
     }
     // Lit from +z, the pool's normals (not the current one) face the light.
     glEnable(GL_LIGHTING);
@@ -195,7 +191,6 @@ TEST_F(GeometryDrawing, EachEnabledListDrawsItsPrimitiveFromEveryEnabledArrayAnd
     for (GLenum array :
          {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_TEXTURE_COORD_ARRAY, GL_COLOR_ARRAY, GL_EDGE_FLAG_ARRAY})
         EXPECT_FALSE(glIsEnabled(array)) << array;
-
     // The object's own name, then one per enabled list around its draw: hits name both.
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
     for (TOrnDrawMode mode : {dmWindow, dmBitmap, dmSelection, dmPick, dmNothing}) {

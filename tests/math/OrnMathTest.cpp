@@ -45,7 +45,7 @@ Matrix Rows(const TOrnMatrix& m) {
 
 } // namespace
 
-TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUnchecked) {
+TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUncheckedAndColorChannelsAlphaAndAssign) {
     TOrnDirection d; // starts along z and refuses components outside -1 … 1
     Changes changes(d);
     EXPECT_EQ(d.AsMathVector(), ToVec(0, 0, 1));
@@ -72,20 +72,18 @@ TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUnchecked) {
     zero.Normalize();
     EXPECT_EQ(std::tuple(n.AsMathVector(), zero.AsMathVector(), normalChanges.own), // through the setters
               std::tuple(ToVec(0.6f, 0, 0.8f), ToVec(0, 0, 0), 2));
-}
-
-TEST(TOrnColor, ChannelsAlphaAndAssign) {
+    // Colours: channels from the low byte up, an alpha of 0 … 1.
     TOrnColor c;
     EXPECT_EQ(c.GetParams(), (std::array<float, 4>{0, 0, 0, 1}));
-    Changes changes(c);
+    Changes cChanges(c);
     c.SetAlpha(1.01f); // outside 0 … 1: ignored
     c.SetAlpha(-0.1f);
-    EXPECT_EQ(changes.own, 0);
+    EXPECT_EQ(cChanges.own, 0);
     c.SetAlpha(0); // the ends are inside
     c.SetAlpha(1);
     c.SetColor(0x0000FF); // red in the low byte
     c.SetAlpha(0.5f);
-    EXPECT_EQ(std::pair(c.GetParams(), changes.own), std::pair(std::array<float, 4>{1, 0, 0, 0.5f}, 4));
+    EXPECT_EQ(std::pair(c.GetParams(), cChanges.own), std::pair(std::array<float, 4>{1, 0, 0, 0.5f}, 4));
     c.SetColor(0x00FF8000);
     EXPECT_EQ(c.GetParams(), (std::array<float, 4>{0, 128 / 255.0f, 1, 0.5f}));
     c.SetColor(clBtnFace); // a system colour is not translated
@@ -96,17 +94,17 @@ TEST(TOrnColor, ChannelsAlphaAndAssign) {
     EXPECT_EQ(std::pair(c.Color(), c.Alpha()), std::pair(51 + 128 * 256 + 255 * 65536, 2.0f));
     const float half[4] = {0.5f, 0, 0, 0.3f};
     c.SetParams(half);
-    EXPECT_EQ(std::pair(c.Color(), changes.own), std::pair(TColor(128), 6));
+    EXPECT_EQ(std::pair(c.Color(), cChanges.own), std::pair(TColor(128), 6));
     // The copy notifies its own owner once, then the handler moves to the source's.
     TOrnColor b;
     Changes bChanges(b);
     b.Assign(&c);
     EXPECT_EQ(std::pair(b.GetParams(), bChanges.own), std::pair(std::array{128 / 255.0f, 0.f, 0.f, 0.3f}, 1));
     b.SetColor(clBlue);
-    EXPECT_EQ((std::array{bChanges.own, changes.own, changes.others}), (std::array{1, 6, 1}));
+    EXPECT_EQ((std::array{bChanges.own, cChanges.own, cChanges.others}), (std::array{1, 6, 1}));
 }
 
-TEST(TOrnMatrix, IndexingIdentityAssignInvertMultiplyAndTranspose) {
+TEST(TOrnMatrix, IndexingIdentityAssignInvertMultiplyTransposeAndProjections) {
     TOrnMatrix m;
     m.SetValue(1, 2, 7);
     m.SetValue(4, 0, 1);
@@ -126,28 +124,25 @@ TEST(TOrnMatrix, IndexingIdentityAssignInvertMultiplyAndTranspose) {
     EXPECT_EQ(std::pair(b.GetValue(0, 3), aChanges.own + bChanges.own), std::pair(1e-15, 0));
     b.Changed();
     EXPECT_EQ(aChanges.others, 1);
-    TOrnMatrix s;
+    TOrnMatrix t;
     Fill(m, {2, 0, 0, 4, 0, 4, 0, 0, 0, 0, 5, 0, 0, 0, 0, 1});
     EXPECT_TRUE(m.Invert());
     EXPECT_EQ(Rows(m), (Matrix{0.5, 0, 0, -2, 0, 0.25, 0, 0, 0, 0, 0.2, 0, 0, 0, 0, 1}));
-    Fill(s, {0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}); // invertible, but not without a row exchange
-    EXPECT_FALSE(s.Invert());
-    EXPECT_EQ(s.GetValue(0, 1), 1);
+    Fill(t, {0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}); // invertible, but not without a row exchange
+    EXPECT_FALSE(t.Invert());
+    EXPECT_EQ(t.GetValue(0, 1), 1);
     Fill(m, {1, 0, 0, 5, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}); // translate x by 5
-    Fill(s, {2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1}); // then scale
-    m.MultMatrix(s);                                           // s · m
+    Fill(t, {2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1}); // then scale
+    m.MultMatrix(t);                                           // t · m
     EXPECT_EQ(Rows(m), (Matrix{2, 0, 0, 10, 0, 1, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1}));
     TOrnMathVector4d r;
     m.MultVector(ToVec4D(1, 1, 1, 1), r);
     EXPECT_EQ(r, ToVec4D(12, 1, 3, 1));
     m.Transpose();
     EXPECT_EQ(Rows(m), (Matrix{2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 3, 0, 10, 0, 0, 1}));
-}
-
-TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
-    TOrnMatrix m;
+    // Projections between frames and the window.
     m.SetIdentityMatrix();
-    TOrnMathVector4d r, u;
+    TOrnMathVector4d u;
     m.Project(ToVec4D(0, 0, 0, 1), ToVec4D(0, 0, 100, 50), r);
     EXPECT_EQ(r, ToVec4D(50, 25, 0.5, 1));
     m.Project(ToVec4D(0.5, 0.5, 0, 1), ToVec4D(10, 20, 100, 50), r);
@@ -175,7 +170,7 @@ TEST(TOrnMatrix, ProjectionsBetweenFramesAndTheWindow) {
         EXPECT_NEAR(got, want, 1e-12);
 }
 
-TEST(TOrnMathVector, RoutinesOnSmallCases) {
+TEST(TOrnMathVector, RoutinesOnSmallCasesAndOutputsThatAliasAnInput) {
     const auto normalized = [](TOrnMathVector v) {
         OrnMathNormalize(v);
         return v;
@@ -202,9 +197,7 @@ TEST(TOrnMathVector, RoutinesOnSmallCases) {
     // The plane's d is the distance along the normal, not negated.
     EXPECT_EQ(OrnMathPlanefromPoints(ToVec(0, 0, 1), ToVec(1, 0, 1), ToVec(0, 1, 1)), ToVec4D(0, 0, 1, 1));
     EXPECT_EQ(OrnMathPlanefromPoints(ToVec(1, 1, 1), ToVec(2, 2, 2), ToVec(3, 3, 3)), ToVec4D(0, 0, 0, 0));
-}
-
-TEST(TOrnMathVector, OutputMayAliasEitherInput) {
+    // The output may alias either input.
     const TOrnMathVector a = ToVec(1, 2, 3), b = ToVec(-4, 5, 0.5);
     auto check = [&](auto op) {
         TOrnMathVector separate, first = a, second = b;
@@ -221,19 +214,7 @@ TEST(TOrnMathVector, OutputMayAliasEitherInput) {
     check([](const auto& x, const auto& y, auto& r) { OrnMathNormalVector(ToVec(7, 1, 2), x, y, false, r); });
 }
 
-TEST(TOrnBounds, TransformedHoldsEveryTurnedCorner) {
-    TOrnBounds box, empty;
-    box.Add(ToVec(0, 0, 0));
-    box.Add(ToVec(1, 2, 3));
-    TOrnTransformation t;
-    t.Rotation()->SetValues(45, 0, 45); // the far corner (1, 2, 3) alone reaches the top
-    const TOrnBounds turned = box.Transformed(t);
-    EXPECT_LT(OrnMathVectorDist(turned.Lo, ToVec(-1.4142136, -2.1213203, 0)), 1e-6);
-    EXPECT_LT(OrnMathVectorDist(turned.Hi, ToVec(0.7071068, 1.5, 3.6213203)), 1e-6);
-    EXPECT_TRUE(empty.Transformed(t).Empty());
-}
-
-TEST(TOrnTransformation, AnglesReduceIntoZeroTo360AfterTheChangeTestEmptinessNotificationsAndAssign) {
+TEST(TOrnTransformation, AnglesReduceAfterTheChangeTestEmptinessNotificationsAssignAndTransformedBounds) {
     TOrnRotation r;
     const std::pair<float, float> cases[] = {{-90, 270}, {720, 0},    {359.9f, 359.9f}, {360, 0},
                                              {370, 10},  {-370, 350}, {-360, 0},        {45, 45}};
@@ -267,6 +248,16 @@ TEST(TOrnTransformation, AnglesReduceIntoZeroTo360AfterTheChangeTestEmptinessNot
     EXPECT_EQ(senders, (std::vector<TObject*>(4, &b))); // rotation values and order, scale, translation
     b.SetRotation(nullptr);
     EXPECT_EQ(senders.size(), 4u);
+    // Bounds carried through a transformation hold every turned corner.
+    TOrnBounds box, empty;
+    box.Add(ToVec(0, 0, 0));
+    box.Add(ToVec(1, 2, 3));
+    TOrnTransformation t;
+    t.Rotation()->SetValues(45, 0, 45); // the far corner (1, 2, 3) alone reaches the top
+    const TOrnBounds turned = box.Transformed(t);
+    EXPECT_LT(OrnMathVectorDist(turned.Lo, ToVec(-1.4142136, -2.1213203, 0)), 1e-6);
+    EXPECT_LT(OrnMathVectorDist(turned.Hi, ToVec(0.7071068, 1.5, 3.6213203)), 1e-6);
+    EXPECT_TRUE(empty.Transformed(t).Empty());
 }
 
 using TransformationGL = orn::test::GLTest;
