@@ -71,7 +71,8 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     EXPECT_EQ(std::pair(OpenEdges(false), OpenEdges(true)), std::pair(6, 4)); // welded, no longer open
 }
 
-TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinToleranceSinceTheLastCloseEdges) {
+TEST_F(CustomFixture,
+       QuadsGoToTheirOwnListWeldWithinToleranceSinceTheLastCloseEdgesAndAreReachedByInterface) {
     test::Set(*obj->TextureFlags(), {{"Mode", txLinearXY}, {"ScaleX", 2}});
     obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     obj->AddQuad({1.0009, 0, 0}, {2, 0, 0}, {2, 1, 0}, {1, 1.0011, 0}); // the last just outside
@@ -94,9 +95,8 @@ TEST_F(CustomFixture, QuadsGoToTheirOwnListAndWeldWithinToleranceSinceTheLastClo
     EXPECT_EQ(obj->GetPointIndex({7, 7, 7.0005}), 8);
     obj->Points()->Delete(8, 1);
     EXPECT_EQ(obj->GetPointIndex({0, 0, 0}), 8); // what was 9
-}
-
-TEST_F(CustomFixture, InterfaceReadsAndMovesTheCornersOfOneFace) {
+    // An interface reads and moves the corners of one face.
+    obj = new TOrnCustomObj(&form);
     obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     obj->AddTriangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5});
     EXPECT_EQ(obj->GetInterface(2, GL_QUADS), nullptr);
@@ -212,7 +212,20 @@ TEST_F(CustomFixture, ExtrudingWithoutCapsLeavesATubeWithTextureAlongTheSweep) {
     EXPECT_EQ(obj->PrimitiveCount(), 2);
 }
 
-TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdge) {
+TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdgeAndIgnoresWhatIsNotATriangle) {
+    obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
+    obj->SplitTriangle(0, 0);
+    Square();
+    for (auto [list, face] : {std::pair{1, 2}, {1, -1}, {5, 0}})
+        obj->SplitTriangle(list, face);
+    EXPECT_EQ(obj->Points()->Count(), 4);
+    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 3}));
+    obj->Points()->Add({0.9, 0.2, 0}, {}, {}); // 4, in no list
+    EXPECT_EQ((std::array{obj->getNearPoint(-1, {0.8, 0.3, 0}), obj->getNearPoint(-1, {0.8, 0.8, 0}),
+                          obj->getNearPoint(1, {0.8, 0.3, 0}), obj->getNearPoint(0, {0.1, 0.9, 5}),
+                          obj->getNearPoint(3, {})}),
+              (std::array{4, 2, 1, 3, -1})); // any point, then within a list; no list 3
+    obj = new TOrnCustomObj(&form);
     Square();
     obj->SplitTriangle(0, 0); // longest edge: the diagonal 1–2, shared with triangle 1
     EXPECT_EQ(obj->Points()->Count(), 5);
@@ -230,21 +243,6 @@ TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdge) {
         area += n.z / 2;
     }
     EXPECT_DOUBLE_EQ(area, 1);
-}
-
-TEST_F(CustomFixture, SplitTriangleIgnoresWhatIsNotATriangleAndNearPointTakesTheClosest) {
-    obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
-    obj->SplitTriangle(0, 0);
-    Square();
-    for (auto [list, face] : {std::pair{1, 2}, {1, -1}, {5, 0}})
-        obj->SplitTriangle(list, face);
-    EXPECT_EQ(obj->Points()->Count(), 4);
-    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 3}));
-    obj->Points()->Add({0.9, 0.2, 0}, {}, {}); // 4, in no list
-    EXPECT_EQ((std::array{obj->getNearPoint(-1, {0.8, 0.3, 0}), obj->getNearPoint(-1, {0.8, 0.8, 0}),
-                          obj->getNearPoint(1, {0.8, 0.3, 0}), obj->getNearPoint(0, {0.1, 0.9, 5}),
-                          obj->getNearPoint(3, {})}),
-              (std::array{4, 2, 1, 3, -1})); // any point, then within a list; no list 3
 }
 
 TEST_F(CustomFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
