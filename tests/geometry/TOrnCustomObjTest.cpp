@@ -273,8 +273,9 @@ TEST_F(CustomFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
     EXPECT_EQ(At(r, 8).y, before);
 }
 
-TEST_F(CustomFixture,
-       PolygonAnOutlineInPoolOrderWhoseTypeFollowsFilledAndClosedAndWhoseEditsTheRebuildForgets) {
+// A polygon is an outline in pool order whose type follows Filled and Closed, whose edits the rebuild
+// forgets and which OnConstruct fills instead; its points are edited by index and kind.
+TEST_F(CustomFixture, PolygonOutlineFollowsFilledAndClosedAndOnConstructAndItsPointsAreEditedByIndexAndKind) {
     PolySquare();
     EXPECT_EQ(poly->Count(), 0); // no outline before the first build
     poly->Init();
@@ -308,9 +309,7 @@ TEST_F(CustomFixture,
     ex.Set("Points", "1,2,3;garbage");
     ex.Load(back);
     EXPECT_EQ(back.Points()->Count(), 6);
-}
-
-TEST_F(CustomFixture, PolygonOnConstructFillsTheOutlineInsteadAndPointsAreEditedByIndexAndKind) {
+    poly = new TOrnPolygon(&form); // OnConstruct fills the outline instead
     TOrnNormal n;
     n.SetValues(0, 1, 0);
     poly->SetNormal(&n);

@@ -323,7 +323,7 @@ TEST_F(PrimitiveObjFixture, FreeingPointsRenumbersTheListsAndDisablesThoseLeftDa
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{2, 0, 1}));
 }
 
-TEST_F(PrimitiveObjFixture, TextureAndTexturedReachEveryListAndARemovedTextureIsForgotten) {
+TEST_F(PrimitiveObjFixture, TextureReachesEveryListIsForgottenRemovedAndEveryModeMapsTheRightAxesAtTheBuild) {
     Fill(1, {{GL_POINTS, {0}}});
     obj->SetTextured(true);
     EXPECT_TRUE(obj->Points()->EnabledArrays().Contains(daTexture));
@@ -341,9 +341,7 @@ TEST_F(PrimitiveObjFixture, TextureAndTexturedReachEveryListAndARemovedTextureIs
         for (int l = 0; l < obj->PrimitiveCount(); ++l)
             EXPECT_EQ(obj->Primitive(l)->TextureRender(), nullptr);
     }
-}
-
-TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
+    obj = new Probe(&form); // every texture mode maps the right axes, at the build only
     // p = (1, 2, 3), ScaleX 10, ShiftX 1, ScaleY 100, ShiftY 2
     const std::pair<TOrnTextureMode, TOrnMathVector> cases[] = {
         {txStandard, {0.25, 0.5, 0}}, {txLinearX, {11, 0, 0}},
@@ -369,7 +367,9 @@ TEST_F(PrimitiveObjFixture, EveryTextureModeMapsTheRightAxesAtTheBuildOnly) {
     EXPECT_EQ(At(*obj, 0, daTexture).x, 51);
 }
 
-TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWindingAndLinesAndCollapsedFacesLeaveThemAlone) {
+// A point's normal is the mean of its faces' unit normals, shared across seams; each face's follows its
+// winding, and lines and collapsed faces leave normals alone.
+TEST_F(PrimitiveObjFixture, NormalsFollowTheWindingOfEveryFaceTypeAndAreMeansOfUnitNormalsSharedAcrossSeams) {
     // A unit square in the x-y plane, counter-clockwise seen from +z, as every face type draws it.
     for (auto p : {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}})
         obj->Points()->Add(p, {}, {});
@@ -397,9 +397,7 @@ TEST_F(PrimitiveObjFixture, NormalsOfEveryFaceTypeFollowTheWindingAndLinesAndCol
     EXPECT_EQ(Normal(0), (TOrnMathVector{0, 0, 1})); // a line's point: the default
     for (int i = 1; i < 6; ++i)
         EXPECT_EQ(Normal(i), (TOrnMathVector{0, 1, 0})) << i;
-}
-
-TEST_F(PrimitiveObjFixture, APointsNormalIsTheMeanOfItsFacesUnitNormalsSharedAcrossSeams) {
+    obj = new Probe(&form);
     // Point 0 is a corner of two small faces facing +z and one three times larger facing +x:
     // unit normals averaged give (1, 0, 2)/sqrt 5; weighting by area would give (3, 0, 2).
     for (TOrnMathVector p :
@@ -468,7 +466,7 @@ TEST(PrimitiveObjLimit, EveryShapeRefusesADetailBeyondTheLimitNamingIt) {
     EXPECT_GE(refused, 8); // sphere, cylinder, disc, torus, box, rectangle, function surfaces …
 }
 
-TEST(TOrnPrimitivePoints, GrowsByTwelveNeedsPositionsAndAnswersZeroOutsideItsRange) {
+TEST(TOrnPrimitivePoints, GrowsByTwelveNeedsPositionsAnswersZeroOutsideItsRangeAndClampsFlagsAndSizes) {
     TOrnPrimitivePoints pool;
     EXPECT_EQ(pool.Add(1, 2, 3), 0);
     for (int i = 1; i < 12; ++i)
@@ -493,28 +491,25 @@ TEST(TOrnPrimitivePoints, GrowsByTwelveNeedsPositionsAndAnswersZeroOutsideItsRan
     TOrnPrimitivePoints normalsOnly;
     normalsOnly.SetDefineArrays({daNormal});
     EXPECT_EQ(std::vector<int>({normalsOnly.Add(1, 2, 3), normalsOnly.Count()}), std::vector<int>({-1, 0}));
-}
-
-TEST(TOrnPrimitivePoints, FlagsUseBitsZeroToSevenAndSizesClamp) {
-    TOrnPrimitivePoints pool;
-    pool.SetCount(4);
+    TOrnPrimitivePoints flags;
+    flags.SetCount(4);
     for (auto [bit, on] : {std::pair{8, true}, {-1, true}, {7, true}, {2, true}, {2, false}})
-        pool.SetFlag(0, bit, on);
-    EXPECT_EQ(pool.Flags()[0], 0x80);
-    EXPECT_EQ(pool.GetEdgeFlag(0), 255); // no edge flag array yet
-    pool.SetEdgeFlag(0, 0);
-    EXPECT_EQ(pool.GetEdgeFlag(0), 255);
-    pool.SetDefineArrays(pool.DefineArrays() + TOrnArrays{daEdgeFlag});
-    pool.SetEdgeFlag(0, 0);
-    EXPECT_EQ(pool.GetEdgeFlag(0), 0);
-    pool.SetFlag(3, 1, true);
-    pool.SetSize(2); // shrinking cuts Count; growing again clears the new flags
-    EXPECT_EQ(pool.Count(), 2);
-    pool.SetCount(4);
-    EXPECT_FALSE(pool.GetFlag(3, 1));
-    pool.SetSize(-1);
-    pool.SetCount(-3);
-    EXPECT_EQ(std::vector<int>({pool.Size(), pool.Count()}), std::vector<int>({4, 4}));
+        flags.SetFlag(0, bit, on);
+    EXPECT_EQ(flags.Flags()[0], 0x80);
+    EXPECT_EQ(flags.GetEdgeFlag(0), 255); // no edge flag array yet
+    flags.SetEdgeFlag(0, 0);
+    EXPECT_EQ(flags.GetEdgeFlag(0), 255);
+    flags.SetDefineArrays(flags.DefineArrays() + TOrnArrays{daEdgeFlag});
+    flags.SetEdgeFlag(0, 0);
+    EXPECT_EQ(flags.GetEdgeFlag(0), 0);
+    flags.SetFlag(3, 1, true);
+    flags.SetSize(2); // shrinking cuts Count; growing again clears the new flags
+    EXPECT_EQ(flags.Count(), 2);
+    flags.SetCount(4);
+    EXPECT_FALSE(flags.GetFlag(3, 1));
+    flags.SetSize(-1);
+    flags.SetCount(-3);
+    EXPECT_EQ(std::vector<int>({flags.Size(), flags.Count()}), std::vector<int>({4, 4}));
 }
 
 TEST(TOrnPrimitivePoints, WholePointsAndSingleComponents) {
@@ -577,32 +572,8 @@ TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRangeAndPoolsAddSca
     EXPECT_EQ(a.GetVector(2, daVertex), (TOrnMathVector{7, 1, 3}));
 }
 
-TEST(TOrnPrimitiveArray, GrowsByTwelveClampsEveryPositionAndAddsOnlyItsOwnType) {
-    auto list = make(GL_TRIANGLES, {1, 2});
-    EXPECT_EQ(list->Size(), 12);
-    list->SetIndices(11, 9); // indices reach Size, not Count
-    EXPECT_EQ(list->Indices(11), 9u);
-    list->SetIndices(12, 9);
-    EXPECT_EQ(list->Indices(12) + list->Indices(-1), 0u);
-    list->Insert(-5, 0);
-    list->Insert(99, 3);
-    list->Insert(2, 9);
-    EXPECT_EQ(Entries(list.get()), (Idx{0, 1, 9, 2, 3}));
-    list->Delete(-2, 4); // only positions 0 and 1 of −2 … 1 exist
-    list->Delete(-3, 2);
-    list->Delete(0, 0);
-    EXPECT_EQ(Entries(list.get()), (Idx{9, 2, 3}));
-    list->Delete(1, 99);
-    list->Add(*make(GL_TRIANGLES, {0, 2, 1}), 10);
-    list->Add(*make(GL_QUADS, {0, 1, 2, 3}), 10);
-    EXPECT_EQ(Entries(list.get()), (Idx{9, 10, 12, 11}));
-    for (std::uint32_t i = 0; i < 9; ++i)
-        list->AddIndex(i);
-    EXPECT_EQ(std::pair(list->Count(), list->Size()), std::pair(13, 24));
-}
-
 // Each list of in, given the type to (or inverted), holds out; a refused switch keeps the type.
-TEST(TOrnPrimitiveArray, SetTypeConvertsOnlyTheAllowedPairsKeepingEveryFaceAndItsWindingAndInvertFlipsThem) {
+TEST(TOrnPrimitiveArray, SetTypeConvertsOnlyTheAllowedPairsKeepingEveryFaceAndItsWindingAndEditsClamp) {
     const GLenum invert = 0xFFFF;
     const struct {
         GLenum from, to;
@@ -641,4 +612,26 @@ TEST(TOrnPrimitiveArray, SetTypeConvertsOnlyTheAllowedPairsKeepingEveryFaceAndIt
         const GLenum type = c.refused || c.to == invert ? c.from : c.to;
         EXPECT_EQ(std::pair(list->Type(), Entries(list.get())), std::pair(type, c.out));
     }
+    // A list grows by twelve, clamps every position and adds only its own type.
+    auto grown = make(GL_TRIANGLES, {1, 2});
+    EXPECT_EQ(grown->Size(), 12);
+    grown->SetIndices(11, 9); // indices reach Size, not Count
+    EXPECT_EQ(grown->Indices(11), 9u);
+    grown->SetIndices(12, 9);
+    EXPECT_EQ(grown->Indices(12) + grown->Indices(-1), 0u);
+    grown->Insert(-5, 0);
+    grown->Insert(99, 3);
+    grown->Insert(2, 9);
+    EXPECT_EQ(Entries(grown.get()), (Idx{0, 1, 9, 2, 3}));
+    grown->Delete(-2, 4); // only positions 0 and 1 of −2 … 1 exist
+    grown->Delete(-3, 2);
+    grown->Delete(0, 0);
+    EXPECT_EQ(Entries(grown.get()), (Idx{9, 2, 3}));
+    grown->Delete(1, 99);
+    grown->Add(*make(GL_TRIANGLES, {0, 2, 1}), 10);
+    grown->Add(*make(GL_QUADS, {0, 1, 2, 3}), 10);
+    EXPECT_EQ(Entries(grown.get()), (Idx{9, 10, 12, 11}));
+    for (std::uint32_t i = 0; i < 9; ++i)
+        grown->AddIndex(i);
+    EXPECT_EQ(std::pair(grown->Count(), grown->Size()), std::pair(13, 24));
 }
