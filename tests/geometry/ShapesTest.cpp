@@ -319,7 +319,6 @@ TEST_F(ShapeFixture, ShapesKnowTheirExtentWithoutBuildingAndNodesPlaceTheirItems
     box.Points()->MovePoints(10, 0, 0);
     box.GetBounds(moved);
     EXPECT_NEAR(moved.Lo.x, 8.5, 1e-9);
-    // A node places its items by their transformation and skips disabled ones.
     auto* root = new TOrnNode(&form);
     auto* inner = new TOrnNode(&form);
     auto& far = Make<TOrnSphere>({{"Enabled", 0}});

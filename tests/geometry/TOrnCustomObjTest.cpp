@@ -95,7 +95,6 @@ TEST_F(CustomFixture,
     EXPECT_EQ(obj->GetPointIndex({7, 7, 7.0005}), 8);
     obj->Points()->Delete(8, 1);
     EXPECT_EQ(obj->GetPointIndex({0, 0, 0}), 8); // what was 9
-    // An interface reads and moves the corners of one face.
     obj = new TOrnCustomObj(&form);
     obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     obj->AddTriangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5});
@@ -139,7 +138,6 @@ TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitMeetsOnConstructA
     obj->Init();
     ASSERT_EQ(obj->Points()->Count(), 3);
     EXPECT_NEAR(std::fabs(At(*obj, 0, daNormal).x), 1.0, 1e-9);
-    // A mesh that does not add up is refused and the old one kept.
     const struct {
         std::vector<double> positions, normals, tex;
         std::vector<std::uint32_t> indices;

@@ -133,6 +133,10 @@ struct PrimitiveObjFixture : ::testing::Test {
 
     void Fill(int n, std::vector<std::pair<GLenum, Idx>> lists) { ::Fill(*obj, n, lists); }
     TOrnMathVector Normal(int i) const { return At(*obj, i, daNormal); }
+    void Add(std::initializer_list<TOrnMathVector> positions) {
+        for (const TOrnMathVector& p : positions)
+            obj->Points()->Add(p, {}, {});
+    }
 };
 
 class GeometryDrawing : public orn::test::GLTest {
@@ -264,7 +268,6 @@ TEST_F(GeometryDrawing, TexturedListsDrawWithTheirTextureAndUntexturedOnesWithou
     glDeleteTextures(1, &name);
 }
 
-// An untextured build carries no texture coordinates; texturing asks for a build that does.
 TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndOnlyTexturedBuildsCarryTextureCoordinates) {
     obj->points = [](Probe& p) { p.Points()->SetCount(1000); };
     obj->Init();
@@ -342,7 +345,6 @@ TEST_F(PrimitiveObjFixture, TextureReachesEveryListIsForgottenRemovedAndEveryMod
             EXPECT_EQ(obj->Primitive(l)->TextureRender(), nullptr);
     }
     obj = new Probe(&form); // every texture mode maps the right axes, at the build only
-    // p = (1, 2, 3), ScaleX 10, ShiftX 1, ScaleY 100, ShiftY 2
     const std::pair<TOrnTextureMode, TOrnMathVector> cases[] = {
         {txStandard, {0.25, 0.5, 0}}, {txLinearX, {11, 0, 0}},
         {txLinearY, {21, 0, 0}},      {txLinearZ, {31, 0, 0}},
@@ -371,8 +373,7 @@ TEST_F(PrimitiveObjFixture, TextureReachesEveryListIsForgottenRemovedAndEveryMod
 // winding, and lines and collapsed faces leave normals alone.
 TEST_F(PrimitiveObjFixture, NormalsFollowTheWindingOfEveryFaceTypeAndAreMeansOfUnitNormalsSharedAcrossSeams) {
     // A unit square in the x-y plane, counter-clockwise seen from +z, as every face type draws it.
-    for (auto p : {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}})
-        obj->Points()->Add(p, {}, {});
+    Add({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}});
     const std::pair<GLenum, Idx> cases[] = {
         {GL_TRIANGLES, {0, 1, 2, 0, 2, 3}}, {GL_TRIANGLE_STRIP, {0, 1, 3, 2}},
         {GL_TRIANGLE_FAN, {0, 1, 2, 3}},    {GL_QUADS, {0, 1, 2, 3}},
@@ -400,9 +401,7 @@ TEST_F(PrimitiveObjFixture, NormalsFollowTheWindingOfEveryFaceTypeAndAreMeansOfU
     obj = new Probe(&form);
     // Point 0 is a corner of two small faces facing +z and one three times larger facing +x:
     // unit normals averaged give (1, 0, 2)/sqrt 5; weighting by area would give (3, 0, 2).
-    for (TOrnMathVector p :
-         {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 1, 0}, {-1, 0, 0}, {0, 1, 0}, {0, 0, 3}})
-        obj->Points()->Add(p, {}, {});
+    Add({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 1, 0}, {-1, 0, 0}, {0, 1, 0}, {0, 0, 3}});
     Fill(0, {{GL_TRIANGLES, {0, 1, 2, 0, 3, 4, 0, 5, 6}}});
     obj->CalcNormals();
     EXPECT_LT(OrnMathVectorDist(Normal(0), {1 / std::sqrt(5.0), 0, 2 / std::sqrt(5.0)}), 1e-12);
@@ -411,9 +410,7 @@ TEST_F(PrimitiveObjFixture, NormalsFollowTheWindingOfEveryFaceTypeAndAreMeansOfU
     // Two triangles meeting at a crease, their shared corner stored twice within 0.001.
     obj->Points()->SetCount(0);
     obj->DeletePrimitiveArray(0, 1);
-    for (TOrnMathVector p :
-         {TOrnMathVector{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0.0005, 0, 0}, {0, 1, 0}, {0, 0, 1}})
-        obj->Points()->Add(p, {}, {});
+    Add({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0.0005, 0, 0}, {0, 1, 0}, {0, 0, 1}});
     obj->Points()->SetFlag(0, 0, true); // seam marks
     obj->Points()->SetFlag(3, 0, true);
     Fill(0, {{GL_TRIANGLES, {0, 1, 2, 3, 4, 5}}});
