@@ -55,10 +55,9 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
         obj->AddTriangle(c, b, d);
     };
     obj->Init();
-    EXPECT_EQ(obj->Points()->Count(), 4);
+    EXPECT_EQ(std::pair(obj->Points()->Count(), obj->Points()->GetFlag(3, 1)), std::pair(4, true));
     ASSERT_EQ(obj->PrimitiveCount(), 1);
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 2, 1, 3}));
-    EXPECT_TRUE(obj->Points()->GetFlag(3, 1));
     EXPECT_EQ(At(*obj, 0, daNormal), (TOrnMathVector{0, 0, 1})); // AutoCalcNormals
     obj->OnConstruct = [&](TObject*) {
         obj->AddTriangle(a, b, c);
@@ -66,8 +65,7 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
         obj->AddTriangle(c, b, d);
     };
     obj->Init();
-    EXPECT_EQ(obj->Points()->Count(), 6);
-    EXPECT_TRUE(obj->Points()->GetFlag(2, 2) && !obj->Points()->GetFlag(3, 2));
+    EXPECT_TRUE(obj->Points()->Count() == 6 && obj->Points()->GetFlag(2, 2) && !obj->Points()->GetFlag(3, 2));
     EXPECT_EQ(std::pair(OpenEdges(false), OpenEdges(true)), std::pair(6, 4)); // welded, no longer open
 }
 
@@ -83,9 +81,9 @@ TEST_F(CustomFixture,
     EXPECT_EQ(At(*obj, 5, daTexture), (TOrnMathVector{4, 1, 0})); // computed at once
     // The search runs down from the newest point and stops at the first from before CloseEdges.
     obj->CloseEdges();
-    EXPECT_EQ(obj->GetPointIndex({5, 5, 5}), 8);
-    EXPECT_EQ(obj->GetPointIndex({0, 0, 0}), 9);
-    EXPECT_EQ(obj->GetPointIndex({5, 5, 5.0005}), 8);
+    EXPECT_EQ((std::array{obj->GetPointIndex({5, 5, 5}), obj->GetPointIndex({0, 0, 0}),
+                          obj->GetPointIndex({5, 5, 5.0005})}),
+              (std::array{8, 9, 8}));
     obj->Points()->SetFlag(9, 2, true);
     EXPECT_EQ(obj->GetPointIndex({5, 5, 5}), 10);
     obj->Points()->SetFlag(9, 2, false);
@@ -98,12 +96,10 @@ TEST_F(CustomFixture,
     obj = new TOrnCustomObj(&form);
     obj->AddQuad({0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0});
     obj->AddTriangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5});
-    EXPECT_EQ(obj->GetInterface(2, GL_QUADS), nullptr);
-    EXPECT_EQ(obj->GetInterface(1, GL_TRIANGLE_STRIP), nullptr);
+    EXPECT_TRUE(!obj->GetInterface(2, GL_QUADS) && !obj->GetInterface(1, GL_TRIANGLE_STRIP));
     TOrnPrimitiveInterface* face = obj->GetInterface(0, GL_QUADS);
     ASSERT_NE(face, nullptr);
-    EXPECT_EQ(face->VertexCount(), 4);
-    EXPECT_EQ(face->GetPoint(3), (TOrnMathVector{1, 1, 0}));
+    EXPECT_EQ(std::pair(face->VertexCount(), face->GetPoint(3)), std::pair(4, TOrnMathVector{1, 1, 0}));
     face->SetPoint(3, {2, 2, 0});
     EXPECT_EQ(At(*obj, 2), (TOrnMathVector{2, 2, 0}));
     TOrnPrimitiveInterface* tri = obj->GetInterface(1, GL_TRIANGLES);
@@ -189,8 +185,7 @@ TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRunsAndExtrudingMake
 TEST_F(CustomFixture, ExtrudingWithoutCapsLeavesATubeWithTextureAlongTheSweep) {
     Square();
     obj->ExtrudeByVec({0, 0, 1}, 2, false, true);
-    EXPECT_EQ(OpenEdges(), 8);
-    EXPECT_FALSE(obj->Primitive(0)->Enabled()); // the original faces are not drawn
+    EXPECT_EQ(std::pair(OpenEdges(), obj->Primitive(0)->Enabled()), std::pair(8, false)); // faces not drawn
     // Texture coordinates on the walls: t along the sweep, s around the outline.
     int top = 0;
     for (int i = 6; i < obj->Points()->Count(); ++i) {
@@ -204,8 +199,8 @@ TEST_F(CustomFixture, ExtrudingWithoutCapsLeavesATubeWithTextureAlongTheSweep) {
     obj->Points()->SetCount(0);
     Square();
     obj->ExtrudePrimitiveObj(3, 1, false, true, true, {0, 0, 5}, false);
-    EXPECT_EQ(obj->PrimitiveCount(), 2); // the original and its moved copy, no walls
-    EXPECT_EQ(obj->Points()->GetVector(obj->Points()->Count() - 1, daVertex).z, 3);
+    EXPECT_EQ(std::pair(obj->PrimitiveCount(), At(*obj, obj->Points()->Count() - 1).z),
+              std::pair(2, 3.0)); // the original and its moved copy, no walls
     obj->ExtrudePrimitiveObj(1, 1, true, true, true, {0, 0, 0}, false); // no direction: nothing
     EXPECT_EQ(obj->PrimitiveCount(), 2);
 }
@@ -216,8 +211,7 @@ TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdgeAndIgno
     Square();
     for (auto [list, face] : {std::pair{1, 2}, {1, -1}, {5, 0}})
         obj->SplitTriangle(list, face);
-    EXPECT_EQ(obj->Points()->Count(), 4);
-    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 3}));
+    EXPECT_EQ(std::pair(obj->Points()->Count(), Entries(obj->Primitive(0))), std::pair(4, Idx{0, 1, 2, 3}));
     obj->Points()->Add({0.9, 0.2, 0}, {}, {}); // 4, in no list
     EXPECT_EQ((std::array{obj->getNearPoint(-1, {0.8, 0.3, 0}), obj->getNearPoint(-1, {0.8, 0.8, 0}),
                           obj->getNearPoint(1, {0.8, 0.3, 0}), obj->getNearPoint(0, {0.1, 0.9, 5}),
@@ -226,9 +220,8 @@ TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdgeAndIgno
     obj = new TOrnCustomObj(&form);
     Square();
     obj->SplitTriangle(0, 0); // longest edge: the diagonal 1–2, shared with triangle 1
-    EXPECT_EQ(obj->Points()->Count(), 5);
-    EXPECT_EQ(At(*obj, 4), (TOrnMathVector{0.5, 0.5, 0}));
-    EXPECT_EQ(obj->Primitive(0)->Count(), 12);
+    EXPECT_EQ(std::tuple(obj->Points()->Count(), At(*obj, 4), obj->Primitive(0)->Count()),
+              std::tuple(5, TOrnMathVector{0.5, 0.5, 0}, 12));
     EXPECT_EQ(OpenEdges(false), 4); // no crack along the diagonal
     obj->CalcNormals();
     for (int i = 0; i < 5; ++i)
