@@ -69,11 +69,10 @@ TEST_F(ShapeFixture, SmallShapesAndFlatFiguresInXZPutTheirPointsNormalsAndTextur
     expectPoints(point, {{0, {0, 0, 0}, {0, 0, 1}, 0, 0}});
     auto& line = Built<TOrnLine>({{"Length", 2.5}}); // from the origin along +z
     expectPoints(line, {{0, {0, 0, 0}, {0, 0, 1}, 0, 0}, {1, {0, 0, 2.5}, {0, 0, 1}, 0, 1}});
-    for (auto [o, type, idx] :
-         {std::tuple<TOrnPrimitiveObj*, GLenum, Idx>{&point, GL_POINTS, {0}}, {&line, GL_LINES, {0, 1}}}) {
-        EXPECT_EQ(o->Primitive(0)->Type(), static_cast<GLenum>(type));
-        EXPECT_EQ(test::Entries(o->Primitive(0)), idx);
-    }
+    EXPECT_EQ((std::array{point.Primitive(0)->Type(), line.Primitive(0)->Type()}),
+              (std::array<GLenum, 2>{GL_POINTS, GL_LINES}));
+    EXPECT_EQ((std::array{Entries(point.Primitive(0)), Entries(line.Primitive(0))}),
+              (std::array{Idx{0}, Idx{0, 1}}));
     // The triangle's apex at the origin, its base at z = Height, its texture scaled and shifted.
     auto& tri = Built<TOrnTriangle>({{"Base", 2}, {"Height", 3}},
                                     {{"ScaleX", 2}, {"ShiftX", 1}, {"ScaleY", 4}, {"ShiftY", 0.5}});
@@ -126,9 +125,7 @@ TEST_F(ShapeFixture, SmallShapesAndFlatFiguresInXZPutTheirPointsNormalsAndTextur
     for (auto [o, i, seam] : {Seam{&s, 0, true}, Seam{&s, 5, true}, Seam{&s, 9, true}, Seam{&s, 6, false},
                               Seam{&s, 14, true}, Seam{&t, 22, true}, Seam{&t, 9, true}, Seam{&t, 12, false}})
         EXPECT_EQ(o->Points()->GetFlag(i, 0), seam) << o->ClassName() << " point " << i;
-}
-
-TEST_F(ShapeFixture, BoxFacesAreQuadsOfTheirSizeEachWithItsOwnNormalAndFullTexture) {
+    // Box faces are quads of their size, each with its own normal and the full texture.
     auto& b = Built<TOrnBox>({{"Width", 2}, {"Height", 4}, {"Depth", 6}});
     ASSERT_EQ(b.Points()->Count(), 24);
     std::map<std::tuple<double, double, double>, std::set<std::pair<double, double>>> faces;

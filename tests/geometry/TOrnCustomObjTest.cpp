@@ -154,7 +154,7 @@ TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitMeetsOnConstructA
     EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0);
 }
 
-TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRunsAndExtrudingMakesClosedOutwardSolids) {
+TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRunsAndExtrudingMakesClosedSolidsOrTubes) {
     Square();
     std::vector<T2DIntPoint> edges;
     int count = 0;
@@ -180,9 +180,7 @@ TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRunsAndExtrudingMake
     r.Extrude(1, 1, true);
     EXPECT_EQ(test::OpenEdges(r), 0);
     expectFacesOutward(r, {0, 0.5, 0.5});
-}
-
-TEST_F(CustomFixture, ExtrudingWithoutCapsLeavesATubeWithTextureAlongTheSweep) {
+    obj = new TOrnCustomObj(&form); // without caps: a tube, its texture along the sweep
     Square();
     obj->ExtrudeByVec({0, 0, 1}, 2, false, true);
     EXPECT_EQ(std::pair(OpenEdges(), obj->Primitive(0)->Enabled()), std::pair(8, false)); // faces not drawn

@@ -268,11 +268,11 @@ TEST_F(GeometryDrawing, TexturedListsDrawWithTheirTextureAndUntexturedOnesWithou
     glDeleteTextures(1, &name);
 }
 
-TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndOnlyTexturedBuildsCarryTextureCoordinates) {
+TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderOnlyTexturedBuildsCarryTextureAndFreeingPointsRenumbers) {
     obj->points = [](Probe& p) { p.Points()->SetCount(1000); };
     obj->Init();
-    EXPECT_FALSE(obj->Points()->HasArray(daTexture));
-    EXPECT_EQ(obj->Points()->AllocatedBytes(), 1000u * (24 + 24 + 1)); // position, normal, flags
+    EXPECT_EQ(std::pair(obj->Points()->HasArray(daTexture), obj->Points()->AllocatedBytes()),
+              std::pair(false, std::size_t(1000 * (24 + 24 + 1)))); // position, normal, flags
     obj->OnAfterInit = [this](TObject* sender) { obj->calls.push_back(sender == obj ? "OnAfterInit" : "?"); };
     obj->calls.clear();
     obj->SetTextured(true);
@@ -285,6 +285,23 @@ TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndOnlyTexturedBuildsCarryTex
     EXPECT_TRUE(obj->Initialized()); // the coordinates stay until the next build
     obj->Init();
     EXPECT_FALSE(obj->Points()->HasArray(daTexture));
+    obj = new Probe(&form); // freeing points renumbers the lists and disables those left dangling
+    Fill(6, {{GL_TRIANGLES, {0, 1, 5}}, {GL_TRIANGLES, {0, 4, 5}}});
+    obj->FreePoints(1, 2);
+    obj->FreePoints(4, 1); // first beyond Count
+    EXPECT_TRUE(obj->Points()->Count() == 4 && !obj->Primitive(0)->Enabled() && obj->Primitive(1)->Enabled());
+    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 3})); // the dangling 1 kept
+    EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{0, 2, 3}));
+    EXPECT_EQ(At(*obj, 2).x, 4);
+    // Unused: not in an enabled list. Here 0 2 4 stay as 0 1 2, and list 0 with them.
+    obj->DeletePrimitiveArray(0, 2);
+    obj->Points()->SetCount(0);
+    Fill(6, {{GL_TRIANGLES, {4, 0, 2}}, {GL_LINES, {1, 5}}});
+    obj->Primitive(1)->SetEnabled(false);
+    obj->FreeUnusedPoints();
+    ASSERT_EQ(obj->Points()->Count(), 3);
+    EXPECT_EQ(std::pair(At(*obj, 1).x, At(*obj, 2).x), std::pair(2.0, 4.0));
+    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{2, 0, 1}));
 }
 
 TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExistAndAddPrimitiveObjAppendsTheOther) {
@@ -306,31 +323,11 @@ TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExistAndAddPrimitiveObjAppen
     EXPECT_EQ(At(*obj, 2), (TOrnMathVector{6, 0, 0}));
 }
 
-TEST_F(PrimitiveObjFixture, FreeingPointsRenumbersTheListsAndDisablesThoseLeftDangling) {
-    Fill(6, {{GL_TRIANGLES, {0, 1, 5}}, {GL_TRIANGLES, {0, 4, 5}}});
-    obj->FreePoints(1, 2);
-    obj->FreePoints(4, 1); // first beyond Count
-    EXPECT_EQ(obj->Points()->Count(), 4);
-    EXPECT_TRUE(!obj->Primitive(0)->Enabled() && obj->Primitive(1)->Enabled());
-    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 3})); // the dangling 1 kept
-    EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{0, 2, 3}));
-    EXPECT_EQ(At(*obj, 2).x, 4);
-    // Unused: not in an enabled list. Here 0 2 4 stay as 0 1 2, and list 0 with them.
-    obj->DeletePrimitiveArray(0, 2);
-    obj->Points()->SetCount(0);
-    Fill(6, {{GL_TRIANGLES, {4, 0, 2}}, {GL_LINES, {1, 5}}});
-    obj->Primitive(1)->SetEnabled(false);
-    obj->FreeUnusedPoints();
-    ASSERT_EQ(obj->Points()->Count(), 3);
-    EXPECT_EQ(std::pair(At(*obj, 1).x, At(*obj, 2).x), std::pair(2.0, 4.0));
-    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{2, 0, 1}));
-}
-
 TEST_F(PrimitiveObjFixture, TextureReachesEveryListIsForgottenRemovedAndEveryModeMapsTheRightAxesAtTheBuild) {
     Fill(1, {{GL_POINTS, {0}}});
     obj->SetTextured(true);
-    EXPECT_TRUE(obj->Points()->EnabledArrays().Contains(daTexture));
-    EXPECT_TRUE(obj->Primitive(obj->AddPrimitiveArray(GL_LINES))->Textured());
+    EXPECT_TRUE(obj->Points()->EnabledArrays().Contains(daTexture) &&
+                obj->Primitive(obj->AddPrimitiveArray(GL_LINES))->Textured());
     obj->SetTextured(false);
     EXPECT_FALSE(obj->Primitive(1)->Textured());
     TComponent other{nullptr};
@@ -405,8 +402,8 @@ TEST_F(PrimitiveObjFixture, NormalsFollowTheWindingOfEveryFaceTypeAndAreMeansOfU
     Fill(0, {{GL_TRIANGLES, {0, 1, 2, 0, 3, 4, 0, 5, 6}}});
     obj->CalcNormals();
     EXPECT_LT(OrnMathVectorDist(Normal(0), {1 / std::sqrt(5.0), 0, 2 / std::sqrt(5.0)}), 1e-12);
-    EXPECT_EQ(Normal(6), (TOrnMathVector{1, 0, 0}));
-    EXPECT_EQ(Normal(4), (TOrnMathVector{0, 0, 1}));
+    EXPECT_EQ((std::array{Normal(6), Normal(4)}),
+              (std::array{TOrnMathVector{1, 0, 0}, TOrnMathVector{0, 0, 1}}));
     // Two triangles meeting at a crease, their shared corner stored twice within 0.001.
     obj->Points()->SetCount(0);
     obj->DeletePrimitiveArray(0, 1);
@@ -492,8 +489,8 @@ TEST(TOrnPrimitivePoints, GrowsByTwelveNeedsPositionsAnswersZeroOutsideItsRangeA
     flags.SetCount(4);
     for (auto [bit, on] : {std::pair{8, true}, {-1, true}, {7, true}, {2, true}, {2, false}})
         flags.SetFlag(0, bit, on);
-    EXPECT_EQ(flags.Flags()[0], 0x80);
-    EXPECT_EQ(flags.GetEdgeFlag(0), 255); // no edge flag array yet
+    EXPECT_EQ(std::pair(int(flags.Flags()[0]), int(flags.GetEdgeFlag(0))),
+              std::pair(0x80, 255)); // no edge flags
     flags.SetEdgeFlag(0, 0);
     EXPECT_EQ(flags.GetEdgeFlag(0), 255);
     flags.SetDefineArrays(flags.DefineArrays() + TOrnArrays{daEdgeFlag});
@@ -509,31 +506,7 @@ TEST(TOrnPrimitivePoints, GrowsByTwelveNeedsPositionsAnswersZeroOutsideItsRangeA
     EXPECT_EQ(std::vector<int>({flags.Size(), flags.Count()}), std::vector<int>({4, 4}));
 }
 
-TEST(TOrnPrimitivePoints, WholePointsAndSingleComponents) {
-    TOrnPrimitivePoints pool;
-    pool.SetDefineArrays({daVertex, daNormal, daTexture, daColor, daEdgeFlag, daFlag});
-    TOrnPointItem in;
-    in.Point()->SetValues(1, 2, 3);
-    in.Normal()->SetValues(0, 1, 0);
-    in.Texture()->SetValues(0.5f, 0.75f, 0);
-    in.Color()->SetColor(0x0000FF); // red in the host's byte order
-    in.SetFlag(5);
-    in.SetEdgeFlag(false);
-    ASSERT_EQ(pool.Add(in), 0);
-    pool.SetValues(0, 3, daColor, 0.25);
-    pool.SetValues(0, 1, daVertex, 7.5);
-    pool.SetValues(0, 3, daVertex, 9); // no fourth component of a position
-    EXPECT_EQ(pool.GetValues(0, 3, daVertex) + pool.GetValues(40, 0, daVertex), 0);
-    TOrnPointItem out;
-    pool.GetPoint(0, out);
-    EXPECT_EQ((std::array{out.Point()->AsMathVector(), out.Normal()->AsMathVector(),
-                          out.Texture()->AsMathVector()}),
-              (std::array<TOrnMathVector, 3>{{{1, 7.5, 3}, {0, 1, 0}, {0.5, 0.75, 0}}}));
-    EXPECT_EQ(std::tuple(out.Color()->Color(), out.Color()->Alpha(), out.Flag(), out.EdgeFlag()),
-              std::tuple(TColor(0x0000FF), 0.25f, 5, false));
-}
-
-TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRangeAndPoolsAddScaleAndMove) {
+TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownPoolsAddScaleAndMoveAndWholePointsAndComponentsTravel) {
     TOrnPrimitivePoints pool;
     for (int i = 0; i < 6; ++i)
         pool.Add({double(i), 0, 0}, {0, 0, double(i)}, {});
@@ -542,8 +515,7 @@ TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRangeAndPoolsAddSca
     for (int i = 6; i < 9; ++i)
         pool.Add(i, 0, 0);
     ASSERT_EQ(pool.Count(), 6); // 1 4 5 6 7 8
-    EXPECT_EQ(pool.GetVector(1, daNormal).z, 4);
-    EXPECT_TRUE(pool.GetFlag(2, 3));
+    EXPECT_TRUE(pool.GetVector(1, daNormal).z == 4 && pool.GetFlag(2, 3));
     pool.Delete(1, 2);
     EXPECT_EQ(pool.GetVector(1, daVertex).x, 6);
     pool.Delete(3, 10);
@@ -556,8 +528,7 @@ TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRangeAndPoolsAddSca
     b.Add({3, 0, 0}, {0, 0, 1}, {});
     b.SetFlag(1, 0, true);
     EXPECT_EQ(a.Add(b), 1);
-    EXPECT_EQ(a.Count(), 3);
-    EXPECT_TRUE(a.GetFlag(2, 0) && !a.GetFlag(1, 0));
+    EXPECT_TRUE(a.Count() == 3 && a.GetFlag(2, 0) && !a.GetFlag(1, 0));
     const auto version = a.Version();
     a.Add(4, 0, 0); // appends leave the version
     EXPECT_EQ(a.Version(), version);
@@ -567,6 +538,26 @@ TEST(TOrnPrimitivePoints, DeletesMoveTheTailDownAndClampTheirRangeAndPoolsAddSca
     EXPECT_EQ(a.GetVector(2, daVertex), (TOrnMathVector{7, 1, 1}));
     a.LiftPoint(2, 2); // along the normal
     EXPECT_EQ(a.GetVector(2, daVertex), (TOrnMathVector{7, 1, 3}));
+    TOrnPrimitivePoints whole;
+    whole.SetDefineArrays({daVertex, daNormal, daTexture, daColor, daEdgeFlag, daFlag});
+    TOrnPointItem in;
+    in.Point()->SetValues(1, 2, 3);
+    in.Normal()->SetValues(0, 1, 0);
+    in.Texture()->SetValues(0.5f, 0.75f, 0);
+    in.Color()->SetColor(0x0000FF); // red in the host's byte order
+    test::Set(in, {{"Flag", 5}, {"EdgeFlag", 0}});
+    ASSERT_EQ(whole.Add(in), 0);
+    whole.SetValues(0, 3, daColor, 0.25);
+    whole.SetValues(0, 1, daVertex, 7.5);
+    whole.SetValues(0, 3, daVertex, 9); // no fourth component of a position
+    EXPECT_EQ(whole.GetValues(0, 3, daVertex) + whole.GetValues(40, 0, daVertex), 0);
+    TOrnPointItem out;
+    whole.GetPoint(0, out);
+    EXPECT_EQ((std::array{out.Point()->AsMathVector(), out.Normal()->AsMathVector(),
+                          out.Texture()->AsMathVector()}),
+              (std::array<TOrnMathVector, 3>{{{1, 7.5, 3}, {0, 1, 0}, {0.5, 0.75, 0}}}));
+    EXPECT_EQ(std::tuple(out.Color()->Color(), out.Color()->Alpha(), out.Flag(), out.EdgeFlag()),
+              std::tuple(TColor(0x0000FF), 0.25f, 5, false));
 }
 
 // Each list of in, given the type to (or inverted), holds out; a refused switch keeps the type.

@@ -45,7 +45,7 @@ Matrix Rows(const TOrnMatrix& m) {
 
 } // namespace
 
-TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUncheckedAndColorChannelsAlphaAndAssign) {
+TEST(TOrnMathVector, RoutinesOnSmallCasesVectorsNotifyPerChangedComponentAndColorChannelsAndAssign) {
     TOrnDirection d; // starts along z and refuses components outside -1 … 1
     Changes changes(d);
     EXPECT_EQ(d.AsMathVector(), ToVec(0, 0, 1));
@@ -101,6 +101,47 @@ TEST(TOrnVector, NotifiesPerChangedComponentAndAssignCopiesUncheckedAndColorChan
     EXPECT_EQ(std::pair(b.GetParams(), bChanges.own), std::pair(std::array{128 / 255.0f, 0.f, 0.f, 0.3f}, 1));
     b.SetColor(clBlue);
     EXPECT_EQ((std::array{bChanges.own, cChanges.own, cChanges.others}), (std::array{1, 6, 1}));
+    const auto normalized = [](TOrnMathVector v) {
+        OrnMathNormalize(v);
+        return v;
+    };
+    TOrnMathVector r[7];
+    OrnMathVectorAddition(ToVec(1, 2, 3), ToVec(-4, 5, 0.5), r[0]);
+    OrnMathVectorInterpolate(ToVec(0, 0, 0), ToVec(2, 4, 6), r[1]);
+    OrnMathScalarProduct(ToVec(1, -2, 3), 2, r[2]);
+    OrnMathCrossProduct(ToVec(1, 0, 0), ToVec(0, 1, 0), r[3]);
+    // Counter-clockwise seen from +z the normal points at the viewer; not normalised, twice the area.
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 0, 0), ToVec(0, 1, 0), true, r[4]);
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(2, 0, 0), ToVec(0, 2, 0), false, r[5]);
+    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 1, 1), ToVec(2, 2, 2), true, r[6]); // collinear
+    EXPECT_EQ((std::array{r[0], r[1], r[2], r[3], r[4], r[5], r[6], normalized(ToVec(3, 0, 4)),
+                          normalized(ToVec(0, 0, 0))}),
+              (std::array{ToVec(-3, 7, 3.5), ToVec(1, 2, 3), ToVec(2, -4, 6), ToVec(0, 0, 1), ToVec(0, 0, 1),
+                          ToVec(0, 0, 4), ToVec(0, 0, 0), ToVec(0.6, 0, 0.8), ToVec(0, 0, 0)}));
+    EXPECT_EQ(
+        (std::array{OrnMathDotProduct(ToVec(1, 2, 3), ToVec(4, -5, 6)),
+                    OrnMathVectorDist(ToVec(1, 1, 1), ToVec(4, 5, 1)), OrnMathVectorLength(ToVec(0, 3, 4))}),
+        (std::array<double, 3>{12, 5, 5}));
+    const TOrnMathVector undefined = normalized(ToVec(std::numeric_limits<double>::quiet_NaN(), 1, 1));
+    EXPECT_TRUE(std::isnan(undefined.x) && undefined.y == 1);
+    // The plane's d is the distance along the normal, not negated.
+    EXPECT_EQ(OrnMathPlanefromPoints(ToVec(0, 0, 1), ToVec(1, 0, 1), ToVec(0, 1, 1)), ToVec4D(0, 0, 1, 1));
+    EXPECT_EQ(OrnMathPlanefromPoints(ToVec(1, 1, 1), ToVec(2, 2, 2), ToVec(3, 3, 3)), ToVec4D(0, 0, 0, 0));
+    // The output may alias either input.
+    const TOrnMathVector u = ToVec(1, 2, 3), v = ToVec(-4, 5, 0.5);
+    auto check = [&](auto op) {
+        TOrnMathVector separate, first = u, second = v;
+        op(u, v, separate);
+        op(first, v, first);
+        op(u, second, second);
+        EXPECT_EQ(first, separate);
+        EXPECT_EQ(second, separate);
+    };
+    check([](const auto& x, const auto& y, auto& r) { OrnMathVectorAddition(x, y, r); });
+    check([](const auto& x, const auto& y, auto& r) { OrnMathCrossProduct(x, y, r); });
+    check([](const auto& x, const auto& y, auto& r) { OrnMathVectorInterpolate(x, y, r); });
+    check([](const auto& x, const auto& y, auto& r) { OrnMathNormalVector(x, y, ToVec(7, 1, 2), true, r); });
+    check([](const auto& x, const auto& y, auto& r) { OrnMathNormalVector(ToVec(7, 1, 2), x, y, false, r); });
 }
 
 TEST(TOrnMatrix, IndexingIdentityAssignInvertMultiplyTransposeAndProjections) {
@@ -163,50 +204,6 @@ TEST(TOrnMatrix, IndexingIdentityAssignInvertMultiplyTransposeAndProjections) {
     EXPECT_NEAR(r.x, 61.66265877, 1e-6);
     model.UnProject(r, ToVec4D(0, 0, 100, 50), projection, u);
     EXPECT_LT(OrnMathVectorDist(ToVec(u.x, u.y, u.z), ToVec(0.5, -1, 0.25)), 1e-12);
-}
-
-TEST(TOrnMathVector, RoutinesOnSmallCasesAndOutputsThatAliasAnInput) {
-    const auto normalized = [](TOrnMathVector v) {
-        OrnMathNormalize(v);
-        return v;
-    };
-    TOrnMathVector r[7];
-    OrnMathVectorAddition(ToVec(1, 2, 3), ToVec(-4, 5, 0.5), r[0]);
-    OrnMathVectorInterpolate(ToVec(0, 0, 0), ToVec(2, 4, 6), r[1]);
-    OrnMathScalarProduct(ToVec(1, -2, 3), 2, r[2]);
-    OrnMathCrossProduct(ToVec(1, 0, 0), ToVec(0, 1, 0), r[3]);
-    // Counter-clockwise seen from +z the normal points at the viewer; not normalised, twice the area.
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 0, 0), ToVec(0, 1, 0), true, r[4]);
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(2, 0, 0), ToVec(0, 2, 0), false, r[5]);
-    OrnMathNormalVector(ToVec(0, 0, 0), ToVec(1, 1, 1), ToVec(2, 2, 2), true, r[6]); // collinear
-    EXPECT_EQ((std::array{r[0], r[1], r[2], r[3], r[4], r[5], r[6], normalized(ToVec(3, 0, 4)),
-                          normalized(ToVec(0, 0, 0))}),
-              (std::array{ToVec(-3, 7, 3.5), ToVec(1, 2, 3), ToVec(2, -4, 6), ToVec(0, 0, 1), ToVec(0, 0, 1),
-                          ToVec(0, 0, 4), ToVec(0, 0, 0), ToVec(0.6, 0, 0.8), ToVec(0, 0, 0)}));
-    EXPECT_EQ(
-        (std::array{OrnMathDotProduct(ToVec(1, 2, 3), ToVec(4, -5, 6)),
-                    OrnMathVectorDist(ToVec(1, 1, 1), ToVec(4, 5, 1)), OrnMathVectorLength(ToVec(0, 3, 4))}),
-        (std::array<double, 3>{12, 5, 5}));
-    const TOrnMathVector n = normalized(ToVec(std::numeric_limits<double>::quiet_NaN(), 1, 1));
-    EXPECT_TRUE(std::isnan(n.x) && n.y == 1);
-    // The plane's d is the distance along the normal, not negated.
-    EXPECT_EQ(OrnMathPlanefromPoints(ToVec(0, 0, 1), ToVec(1, 0, 1), ToVec(0, 1, 1)), ToVec4D(0, 0, 1, 1));
-    EXPECT_EQ(OrnMathPlanefromPoints(ToVec(1, 1, 1), ToVec(2, 2, 2), ToVec(3, 3, 3)), ToVec4D(0, 0, 0, 0));
-    // The output may alias either input.
-    const TOrnMathVector a = ToVec(1, 2, 3), b = ToVec(-4, 5, 0.5);
-    auto check = [&](auto op) {
-        TOrnMathVector separate, first = a, second = b;
-        op(a, b, separate);
-        op(first, b, first);
-        op(a, second, second);
-        EXPECT_EQ(first, separate);
-        EXPECT_EQ(second, separate);
-    };
-    check([](const auto& x, const auto& y, auto& r) { OrnMathVectorAddition(x, y, r); });
-    check([](const auto& x, const auto& y, auto& r) { OrnMathCrossProduct(x, y, r); });
-    check([](const auto& x, const auto& y, auto& r) { OrnMathVectorInterpolate(x, y, r); });
-    check([](const auto& x, const auto& y, auto& r) { OrnMathNormalVector(x, y, ToVec(7, 1, 2), true, r); });
-    check([](const auto& x, const auto& y, auto& r) { OrnMathNormalVector(ToVec(7, 1, 2), x, y, false, r); });
 }
 
 TEST(TOrnTransformation, AnglesReduceAfterTheChangeTestEmptinessNotificationsAssignAndTransformedBounds) {
