@@ -203,48 +203,10 @@ TEST_F(ShapeFixture, EveryDetailGivesAClosedSurfaceOnItsShapeWithOutwardNormalsU
     EXPECT_EQ(OpenEdges(full), 10 + 2 * 2); // the rim and two radial sides of two loops
 }
 
-// What a setter refuses leaves the value and the build as they were (a kept value of NAN), or is
-// clamped to the value given: details below one, negative or undefined depths, sizes and steps.
-TEST_F(ShapeFixture, SettersRefuseOrClampValuesOutOfRangeOfEveryClass) {
-    const double kept = NAN;
-    const struct {
-        const char *cls, *prop;
-        double bad, result;
-    } cases[] = {{"TOrnRectangle", "DetailX", 0, kept}, {"TOrnRectangle", "DetailY", -3, kept},
-                 {"TOrnSphere", "Slices", 0, kept},     {"TOrnSphere", "Stacks", -3, kept},
-                 {"TOrnCylinder", "Slices", 0, kept},   {"TOrnCylinder", "Stacks", -3, kept},
-                 {"TOrnDisc", "Slices", 0, kept},       {"TOrnDisc", "Loops", -3, kept},
-                 {"TOrnTorus", "Sides", 0, kept},       {"TOrnTorus", "Rings", -3, kept},
-                 {"TOrnBox", "DetailX", 0, kept},       {"TOrnBox", "DetailY", -3, kept},
-                 {"TOrnBox", "DetailZ", 0, kept},       {"TOrnTube", "Slices", 2, kept},
-                 {"TOrnTube", "PathSteps", 0, kept},    {"TOrn3DText", "Depth", -1, kept},
-                 {"TOrn3DText", "Depth", NAN, kept},    {"TOrn3DText", "Detail", 0, kept},
-                 {"TOrn3DText", "Detail", 1.5, kept},   {"TOrn3DText", "Detail", NAN, kept},
-                 {"TOrnLabel", "Width", -5, 0},         {"TOrnLabel", "Height", -1, 0}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.cls) + "." + c.prop + " = " + std::to_string(c.bad));
-        TComponent* made = GetRenderClass(c.cls)->Create(&form);
-        auto* item = dynamic_cast<TOrnExchangeItem*>(made);
-        ASSERT_NE(item, nullptr);
-        const TOrnPropInfo* p = test::Prop(*item, c.prop);
-        ASSERT_NE(p, nullptr);
-        auto* shape = dynamic_cast<TOrnPrimitiveObj*>(made);
-        if (shape) shape->Init();
-        const auto number = [&](const TOrnPropValue& v) {
-            return p->kind == pkInt ? double(std::get<std::int64_t>(v)) : std::get<double>(v);
-        };
-        const double before = number(p->get(*item));
-        p->set(*item, p->kind == pkInt ? TOrnPropValue(std::int64_t(c.bad)) : TOrnPropValue(c.bad));
-        EXPECT_EQ(number(p->get(*item)), std::isnan(c.result) ? before : c.result);
-        EXPECT_TRUE(!shape || !std::isnan(c.result) || shape->Initialized());
-    }
-    EXPECT_THROW(Make<TOrnRectangle>({{"DetailX", 1 << 20}, {"DetailY", 1 << 20}}).Init(), EOrnError);
-}
-
 // Every class, fresh and in shapes that exercise its other paths (caps, partial sweeps, counters,
 // tube caps, grids), builds indices that name its points and faces wound the way its normals point;
 // the basic shapes at their defaults wrap the whole texture once.
-TEST_F(ShapeFixture, EveryShapeAndObjectBuildsASoundMeshTexturedOrNotAndShapesWrapTheirTexture) {
+TEST_F(ShapeFixture, EveryShapeAndObjectBuildsASoundMeshWrapsItsTextureAndRefusesOrClampsValuesOutOfRange) {
     std::vector<TOrnPrimitiveObj*> objects;
     for (TComponentClass cls : GetRenderClassList())
         if (auto* o = dynamic_cast<TOrnPrimitiveObj*>(cls->Create(&form))) objects.push_back(o);
@@ -288,6 +250,41 @@ TEST_F(ShapeFixture, EveryShapeAndObjectBuildsASoundMeshTexturedOrNotAndShapesWr
             }
             EXPECT_EQ(span, (std::array<double, 4>{0, 1, 0, 1})) << o->ClassName();
         }
+    // What a setter refuses leaves the value and the build as they were (a kept value of NAN), or is
+    // clamped to the value given: details below one, negative or undefined depths, sizes and steps.
+    const double kept = NAN;
+    const struct {
+        const char *cls, *prop;
+        double bad, result;
+    } cases[] = {{"TOrnRectangle", "DetailX", 0, kept}, {"TOrnRectangle", "DetailY", -3, kept},
+                 {"TOrnSphere", "Slices", 0, kept},     {"TOrnSphere", "Stacks", -3, kept},
+                 {"TOrnCylinder", "Slices", 0, kept},   {"TOrnCylinder", "Stacks", -3, kept},
+                 {"TOrnDisc", "Slices", 0, kept},       {"TOrnDisc", "Loops", -3, kept},
+                 {"TOrnTorus", "Sides", 0, kept},       {"TOrnTorus", "Rings", -3, kept},
+                 {"TOrnBox", "DetailX", 0, kept},       {"TOrnBox", "DetailY", -3, kept},
+                 {"TOrnBox", "DetailZ", 0, kept},       {"TOrnTube", "Slices", 2, kept},
+                 {"TOrnTube", "PathSteps", 0, kept},    {"TOrn3DText", "Depth", -1, kept},
+                 {"TOrn3DText", "Depth", NAN, kept},    {"TOrn3DText", "Detail", 0, kept},
+                 {"TOrn3DText", "Detail", 1.5, kept},   {"TOrn3DText", "Detail", NAN, kept},
+                 {"TOrnLabel", "Width", -5, 0},         {"TOrnLabel", "Height", -1, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.cls) + "." + c.prop + " = " + std::to_string(c.bad));
+        TComponent* made = GetRenderClass(c.cls)->Create(&form);
+        auto* item = dynamic_cast<TOrnExchangeItem*>(made);
+        ASSERT_NE(item, nullptr);
+        const TOrnPropInfo* p = test::Prop(*item, c.prop);
+        ASSERT_NE(p, nullptr);
+        auto* shape = dynamic_cast<TOrnPrimitiveObj*>(made);
+        if (shape) shape->Init();
+        const auto number = [&](const TOrnPropValue& v) {
+            return p->kind == pkInt ? double(std::get<std::int64_t>(v)) : std::get<double>(v);
+        };
+        const double before = number(p->get(*item));
+        p->set(*item, p->kind == pkInt ? TOrnPropValue(std::int64_t(c.bad)) : TOrnPropValue(c.bad));
+        EXPECT_EQ(number(p->get(*item)), std::isnan(c.result) ? before : c.result);
+        EXPECT_TRUE(!shape || !std::isnan(c.result) || shape->Initialized());
+    }
+    EXPECT_THROW(Make<TOrnRectangle>({{"DetailX", 1 << 20}, {"DetailY", 1 << 20}}).Init(), EOrnError);
 }
 
 // A shape's bounds before building must hold what the build makes, and come close to it.

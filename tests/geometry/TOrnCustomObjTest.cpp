@@ -48,7 +48,7 @@ void expectFacesOutward(const TOrnPrimitiveObj& o, const TOrnMathVector& centre)
 
 } // namespace
 
-TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseEdges) {
+TEST_F(CustomFixture, TrianglesWeldUntilCloseEdgesAndAMeshFromArraysSurvivesInitUnlessItDoesNotAddUp) {
     const TOrnMathVector a{0, 0, 0}, b{1, 0, 0}, c{0, 1, 0}, d{1, 1, 0};
     obj->OnConstruct = [&](TObject*) {
         obj->AddTriangle(a, b, c);
@@ -67,6 +67,47 @@ TEST_F(CustomFixture, TwoTrianglesSharingAnEdgeWeldToFourPointsAndSixAfterCloseE
     obj->Init();
     EXPECT_TRUE(obj->Points()->Count() == 6 && obj->Points()->GetFlag(2, 2) && !obj->Points()->GetFlag(3, 2));
     EXPECT_EQ(std::pair(OpenEdges(false), OpenEdges(true)), std::pair(6, 4)); // welded, no longer open
+    obj = new TOrnCustomObj(&form);
+    // A unit square as two triangles, with the application's own normals and (s, t) pairs.
+    obj->SetMesh({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}, {0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1},
+                 {0, 0, 1, 0, 1, 1, 0, 1}, {0, 1, 2, 0, 2, 3});
+    obj->OnConstruct = [](TObject* sender) {
+        static_cast<TOrnCustomObj*>(sender)->AddTriangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5});
+    };
+    for (int build = 0; build < 2; ++build) {
+        obj->Init();
+        const TOrnPrimitivePoints& pool = *obj->Points();
+        ASSERT_EQ(pool.Count(), 7) << build;
+        EXPECT_EQ((std::array{pool.GetVector(2, daVertex), pool.GetVector(3, daNormal),
+                              pool.GetVector(1, daTexture)}),
+                  (std::array<TOrnMathVector, 3>{{{1, 1, 0}, {0, 0, -1}, {1, 0, 0}}})); // normals kept
+        ASSERT_EQ(obj->PrimitiveCount(), 1); // the event's triangle joined the mesh's list
+        EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 0, 2, 3, 4, 5, 6}));
+    }
+    // Without normals they are computed; a second mesh replaces the first.
+    obj->OnConstruct = nullptr;
+    obj->SetMesh({0, 0, 0, 0, 1, 0, 0, 0, 1}, {}, {}, {0, 1, 2}, GL_TRIANGLES);
+    obj->Init();
+    ASSERT_EQ(obj->Points()->Count(), 3);
+    EXPECT_NEAR(std::fabs(At(*obj, 0, daNormal).x), 1.0, 1e-9);
+    const struct {
+        std::vector<double> positions, normals, tex;
+        std::vector<std::uint32_t> indices;
+        GLenum type;
+    } bad[] = {
+        {{0, 0, 0, 1}, {}, {}, {}, GL_TRIANGLES},       // not 3 per point
+        {{0, 0, 0}, {0, 0}, {}, {0}, GL_POINTS},        // normals short
+        {{0, 0, 0}, {}, {0, 0, 0, 0}, {0}, GL_POINTS},  // 4 texture values for 1 point
+        {{0, 0, 0, 1, 1, 1}, {}, {}, {0, 2}, GL_LINES}, // index beyond the points
+        {{0, 0, 0}, {}, {}, {0}, 0x1234},               // no GL primitive
+    };
+    for (const auto& b : bad)
+        EXPECT_THROW(obj->SetMesh(b.positions, b.normals, b.tex, b.indices, b.type), EOrnError);
+    obj->Init();
+    EXPECT_EQ(obj->Points()->Count(), 3);
+    obj->ClearMesh();
+    obj->Init(); // neither a mesh nor OnConstruct: empty
+    EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0);
 }
 
 TEST_F(CustomFixture,
@@ -111,50 +152,7 @@ TEST_F(CustomFixture,
     EXPECT_EQ(At(*obj, 3), (TOrnMathVector{0, 1, 0}));
 }
 
-TEST_F(CustomFixture, MeshFromTheApplicationsArraysSurvivesInitMeetsOnConstructAndIsRefusedUnlessItAddsUp) {
-    // A unit square as two triangles, with the application's own normals and (s, t) pairs.
-    obj->SetMesh({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}, {0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1},
-                 {0, 0, 1, 0, 1, 1, 0, 1}, {0, 1, 2, 0, 2, 3});
-    obj->OnConstruct = [](TObject* sender) {
-        static_cast<TOrnCustomObj*>(sender)->AddTriangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5});
-    };
-    for (int build = 0; build < 2; ++build) {
-        obj->Init();
-        const TOrnPrimitivePoints& pool = *obj->Points();
-        ASSERT_EQ(pool.Count(), 7) << build;
-        EXPECT_EQ((std::array{pool.GetVector(2, daVertex), pool.GetVector(3, daNormal),
-                              pool.GetVector(1, daTexture)}),
-                  (std::array<TOrnMathVector, 3>{{{1, 1, 0}, {0, 0, -1}, {1, 0, 0}}})); // normals kept
-        ASSERT_EQ(obj->PrimitiveCount(), 1); // the event's triangle joined the mesh's list
-        EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 2, 0, 2, 3, 4, 5, 6}));
-    }
-    // Without normals they are computed; a second mesh replaces the first.
-    obj->OnConstruct = nullptr;
-    obj->SetMesh({0, 0, 0, 0, 1, 0, 0, 0, 1}, {}, {}, {0, 1, 2}, GL_TRIANGLES);
-    obj->Init();
-    ASSERT_EQ(obj->Points()->Count(), 3);
-    EXPECT_NEAR(std::fabs(At(*obj, 0, daNormal).x), 1.0, 1e-9);
-    const struct {
-        std::vector<double> positions, normals, tex;
-        std::vector<std::uint32_t> indices;
-        GLenum type;
-    } bad[] = {
-        {{0, 0, 0, 1}, {}, {}, {}, GL_TRIANGLES},       // not 3 per point
-        {{0, 0, 0}, {0, 0}, {}, {0}, GL_POINTS},        // normals short
-        {{0, 0, 0}, {}, {0, 0, 0, 0}, {0}, GL_POINTS},  // 4 texture values for 1 point
-        {{0, 0, 0, 1, 1, 1}, {}, {}, {0, 2}, GL_LINES}, // index beyond the points
-        {{0, 0, 0}, {}, {}, {0}, 0x1234},               // no GL primitive
-    };
-    for (const auto& b : bad)
-        EXPECT_THROW(obj->SetMesh(b.positions, b.normals, b.tex, b.indices, b.type), EOrnError);
-    obj->Init();
-    EXPECT_EQ(obj->Points()->Count(), 3);
-    obj->ClearMesh();
-    obj->Init(); // neither a mesh nor OnConstruct: empty
-    EXPECT_EQ(obj->Points()->Count() + obj->PrimitiveCount(), 0);
-}
-
-TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRunsAndExtrudingMakesClosedSolidsOrTubes) {
+TEST_F(CustomFixture, OpenEdgesRunAsTheirFaceAndExtrudingMakesClosedSolidsOrTubesAndReliefRaisesPoints) {
     Square();
     std::vector<T2DIntPoint> edges;
     int count = 0;
@@ -201,6 +199,31 @@ TEST_F(CustomFixture, OpenEdgesAreThoseOfOneFaceOrientedAsItRunsAndExtrudingMake
               std::pair(2, 3.0)); // the original and its moved copy, no walls
     obj->ExtrudePrimitiveObj(1, 1, true, true, true, {0, 0, 0}, false); // no direction: nothing
     EXPECT_EQ(obj->PrimitiveCount(), 2);
+    TOrnRectangle relief(&form); // raised along the normals by brightness
+    relief.SetDetX(8);
+    relief.Init();
+    relief.SetRelief([](double s, double) { return s; }, 2, 0.5f, 2); // height 0.5 + 2 × s²
+    for (int i = 0; i < relief.Points()->Count(); ++i)
+        EXPECT_DOUBLE_EQ(At(relief, i).y, 0.5 + 2 * std::pow(At(relief, i, daTexture).x, 2)) << i;
+    relief.Init();
+    relief.SetRelief([](double, double) { return 7.0; }, 1, 0, 0); // brightness clamped to 1, gamma 1
+    EXPECT_DOUBLE_EQ(At(relief, 3).y, 1);
+    // A bitmap: left half black, right half white, sampled at each point's texture coordinate.
+    TBitmap bitmap(4, 2);
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 4; ++x)
+            bitmap.SetPixel(x, y, x < 2 ? clBlack : clWhite);
+    relief.Init();
+    relief.SetReliefBitmap(&bitmap, 1, 0, 1);
+    for (int i = 0; i < relief.Points()->Count(); ++i) {
+        const double s = At(relief, i, daTexture).x, y = At(relief, i).y;
+        EXPECT_EQ(y, s > 0.2 && s < 0.3 ? 0 : s > 0.6 && s < 0.9 ? 1 : s == 0.5 ? 0.5 : y) << "s " << s;
+    }
+    const double before = At(relief, 8).y;
+    TBitmap empty;
+    relief.SetReliefBitmap(nullptr, 1, 1, 1);
+    relief.SetReliefBitmap(&empty, 1, 1, 1);
+    EXPECT_EQ(At(relief, 8).y, before);
 }
 
 TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdgeAndIgnoresWhatIsNotATriangle) {
@@ -232,34 +255,6 @@ TEST_F(CustomFixture, SplitTriangleSplitsItsNeighbourAcrossTheLongestEdgeAndIgno
         area += n.z / 2;
     }
     EXPECT_DOUBLE_EQ(area, 1);
-}
-
-TEST_F(CustomFixture, ReliefRaisesPointsAlongTheirNormalsByBrightness) {
-    TOrnRectangle r(&form);
-    r.SetDetX(8);
-    r.Init();
-    r.SetRelief([](double s, double) { return s; }, 2, 0.5f, 2); // height 0.5 + 2 × s²
-    for (int i = 0; i < r.Points()->Count(); ++i)
-        EXPECT_DOUBLE_EQ(At(r, i).y, 0.5 + 2 * std::pow(At(r, i, daTexture).x, 2)) << i;
-    r.Init();
-    r.SetRelief([](double, double) { return 7.0; }, 1, 0, 0); // brightness clamped to 1, gamma 1
-    EXPECT_DOUBLE_EQ(At(r, 3).y, 1);
-    // A bitmap: left half black, right half white, sampled at each point's texture coordinate.
-    TBitmap bitmap(4, 2);
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 4; ++x)
-            bitmap.SetPixel(x, y, x < 2 ? clBlack : clWhite);
-    r.Init();
-    r.SetReliefBitmap(&bitmap, 1, 0, 1);
-    for (int i = 0; i < r.Points()->Count(); ++i) {
-        const double s = At(r, i, daTexture).x, y = At(r, i).y;
-        EXPECT_EQ(y, s > 0.2 && s < 0.3 ? 0 : s > 0.6 && s < 0.9 ? 1 : s == 0.5 ? 0.5 : y) << "s " << s;
-    }
-    const double before = At(r, 8).y;
-    TBitmap empty;
-    r.SetReliefBitmap(nullptr, 1, 1, 1);
-    r.SetReliefBitmap(&empty, 1, 1, 1);
-    EXPECT_EQ(At(r, 8).y, before);
 }
 
 // A polygon is an outline in pool order whose type follows Filled and Closed, whose edits the rebuild

@@ -208,9 +208,33 @@ TEST_F(GeometryDrawing, EachEnabledListDrawsItsPrimitiveFromEveryEnabledArrayAnd
     }
 }
 
-// Every render class, drawn fresh, leaves the stacks as it found them, every client array off and no
-// GL error; a shape builds on its first draw.
-TEST_F(GeometryDrawing, EveryRenderClassLeavesTheStacksAndClientArraysAsItFoundThem) {
+// Textured lists draw with their texture and untextured ones without. Every render class, drawn fresh,
+// leaves the stacks as it found them, every client array off and no GL error; a shape builds on its
+// first draw.
+TEST_F(GeometryDrawing, TexturedListsDrawWithTheirTextureAndEveryRenderClassLeavesTheStacksAsItFoundThem) {
+    glBindTexture(GL_TEXTURE_2D, 77);
+    const GLubyte texel[] = {255, 0, 0, 255};
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    auto* texture = new FakeTexture(&form);
+    obj->points = [](Probe& p) { Corners(p, {GL_TRIANGLES, GL_POINTS}); };
+    obj->SetTextureRef(reinterpret_cast<TOrnTexture*>(texture), texture);
+    obj->SetTextured(true);
+    obj->Init();
+    obj->Primitive(1)->SetTextured(false);
+    ClearTo(0, 0, 0);
+    glPointSize(5);
+    obj->Render(view);
+    GLint bound = 0;
+    glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
+    EXPECT_EQ(bound, 77);
+    // The triangle's inside takes the red texel; the point below its right corner stays white.
+    EXPECT_EQ(ReadPixel(36, 36), (orn::test::Rgba{255, 0, 0, 255}));
+    EXPECT_EQ(ReadPixel(49, 30), (orn::test::Rgba{255, 255, 255, 255}));
+    EXPECT_FALSE(glIsEnabled(GL_TEXTURE_2D));
+    const GLuint name = 77; // textures live on in the shared context
+    glDeleteTextures(1, &name);
     const GLenum stacks[] = {GL_ATTRIB_STACK_DEPTH, GL_CLIENT_ATTRIB_STACK_DEPTH, GL_MODELVIEW_STACK_DEPTH,
                              GL_PROJECTION_STACK_DEPTH, GL_TEXTURE_STACK_DEPTH};
     auto depths = [&] {
@@ -242,33 +266,7 @@ TEST_F(GeometryDrawing, EveryRenderClassLeavesTheStacksAndClientArraysAsItFoundT
     EXPECT_GE(drawn, 2 * 20);
 }
 
-TEST_F(GeometryDrawing, TexturedListsDrawWithTheirTextureAndUntexturedOnesWithout) {
-    glBindTexture(GL_TEXTURE_2D, 77);
-    const GLubyte texel[] = {255, 0, 0, 255};
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glBindTexture(GL_TEXTURE_2D, 0);
-    auto* texture = new FakeTexture(&form);
-    obj->points = [](Probe& p) { Corners(p, {GL_TRIANGLES, GL_POINTS}); };
-    obj->SetTextureRef(reinterpret_cast<TOrnTexture*>(texture), texture);
-    obj->SetTextured(true);
-    obj->Init();
-    obj->Primitive(1)->SetTextured(false);
-    ClearTo(0, 0, 0);
-    glPointSize(5);
-    obj->Render(view);
-    GLint bound = 0;
-    glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
-    EXPECT_EQ(bound, 77);
-    // The triangle's inside takes the red texel; the point below its right corner stays white.
-    EXPECT_EQ(ReadPixel(36, 36), (orn::test::Rgba{255, 0, 0, 255}));
-    EXPECT_EQ(ReadPixel(49, 30), (orn::test::Rgba{255, 255, 255, 255}));
-    EXPECT_FALSE(glIsEnabled(GL_TEXTURE_2D));
-    const GLuint name = 77; // textures live on in the shared context
-    glDeleteTextures(1, &name);
-}
-
-TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderOnlyTexturedBuildsCarryTextureAndFreeingPointsRenumbers) {
+TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndListAndPointEditsRenumberOrSkipWhatDoesNotExist) {
     obj->points = [](Probe& p) { p.Points()->SetCount(1000); };
     obj->Init();
     EXPECT_EQ(std::pair(obj->Points()->HasArray(daTexture), obj->Points()->AllocatedBytes()),
@@ -302,9 +300,7 @@ TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderOnlyTexturedBuildsCarryTextur
     ASSERT_EQ(obj->Points()->Count(), 3);
     EXPECT_EQ(std::pair(At(*obj, 1).x, At(*obj, 2).x), std::pair(2.0, 4.0));
     EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{2, 0, 1}));
-}
-
-TEST_F(PrimitiveObjFixture, ListEditsSkipWhatDoesNotExistAndAddPrimitiveObjAppendsTheOther) {
+    obj = new Probe(&form); // list edits skip what does not exist
     Fill(1, {{GL_POINTS, {0}}, {GL_LINES, {0}}, {GL_TRIANGLES, {0}}, {GL_QUADS, {0}}});
     EXPECT_EQ(std::vector<int>({obj->AddIndex(0, 3), obj->AddIndex(0, 4), obj->AddIndex(0, -1)}),
               std::vector<int>({1, -1, -1}));
