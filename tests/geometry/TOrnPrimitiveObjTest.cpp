@@ -284,11 +284,11 @@ TEST_F(PrimitiveObjFixture, InitRunsItsStepsInOrderAndListAndPointEditsRenumberO
     obj->Init();
     EXPECT_FALSE(obj->Points()->HasArray(daTexture));
     obj = new Probe(&form); // freeing points renumbers the lists and disables those left dangling
-    Fill(6, {{GL_TRIANGLES, {0, 1, 5}}, {GL_TRIANGLES, {0, 4, 5}}});
+    Fill(6, {{GL_TRIANGLES, {0, 2, 5}}, {GL_TRIANGLES, {0, 4, 5}}});
     obj->FreePoints(1, 2);
     obj->FreePoints(4, 1); // first beyond Count
     EXPECT_TRUE(obj->Points()->Count() == 4 && !obj->Primitive(0)->Enabled() && obj->Primitive(1)->Enabled());
-    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 1, 3})); // the dangling 1 kept
+    EXPECT_EQ(Entries(obj->Primitive(0)), (Idx{0, 2, 3})); // the dangling 2, the last freed, kept
     EXPECT_EQ(Entries(obj->Primitive(1)), (Idx{0, 2, 3}));
     EXPECT_EQ(At(*obj, 2).x, 4);
     // Unused: not in an enabled list. Here 0 2 4 stay as 0 1 2, and list 0 with them.
