@@ -208,9 +208,8 @@ TEST_F(GeometryDrawing, EachEnabledListDrawsItsPrimitiveFromEveryEnabledArrayAnd
     }
 }
 
-// Textured lists draw with their texture and untextured ones without. Every render class, drawn fresh,
-// leaves the stacks as it found them, every client array off and no GL error; a shape builds on its
-// first draw.
+// Textured lists draw with their texture, untextured ones without; every render class, drawn fresh,
+// leaves the stacks as it found them, client arrays off and no GL error, and a shape is built.
 TEST_F(GeometryDrawing, TexturedListsDrawWithTheirTextureAndEveryRenderClassLeavesTheStacksAsItFoundThem) {
     glBindTexture(GL_TEXTURE_2D, 77);
     const GLubyte texel[] = {255, 0, 0, 255};
@@ -618,4 +617,6 @@ TEST(TOrnPrimitiveArray, SetTypeConvertsOnlyTheAllowedPairsKeepingEveryFaceAndIt
     for (std::uint32_t i = 0; i < 9; ++i)
         grown->AddIndex(i);
     EXPECT_EQ(std::pair(grown->Count(), grown->Size()), std::pair(13, 24));
+    grown->SetSize(2);
+    EXPECT_EQ(Entries(grown.get()), (Idx{9, 10}));
 }
