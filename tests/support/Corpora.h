@@ -1,9 +1,5 @@
 #pragma once
 
-// The outside test corpora (BMP, XML conformance, DXF files) are not part of the repository; the
-// CMake cache variable ORN_CORPORA_DIR says where they lie. A test that needs one skips, naming the
-// folder it looked for, when it is absent.
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -18,7 +14,7 @@ inline std::filesystem::path CorpusPath(const std::string& relative) {
 
 } // namespace orn::test
 
-/// Skips the running test unless the corpus folder `relative` exists.
+/// Skips the running test, naming the folder, unless the corpus folder `relative` exists.
 #define ORN_REQUIRE_CORPUS(relative)                                                                         \
     do {                                                                                                     \
         const std::filesystem::path ornCorpus = ::orn::test::CorpusPath(relative);                           \

@@ -6,9 +6,22 @@
 
 namespace orn::test {
 
-detail::EglContext* SharedGLContext(std::string* reason) {
+namespace {
+
+void PopToDepth(GLenum mode, GLenum depthQuery) {
+    glMatrixMode(mode);
+    GLint depth = 1;
+    while ((glGetIntegerv(depthQuery, &depth), depth) > 1)
+        glPopMatrix();
+    glLoadIdentity();
+}
+
+} // namespace
+
+void GLTest::SetUp() {
+    // One context for the whole process, created on first use; none where EGL is unavailable.
     static std::string failure;
-    static std::unique_ptr<detail::EglContext> context = [] {
+    static const std::unique_ptr<detail::EglContext> context = [] {
         auto created = std::make_unique<detail::EglContext>();
         try {
             created->Create(64, 64);
@@ -18,44 +31,18 @@ detail::EglContext* SharedGLContext(std::string* reason) {
         }
         return created;
     }();
-    if (reason) *reason = failure;
-    return context.get();
-}
-
-namespace {
-
-void PopToDepth(GLenum mode, GLenum depthQuery) {
-    glMatrixMode(mode);
-    GLint depth = 1;
-    glGetIntegerv(depthQuery, &depth);
-    for (; depth > 1; --depth)
-        glPopMatrix();
-    glLoadIdentity();
-}
-
-} // namespace
-
-void GLTest::SetUp() {
-    std::string reason;
-    fContext = SharedGLContext(&reason);
-    if (!fContext) GTEST_SKIP() << "no headless OpenGL context: " << reason;
+    fContext = context.get();
+    if (!fContext) GTEST_SKIP() << "no headless OpenGL context: " << failure;
     fContext->Resize(fWidth, fHeight);
     fContext->MakeCurrent();
-
     // Each test opens an attribute group on the default state, so popping everything open restores it.
-    GLint depth = 0;
-    glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &depth);
-    for (; depth > 0; --depth)
+    GLint value = 0;
+    while ((glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &value), value) > 0)
         glPopAttrib();
-    glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &depth);
-    for (; depth > 0; --depth)
+    while ((glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &value), value) > 0)
         glPopClientAttrib();
-    GLint listIndex = 0;
-    glGetIntegerv(GL_LIST_INDEX, &listIndex);
-    if (listIndex != 0) glEndList();
-    GLint renderMode = GL_RENDER;
-    glGetIntegerv(GL_RENDER_MODE, &renderMode);
-    if (renderMode != GL_RENDER) glRenderMode(GL_RENDER);
+    if ((glGetIntegerv(GL_LIST_INDEX, &value), value) != 0) glEndList();
+    if ((glGetIntegerv(GL_RENDER_MODE, &value), value) != GL_RENDER) glRenderMode(GL_RENDER);
     PopToDepth(GL_TEXTURE, GL_TEXTURE_STACK_DEPTH);
     PopToDepth(GL_PROJECTION, GL_PROJECTION_STACK_DEPTH);
     PopToDepth(GL_MODELVIEW, GL_MODELVIEW_STACK_DEPTH);

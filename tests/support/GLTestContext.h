@@ -5,23 +5,14 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdint>
-#include <string>
-#include <vector>
-
 namespace orn::test {
 
-/// The process-wide headless context of the test suite, created on first use; nullptr when EGL is
-/// unavailable, with reason set.
-detail::EglContext* SharedGLContext(std::string* reason = nullptr);
-
-/// A fixture whose tests run with the shared context current on a pbuffer of the fixture's size.
-/// SetUp brings GL back to its default state (attributes, matrices, render mode), so tests do not
-/// see each other's state; display lists and textures stay shared. For that, one attribute group
-/// (and one client attribute group) is open during each test: check that a render leaves the stacks
-/// balanced by comparing their depths before and after it, not against 0.
-/// Other sizes: `class BigTest : public GLTest { protected: BigTest() : GLTest(200, 100) {} };`
+/// A fixture whose tests run with the process-wide headless context current on a pbuffer of the
+/// fixture's size; tests skip where EGL is unavailable. SetUp brings GL back to its default state
+/// (attributes, matrices, render mode); display lists and textures stay shared. For that, one attribute
+/// group (and one client attribute group) is open during each test: check that a render leaves the
+/// stacks balanced by comparing their depths before and after it, not against 0. Other sizes: a derived
+/// fixture passes them to GLTest(width, height).
 class GLTest : public ::testing::Test {
 protected:
     explicit GLTest(int width = 64, int height = 64) : fWidth(width), fHeight(height) {}
@@ -35,7 +26,6 @@ protected:
     Rgba ReadPixel(int x, int y) const;
     /// The pixel at (x, y) with y counted from the top row, as images are usually read.
     Rgba ReadPixelTop(int x, int y) const { return ReadPixel(x, fHeight - 1 - y); }
-    /// The whole colour buffer.
     Image ReadImage() const;
     /// Clears colour (alpha 1), depth and stencil.
     void ClearTo(float r, float g, float b);

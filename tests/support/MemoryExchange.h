@@ -39,10 +39,8 @@ public:
             root.list.emplace_back(key, value);
     }
 
-    void StartTag(const std::string& name) override { fPrefix.push_back(name + "/"); }
-    void EndTag() override {
-        if (!fPrefix.empty()) fPrefix.pop_back();
-    }
+    void StartTag(const std::string& name) override { fPrefix += name + "/"; }
+    void EndTag() override { fPrefix.erase(fPrefix.rfind('/', fPrefix.size() - 2) + 1); }
     void WriteBool(const std::string& key, bool value, bool) override { Put(key, value ? "true" : "false"); }
     void WriteInt(const std::string& key, std::int64_t value, std::int64_t) override {
         Put(key, std::to_string(value));
@@ -64,16 +62,10 @@ public:
         return v && (*v == "true" || *v == "false") ? *v == "true" : def;
     }
     std::int64_t ReadInt(const std::string& key, std::int64_t def) override {
-        const std::string* v = root.Find(key);
-        char* end = nullptr;
-        const std::int64_t r = v ? std::strtoll(v->c_str(), &end, 10) : def;
-        return v && !v->empty() && *end == 0 ? r : def;
+        return Parse(key, def, [](const char* s, char** end) { return std::strtoll(s, end, 10); });
     }
     double ReadFloat(const std::string& key, double def) override {
-        const std::string* v = root.Find(key);
-        char* end = nullptr;
-        const double r = v ? std::strtod(v->c_str(), &end) : def;
-        return v && !v->empty() && *end == 0 ? r : def;
+        return Parse(key, def, [](const char* s, char** end) { return std::strtod(s, end); });
     }
     std::string ReadString(const std::string& key, const std::string& def) override {
         const std::string* v = root.Find(key);
@@ -106,14 +98,17 @@ private:
         std::snprintf(buffer, sizeof buffer, "%.17g", v);
         return buffer;
     }
+    template <class T, class F> T Parse(const std::string& key, T def, F parse) {
+        const std::string* v = root.Find(key);
+        char* end = nullptr;
+        const T r = v ? parse(v->c_str(), &end) : def;
+        return v && !v->empty() && *end == 0 ? r : def;
+    }
     void Put(const std::string& key, std::string value) {
-        std::string path;
-        for (const std::string& p : fPrefix)
-            path += p;
-        root.list.emplace_back(path + key, std::move(value));
+        root.list.emplace_back(fPrefix + key, std::move(value));
     }
 
-    std::vector<std::string> fPrefix;
+    std::string fPrefix;
     int fFiles = 0;
 };
 

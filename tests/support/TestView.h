@@ -5,9 +5,6 @@
 
 #include "support/GLTestContext.h"
 
-#include <utility>
-#include <vector>
-
 namespace orn::test {
 
 /// The smallest view the render chain can work with: a context flag, a draw mode, a name counter
@@ -29,19 +26,16 @@ public:
     }
     const TOrnMatrix* CameraMatrix() const override { return hasCamera ? &camera : nullptr; }
 
-    bool current = true;
-    bool canBeCurrent = true;
+    bool current = true, canBeCurrent = true, hasCamera = false;
     int setCurrentCalls = 0;
     TOrnDrawMode mode = dmWindow;
     std::vector<std::pair<TObject*, int>> names;
-    bool hasCamera = false;
     TOrnMatrix camera;
 };
 
 /// A GL test whose components live on form and render into view, a frame begun.
 class ViewGLTest : public GLTest {
 protected:
-    using GLTest::GLTest;
     void SetUp() override {
         GLTest::SetUp();
         if (!IsSkipped()) view->RenderState()->BeginFrame();

@@ -100,7 +100,7 @@ TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneLeavesItsStateAndCanBePick
     TOrnOrthographicCamera camera(nullptr);
     view.SetCamera(&camera);
     GLint matrixMode = -1;
-    std::array<GLboolean, 3> enabled{};
+    std::array<GLboolean, 4> enabled{};
     double before[16], after[16];
     view.OnRender = [](TOrnView*) {
         glColor3f(0, 0, 1);
@@ -108,17 +108,26 @@ TEST_F(CanvasTest, DrawsOnlyWhileRenderingOverTheSceneLeavesItsStateAndCanBePick
         glEnable(GL_LIGHTING); // none of which may touch what the canvas draws
         glEnable(GL_CULL_FACE);
         glCullFace(GL_FRONT_AND_BACK);
+        glEnable(GL_FOG); // everything in front of the eye fully fogged
+        glFogi(GL_FOG_MODE, GL_LINEAR);
+        glFogf(GL_FOG_START, -2);
+        glFogf(GL_FOG_END, -1);
     };
     const Image image = Draw([&](TOrnViewCanvas& c) {
         glGetDoublev(GL_PROJECTION_MATRIX, before);
         c.SetBrushColor(clRed);
         c.FillRect(Rect(0, 0, 4, 4));
         glGetDoublev(GL_PROJECTION_MATRIX, after);
-        enabled = {glIsEnabled(GL_DEPTH_TEST), glIsEnabled(GL_LIGHTING), glIsEnabled(GL_CULL_FACE)};
+        enabled = {glIsEnabled(GL_DEPTH_TEST), glIsEnabled(GL_LIGHTING), glIsEnabled(GL_CULL_FACE),
+                   glIsEnabled(GL_FOG)};
         glGetIntegerv(GL_MATRIX_MODE, &matrixMode);
     });
     ExpectPixels(image, {{1, 1, kRed}, {30, 30, kBlue}});
-    EXPECT_EQ(enabled, (std::array<GLboolean, 3>{1, 1, 1}));
+    EXPECT_EQ(enabled, (std::array<GLboolean, 4>{1, 1, 1, 1}));
+    for (auto [set, kept] : {std::pair(1.5f, 1.0f), {-1.0f, 0.0f}}) {
+        view.Canvas().SetAlpha(set);
+        EXPECT_EQ(view.Canvas().Alpha(), kept);
+    }
     EXPECT_EQ(matrixMode, GL_MODELVIEW);
     EXPECT_TRUE(std::equal(before, before + 16, after));
     view.SetCamera(nullptr);

@@ -276,7 +276,8 @@ TEST_F(ViewTest, InputReachesTheViewEventsThenTheController) {
     controller->answer = true;
     for (auto input : std::initializer_list<std::function<void()>>{
              [&] { v.MouseDown(mbLeft, {}, 1, 1); }, [&] { v.MouseUp(mbLeft, {}, 1, 1); },
-             [&] { v.MouseMove({}, 1, 1); }, [&] { v.KeyDown(key, {}); }}) {
+             [&] { v.MouseMove({}, 1, 1); }, [&] { v.KeyDown(key, {}); },
+             [&] { v.SetBackgroundColor(v.BackgroundColor() + 1); }}) {
         v.RenderScene();
         input();
         EXPECT_TRUE(v.PaintPending());
