@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orn/geometry/TOrnPrimitiveObj.h>
+#include <orn/math/TOrnPropList.h>
 
 #include <gtest/gtest.h>
 
@@ -11,11 +12,32 @@
 
 namespace orn::test {
 
+using Idx = std::vector<std::uint32_t>;
+
 inline double Length(const TOrnMathVector& v) {
     return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
 }
 
-/// Indices of a list as a vector.
+/// The described property of item named name, or nullptr.
+inline const TOrnPropInfo* Prop(const TOrnExchangeItem& item, const std::string& name) {
+    for (const TOrnPropInfo* p : item.Properties()->All())
+        if (p->name == name) return p;
+    return nullptr;
+}
+
+using Values = std::initializer_list<std::pair<const char*, double>>;
+
+/// Sets item's named numbers and switches through their setters, as reading a scene does.
+inline void Set(TOrnExchangeItem& item, Values values) {
+    for (auto [name, v] : values) {
+        const TOrnPropInfo* p = Prop(item, name);
+        ASSERT_NE(p, nullptr) << name;
+        p->set(item, p->kind == pkBool                       ? TOrnPropValue(v != 0)
+                     : p->kind == pkInt || p->kind == pkEnum ? TOrnPropValue(std::int64_t(v))
+                                                             : TOrnPropValue(v));
+    }
+}
+
 inline std::vector<std::uint32_t> Entries(const TOrnPrimitiveArray* list) {
     return {list->Data(), list->Data() + list->Count()};
 }
