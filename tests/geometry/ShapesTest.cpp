@@ -80,15 +80,16 @@ TEST_F(ShapeFixture, SmallShapesAndFlatFiguresInXZPutTheirPointsNormalsAndTextur
                        {1, {-1, 0, 3}, {0, 1, 0}, 1, 0.5},
                        {2, {1, 0, 3}, {0, 1, 0}, 3, 0.5}});
     // The rectangle centred in x, from z = Height at row 0 down to z = 0.
-    auto& r = Built<TOrnRectangle>({{"DetailX", 3}, {"DetailY", 2}, {"Width", 6}, {"Height", 4}});
+    auto& r = Built<TOrnRectangle>({{"DetailX", 3}, {"DetailY", 2}, {"Width", 6}, {"Height", 4}},
+                                   {{"ScaleX", 2}, {"ShiftX", 1}, {"ScaleY", 4}, {"ShiftY", 0.5}});
     EXPECT_EQ(r.Points()->Count(), 12);
     ASSERT_EQ(r.PrimitiveCount(), 2);
     EXPECT_EQ(r.Primitive(1)->Type(), static_cast<GLenum>(GL_QUAD_STRIP));
     EXPECT_EQ(test::Entries(r.Primitive(0)), (Idx{4, 0, 5, 1, 6, 2, 7, 3}));
     EXPECT_EQ(test::Entries(r.Primitive(1)), (Idx{8, 4, 9, 5, 10, 6, 11, 7}));
-    expectPoints(r, {{0, {-3, 0, 4}, {0, 1, 0}, 0, 0},
-                     {6, {1, 0, 2}, {0, 1, 0}, 2.0 / 3, 0.5},
-                     {11, {3, 0, 0}, {0, 1, 0}, 1, 1}});
+    expectPoints(r, {{0, {-3, 0, 4}, {0, 1, 0}, 1, 0.5},
+                     {6, {1, 0, 2}, {0, 1, 0}, 7.0 / 3, 2.5},
+                     {11, {3, 0, 0}, {0, 1, 0}, 3, 4.5}});
     // The sphere's rows from the north pole down, columns from +z towards +x.
     auto& s = Built<TOrnSphere>({{"Radius", 2}, {"Slices", 4}, {"Stacks", 2}});
     ASSERT_EQ(s.Points()->Count(), 15);

@@ -410,6 +410,9 @@ TEST(BmpCodec, HandMadeFilesDecodeExactlyAndStreamsThatLeaveTheBitmapAreRefused)
     EXPECT_EQ(std::pair(bmp.Pixel(0, 0), bmp.Pixel(1, 0)), std::pair(RGB(132, 130, 25), RGB(255, 255, 255)));
     EXPECT_NE(Refusal(BmpFile(2, 1, 16, 3, {}, fields, {0xF800, 0xF81F, 0x001F})), "") << "overlapping";
     EXPECT_NE(Refusal(BmpFile(2, 1, 16, 3, {}, fields, {0xF800, 0x05E0, 0x001F})), "") << "with a hole";
+    Bytes foreign = fieldFile;
+    foreign[1] = 'X';
+    EXPECT_NE(Refusal(foreign).find("signature"), std::string::npos) << "BX";
 }
 
 TEST(TCanvas, RectanglesLeaveOutTheRightAndBottomEdgesAndLinesTheirEndPoint) {
