@@ -144,7 +144,7 @@ TEST(TOrnCalendar, MovesKeepTheDayInRangeTheSelectedDayIsHighlightedAndClicksCho
                            bitmap.Pixel(89, 61) == clNavy, bitmap.Pixel(91, 81) == clNavy}),
               (std::vector{true, true, false, false}));
     calendar.SetStartOfWeek(-6); // Monday first: Thursday is column 3
-    EXPECT_EQ(calendar.DayRect(1), Rect(90, 20, 120, 40));
+    EXPECT_EQ(std::pair(calendar.StartOfWeek(), calendar.DayRect(1)), std::pair(1, Rect(90, 20, 120, 40)));
     calendar.PaintTo(bitmap);
     EXPECT_EQ(bitmap.Pixel(61, 61), clNavy); // the 14th, a Wednesday, column 2
     int changes = 0;
