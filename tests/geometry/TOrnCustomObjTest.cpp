@@ -219,6 +219,19 @@ TEST_F(CustomFixture, OpenEdgesRunAsTheirFaceAndExtrudingMakesClosedSolidsOrTube
         const double s = At(relief, i, daTexture).x, y = At(relief, i).y;
         EXPECT_EQ(y, s > 0.2 && s < 0.3 ? 0 : s > 0.6 && s < 0.9 ? 1 : s == 0.5 ? 0.5 : y) << "s " << s;
     }
+    for (int y = 0; y < 2; ++y) // blue on top, as bright as blue's share of the luma, black below
+        for (int x = 0; x < 4; ++x)
+            bitmap.SetPixel(x, y, y == 0 ? clBlue : clBlack);
+    relief.SetDetY(4);
+    relief.Init();
+    relief.SetReliefBitmap(&bitmap, 1, 0, 1);
+    double upper = 0, lower = 1;
+    for (int i = 0; i < relief.Points()->Count(); ++i) {
+        const double t = At(relief, i, daTexture).y, y = At(relief, i).y;
+        upper = t > 0.7 && t < 0.8 ? std::max(upper, y) : upper;
+        lower = t > 0.2 && t < 0.3 ? std::min(lower, y) : lower;
+    }
+    EXPECT_EQ(std::pair(std::round(upper * 1000), lower), std::pair(114.0, 0.0));
     const double before = At(relief, 8).y;
     TBitmap empty;
     relief.SetReliefBitmap(nullptr, 1, 1, 1);

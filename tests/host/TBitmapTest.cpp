@@ -454,6 +454,7 @@ TEST(TFont, ChangesNotifyOnceAndSizeAndHeightConvertAtNinetySixDpi) {
     EXPECT_EQ(changes, 3);
     other.SetSize(20);
     other.SetStyle({fsItalic});
+    other.SetName(""); // the default
     font.Assign(&other);
     font.Assign(&other);
     EXPECT_EQ(changes, 4);

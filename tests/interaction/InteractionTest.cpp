@@ -388,6 +388,7 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodTheRateAchievedIsMeasured
         {3'579'545, false, 333, 333, 3, 1'191'988}, // 1,191,988.485
         {3'579'545, true, 3, 333, 3, 1'193'182},    // 1,193,181.67
         {100, false, 1, 1, 1000, 1},                // at least one count
+        {100, true, 1, 1000, 1, 100},
     };
     for (auto [frequency, byRate, value, intervall, rate, counts] : cases) {
         TOrnClockOverride counter([] { return std::int64_t{0}; }, frequency);

@@ -706,7 +706,7 @@ TEST(TXMLParser, EventsRecordsFilesProgressAndReentryOfTheSceneFilesReaderWithIt
         EXPECT_EQ(sender, &parser);
         EXPECT_EQ(root->Data, &data);
         seen += t.Name + ":" + t.Params + ":" + std::to_string(t.ParamCount()) + ":" + t.Value + "/";
-        seen += std::string(t.ParamValue("RADIUS")) + std::string(t.ParamValue("f")) +
+        seen += std::string(t.ParamValue("RADIUS")) + std::string(t.ParamValue("z")) +
                 std::string(t.ParamValue("none", "def")) + std::to_string(t.IndexOfParam("FLAG")) +
                 std::string(t.ParamNameAt(4)) + std::string(t.ParamValueAt(-1)) + "[" +
                 std::string(t.ParamNameAt(0)) + "]\n";
@@ -714,11 +714,11 @@ TEST(TXMLParser, EventsRecordsFilesProgressAndReentryOfTheSceneFilesReaderWithIt
     parser.OnEndTag = [&](TObject*, TXMLTag& t) {
         seen += "end " + t.Name + "/" + std::string(parser.Text());
     };
-    parser.Stream() = R"(<a  x="1">text</a><TORNSPHERE Radius="1.5" F="a=b" flag"">)"
+    parser.Stream() = R"(<a  x="1">text</a><TORNSPHERE Radius="1.5" Z="a=b" flag"">)"
                       "</b x!>"; // only letters, digits, ':', '-' and '_' of an end tag are kept
     parser.execute(&data);
     EXPECT_EQ(seen, "a: x=1\n x=1\n:2:/def-1[ x]\n" // a second space stays in the name
-                    "end a/aTORNSPHERE:Radius=1.5\nF=a=b\nflag\nflag\n:4:/1.5a=bdef2[Radius]\n"
+                    "end a/aTORNSPHERE:Radius=1.5\nZ=a=b\nflag\nflag\n:4:/1.5a=bdef2[Radius]\n"
                     "end TORNSPHERE/bx");
     EXPECT_TRUE(parser.Stream().empty());
     // Progress, files read when the stream is empty, and a run inside a run refused.
