@@ -393,6 +393,7 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodTheRateAchievedIsMeasured
     for (auto [frequency, byRate, value, intervall, rate, counts] : cases) {
         TOrnClockOverride counter([] { return std::int64_t{0}; }, frequency);
         TOrnTimer t(nullptr);
+        t.SetIntervall(7); // so that a refused value shows
         byRate ? t.SetRate(value) : t.SetIntervall(value);
         EXPECT_EQ((std::tuple{t.Frequency(), t.Intervall(), t.Rate(), t.IntervalTicks()}),
                   (std::tuple{frequency, intervall, rate, counts}))
