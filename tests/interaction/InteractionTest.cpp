@@ -388,17 +388,19 @@ TEST_F(TOrnTimerTest, IntervallAndRateDescribeOnePeriodTheRateAchievedIsMeasured
         {3'579'545, false, 333, 333, 3, 1'191'988}, // 1,191,988.485
         {3'579'545, true, 3, 333, 3, 1'193'182},    // 1,193,181.67
         {100, false, 1, 1, 1000, 1},                // at least one count
-        {100, true, 1, 1000, 1, 100},
     };
     for (auto [frequency, byRate, value, intervall, rate, counts] : cases) {
         TOrnClockOverride counter([] { return std::int64_t{0}; }, frequency);
         TOrnTimer t(nullptr);
-        t.SetIntervall(7); // so that a refused value shows
         byRate ? t.SetRate(value) : t.SetIntervall(value);
         EXPECT_EQ((std::tuple{t.Frequency(), t.Intervall(), t.Rate(), t.IntervalTicks()}),
                   (std::tuple{frequency, intervall, rate, counts}))
             << value;
     }
+    TOrnTimer once(nullptr);
+    once.SetRate(2);
+    once.SetRate(1); // the slowest rate there is
+    EXPECT_EQ(once.Intervall(), 1000);
     // The rate achieved is measured over each second.
     TOrnTimer* rated = NewTimer();
     rated->SetRate(100);
