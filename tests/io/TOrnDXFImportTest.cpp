@@ -6,6 +6,7 @@
 #include <orn/scene/TOrnNode.h>
 
 #include "support/Corpora.h"
+#include "support/VectorNear.h"
 #include <GL/gl.h>
 #include <algorithm>
 #include <filesystem>
@@ -83,11 +84,10 @@ struct Imported {
                            [&](const std::string& m) { return m.find(part) != std::string::npos; });
     }
 };
-bool Near(const Vec& a, const Vec& b, double tol = 1e-4) {
-    return std::fabs(a.x - b.x) < tol && std::fabs(a.y - b.y) < tol && std::fabs(a.z - b.z) < tol;
-}
+using orn::test::VectorNear;
 bool Contains(const std::vector<Vec>& v, const Vec& p, double tol = 1e-3) {
-    return std::any_of(v.begin(), v.end(), [&](const Vec& q) { return Near(p, q, tol); });
+    return std::any_of(v.begin(), v.end(),
+                       [&](const Vec& q) { return static_cast<bool>(VectorNear(p, q, tol)); });
 }
 double TriangleArea(const std::vector<Vec>& t) {
     double area = 0;
@@ -120,7 +120,8 @@ TEST(TOrnDXFImport, BulgesFacesSplinesAndInsertsLandWhereComputedByHandAndTheSce
     Imported d(Dxf(kSlot));
     for (const Vec& p : d.world.lines) // on an end's half circle, or on a side
         EXPECT_NEAR(std::hypot(p.x - std::clamp(p.x, 0.0, 40.0), p.y - 10), 10, 1e-9);
-    EXPECT_TRUE(Near(d.report.extMin, {-10, 0, 0}, 1e-9) && Near(d.report.extMax, {50, 20, 0}, 1e-9));
+    EXPECT_TRUE(VectorNear(d.report.extMin, {-10, 0, 0}, 1e-9) &&
+                VectorNear(d.report.extMax, {50, 20, 0}, 1e-9));
     // A quarter circle (bulge tan 22.5°) up the y axis bends to the right, about (-5, 5).
     Imported arc(Dxf(G("0 LWPOLYLINE 90 2 10 0 20 0 42 0.41421356237 10 0 20 10")));
     for (const Vec& p : arc.world.lines)
@@ -158,8 +159,9 @@ TEST(TOrnDXFImport, BulgesFacesSplinesAndInsertsLandWhereComputedByHandAndTheSce
                          "0 POLYLINE 70 64 0 VERTEX 70 192 0 VERTEX 70 192 10 1 0 VERTEX 70 192 10 1 20 1 "
                          "0 VERTEX 70 192 20 1 0 VERTEX 70 128 71 1 72 -2 73 3 74 4 0 SEQEND")));
     ASSERT_EQ(faces.world.triangles.size(), 21u);
-    EXPECT_TRUE(Near(faces.world.triangles[0], {0, 0, 0}) && Near(faces.world.triangles[2], {1, 1, 0}) &&
-                Near(faces.world.triangles[5], {0, 1, 0}));
+    EXPECT_TRUE(VectorNear(faces.world.triangles[0], {0, 0, 0}) &&
+                VectorNear(faces.world.triangles[2], {1, 1, 0}) &&
+                VectorNear(faces.world.triangles[5], {0, 1, 0}));
     EXPECT_EQ(faces.world.edges, std::vector<int>({0, 1, 0, 0, 1, 1, /**/ 1, 1, 0, /**/ 1, 1, 0, 0, 1, 1, /**/
                                                    1, 0, 0, 0, 1, 1}));
     // A polygon mesh of 2 × 3 vertices over two unit squares, and a third square when closed along rows.
@@ -228,14 +230,15 @@ TEST(TOrnDXFImport, BulgesFacesSplinesAndInsertsLandWhereComputedByHandAndTheSce
     ASSERT_EQ(spline.world.lines.size(), 2u * 4 * 16); // four knot spans, sixteen segments each
     for (const Vec& p : spline.world.lines)
         EXPECT_NEAR(std::hypot(p.x, p.y), 0.756, 1e-9);
-    EXPECT_TRUE(
-        Near(spline.world.lines.front(), {0.756, 0, 0}) && // and the end of its first quarter (clockwise)
-        Contains(spline.world.lines, {0, -0.756, 0}));
+    EXPECT_TRUE(VectorNear(spline.world.lines.front(),
+                           {0.756, 0, 0}) && // and the end of its first quarter (clockwise)
+                Contains(spline.world.lines, {0, -0.756, 0}));
     Imported cube((kCorpus / "threeDFaces.dxf").string(), true);
     const std::vector<Vec>& t = cube.world.triangles;
     ASSERT_EQ(t.size(), 12u * 3); // a cube of 20
     EXPECT_NEAR(TriangleArea(t), 6 * 20 * 20, 1e-9);
-    EXPECT_TRUE(Near(cube.report.extMin, {-10, -10, -10}) && Near(cube.report.extMax, {10, 10, 10}));
+    EXPECT_TRUE(VectorNear(cube.report.extMin, {-10, -10, -10}) &&
+                VectorNear(cube.report.extMax, {10, 10, 10}));
 }
 
 TEST(TOrnDXFImport, EveryDrawingOfTheCorpusImportsAndAccountsForWhatItDraws) {
@@ -274,7 +277,7 @@ TEST(TOrnDXFImport, ColoursHatchesExtrusionsFarDrawingsAndTextsLandAsTheDrawingS
         EXPECT_NEAR(e.world.lines[i].x, 3, 1e-12);
     EXPECT_TRUE(Contains(e.world.lines, {3, 1, 0}) && Contains(e.world.lines, {3, 0, 1}));
     // Extrusion −Z mirrors x: the insert point (2, 0) and the block's (1, 1) land at x = −3.
-    EXPECT_TRUE(e.world.points.size() == 1 && Near(e.world.points[0], {-3, 1, 0}));
+    EXPECT_TRUE(e.world.points.size() == 1 && VectorNear(e.world.points[0], {-3, 1, 0}));
     // A survey drawing far from the origin is moved near it, and the top node moves it back.
     Imported far(Dxf(G("0 LINE 10 5000000.25 20 6000000 11 5000001.25 21 6000000")));
     ASSERT_TRUE(far.report.shifted && far.report.Text().find("local origin") != std::string::npos);
@@ -298,13 +301,13 @@ TEST(TOrnDXFImport, ColoursHatchesExtrusionsFarDrawingsAndTextsLandAsTheDrawingS
                 old.world.texts[2]->Alignment() == taRightJustify);
     // Capitals (0.72 em) 2.5 high, along +y, from the alignment point.
     const auto at = [&](int i, double x, double y) { return Apply(old.world.textPlaces[i], {x, y, 0}); };
-    EXPECT_TRUE(Near(at(0, 0, 0), {5, 6, 0}) && Near(at(0, 0.72, 0), {5, 8.5, 0}) &&
-                Near(at(0, 0, 0.72), {2.5, 6, 0}));
+    EXPECT_TRUE(VectorNear(at(0, 0, 0), {5, 6, 0}) && VectorNear(at(0, 0.72, 0), {5, 8.5, 0}) &&
+                VectorNear(at(0, 0, 0.72), {2.5, 6, 0}));
     EXPECT_EQ(old.world.texts[1]->Caption(), "Bold and big");
     EXPECT_EQ(old.world.texts[2]->Caption(), "next\u00A0line 1/2 {x}");
     // Turned 180° (50 in degrees), 3 high, hanging from its top-right anchor; lines 5/3 of a height apart.
-    EXPECT_TRUE(Near(at(1, 0, 0), {0, 3, 0}) && Near(at(1, 0.72, 0), {-3, 3, 0}) &&
-                Near(at(2, 0, 0), {0, 8, 0}));
+    EXPECT_TRUE(VectorNear(at(1, 0, 0), {0, 3, 0}) && VectorNear(at(1, 0.72, 0), {-3, 3, 0}) &&
+                VectorNear(at(2, 0, 0), {0, 8, 0}));
     // From AC1021 on, strings are UTF-8 whatever the code page says.
     Imported utf8(header("AC1021") + Dxf(G("0 TEXT 1 \xC3\x9C 40 1")));
     EXPECT_EQ(utf8.world.texts.at(0)->Caption(), "\u00DC");
@@ -324,7 +327,7 @@ TEST(TOrnDXFImport, ColoursHatchesExtrusionsFarDrawingsAndTextsLandAsTheDrawingS
             box[i].Add(Apply(sized.world.textPlaces[i], text->Points()->GetVector(p, daVertex)));
     }
     const auto size = [&](int i) { return Vec{box[i].Hi.x - box[i].Lo.x, box[i].Hi.y - box[i].Lo.y, 0}; };
-    EXPECT_TRUE(Near(size(1), {size(0).x / 2, size(0).y, 0})) << "half as wide";
+    EXPECT_TRUE(VectorNear(size(1), {size(0).x / 2, size(0).y, 0})) << "half as wide";
     // Fit: stretched to the second point, its height kept.
     EXPECT_TRUE(box[2].Lo.x >= 1 && box[2].Lo.x < 1.5 && std::fabs(box[2].Hi.x - 11) < 1e-4) << box[2].Lo.x;
     EXPECT_NEAR(size(2).y, size(0).y, 1e-4);

@@ -19,6 +19,7 @@
 
 #include "support/GLTestContext.h"
 #include "support/MemoryExchange.h"
+#include "support/VectorNear.h"
 #include "view/ViewTestSupport.h"
 
 #include <EGL/egl.h>
@@ -628,13 +629,7 @@ TEST_F(ViewTest, SamplesReachTheContextsAndSmoothEdges) {
     }
 }
 
-::testing::AssertionResult VectorNear(const TOrnMathVector& a, const TOrnMathVector& b, double tolerance) {
-    if (std::abs(a.x - b.x) <= tolerance && std::abs(a.y - b.y) <= tolerance &&
-        std::abs(a.z - b.z) <= tolerance)
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "(" << a.x << ", " << a.y << ", " << a.z << ") against (" << b.x
-                                         << ", " << b.y << ", " << b.z << ")";
-}
+using test::VectorNear;
 
 // A square of side 2·half at depth z, its left half named as index list 0, its right half as 1.
 struct HalvedSquare : TOrnObject {
